@@ -1,0 +1,45 @@
+# SPDX-License-Identifier: MIT
+# How every target of the project is compiled, and the one way to add a library or a test.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+
+# Private to the project's own targets; a host is never forced into these.
+add_library(sito_strict INTERFACE)
+target_compile_options(sito_strict INTERFACE
+    -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wcast-align -Woverloaded-virtual -Wundef
+    -Wnull-dereference -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC reports null dereferences inside Qt's and the standard library's inlined code only when optimising.
+    target_compile_options(sito_strict INTERFACE -Wno-null-dereference -Wlogical-op -Wduplicated-cond)
+endif()
+if(SITO_WARNINGS_AS_ERRORS)
+    target_compile_options(sito_strict INTERFACE -Werror)
+endif()
+target_compile_definitions(sito_strict INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
+    QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+
+# sito_add_test(<name> SOURCES ... LIBRARIES ... [GUI])
+# One Qt Test program, run offscreen, in English and in UTC unless the test itself says otherwise.
+function(sito_add_test name)
+    cmake_parse_arguments(ARG "GUI" "" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} sito_strict Qt6::Test)
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}"
+        TIMEOUT 300)
+endfunction()

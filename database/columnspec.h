@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <data/fieldtype.h>
+
+#include <QString>
+
+/// What a host says of a column when it defines a table.
+struct ColumnSpec
+{
+    /// Not empty; unique within the table, upper and lower case told apart.
+    QString name;
+    FieldType::Type type = FieldType::Int;
+    /// Whether the column admits absent values.
+    bool nullable = false;
+    /// Decimal and XDecimal: digits after the point, -64 to 63. VarChar: capacity in UTF-16 units, 1 to 32767.
+    /// Raw: its width in bytes, 1 to 65535. 0 for every other type.
+    int length = 0;
+    /// VarChar and Raw only: storage in bytes where it is to be larger than the length needs; 0 otherwise.
+    qint64 size = 0;
+
+    bool operator==(const ColumnSpec &) const = default;
+};

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <database/cellvalue.h>
+#include <database/columnspec.h>
+
+#include <data/record.h>
+#include <data/table.h>
+
+#include <QList>
+
+#include <span>
+#include <utility>
+
+/// A table of rows in memory.
+///
+/// **Rows.** Each row is one block: a 32-bit atomic count of its handles, the pointer to the table, and 16 bytes in the
+/// data area. The columns lie there in index order, each at the next multiple of 8; the presence bits of the nullable
+/// columns follow. Every byte that no value uses is zero from creation on and stays zero with every write, the tail of
+/// a VarChar behind its text included, so that equal rows are equal bytes (but for String columns, and decimals of
+/// different scales). Rows of a table stand in slabs and never move.
+///
+/// **Errors.** Every operation that can fail throws Exception with the table, the column and the row in the message,
+/// and has changed nothing then.
+///
+/// **Threads.** Changing operations lock the table while they work (see Table::lock()). Rows may be read from several
+/// threads as long as none changes the table.
+///
+/// Rows that left the table live on while Record handles refer to them; the table must outlive those handles.
+class DATABASE_EXPORT MemoryTable final : public Table
+{
+public:
+    /// An empty table. Throws Exception for an empty name, no columns, an empty or repeated column name, an unknown
+    /// type, and a length or size that the type does not admit.
+    MemoryTable(const QString &name, const QList<ColumnSpec> &columns);
+    ~MemoryTable();
+
+    int columnCount() const;
+    /// The definition of \a column as it was given; \a column must exist.
+    const ColumnSpec &columnSpec(int column) const;
+    /// The index of the column of that name. Throws Exception when there is none.
+    int requireColumn(const QString &name) const;
+
+    qint64 rowCount() const;
+    /// The row at \a index of the master index. Throws Exception when there is none.
+    Record row(qint64 index) const;
+
+    /// Appends a row of \a values, one per column, and returns it.
+    Record append(std::span<const CellValue> values);
+    Record append(std::initializer_list<CellValue> values);
+    /// Appends all of \a rows, or none when one of them does not fit.
+    void append(const QList<QList<CellValue>> &rows);
+    /// Inserts all of \a rows before the row at \a index (at the end for index rowCount()), or none.
+    void insert(qint64 index, const QList<QList<CellValue>> &rows);
+    /// Makes \a row, a row of this table that is not in it, its last row: one made by Record(const Table *) and
+    /// filled through its fields, or one that was removed.
+    void append(const Record &row);
+
+    /// Changes one value of \a row, which must be a row of this table.
+    void update(const Record &row, int column, const CellValue &value);
+    /// Changes several values of \a row, or none when one of them does not fit.
+    void update(const Record &row, const QList<std::pair<int, CellValue>> &values);
+
+    /// Takes \a row out of the table. Finding it takes time proportional to the number of rows.
+    void remove(const Record &row);
+    /// Takes all of \a rows out of the table in one pass, or none when one of them is not in it.
+    void remove(const QList<Record> &rows);
+    /// Takes all rows out of the table.
+    void clear();
+
+    /// How many rows are alive: in the table or held by a handle.
+    qint64 liveRowCount() const;
+    /// The width of a row block in bytes, header and presence bits included.
+    qint64 rowBlockSize() const;
+    /// What the rows and the index take in memory, in bytes; texts of String columns do not count.
+    qint64 memoryUsage() const;
+};

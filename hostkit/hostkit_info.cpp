@@ -1,0 +1,2 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/hostkit_export.h>

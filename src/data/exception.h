@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <data/database_export.h>
+
+#include <QString>
+#include <QStringList>
+
+/// The exception of the database library and of value conversions. Thrown by value, caught by reference.
+///
+/// An exception that is destroyed reports itself through dump(), also one that was caught and dealt with;
+/// a copy is an exception of its own.
+class DATABASE_EXPORT Exception
+{
+public:
+    explicit Exception(const QString &message);
+    Exception(const Exception &other) = default;
+    Exception &operator=(const Exception &other) = default;
+    virtual ~Exception() { dump(); }
+
+    const QString &message() const { return m_message; }
+    /// Further lines that tell where it happened, outermost last; usually none.
+    const QStringList &lines() const { return m_lines; }
+    void addLine(const QString &line) { m_lines.append(line); }
+
+    /// The database library's report of this exception: message and lines.
+    void dump() const;
+
+private:
+    QString m_message;
+    QStringList m_lines;
+};

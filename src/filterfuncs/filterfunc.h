@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sito_export.h>
+
+#include <QObject>
+#include <QString>
+
+class Record;
+
+/// A question about one row of a table: does this record satisfy it.
+///
+/// What a true answer means is the host's business; the key predicates that a value filter makes answer true for
+/// the rows that the filter excludes.
+///
+/// A predicate never changes after its construction and filter() keeps nothing between calls, so one predicate may be
+/// asked from several threads at once as long as nobody writes the rows. It belongs to its parent or, without one, to
+/// its creator.
+class SITO_EXPORT FilterFunc : public QObject
+{
+    Q_OBJECT
+public:
+    /// Whether \a record satisfies the predicate. \a record must refer to a row.
+    virtual bool filter(const Record &record) const = 0;
+
+    /// The class name of the predicate.
+    virtual QString toString() const;
+
+protected:
+    explicit FilterFunc(QObject *parent);
+};
