@@ -53,7 +53,7 @@ public:
     /// Inserts all of \a rows before the row at \a index (at the end for index rowCount()), or none.
     void insert(qint64 index, const QList<QList<CellValue>> &rows);
     /// Makes \a row, a row of this table that is not in it, its last row: one made by Record(const Table *) and
-    /// filled through its fields, or one that was removed.
+    /// filled through its fields, or one that was removed. Takes time proportional to the number of rows.
     void append(const Record &row);
 
     /// Changes one value of \a row, which must be a row of this table.
@@ -74,4 +74,7 @@ public:
     qint64 rowBlockSize() const;
     /// What the rows and the index take in memory, in bytes; texts of String columns do not count.
     qint64 memoryUsage() const;
+
+private:
+    void requireOwn(const Record &row) const;
 };

@@ -9,6 +9,7 @@
 #include <memory>
 
 class IndexList;
+class Record;
 class TablePrivate;
 
 /// A table of the database library: columns, rows, a master index over the rows, and a lock. Owned by the
@@ -45,4 +46,7 @@ protected:
     ~Table();
 
     const std::unique_ptr<TablePrivate> d;
+
+private:
+    friend class Record; // makes new rows
 };
