@@ -7,7 +7,7 @@ namespace {
 Q_LOGGING_CATEGORY(exceptionLog, "database.exception")
 }
 
-Exception::Exception(const QString &message) : m_message(message) { }
+Exception::Exception(const QString &message) : m_message(message) {}
 
 void Exception::dump() const
 {

@@ -19,7 +19,7 @@ QString doubleText(double value)
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     return QString::fromLatin1(buffer, result.ptr - buffer);
 }
-}
+} // namespace
 
 QString presentFieldText(const Field &field)
 {
@@ -46,7 +46,7 @@ QString presentFieldText(const Field &field)
     case FieldType::Block:
         break;
     }
-    const auto bytes
-        = QByteArray::fromRawData(reinterpret_cast<const char *>(field.data), rawWidth(*field.def));
+    const auto bytes =
+        QByteArray::fromRawData(reinterpret_cast<const char *>(field.data), rawWidth(*field.def));
     return QString::fromLatin1(bytes.toHex());
 }

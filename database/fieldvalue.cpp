@@ -30,7 +30,7 @@ void store(Field &field, const T &value)
 {
     std::memcpy(field.data, &value, sizeof(T));
 }
-}
+} // namespace
 
 FieldValue::FieldValue(const Field &field)
 {
@@ -38,7 +38,7 @@ FieldValue::FieldValue(const Field &field)
     copyValue(field);
 }
 
-FieldValue::FieldValue(Table *table, int column) : FieldValue(table->columnDef(column)) { }
+FieldValue::FieldValue(Table *table, int column) : FieldValue(table->columnDef(column)) {}
 
 FieldValue::FieldValue(const ColumnDef *columnDef)
 {

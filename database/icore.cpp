@@ -9,7 +9,7 @@ class MemoryCore final : public ICore
 public:
     Database *database() override { return &MemoryDatabase::instance(); }
 };
-}
+} // namespace
 
 ICore *ICore::instance()
 {

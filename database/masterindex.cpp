@@ -6,7 +6,7 @@
 namespace {
 constexpr qint64 pageEntries = 8192;
 constexpr qint64 firstPageEntries = 64;
-}
+} // namespace
 
 MasterIndex::MasterIndex() : m_table(2, nullptr)
 {

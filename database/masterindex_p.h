@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
-/// The master index of a MemoryTable. It counts nothing and frees no row: the rows' references are the table's
-/// business. Positions are row numbers from 0.
+/// The master index of a MemoryTable. It counts nothing and frees no row: the rows' references are the
+/// table's business. Positions are row numbers from 0.
 class MasterIndex final : public IndexList
 {
 public:

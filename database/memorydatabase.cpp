@@ -30,7 +30,7 @@ struct MemoryDatabase::Catalogue
     Tables tables;
 };
 
-MemoryDatabase::MemoryDatabase() : d(std::make_unique<Catalogue>()) { }
+MemoryDatabase::MemoryDatabase() : d(std::make_unique<Catalogue>()) {}
 
 MemoryDatabase::~MemoryDatabase() = default;
 

@@ -73,18 +73,16 @@ void check(const Place &place, int column, const CellValue &value)
         [&](const auto &present) {
             constexpr FieldType::Type type = typeOf<std::decay_t<decltype(present)>>;
             if (!accepts(def.type, type)) {
-                place.refuse(column,
-                             QStringLiteral("a value of type %1 does not fit a column of type %2")
-                                 .arg(FieldType::typeName(type), FieldType::typeName(def.type)));
+                place.refuse(column, QStringLiteral("a value of type %1 does not fit a column of type %2")
+                                         .arg(FieldType::typeName(type), FieldType::typeName(def.type)));
             }
         },
         value);
     if (const auto *text = std::get_if<QString>(&value); text && def.type == FieldType::VarChar) {
         if (text->size() > def.length) {
-            place.refuse(column,
-                         QStringLiteral("a text of %1 characters is longer than %2")
-                             .arg(text->size())
-                             .arg(def.length));
+            place.refuse(column, QStringLiteral("a text of %1 characters is longer than %2")
+                                     .arg(text->size())
+                                     .arg(def.length));
         }
         if (text->endsWith(QChar(u'\0')))
             place.refuse(column, QStringLiteral("a text that ends with U+0000 cannot be stored"));
@@ -92,10 +90,9 @@ void check(const Place &place, int column, const CellValue &value)
     if (const auto *bytes = std::get_if<QByteArray>(&value)) {
         const qint64 width = def.type == FieldType::Block ? FieldType::blockSize : def.length;
         if (bytes->size() != width) {
-            place.refuse(column,
-                         QStringLiteral("a value of %1 bytes does not fit a column of %2 bytes")
-                             .arg(bytes->size())
-                             .arg(width));
+            place.refuse(column, QStringLiteral("a value of %1 bytes does not fit a column of %2 bytes")
+                                     .arg(bytes->size())
+                                     .arg(width));
         }
     }
 }
@@ -144,7 +141,7 @@ void write(Field field, const CellValue &value)
 class NewRows
 {
 public:
-    explicit NewRows(const MemoryTable *table) : m_table(table) { }
+    explicit NewRows(const MemoryTable *table) : m_table(table) {}
     void reserve(qsizetype count) { m_records.reserve(count); }
     void add(std::span<const CellValue> values)
     {
@@ -178,7 +175,7 @@ void release(Table *table, unsigned char *row)
     if (reinterpret_cast<RowHeader *>(row)->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
         table->freeRow(row);
 }
-}
+} // namespace
 
 MemoryTable::MemoryTable(const QString &name, const QList<ColumnSpec> &columns)
     : Table(std::make_unique<TablePrivate>(name, columns))
@@ -216,14 +213,14 @@ qint64 MemoryTable::rowCount() const
 Record MemoryTable::row(qint64 index) const
 {
     if (index < 0 || index >= rowCount())
-        Place {*d, index}.refuse(QStringLiteral("there is no such row"));
+        Place{*d, index}.refuse(QStringLiteral("there is no such row"));
     return Record(d->index.at(index));
 }
 
 Record MemoryTable::append(std::span<const CellValue> values)
 {
     const std::lock_guard guard(d->mutex);
-    check(Place {*d, rowCount()}, values);
+    check(Place{*d, rowCount()}, values);
     Record record(this);
     int column = 0;
     for (const CellValue &value : values)
@@ -248,9 +245,9 @@ void MemoryTable::insert(qint64 index, const QList<QList<CellValue>> &rows)
 {
     const std::lock_guard guard(d->mutex);
     if (index < 0 || index > rowCount())
-        Place {*d, index}.refuse(QStringLiteral("no row can be inserted there"));
+        Place{*d, index}.refuse(QStringLiteral("no row can be inserted there"));
     for (qsizetype i = 0; i < rows.size(); ++i)
-        check(Place {*d, index + i}, rows.at(i));
+        check(Place{*d, index + i}, rows.at(i));
     NewRows fresh(this);
     fresh.reserve(rows.size());
     for (const QList<CellValue> &values : rows)
@@ -266,7 +263,7 @@ void MemoryTable::append(const Record &row)
     const std::lock_guard guard(d->mutex);
     requireOwn(row);
     if (d->index.positionOf(row.row()) >= 0)
-        Place {*d, d->index.positionOf(row.row())}.refuse(QStringLiteral("the row is in the table already"));
+        Place{*d, d->index.positionOf(row.row())}.refuse(QStringLiteral("the row is in the table already"));
     d->index.append(row.row());
     retain(row.row());
 }
@@ -280,7 +277,7 @@ void MemoryTable::update(const Record &row, const QList<std::pair<int, CellValue
 {
     const std::lock_guard guard(d->mutex);
     requireOwn(row);
-    const Place place {*d, -1, row.row()};
+    const Place place{*d, -1, row.row()};
     for (const auto &[column, value] : values) {
         if (column < 0 || column >= columnCount())
             place.refuse(QStringLiteral("there is no column %1").arg(column));
@@ -292,7 +289,7 @@ void MemoryTable::update(const Record &row, const QList<std::pair<int, CellValue
 
 void MemoryTable::remove(const Record &row)
 {
-    remove(QList<Record> {row});
+    remove(QList<Record>{row});
 }
 
 void MemoryTable::remove(const QList<Record> &rows)
@@ -331,8 +328,7 @@ void MemoryTable::requireOwn(const Record &row) const
     if (row.isNull())
         throw Exception(QStringLiteral("Table '%1': a handle on no row").arg(d->name));
     if (row.table() != this)
-        throw Exception(
-            QStringLiteral("Table '%1': a row of table '%2'").arg(d->name, row.table()->name()));
+        throw Exception(QStringLiteral("Table '%1': a row of table '%2'").arg(d->name, row.table()->name()));
 }
 
 qint64 MemoryTable::liveRowCount() const

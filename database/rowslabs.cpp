@@ -8,7 +8,7 @@ namespace {
 // Small tables start with little; large ones grow in steps whose rounding to memory pages no longer counts.
 constexpr qsizetype firstSlabSize = 4096;
 constexpr qsizetype largestSlabSize = 1 << 20;
-}
+} // namespace
 
 unsigned char *RowSlabs::allocate()
 {
@@ -44,8 +44,7 @@ void RowSlabs::free(unsigned char *block)
 
 void RowSlabs::addSlab()
 {
-    const qsizetype wanted
-        = std::min(largestSlabSize, firstSlabSize << std::min<size_t>(m_slabs.size(), 8));
+    const qsizetype wanted = std::min(largestSlabSize, firstSlabSize << std::min<size_t>(m_slabs.size(), 8));
     const qsizetype bytes = std::max<qsizetype>(1, wanted / m_blockSize) * m_blockSize;
     m_slabs.emplace_back(new unsigned char[size_t(bytes)]);
     m_slabBytes += bytes;

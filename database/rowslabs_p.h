@@ -7,11 +7,12 @@
 #include <mutex>
 #include <vector>
 
-/// Memory for the row blocks of one table: equal blocks cut from slabs, freed ones used again. Safe from any thread.
+/// Memory for the row blocks of one table: equal blocks cut from slabs, freed ones used again. Safe from any
+/// thread.
 class RowSlabs
 {
 public:
-    explicit RowSlabs(qsizetype blockSize) : m_blockSize(blockSize) { }
+    explicit RowSlabs(qsizetype blockSize) : m_blockSize(blockSize) {}
 
     qsizetype blockSize() const { return m_blockSize; }
     /// A block filled with zeros.

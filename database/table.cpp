@@ -90,8 +90,8 @@ void check(const QString &table, const ColumnSpec &spec)
                    .arg(most));
     }
     const bool sized = spec.type == FieldType::VarChar || spec.type == FieldType::Raw;
-    if (spec.size != 0
-        && (!sized || spec.size < 0 || quint64(spec.size) < naturalWidth(spec) || spec.size > 4 * maxRawLength)) {
+    if (spec.size != 0 && (!sized || spec.size < 0 || quint64(spec.size) < naturalWidth(spec) ||
+                           spec.size > 4 * maxRawLength)) {
         refuse(table, spec.name,
                QStringLiteral("a column of type %1 and length %2 cannot have size %3")
                    .arg(FieldType::typeName(spec.type))
@@ -99,7 +99,7 @@ void check(const QString &table, const ColumnSpec &spec)
                    .arg(spec.size));
     }
 }
-}
+} // namespace
 
 RowLayout::RowLayout(const QString &table, const QList<ColumnSpec> &specs)
 {
@@ -143,10 +143,7 @@ RowLayout::RowLayout(const QString &table, const QList<ColumnSpec> &specs)
 }
 
 TablePrivate::TablePrivate(const QString &tableName, const QList<ColumnSpec> &columnSpecs)
-    : name(tableName),
-      specs(columnSpecs),
-      layout(tableName, columnSpecs),
-      slabs(layout.blockSize)
+    : name(tableName), specs(columnSpecs), layout(tableName, columnSpecs), slabs(layout.blockSize)
 {
 }
 
@@ -155,7 +152,7 @@ TablePrivate::~TablePrivate() = default;
 unsigned char *TablePrivate::newRow(const Table *table)
 {
     unsigned char *row = slabs.allocate();
-    new (row) RowHeader {{1}, const_cast<Table *>(table)};
+    new (row) RowHeader{{1}, const_cast<Table *>(table)};
     for (const quint64 offset : layout.strings)
         new (row + offset) QString;
     return row;
@@ -168,7 +165,7 @@ void TablePrivate::freeRow(unsigned char *row)
     slabs.free(row);
 }
 
-Table::Table(std::unique_ptr<TablePrivate> data) : d(std::move(data)) { }
+Table::Table(std::unique_ptr<TablePrivate> data) : d(std::move(data)) {}
 
 Table::~Table() = default;
 
@@ -218,4 +215,4 @@ void Table::freeRow(unsigned char *row)
     d->freeRow(row);
 }
 
-Record::Record(const Table *table) : m_row(table->d->newRow(table)) { }
+Record::Record(const Table *table) : m_row(table->d->newRow(table)) {}

@@ -19,8 +19,9 @@ struct RowLayout
 {
     struct Column : ColumnDef
     {
-        /// Where the byte with the presence bit lies, from the start of the block. A column without absent values
-        /// has the mask 0 and points at its own value, so that writing through the view touches no other byte.
+        /// Where the byte with the presence bit lies, from the start of the block. A column without absent
+        /// values has the mask 0 and points at its own value, so that writing through the view touches no
+        /// other byte.
         quint64 flagsOffset = 0;
         quint32 mask = 0;
     };

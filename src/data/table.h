@@ -33,8 +33,8 @@ public:
     /// The index over all rows; valid as long as the table.
     IndexList *masterIndex() const;
 
-    /// Locks the table's content against other threads; the same thread may lock it again and must unlock it as
-    /// often. Bracket with it whatever looks up columns and walks the index while others may write.
+    /// Locks the table's content against other threads; the same thread may lock it again and must unlock it
+    /// as often. Bracket with it whatever looks up columns and walks the index while others may write.
     void lock() const;
     void unlock() const;
 
