@@ -45,7 +45,7 @@ FieldValue::FieldValue(const ColumnDef *columnDef)
     initialise(columnDef);
 }
 
-FieldValue::FieldValue(const FieldValue &other) : Field()
+FieldValue::FieldValue(const FieldValue &other) : Field(other)
 {
     initialise(other.def);
     copyValue(other);
