@@ -8,7 +8,6 @@
 #include "filterfixtures.h"
 
 #include <QPointer>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -100,7 +99,7 @@ private Q_SLOTS:
 
 void tst_CreateFilterFunc::init()
 {
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    failOnAnyWarning();
     rowMaking = {};
 }
 
@@ -288,7 +287,7 @@ void tst_CreateFilterFunc::twoRefusalsReachTheCaller()
     rowMaking = {1, {u"first"_s, u"second"_s}};
 
     const LogCapture capture;
-    const QString refusal = refusalOf([&] { filter.createFilterFunc(&parent); });
+    const QString refusal = thrownText([&] { filter.createFilterFunc(&parent); });
 
     QCOMPARE(refusal, u"second"_s);
     QVERIFY(capture.lines.isEmpty());
@@ -306,7 +305,7 @@ void tst_CreateFilterFunc::anExceptionPassesAtOnce()
     filter.addExcludedKey(texts.valueToKey(u"x"_s));
     QObject parent;
 
-    const QString message = messageOf([&] { filter.createFilterFunc(&parent); });
+    const QString message = exceptionMessage([&] { filter.createFilterFunc(&parent); });
 
     QCOMPARE(message, u"Can't convert from 'x' to Int"_s);
     QCOMPARE(rowMaking.asked, 2);
@@ -323,7 +322,7 @@ void tst_CreateFilterFunc::anExceptionOfTheSecondAttemptPasses()
     rowMaking = {0, {u"M"_s}};
 
     // The only line that comes is the report of the Exception itself.
-    const QString message = messageOf([&] { filter.createFilterFunc(nullptr); });
+    const QString message = exceptionMessage([&] { filter.createFilterFunc(nullptr); });
 
     QCOMPARE(message, u"Can't convert from 'x' to Int"_s);
     QCOMPARE(rowMaking.asked, 2);

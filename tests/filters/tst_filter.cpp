@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <filters/filter.h>
 
+#include <support/exceptions.h>
 #include <support/objectlayout.h>
 
 #include "filterfixtures.h"
 
 #include <QMetaMethod>
 #include <QMetaProperty>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -83,7 +83,7 @@ private Q_SLOTS:
 
 void tst_Filter::init()
 {
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+    failOnAnyWarning();
 }
 
 void tst_Filter::startsDisabledAndWithoutValue()

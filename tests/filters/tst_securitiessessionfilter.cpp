@@ -12,7 +12,6 @@
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -205,7 +204,7 @@ private Q_SLOTS:
 
 void tst_SecuritiesSessionFilter::init()
 {
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    failOnAnyWarning();
 }
 
 void tst_SecuritiesSessionFilter::cleanup()
@@ -389,14 +388,14 @@ void tst_SecuritiesSessionFilter::otherTypesAreRefused()
     MemoryTable *sessions = &makeSessions(type, FieldType::Int);
     addRow(*sessions, {}, 1);
     addRow(*sessions, cell, 1);
-    QCOMPARE(messageOf([&] { quotes.filter(); }), u"Incorrect type conversion."_s);
+    QCOMPARE(exceptionMessage([&] { quotes.filter(); }), u"Incorrect type conversion."_s);
     QVERIFY(isUnlocked(*sessions));
     MemoryDatabase::instance().clear();
 
     sessions = &makeSessions(FieldType::Int, type);
     addRow(*sessions, 1, {});
     addRow(*sessions, 1, cell);
-    QCOMPARE(messageOf([&] { quotes.filter(); }), u"Incorrect type conversion."_s);
+    QCOMPARE(exceptionMessage([&] { quotes.filter(); }), u"Incorrect type conversion."_s);
     QVERIFY(isUnlocked(*sessions));
     QVERIFY(quotes.parent.children().isEmpty());
 }
@@ -430,7 +429,7 @@ void tst_SecuritiesSessionFilter::missingTableIsNamed()
 {
     Quotes quotes;
 
-    const QString message = messageOf([&] { quotes.filter(); });
+    const QString message = exceptionMessage([&] { quotes.filter(); });
 
     QCOMPARE(message, u"There is no table 'sessions'."_s);
     QVERIFY(quotes.parent.children().isEmpty());
@@ -457,7 +456,7 @@ void tst_SecuritiesSessionFilter::missingColumnIsNamed()
         specs.append({column});
     const MemoryTable &sessions = *MemoryDatabase::instance().createTable(u"sessions"_s, specs);
 
-    const QString message = messageOf([&] { quotes.filter(); });
+    const QString message = exceptionMessage([&] { quotes.filter(); });
 
     QCOMPARE(message, u"There is no column '%1' in the table 'sessions'."_s.arg(missing));
     QVERIFY(isUnlocked(sessions));
