@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include <filterfuncs/keyfilterfunc.h>
+
+#include <filterfuncs/keymatcher_p.h>
+#include <filterfuncs/keytorecord_p.h>
+
+KeyFilterFunc::KeyFilterFunc(Table *keyTable, const QList<KeyValue> &keys, const QList<int> &keyColumns,
+                             QObject *parent)
+    : FilterFunc(parent), table(keyTable), columns(keyColumns)
+{
+    keyRecords.reserve(keys.size());
+    for (const KeyValue &key : keys)
+        keyRecords.append(keyToRecord(key));
+    if (!keyRecords.isEmpty() && !columns.isEmpty())
+        matcher = std::make_unique<const KeyMatcher>(table, keyRecords, columns);
+}
+
+KeyFilterFunc::~KeyFilterFunc() = default;
+
+bool KeyFilterFunc::filter(const Record &record) const
+{
+    return matcher ? matcher->contains(record) : !keyRecords.isEmpty();
+}
+
+Record KeyFilterFunc::keyToRecord(const KeyValue &key) const
+{
+    return keyconversion::keyToRecord(table, columns, key);
+}
