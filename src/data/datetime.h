@@ -235,13 +235,11 @@ inline qint64 datetime::localReading(qint64 reading)
 
     const qint64 offset = offsetAt(seconds);
     const qint64 other = offsetAt(seconds - offset);
-    // Two offsets are in effect around a change; whether the reading exists is asked of both.
+    // Two offsets are in effect around a change; most readings exist with one that is found at once.
     if (other == offset || exists(other))
         return reading;
     qint64 before = seconds - reach;
     qint64 after = seconds + reach;
-    if (exists(offsetAt(before)) || exists(offsetAt(after)))
-        return reading;
 
     // The local clock stands before the reading at \c before and behind it at \c after; in between lies the
     // change that skips it.

@@ -74,7 +74,7 @@ public:
             word = (word << 8) + bytes[i];
         Parts result;
         result.unscaled = word & highest();
-        if (word >> (bits + 7) != 0)
+        if ((word >> (bits + 7)) != 0)
             result.unscaled -= Integer(1) << bits;
         result.scale = int((word >> bits) & 127);
         if (result.scale > 63)
