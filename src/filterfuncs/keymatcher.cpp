@@ -182,8 +182,13 @@ KeyMatcher::KeyMatcher(const Table *table, const QList<Record> &keys, const QLis
 {
     if (keys.size() == 1) {
         m_onlyKey.reserve(size_t(columns.size()));
-        for (const int column : columns)
-            m_onlyKey.push_back(keys.first().field(column));
+        for (const int column : columns) {
+            const Field field = keys.first().field(column);
+            const bool isText = field.isPresent() && keycompare::isText(field.def->type);
+            m_onlyKey.push_back({column, isText, field, {}});
+            if (isText)
+                m_onlyKey.back().text = keycompare::withText(field, [](const QString &text) { return text; });
+        }
         return;
     }
 

@@ -25,7 +25,7 @@ public:
             Double,  ///< the same of a double, -0 read as 0
             Decimal, ///< the same of a decimal, at the scale of the keys
             Number,  ///< the same of the nearest double of a decimal or xdecimal, whatever its scale
-            Text,    ///< four characters of a text, from character `shift` on, or the last four
+            Text,    ///< four characters of a text, from character `shift` on or, in a shorter one, the last
         };
         Kind kind = Bits;
         quint8 shift = 0;
@@ -171,14 +171,34 @@ public:
     }
 
 private:
+    /// A field of the only key; with its text, where it has one, at hand.
+    struct OnlyField
+    {
+        int column;
+        bool isText;
+        Field field;
+        QString text;
+    };
+
     bool equalsOnlyKey(const Record &record) const
     {
-        const Field *key = m_onlyKey.data();
-        for (const int column : m_columns) {
-            if (!keycompare::sameField(record.field(column), *key++))
+        for (const OnlyField &key : m_onlyKey) {
+            const Field field = record.field(key.column);
+            if (!(key.isText ? sameText(field, key.text) : keycompare::sameField(field, key.field)))
                 return false;
         }
         return true;
+    }
+    static bool sameText(const Field &field, const QString &key)
+    {
+        if (!field.isPresent() || !keycompare::isText(field.def->type))
+            return false;
+        // Nearly all texts differ in their length or at their end.
+        return keycompare::withText(field, [&key](const QString &text) {
+            const qsizetype size = key.size();
+            return text.size() == size &&
+                   (size == 0 || (text.constData()[size - 1] == key.constData()[size - 1] && text == key));
+        });
     }
     bool equalsKey(const Record &record, const Record &key) const;
     bool confirm(const Record &record, quint16 word, qsizetype block) const;
@@ -187,7 +207,7 @@ private:
     const QList<Record> &m_keys;
     const QList<int> &m_columns;
     /// The fields of a single key: nothing is quicker than to compare them.
-    std::vector<Field> m_onlyKey;
+    std::vector<OnlyField> m_onlyKey;
     KeyColumnWords m_first;
     /// Another column, where the first leaves many keys.
     KeyColumnWords m_second;
