@@ -27,7 +27,11 @@ constexpr qint64 minute = 60 * second;
 constexpr qint64 hour = 60 * minute;
 
 const QString longPattern = u"yyyy.MM.dd HH:mm:ss.zzz"_s;
-const QStringList patterns = {longPattern, u"yyyy-MM-dd HH:mm:ss"_s, u"yyyy.MM.dd"_s, u"yyyy-MM-dd"_s};
+const QStringList &patterns()
+{
+    static const QStringList all = {longPattern, u"yyyy-MM-dd HH:mm:ss"_s, u"yyyy.MM.dd"_s, u"yyyy-MM-dd"_s};
+    return all;
+}
 
 /// The zone that this process runs in.
 QByteArray zoneName()
@@ -70,7 +74,7 @@ qint64 plainlyRead(const QString &text)
             return 0;
     }
     QDateTime result;
-    for (const QString &pattern : patterns) {
+    for (const QString &pattern : patterns()) {
         result = QDateTime::fromString(text, pattern);
         if (result.isValid())
             break;
@@ -239,7 +243,7 @@ void tst_datetime::readsWhatThePlainCallsRead()
     QStringList texts;
     for (int i = 0; i < 10000; ++i) {
         const qint64 instant = qint64(random() % 800'000'000'000'000) - 400'000'000'000'000;
-        QString text = utcText(instant, patterns[any(patterns.size())]);
+        QString text = utcText(instant, patterns()[any(patterns().size())]);
         for (qsizetype changes = any(4); changes > 0; --changes) {
             const qsizetype at = any(text.size() + 1);
             const QChar c = alphabet[any(alphabet.size())];
@@ -393,10 +397,10 @@ void tst_datetime::isRightAroundEveryTransition()
             if (!skipped)
                 QCOMPARE(datetime(value.toString()).milliseconds(), reading);
             if (reading % second == 0)
-                QCOMPARE(datetime(utcText(reading, patterns[1])).milliseconds(), reading);
+                QCOMPARE(datetime(utcText(reading, patterns()[1])).milliseconds(), reading);
         }
         for (const qint64 day : {begin, end}) {
-            for (const QString &pattern : {patterns[2], patterns[3]}) {
+            for (const QString &pattern : {patterns()[2], patterns()[3]}) {
                 const qint64 midnight = QDateTime::fromMSecsSinceEpoch(day, QTimeZone::utc())
                                             .date()
                                             .startOfDay(QTimeZone::utc())
