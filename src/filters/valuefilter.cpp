@@ -8,6 +8,7 @@
 #include <QDebug>
 #include <QMessageLogger>
 #include <QStringView>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <atomic>
@@ -15,7 +16,6 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -79,18 +79,13 @@ std::pair<qsizetype, qsizetype> equalRange(const QList<KeyValue> &list, const Ke
 struct SortEntry
 {
     quint64 lead;
-    const KeyValue *key;
+    KeyValue *key;
 };
 
 /// The order of KeyValue::operator<(): keys whose leads differ sort as their leads do.
 bool sortsBefore(const SortEntry &a, const SortEntry &b)
 {
     return a.lead != b.lead ? a.lead < b.lead : *a.key < *b.key;
-}
-
-bool holds(const KeyValue &key, qsizetype position, FieldType::Type type)
-{
-    return position < key.size() && key[position].def->type == type && key[position].isPresent();
 }
 
 quint64 unsignedOrder(qint32 number)
@@ -103,31 +98,54 @@ quint64 unsignedOrder(qint64 number)
     return quint64(number) ^ (quint64(1) << 63);
 }
 
+/// What a field adds to a lead, and how many bits of it: none but for a present integer.
+struct Lead
+{
+    FieldType::Type type = FieldType::Raw;
+    int bits = 0;
+    quint64 value = 0;
+};
+
+Lead leadOf(const KeyValue &key, qsizetype position)
+{
+    if (position >= key.size())
+        return {};
+    const FieldValue &field = key.constData()[position];
+    if (!field.isPresent())
+        return {};
+    switch (field.def->type) {
+    case FieldType::Int:
+        return {FieldType::Int, 32, unsignedOrder(field.value<qint32>())};
+    case FieldType::Int64:
+    case FieldType::DateTime:
+        return {field.def->type, 64, unsignedOrder(field.value<qint64>())};
+    default:
+        return {};
+    }
+}
+
 /// The entries of \a keys in the same order. A field goes into the leads only where it is a present integer
 /// of one type in all of the keys: then Field::compare() orders it as the integers, absent values and other
 /// types never come into it. Two Ints fit, or one Int64 or DateTime.
-std::vector<SortEntry> sortEntries(const QList<KeyValue> &keys)
+std::vector<SortEntry> sortEntries(QList<KeyValue> &keys)
 {
-    const auto all = [&keys](qsizetype position, FieldType::Type type) {
-        return std::all_of(keys.begin(), keys.end(),
-                           [=](const KeyValue &key) { return holds(key, position, type); });
-    };
     std::vector<SortEntry> entries;
     entries.reserve(size_t(keys.size()));
-    if (all(0, FieldType::Int) && all(1, FieldType::Int)) {
-        for (const KeyValue &key : keys) {
-            entries.push_back(
-                {unsignedOrder(key[0].value<qint32>()) << 32 | unsignedOrder(key[1].value<qint32>()), &key});
-        }
-    } else if (all(0, FieldType::Int)) {
-        for (const KeyValue &key : keys)
-            entries.push_back({unsignedOrder(key[0].value<qint32>()), &key});
-    } else if (all(0, FieldType::Int64) || all(0, FieldType::DateTime)) {
-        for (const KeyValue &key : keys)
-            entries.push_back({unsignedOrder(key[0].value<qint64>()), &key});
-    } else {
-        for (const KeyValue &key : keys)
-            entries.push_back({0, &key});
+    const Lead first = leadOf(keys.constFirst(), 0);
+    bool one = first.bits != 0;
+    bool two = first.bits == 32;
+    for (KeyValue &key : keys) {
+        const Lead lead = one ? leadOf(key, 0) : Lead();
+        const Lead second = two ? leadOf(key, 1) : Lead();
+        one = one && lead.type == first.type && lead.bits != 0;
+        two = two && second.type == FieldType::Int;
+        entries.push_back({first.bits == 32 ? lead.value << 32 | second.value : lead.value, &key});
+    }
+    // What one key lacks is in none of the leads.
+    const quint64 kept = !one ? 0 : first.bits == 32 && !two ? ~quint64(0) << 32 : ~quint64(0);
+    if (kept != ~quint64(0)) {
+        for (SortEntry &entry : entries)
+            entry.lead &= kept;
     }
     return entries;
 }
@@ -160,21 +178,20 @@ void mergeRuns(const SortEntry *first, const SortEntry *middle, const SortEntry 
     std::copy(right, last, out);
 }
 
-/// The keys of the list in ascending order, equal ones in the order they came in.
+enum class Equals { Keep, KeepFirst };
+
+/// Sorts \a keys, which nobody else shares, ascending; equal ones stay in the order they came in or give way
+/// to the first of them.
 ///
 /// A merge sort, not std::sort: that one may leave the range or never end when the order is not strict, which
 /// a single NaN among the keys is enough for. Here every step is bounded by places alone and only moves
-/// entries, so that for any order whatever the result is the same entries again. A list that is sorted
-/// already costs one comparison a key.
-std::vector<SortEntry> sortedEntries(const QList<KeyValue> &keys)
+/// entries, so that for any order whatever the result is the same keys again. Nothing is changed when a
+/// comparison throws.
+void sortKeys(QList<KeyValue> &keys, Equals equals)
 {
+    if (keys.size() < 2)
+        return;
     std::vector<SortEntry> entries = sortEntries(keys);
-    if (std::adjacent_find(entries.begin(), entries.end(), [](const SortEntry &a, const SortEntry &b) {
-            return sortsBefore(b, a);
-        }) == entries.end()) {
-        return entries;
-    }
-
     const size_t count = entries.size();
     constexpr size_t runLength = 8;
     for (size_t first = 0; first < count; first += runLength)
@@ -189,7 +206,16 @@ std::vector<SortEntry> sortedEntries(const QList<KeyValue> &keys)
         }
         entries.swap(merged);
     }
-    return entries;
+    if (equals == Equals::KeepFirst) {
+        const auto same = [](const SortEntry &a, const SortEntry &b) { return !sortsBefore(a, b); };
+        entries.erase(std::unique(entries.begin(), entries.end(), same), entries.end());
+    }
+
+    QList<KeyValue> sorted;
+    sorted.reserve(qsizetype(entries.size()));
+    for (const SortEntry &entry : entries)
+        sorted.append(std::move(*entry.key));
+    keys.swap(sorted);
 }
 
 bool holdsNaN(const KeyValue &key)
@@ -197,6 +223,13 @@ bool holdsNaN(const KeyValue &key)
     return std::any_of(key.begin(), key.end(), [](const FieldValue &field) {
         return field.def->type == FieldType::Double && field.isPresent() && std::isnan(field.value<double>());
     });
+}
+
+/// QStringView::indexOf() for the short parts of keys, where the calls would cost more than the search.
+qsizetype indexOf(QStringView text, QChar character)
+{
+    const auto place = std::find(text.begin(), text.end(), character);
+    return place == text.end() ? -1 : place - text.begin();
 }
 
 /// Calls \a read with every part of \a text between \a separator, empty ones included, one after the other.
@@ -232,18 +265,16 @@ QString joinedKeys(const QList<KeyValue> &keys, Form form)
 
 QString joinedFields(const KeyValue &key)
 {
-    if (key.size() == 1)
-        return key.first().toText();
-    QString result;
-    result.reserve(12 * key.size());
+    QVarLengthArray<QChar, 128> result;
     bool first = true;
     for (const FieldValue &field : key) {
         if (!first)
-            result += u',';
+            result.append(u',');
         first = false;
-        result += field.toText();
+        const QString text = field.toText();
+        result.append(text.constData(), text.size());
     }
-    return result;
+    return QString(result.constData(), result.size());
 }
 
 /// The code that a call of valueToKey() reaches in the class that \a filter is an object of at the moment,
@@ -278,6 +309,22 @@ const void *reachedValueToKey(const ValueFilter *filter)
 std::atomic<const void *> ownValueToKey = nullptr;
 
 } // namespace
+
+/// Keys that valueToKey() has read, in the order of the text.
+struct ValueFilter::KeysInOrder
+{
+    QList<KeyValue> list;
+    /// Whether each key sorts after the one before it.
+    bool ascending = true;
+    bool hasNaN = false;
+
+    void append(KeyValue &&key)
+    {
+        ascending = ascending && (list.isEmpty() || list.constLast() < key);
+        hasNaN = hasNaN || holdsNaN(key);
+        list.append(std::move(key));
+    }
+};
 
 ValueFilter::ValueFilter(Table &table, int column, QObject *parent)
     : ValueFilter(table, column, QList<int>{column}, -1, parent)
@@ -319,12 +366,13 @@ void ValueFilter::removeExcludedKey(const KeyValue &key)
 
 void ValueFilter::setAllExcludedKeys(const QList<KeyValue> &keys)
 {
-    // A list of its own from the start: the caller's is never reordered, and when anything is thrown on the
-    // way the set is what it was. The caller's list may be the set itself.
-    QList<KeyValue> sorted;
-    sorted.reserve(keys.size());
-    for (const SortEntry &entry : sortedEntries(keys))
-        sorted.append(*entry.key);
+    // Storage of its own before anything else: the caller's list is never reordered, nor does it reach the set through
+    // a reference it has kept. The caller's list may be the set itself, which stays as it was when anything is thrown.
+    QList<KeyValue> sorted = keys;
+    sorted.detach();
+    const auto outOfPlace = [](const KeyValue &a, const KeyValue &b) { return b < a; };
+    if (std::adjacent_find(sorted.cbegin(), sorted.cend(), outOfPlace) != sorted.cend())
+        sortKeys(sorted, Equals::Keep);
     m_excludedKeys.swap(sorted);
 }
 
@@ -391,19 +439,18 @@ void ValueFilter::setValue(const QString &value)
     // valueToKey() is our own and runs nobody's code that could know of this filter, so that the set is seen
     // again only when all keys are read or reading one has failed. It is enough that it is right at these two
     // moments.
-    QList<KeyValue> keys;
-    keys.reserve(text.count(u'|') + 1);
+    KeysInOrder keys;
+    keys.list.reserve(text.count(u'|') + 1);
     try {
         forEachPart(text, u'|', [&](const QString &part) { keys.append(valueToKey(part)); });
     } catch (...) {
-        addKeysInOrder(std::move(keys));
+        addKeys(keys);
         throw;
     }
-    addKeysInOrder(std::move(keys));
+    addKeys(keys);
 }
 
-/// Does what addExcludedKey() would for each of \a keys in turn, which valueToKey() has read, in an empty
-/// set.
+/// Does what addExcludedKey() would for each of \a keys in turn, in an empty set.
 ///
 /// Without a NaN keys whose types are those of the columns are strictly ordered. Then adding them one by one
 /// gives the ascending list of the keys that are not equal to an earlier one, whatever order they come in,
@@ -411,28 +458,20 @@ void ValueFilter::setValue(const QString &value)
 /// them the same one of those that are equal but look different, in the same places. With a NaN the place of
 /// a key depends on the keys that the search meets, and so on the order of adding; there is no shorter way to
 /// the same set then.
-void ValueFilter::addKeysInOrder(QList<KeyValue> keys)
+void ValueFilter::addKeys(KeysInOrder &keys)
 {
-    if (std::any_of(keys.cbegin(), keys.cend(), holdsNaN)) {
-        for (const KeyValue &key : std::as_const(keys))
+    if (keys.hasNaN) {
+        for (const KeyValue &key : std::as_const(keys.list))
             addExcludedKey(key);
         return;
     }
-    const auto outOfPlace = [](const KeyValue &a, const KeyValue &b) { return !(a < b); };
-    if (std::adjacent_find(keys.cbegin(), keys.cend(), outOfPlace) != keys.cend()) {
-        QList<KeyValue> sorted;
-        sorted.reserve(keys.size());
-        for (const SortEntry &entry : sortedEntries(keys)) {
-            if (sorted.isEmpty() || sorted.constLast() < *entry.key)
-                sorted.append(*entry.key);
-        }
-        keys.swap(sorted);
-    }
+    if (!keys.ascending)
+        sortKeys(keys.list, Equals::KeepFirst);
     // The set keeps the storage it has where that is large enough.
-    if (m_excludedKeys.capacity() < keys.size())
-        m_excludedKeys.swap(keys);
+    if (m_excludedKeys.capacity() < keys.list.size())
+        m_excludedKeys.swap(keys.list);
     else
-        m_excludedKeys.append(std::move(keys));
+        m_excludedKeys.append(std::move(keys.list));
 }
 
 void ValueFilter::clear()
@@ -457,7 +496,7 @@ QString ValueFilter::keyToValue(const KeyValue &key) const
 
 KeyValue ValueFilter::valueToKey(const QString &value) const
 {
-    const qsizetype parts = value.count(u',') + 1;
+    const qsizetype parts = std::count(value.begin(), value.end(), u',') + 1;
     if (parts != m_columns.size()) {
         throw u"ValueFilter can't restore from text. Incorrect columns numbers: %1 != %2"_s.arg(parts).arg(
             m_columns.size());
@@ -466,7 +505,7 @@ KeyValue ValueFilter::valueToKey(const QString &value) const
     key.reserve(parts);
     QStringView rest = value;
     for (const int column : m_columns) {
-        const qsizetype comma = rest.indexOf(u',');
+        const qsizetype comma = indexOf(rest, u',');
         key.emplaceBack(m_table, column).fromText(comma < 0 ? rest : rest.first(comma));
         rest = rest.sliced(comma < 0 ? rest.size() : comma + 1);
     }

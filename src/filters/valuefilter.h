@@ -103,8 +103,10 @@ public:
     virtual QString keyToText(const KeyValue &key) const;
 
 private:
+    struct KeysInOrder;
+
     bool readsOwnKeys() const;
-    void addKeysInOrder(QList<KeyValue> keys);
+    void addKeys(KeysInOrder &keys);
 
     Table *m_table;
     QList<int> m_columns;
