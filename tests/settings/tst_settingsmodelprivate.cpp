@@ -20,6 +20,19 @@ static_assert(std::is_same_v<decltype(SettingsModelPrivate::editStrategy), Setti
 static_assert(std::is_same_v<decltype(SettingsModelPrivate::readOnly), bool>);
 static_assert(std::is_same_v<decltype(SettingsModelPrivate::removedKeys), QStringList>);
 
+namespace {
+
+/// Explicit instantiations may name private members: the way to a model's own private half.
+template <auto Member>
+struct PrivateHalf
+{
+    friend SettingsModelPrivate &privateHalf(SettingsModel &model) { return *(model.*Member); }
+};
+SettingsModelPrivate &privateHalf(SettingsModel &model);
+template struct PrivateHalf<&SettingsModel::d>;
+
+} // namespace
+
 /// A private half in the name of a model that has another one of its own: what is notified shows at the
 /// model.
 class TestSettingsModelPrivate : public QObject
@@ -299,6 +312,47 @@ private Q_SLOTS:
 
         QCOMPARE(entries(*store), (QStringList{u"foreign=4"_s, u"g/h/l=2"_s, u"g/k=new"_s}));
         QCOMPARE(store->group(), QString());
+    }
+
+    void recordsRemovedPathsUntilReverted()
+    {
+        SettingsFiles files;
+        const auto store = files.parsed("a=1\nb=2\nc=3\n[g]\nk=1\n");
+        const auto other = files.parsed("d=1\n");
+        const QStringList &removed = privateHalf(*m_model).removedKeys;
+        m_model->setSettings(store.get());
+        m_model->setReadOnly(false);
+        m_model->setEditStrategy(SettingsModel::OnManualSubmit);
+
+        QVERIFY(m_model->removeRows(1, 2));
+        QVERIFY(m_model->removeRows(0, 1, m_model->index(0, 0)));
+        QVERIFY(m_model->removeRows(0, 1));
+        const QStringList paths{u"b"_s, u"a"_s, u"g/k"_s, u"g"_s};
+        QCOMPARE(removed, paths);
+        m_model->submitAll();
+        QCOMPARE(removed, paths);
+        m_model->refresh();
+        m_model->clear();
+        m_model->setSettings(other.get());
+        QCOMPARE(removed, paths);
+        m_model->setEditStrategy(SettingsModel::OnFieldChange);
+        m_model->revertAll();
+        QVERIFY(m_model->removeRows(0, 1));
+        QCOMPARE(removed, paths);
+        m_model->setEditStrategy(SettingsModel::OnManualSubmit);
+        m_model->revertAll();
+        QCOMPARE(removed, QStringList());
+    }
+
+    void revertsWithoutAStore()
+    {
+        SettingsModelPrivate &own = privateHalf(*m_model);
+        own.removedKeys = QStringList{u"a"_s};
+        m_model->setEditStrategy(SettingsModel::OnManualSubmit);
+
+        m_model->revertAll();
+
+        QCOMPARE(own.removedKeys, QStringList());
     }
 
     void submitsOneKey()
