@@ -117,7 +117,8 @@ public:
     {
         const auto range = [this](const QString &what) {
             return [this, what](const QModelIndex &parent, int first, int last) {
-                note(QStringLiteral("%1 %2 %3..%4").arg(what, indexText(parent)).arg(first).arg(last));
+                note(what + u' ' + indexText(parent) + u' ' + QString::number(first) + QStringLiteral("..") +
+                     QString::number(last));
             };
         };
         const auto plain = [this](const QString &what) { return [this, what] { note(what); }; };
@@ -143,11 +144,8 @@ public:
                     QString place = indexText(left.siblingAtColumn(0));
                     if (left.row() != right.row() || left.parent() != right.parent())
                         place += QStringLiteral(" to ") + indexText(right.siblingAtColumn(0));
-                    note(QStringLiteral("changed %1 %2-%3 [%4]")
-                             .arg(place)
-                             .arg(left.column())
-                             .arg(right.column())
-                             .arg(numbers.join(u',')));
+                    note(QStringLiteral("changed ") + place + u' ' + QString::number(left.column()) + u'-' +
+                         QString::number(right.column()) + QStringLiteral(" [") + numbers.join(u',') + u']');
                 });
     }
 
