@@ -35,7 +35,7 @@ KeyColumnHash::KeyColumnHash(const Table *table, int column, const QList<Record>
         return;
     bool hasModel = false;
     for (const Record &key : keys) {
-        const Field field = key.field(column);
+        const Field field = keycompare::keyField(table, m_def, column, key);
         if (!field.isPresent())
             continue;
         const auto value = field.value<qint64>();
@@ -69,7 +69,7 @@ KeyHash::KeyHash(const Table *table, const QList<Record> &keys, const QList<int>
     }
 
     const auto count = size_t(keys.size());
-    // 16 bits of the filter and at least one chain for each key.
+    // At least 16 bits of the filter and one chain for each key.
     m_filter.resize(std::bit_ceil(count / 4 + 1));
     m_filterMask = m_filter.size() - 1;
     m_heads.resize(std::bit_ceil(count));
@@ -77,7 +77,10 @@ KeyHash::KeyHash(const Table *table, const QList<Record> &keys, const QList<int>
     m_links.resize(count);
     for (qsizetype key = 0; key < keys.size(); ++key) {
         quint64 hash = 0;
-        if (hashOf(keys[key], hash) == KeyColumnHash::Found::Hash)
+        const auto fieldOf = [&](const KeyColumnHash &column) {
+            return keycompare::keyField(table, column.definition(), column.column(), keys[key]);
+        };
+        if (hashOf(hash, fieldOf) == KeyColumnHash::Found::Hash)
             insert(key, hash);
         else
             m_apartKeys.append(keys[key]);

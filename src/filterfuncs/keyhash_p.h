@@ -27,6 +27,7 @@ public:
     KeyColumnHash(const Table *table, int column, const QList<Record> &keys);
 
     int column() const { return m_column; }
+    const ColumnDef *definition() const { return m_def; }
     bool isDouble() const { return m_kind == Kind::Double; }
 
     /// Mixes the value of \a field, that of the column in a row of any table, into \a hash.
@@ -90,13 +91,13 @@ private:
     {
         const QChar *units = text.constData();
         const qsizetype size = text.size();
-        hash = combine(hash, quint64(size));
         if (size < 4) {
-            quint64 all = 0;
+            auto all = quint64(size);
             for (qsizetype i = 0; i < size; ++i)
                 all = all << 16 | units[i].unicode();
             return combine(hash, all);
         }
+        hash += quint64(size);
         for (qsizetype i = 0; i + 4 < size; i += 4)
             hash = combine(hash, keywords::load64(units + i));
         return combine(hash, keywords::load64(units + size - 4));
@@ -131,7 +132,8 @@ public:
     bool contains(const Record &record) const
     {
         quint64 hash = 0;
-        switch (hashOf(record, hash)) {
+        const auto fieldOf = [&record](const KeyColumnHash &column) { return record.field(column.column()); };
+        switch (hashOf(hash, fieldOf)) {
         case KeyColumnHash::Found::Nothing:
             return false;
         case KeyColumnHash::Found::Any:
@@ -152,10 +154,12 @@ private:
         quint32 next;
     };
 
-    KeyColumnHash::Found hashOf(const Record &record, quint64 &hash) const
+    /// The hash value of a row whose fields are fieldOf(column).
+    template <typename FieldOf>
+    KeyColumnHash::Found hashOf(quint64 &hash, FieldOf fieldOf) const
     {
         for (const KeyColumnHash &column : m_columnHashes) {
-            const KeyColumnHash::Found found = column.mix(record.field(column.column()), hash);
+            const KeyColumnHash::Found found = column.mix(fieldOf(column), hash);
             if (found != KeyColumnHash::Found::Hash)
                 return found;
         }
