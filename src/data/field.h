@@ -50,8 +50,8 @@ public:
 
     /// The value as text, for any type; empty when absent.
     QString toString() const;
-    /// The text of a VarChar field, sharing the row's memory: valid only while the row is and until the field
-    /// is written.
+    /// The text of a present VarChar field, the same as toString(), but sharing the row's memory: valid only
+    /// while the row is and until the field is written.
     QString asStaticString() const;
     /// Stores \a text into a String field; does not touch the presence bit.
     void storeString(const QStringView &text);

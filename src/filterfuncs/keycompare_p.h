@@ -2,6 +2,8 @@
 #pragma once
 
 #include <data/field.h>
+#include <data/record.h>
+#include <data/table.h>
 
 #include <QString>
 
@@ -87,6 +89,15 @@ inline bool sameField(const Field &a, const Field &b)
 {
     const bool present = a.isPresent();
     return present == b.isPresent() && (!present || sameValue(a, b));
+}
+
+/// The field of \a column, defined by \a def, in \a key, one of the rows that a predicate has made for
+/// itself. Without a call where the column admits no absent values: its value lies where the definition says.
+inline Field keyField(const Table *table, const ColumnDef *def, int column, const Record &key)
+{
+    unsigned char *row = key.row();
+    return def->nullable ? table->dataPtr(row, column)
+                         : Field(def, row + sizeof(RowHeader) + def->offset, row, 0);
 }
 
 /// The bits of \a value, such that equal numbers have equal bits; not for a NaN.

@@ -57,14 +57,15 @@ std::optional<Place::Kind> kindOf(FieldType::Type type)
 std::optional<KeyColumnWords::Judged>
 KeyColumnWords::judge(const Table *table, int column, const QList<Record> &keys, const KeySample &sample)
 {
-    const FieldType::Type type = table->columnDef(column)->type;
+    const ColumnDef *def = table->columnDef(column);
+    const FieldType::Type type = def->type;
     const std::optional<Place::Kind> kind = kindOf(type);
     if (!kind)
         return std::nullopt;
 
     std::array<Field, KeySample::largest> fields;
     for (qsizetype i = 0; i < sample.size(); ++i)
-        fields[size_t(i)] = table->dataPtr(keys[sample.key(i)].row(), column);
+        fields[size_t(i)] = keycompare::keyField(table, def, column, keys[sample.key(i)]);
 
     Judged best{{*kind, 0}, std::numeric_limits<double>::infinity(), 0};
     const auto tryPlace = [&](quint8 shift, auto wordOf) {
@@ -140,7 +141,7 @@ bool KeyColumnWords::learnAll(const Table *table, const QList<Record> &keys)
     m_words = KeyWords(keys.size());
     for (qsizetype key = 0; key < keys.size(); ++key) {
         quint16 word = absentWord;
-        if (!learn(table->dataPtr(keys[key].row(), m_column), word))
+        if (!learn(keycompare::keyField(table, m_def, m_column, keys[key]), word))
             return false;
         m_words.set(key, word);
     }
@@ -161,9 +162,12 @@ bool KeyColumnWords::learn(const Field &field, quint16 &word)
     if (m_place.kind == Place::Decimal && !keycompare::sameScale(field.value<qint64>(), m_model))
         return false;
     if (m_place.kind == Place::Text) {
-        const qsizetype size = keycompare::withText(field, [](const QString &text) { return text.size(); });
-        m_shortest = m_longest < 0 ? size : std::min(m_shortest, size);
-        m_longest = std::max(m_longest, size);
+        keycompare::withText(field, [this, &word](const QString &text) {
+            m_shortest = m_longest < 0 ? text.size() : std::min(m_shortest, text.size());
+            m_longest = std::max(m_longest, text.size());
+            word = textWord(text, m_place.shift);
+        });
+        return true;
     }
     return find(field, word) == Found::Word;
 }

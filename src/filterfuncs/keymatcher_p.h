@@ -89,7 +89,7 @@ public:
         case Place::Text:
             break;
         }
-        return keycompare::withText(field, [&](const QString &text) {
+        return keycompare::withText(field, [this, &word](const QString &text) {
             if (text.size() < m_shortest || text.size() > m_longest)
                 return Found::Nothing;
             word = textWord(text, m_place.shift);

@@ -4,6 +4,7 @@
 // keys and columns, and asking them allocates nothing.
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
+#include <filterfuncs/keyfilterfunc_hash.h>
 
 #include <database/memorytable.h>
 
@@ -252,16 +253,21 @@ void TestKeyPredicates::answerLikeThePlainLoop()
             records.append(table.row(random.below(int(table.rowCount()))));
 
         const KeyFilterFunc func(&table, keys, columns);
+        const KeyFilterFunc_Hash hash(&table, keys, columns);
 
         QList<Record> keyRecords;
         for (const KeyValue &key : std::as_const(keys))
             keyRecords.append(func.keyToRecord(key));
         for (const Record &record : std::as_const(records)) {
             const bool expected = equalsAKey(record, keyRecords, columns);
-            const AllocationCounter allocations;
-            const bool answer = func.filter(record);
-            QVERIFY2(allocations.count() == 0, where.constData());
-            QVERIFY2(answer == expected, where.constData());
+            for (const FilterFunc *predicate :
+                 {static_cast<const FilterFunc *>(&func), static_cast<const FilterFunc *>(&hash)}) {
+                const AllocationCounter allocations;
+                const bool answer = predicate->filter(record);
+                QVERIFY2(allocations.count() == 0, where.constData());
+                QVERIFY2(answer == expected,
+                         qPrintable(predicate->toString() + u", "_s + QString::fromLatin1(where)));
+            }
             ++(expected ? accepted : refused);
         }
     }
@@ -330,6 +336,7 @@ void TestKeyPredicates::fastAnswersLikeTheBytes()
 
         const KeyFilterFunc_Fast fast(&table, keys, columns);
         const KeyFilterFunc func(&table, keys, columns);
+        const KeyFilterFunc_Hash hash(&table, keys, columns);
 
         QList<Record> keyRecords;
         for (const KeyValue &key : std::as_const(keys))
@@ -345,6 +352,7 @@ void TestKeyPredicates::fastAnswersLikeTheBytes()
             // The two differ at most where a decimal has another scale, and then the bytes are stricter.
             const bool general = func.filter(record);
             differences += general != answer;
+            QVERIFY2(hash.filter(record) == general, where.constData());
             QVERIFY2(general == answer || (decimals && general), where.constData());
         }
     }

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include <filterfuncs/keyfilterfunc_hash.h>
+
+#include <filterfuncs/keyhash_p.h>
+#include <filterfuncs/keytorecord_p.h>
+
+KeyFilterFunc_Hash::KeyFilterFunc_Hash(Table *keyTable, const QList<KeyValue> &keys,
+                                       const QList<int> &keyColumns, QObject *parent)
+    : FilterFunc(parent), table(keyTable), columns(keyColumns)
+{
+    keyRecords.reserve(keys.size());
+    for (const KeyValue &key : keys)
+        keyRecords.append(keyToRecord(key));
+    if (!keyRecords.isEmpty() && !columns.isEmpty())
+        hash = std::make_unique<const KeyHash>(table, keyRecords, columns);
+}
+
+KeyFilterFunc_Hash::~KeyFilterFunc_Hash() = default;
+
+bool KeyFilterFunc_Hash::filter(const Record &record) const
+{
+    return hash ? hash->contains(record) : !keyRecords.isEmpty();
+}
+
+Record KeyFilterFunc_Hash::keyToRecord(const KeyValue &key) const
+{
+    return keyconversion::keyToRecord(table, columns, key);
+}
