@@ -13,8 +13,8 @@ struct ColumnSpec
     FieldType::Type type = FieldType::Int;
     /// Whether the column admits absent values.
     bool nullable = false;
-    /// Decimal and XDecimal: digits after the point, -64 to 63. VarChar: capacity in UTF-16 units, 1 to 32767.
-    /// Raw: its width in bytes, 1 to 65535. 0 for every other type.
+    /// Decimal and XDecimal: digits after the point, -64 to 63. VarChar: capacity in UTF-16 units, 1 to
+    /// 32767. Raw: its width in bytes, 1 to 65535. 0 for every other type.
     int length = 0;
     /// VarChar and Raw only: storage in bytes where it is to be larger than the length needs; 0 otherwise.
     qint64 size = 0;

@@ -22,18 +22,18 @@ public:
 
     Table *tableByName(const QString &name) override;
 
-    /// A new, empty table of that name. Throws Exception when there is one already, and what the constructor of
-    /// MemoryTable throws.
+    /// A new, empty table of that name. Throws Exception when there is one already, and what the constructor
+    /// of MemoryTable throws.
     MemoryTable *createTable(const QString &name, const QList<ColumnSpec> &columns);
-    /// Adds \a table, which must not be null. Throws Exception when there is one of that name already; \a table is
-    /// deleted then.
+    /// Adds \a table, which must not be null. Throws Exception when there is one of that name already; \a
+    /// table is deleted then.
     MemoryTable *addTable(std::unique_ptr<MemoryTable> table);
     /// The table of that name. Throws Exception when there is none.
     MemoryTable *table(const QString &name) const;
     /// The names of all tables, in the order in which they were added.
     QStringList tableNames() const;
-    /// Deletes the table of that name. Throws Exception when there is none. No handle, filter, predicate or model
-    /// may refer to it any more.
+    /// Deletes the table of that name. Throws Exception when there is none. No handle, filter, predicate or
+    /// model may refer to it any more.
     void dropTable(const QString &name);
     /// Deletes all tables.
     void clear();

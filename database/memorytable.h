@@ -14,24 +14,24 @@
 
 /// A table of rows in memory.
 ///
-/// **Rows.** Each row is one block: a 32-bit atomic count of its handles, the pointer to the table, and 16 bytes in the
-/// data area. The columns lie there in index order, each at the next multiple of 8; the presence bits of the nullable
-/// columns follow. Every byte that no value uses is zero from creation on and stays zero with every write, the tail of
-/// a VarChar behind its text included, so that equal rows are equal bytes (but for String columns, and decimals of
-/// different scales). Rows of a table stand in slabs and never move.
+/// **Rows.** Each row is one block: a 32-bit atomic count of its handles, the pointer to the table, and 16
+/// bytes in the data area. The columns lie there in index order, each at the next multiple of 8; the presence
+/// bits of the nullable columns follow. Every byte that no value uses is zero from creation on and stays zero
+/// with every write, the tail of a VarChar behind its text included, so that equal rows are equal bytes (but
+/// for String columns, and decimals of different scales). Rows of a table stand in slabs and never move.
 ///
-/// **Errors.** Every operation that can fail throws Exception with the table, the column and the row in the message,
-/// and has changed nothing then.
+/// **Errors.** Every operation that can fail throws Exception with the table, the column and the row in the
+/// message, and has changed nothing then.
 ///
-/// **Threads.** Changing operations lock the table while they work (see Table::lock()). Rows may be read from several
-/// threads as long as none changes the table.
+/// **Threads.** Changing operations lock the table while they work (see Table::lock()). Rows may be read from
+/// several threads as long as none changes the table.
 ///
 /// Rows that left the table live on while Record handles refer to them; the table must outlive those handles.
 class DATABASE_EXPORT MemoryTable final : public Table
 {
 public:
-    /// An empty table. Throws Exception for an empty name, no columns, an empty or repeated column name, an unknown
-    /// type, and a length or size that the type does not admit.
+    /// An empty table. Throws Exception for an empty name, no columns, an empty or repeated column name, an
+    /// unknown type, and a length or size that the type does not admit.
     MemoryTable(const QString &name, const QList<ColumnSpec> &columns);
     ~MemoryTable();
 
@@ -52,8 +52,8 @@ public:
     void append(const QList<QList<CellValue>> &rows);
     /// Inserts all of \a rows before the row at \a index (at the end for index rowCount()), or none.
     void insert(qint64 index, const QList<QList<CellValue>> &rows);
-    /// Makes \a row, a row of this table that is not in it, its last row: one made by Record(const Table *) and
-    /// filled through its fields, or one that was removed.
+    /// Makes \a row, a row of this table that is not in it, its last row: one made by Record(const Table *)
+    /// and filled through its fields, or one that was removed. Takes time proportional to the number of rows.
     void append(const Record &row);
 
     /// Changes one value of \a row, which must be a row of this table.
@@ -74,4 +74,7 @@ public:
     qint64 rowBlockSize() const;
     /// What the rows and the index take in memory, in bytes; texts of String columns do not count.
     qint64 memoryUsage() const;
+
+private:
+    void requireOwn(const Record &row) const;
 };

@@ -119,8 +119,8 @@ inline int Field::compare(const Field &other) const
 
 inline int Field::compareOther(const Field &other) const
 {
-    const bool texts = (def->type == FieldType::VarChar && other.def->type == FieldType::String)
-        || (def->type == FieldType::String && other.def->type == FieldType::VarChar);
+    const bool texts = (def->type == FieldType::VarChar && other.def->type == FieldType::String) ||
+                       (def->type == FieldType::String && other.def->type == FieldType::VarChar);
     if (texts)
         return QString::compare(toString(), other.toString(), Qt::CaseSensitive);
     return def->type - other.def->type;

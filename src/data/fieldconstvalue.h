@@ -9,8 +9,8 @@
 /// A present constant, made from a character (a String of that one character) or from an integer (an Int).
 ///
 /// Its type is its own and not that of a column: Field::compare() orders different types by code, so an Int
-/// constant is never equal to an Int64 value of the same number. A filter over an Int64 column that was filled
-/// with constants holds other keys than the same filter restored from its text.
+/// constant is never equal to an Int64 value of the same number. A filter over an Int64 column that was
+/// filled with constants holds other keys than the same filter restored from its text.
 class DATABASE_EXPORT FieldConstValue : public FieldValue
 {
 public:
@@ -19,8 +19,8 @@ public:
     ~FieldConstValue() override = default;
 };
 
-/// The fifteen character constants, made when a library that includes this header is loaded and destroyed when
-/// it is unloaded, in this order. They belong to database libraries and hosts; libsito never reads them.
+/// The fifteen character constants, made when a library that includes this header is loaded and destroyed
+/// when it is unloaded, in this order. They belong to database libraries and hosts; libsito never reads them.
 inline const FieldConstValue fieldCharacters[15] = {
     FieldConstValue(QChar(u'D')), FieldConstValue(QChar(u'A')), FieldConstValue(QChar(u'I')),
     FieldConstValue(QChar(u'H')), FieldConstValue(QChar(u'T')), FieldConstValue(QChar(u'O')),

@@ -33,9 +33,11 @@ public:
 
     /// The text form of the value:
     /// - numbers: plain digits, a Double in its shortest form that reads back the same ("-0", "nan", "inf");
-    /// - texts: themselves; a text that begins with U+2400 gets one more U+2400 in front; a VarChar text longer
+    /// - texts: themselves; a text that begins with U+2400 gets one more U+2400 in front; a VarChar text
+    /// longer
     ///   than the column is cut when it is read;
-    /// - DateTime: the UTC reading as "yyyy.MM.dd HH:mm:ss.zzz" (in every time zone), empty for 0, and "@" with
+    /// - DateTime: the UTC reading as "yyyy.MM.dd HH:mm:ss.zzz" (in every time zone), empty for 0, and "@"
+    /// with
     ///   the milliseconds for years outside 1 to 9999;
     /// - Raw and Block: the bytes in hexadecimal.
     ///

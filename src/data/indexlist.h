@@ -75,9 +75,10 @@ public:
 
 /// The master index of a table: every row once, in index order.
 ///
-/// The rows stand in pages. The first page slot is never visited; the database library sees to it that there are
-/// at least two slots and that, when there are rows at all, neither the second slot nor the last is empty and no
-/// slot behind the second is null. Reading it while another thread changes the table needs the table's lock.
+/// The rows stand in pages. The first page slot is never visited; the database library sees to it that there
+/// are at least two slots and that, when there are rows at all, neither the second slot nor the last is empty
+/// and no slot behind the second is null. Reading it while another thread changes the table needs the table's
+/// lock.
 class IndexList : public TableIndex, public RowRange
 {
 public:

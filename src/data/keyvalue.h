@@ -11,8 +11,8 @@ class KeyValue : public QList<FieldValue>
 public:
     using QList<FieldValue>::QList;
 
-    /// Whether this key sorts before \a other: lexicographic order by Field::compare() over the fields of this
-    /// key. Two keys are equal when neither sorts before the other.
+    /// Whether this key sorts before \a other: lexicographic order by Field::compare() over the fields of
+    /// this key. Two keys are equal when neither sorts before the other.
     ///
     /// \a other must have at least as many fields as this key. Keys of one column list are strictly ordered
     /// unless one of them holds a NaN, which equals every double.

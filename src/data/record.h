@@ -19,21 +19,21 @@ struct RowHeader
 static_assert(sizeof(RowHeader) == 16, "a row's data area begins 16 bytes into its block");
 static_assert(offsetof(RowHeader, table) == 8);
 
-/// A shared handle on one row. The row lives as long as a handle refers to it or its table keeps it; whoever lets
-/// go last gives it back through Table::freeRow(). Counts are atomic: different handles on one row may be used in
-/// different threads, one handle may not. The table must outlive all handles on its rows.
+/// A shared handle on one row. The row lives as long as a handle refers to it or its table keeps it; whoever
+/// lets go last gives it back through Table::freeRow(). Counts are atomic: different handles on one row may
+/// be used in different threads, one handle may not. The table must outlive all handles on its rows.
 class DATABASE_EXPORT Record
 {
 public:
     /// A handle on no row.
     Record() noexcept = default;
-    /// A new row of \a table, known to this handle alone: every column absent, or its type's zero where it admits
-    /// no absent values.
+    /// A new row of \a table, known to this handle alone: every column absent, or its type's zero where it
+    /// admits no absent values.
     explicit Record(const Table *table);
     /// A further handle on \a row, which is a row block of some table or null.
     explicit Record(unsigned char *row) noexcept : m_row(row) { retain(); }
     Record(const Record &other) noexcept : m_row(other.m_row) { retain(); }
-    Record(Record &&other) noexcept : m_row(std::exchange(other.m_row, nullptr)) { }
+    Record(Record &&other) noexcept : m_row(std::exchange(other.m_row, nullptr)) {}
     Record &operator=(const Record &other) noexcept
     {
         Record copy(other);

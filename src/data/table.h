@@ -9,6 +9,7 @@
 #include <memory>
 
 class IndexList;
+class Record;
 class TablePrivate;
 
 /// A table of the database library: columns, rows, a master index over the rows, and a lock. Owned by the
@@ -32,8 +33,8 @@ public:
     /// The index over all rows; valid as long as the table.
     IndexList *masterIndex() const;
 
-    /// Locks the table's content against other threads; the same thread may lock it again and must unlock it as
-    /// often. Bracket with it whatever looks up columns and walks the index while others may write.
+    /// Locks the table's content against other threads; the same thread may lock it again and must unlock it
+    /// as often. Bracket with it whatever looks up columns and walks the index while others may write.
     void lock() const;
     void unlock() const;
 
@@ -45,4 +46,7 @@ protected:
     ~Table();
 
     const std::unique_ptr<TablePrivate> d;
+
+private:
+    friend class Record; // makes new rows
 };

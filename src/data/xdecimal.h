@@ -9,8 +9,8 @@
 #include <array>
 #include <optional>
 
-/// An exact decimal number of at least 36 significant digits in 16 bytes: an unscaled value between -2^120 and
-/// 2^120 - 1 and a scale of -64 to 63 digits after the point. The number is unscaled / 10^scale.
+/// An exact decimal number of at least 36 significant digits in 16 bytes: an unscaled value between -2^120
+/// and 2^120 - 1 and a scale of -64 to 63 digits after the point. The number is unscaled / 10^scale.
 ///
 /// Text forms, rounding and errors are those of decimal, with "XDecimal" in the messages. The 16 bytes are
 /// copied into rows as they are. A plain value: copies are independent and may be used from any thread.
@@ -22,10 +22,11 @@ public:
 
     /// Zero with scale 0.
     constexpr xdecimal() = default;
-    /// The number value / 10^scale. Throws Exception "XDecimal overflow: '%1'" when the scale is out of range.
+    /// The number value / 10^scale. Throws Exception "XDecimal overflow: '%1'" when the scale is out of
+    /// range.
     xdecimal(long long value, short scale);
-    /// Reads \a text by the rules of decimal. Throws Exception "Can't convert from '%1' to XDecimal" for a text
-    /// that is no number, and "XDecimal overflow: '%1'" for a number that cannot be held exactly.
+    /// Reads \a text by the rules of decimal. Throws Exception "Can't convert from '%1' to XDecimal" for a
+    /// text that is no number, and "XDecimal overflow: '%1'" for a number that cannot be held exactly.
     explicit xdecimal(const QStringView &text);
 
     /// What the constructor from text reads, or nothing where that would throw.

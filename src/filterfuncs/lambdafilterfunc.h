@@ -6,8 +6,8 @@
 #include <functional>
 #include <utility>
 
-/// The predicate whose answer comes from a callable of the host's. The predicate owns the callable and what it holds;
-/// asking it from several threads needs a callable that allows that.
+/// The predicate whose answer comes from a callable of the host's. The predicate owns the callable and what
+/// it holds; asking it from several threads needs a callable that allows that.
 class SITO_EXPORT LambdaFilterFunc : public FilterFunc
 {
     Q_OBJECT
@@ -17,8 +17,8 @@ public:
     {
     }
 
-    /// The answer of the callable; what it throws passes through. Throws std::bad_function_call when there is no
-    /// callable.
+    /// The answer of the callable; what it throws passes through. Throws std::bad_function_call when there is
+    /// no callable.
     bool filter(const Record &record) const override { return m_function(record); }
 
 private:
