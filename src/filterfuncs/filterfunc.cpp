@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <filterfuncs/filterfunc.h>
 
-FilterFunc::FilterFunc(QObject *parent) : QObject(parent) { }
+FilterFunc::FilterFunc(QObject *parent) : QObject(parent) {}
 
 QString FilterFunc::toString() const
 {
