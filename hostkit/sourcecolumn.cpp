@@ -31,7 +31,6 @@ constexpr double maxExactWhole = 9007199254740992.0;
 /// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their double.
 constexpr double maxShortest = 1e15;
 constexpr int maxExactPower = 22;
-constexpr qsizetype maxRememberedDates = 10000;
 
 enum class Kind { Int, Int64, Double, Decimal, Text, DateTime, Bytes };
 
@@ -407,17 +406,9 @@ CellProblem SourceColumn::readDateTime(const QVariant &value, CellValue &cell)
     switch (value.typeId()) {
     case QMetaType::QString: {
         const auto &text = *static_cast<const QString *>(value.constData());
-        const auto known = m_dates.constFind(text);
-        if (known != m_dates.constEnd()) {
-            cell = datetime(*known);
-            return CellProblem::None;
-        }
         milliseconds = datetime(text).milliseconds();
         if (milliseconds == 0 && !text.isEmpty())
             return isEpoch(text) ? CellProblem::EpochDate : CellProblem::Date;
-        if (m_dates.size() >= maxRememberedDates)
-            m_dates.clear();
-        m_dates.insert(text, milliseconds);
         cell = datetime(milliseconds);
         return CellProblem::None;
     }

@@ -4,7 +4,6 @@
 #include <database/cellvalue.h>
 #include <database/columnspec.h>
 
-#include <QHash>
 #include <QString>
 #include <QStringView>
 #include <QVariant>
@@ -76,6 +75,4 @@ private:
     qint64 m_power = 0;
     qint64 m_bound = 0;
     Reader m_reader = nullptr;
-    /// Texts of dates that were read: tables hold the same few over and over.
-    QHash<QString, qint64> m_dates;
 };

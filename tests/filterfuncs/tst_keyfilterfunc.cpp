@@ -1,0 +1,437 @@
+// SPDX-License-Identifier: MIT
+#include <filterfuncs/keyfilterfunc.h>
+
+#include <database/memorytable.h>
+
+#include <support/allocationcounter.h>
+#include <support/exceptions.h>
+#include <support/objectlayout.h>
+
+#include <QPointer>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <cmath>
+#include <memory>
+#include <type_traits>
+
+using namespace Qt::StringLiterals;
+
+static_assert(std::is_base_of_v<FilterFunc, KeyFilterFunc>);
+static_assert(
+    std::is_constructible_v<KeyFilterFunc, Table *, const QList<KeyValue> &, const QList<int> &, QObject *>);
+static_assert(
+    std::is_same_v<decltype(&KeyFilterFunc::keyToRecord), Record (KeyFilterFunc::*)(const KeyValue &) const>);
+static_assert(!std::is_copy_constructible_v<KeyFilterFunc>);
+
+namespace {
+
+/// The key that \a record has in \a columns.
+KeyValue keyOf(const Record &record, const QList<int> &columns)
+{
+    KeyValue key;
+    for (const int column : columns)
+        key.append(FieldValue(record.field(column)));
+    return key;
+}
+
+CellValue text(const char16_t *characters)
+{
+    return QString::fromUtf16(characters);
+}
+
+using enum FieldType::Type;
+
+} // namespace
+
+class TestKeyFilterFunc : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+
+    void keepsItsLayout();
+    void addsNothingToTheMetaObject();
+    void isNamedByItsClass();
+    void belongsToItsParent();
+    void rejectsEverythingWithoutKeys();
+    void acceptsEverythingWithKeysButNoColumns();
+    void acceptsRecordsThatEqualOneOfTheKeys();
+    void looksAtTheKeyColumnsOnly();
+    void matchesAbsentWithAbsentAlone();
+    void matchesANanWithEveryDouble();
+    void matchesDecimalsByTheirNumber();
+    void matchesNeverOrderedValuesByTheirPresence();
+    void matchesVarCharWithString();
+    void doesNotMatchOtherTypes();
+    void keepsDuplicatesAndTheOrderOfTheKeys();
+    void isACopy();
+    void givesItsRowsBack();
+    void isNotMadeOfKeysThatCannotBeConverted();
+    void allocatesNothingInFilter();
+};
+
+void TestKeyFilterFunc::keepsItsLayout()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
+    const Record row = table.append({qint32(1), qint32(2)});
+    const QList<int> columns{1, 0};
+
+    const KeyFilterFunc func(&table, {keyOf(row, columns), keyOf(row, columns)}, columns);
+
+    // Behind the members of QObject: the table, a list of rows, the list of columns (each list is an
+    // allocation, a pointer to its first element and a size).
+    const size_t base = sizeof(QObject);
+    QCOMPARE(memberAt<Table *>(func, base), &table);
+    QCOMPARE(memberAt<qsizetype>(func, base + 24), 2);
+    const auto *rows = memberAt<const Record *>(func, base + 16);
+    QCOMPARE(rows[0].field(0).value<qint32>(), 1);
+    QCOMPARE(rows[1].field(1).value<qint32>(), 2);
+    QCOMPARE(memberAt<const int *>(func, base + 40), columns.constData());
+    QCOMPARE(memberAt<qsizetype>(func, base + 48), 2);
+    QCOMPARE(virtualSlot(&KeyFilterFunc::filter), virtualSlot(&FilterFunc::filter));
+    QCOMPARE(virtualSlot(&KeyFilterFunc::keyToRecord), -1);
+}
+
+void TestKeyFilterFunc::addsNothingToTheMetaObject()
+{
+    const QMetaObject &meta = KeyFilterFunc::staticMetaObject;
+    QCOMPARE(meta.superClass(), &FilterFunc::staticMetaObject);
+    QCOMPARE(meta.methodCount(), FilterFunc::staticMetaObject.methodCount());
+    QCOMPARE(meta.propertyCount(), FilterFunc::staticMetaObject.propertyCount());
+}
+
+void TestKeyFilterFunc::isNamedByItsClass()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
+    const std::unique_ptr<FilterFunc> func =
+        std::make_unique<KeyFilterFunc>(&table, QList<KeyValue>(), QList<int>{0});
+
+    QCOMPARE(func->toString(), u"KeyFilterFunc"_s);
+}
+
+void TestKeyFilterFunc::belongsToItsParent()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
+    auto parent = std::make_unique<QObject>();
+    const QPointer<FilterFunc> func = new KeyFilterFunc(&table, {}, {0}, parent.get());
+    QCOMPARE(func->parent(), parent.get());
+
+    parent.reset();
+
+    QVERIFY(func.isNull());
+}
+
+void TestKeyFilterFunc::rejectsEverythingWithoutKeys()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}});
+    const Record row = table.append({qint32(0)});
+    const Record none = table.append({CellValue()});
+
+    for (const QList<int> &columns : {QList<int>{0}, QList<int>{}}) {
+        const KeyFilterFunc func(&table, {}, columns);
+        QVERIFY(!func.filter(row));
+        QVERIFY(!func.filter(none));
+    }
+}
+
+void TestKeyFilterFunc::acceptsEverythingWithKeysButNoColumns()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}});
+    const Record row = table.append({qint32(0)});
+    const Record none = table.append({CellValue()});
+    const KeyFilterFunc empty(&table, {KeyValue()}, {});
+    const KeyFilterFunc longer(&table, {keyOf(row, {0}), keyOf(row, {0})}, {});
+
+    for (const KeyFilterFunc *func : {&empty, &longer}) {
+        QVERIFY(func->filter(row));
+        QVERIFY(func->filter(none));
+    }
+}
+
+void TestKeyFilterFunc::acceptsRecordsThatEqualOneOfTheKeys()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, String}});
+    const Record one = table.append({qint32(1), text(u"a")});
+    const Record two = table.append({qint32(2), text(u"b")});
+    const Record three = table.append({qint32(3), text(u"c")});
+    const Record mixed = table.append({qint32(1), text(u"b")});
+    const Record upper = table.append({qint32(1), text(u"A")});
+    const Record twoAgain = table.append({qint32(2), text(u"b")});
+    const KeyFilterFunc func(&table, {keyOf(one, {0, 1}), keyOf(two, {0, 1}), keyOf(three, {0, 1})}, {0, 1});
+
+    QVERIFY(func.filter(one));
+    QVERIFY(func.filter(two));
+    QVERIFY(func.filter(twoAgain));
+    QVERIFY(func.filter(three));
+    QVERIFY(!func.filter(mixed));
+    QVERIFY(!func.filter(upper));
+}
+
+void TestKeyFilterFunc::looksAtTheKeyColumnsOnly()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}, {u"c"_s, Int}});
+    const Record row = table.append({qint32(1), qint32(2), qint32(3)});
+    const Record other = table.append({qint32(9), qint32(2), qint32(3)});
+    const Record swapped = table.append({qint32(1), qint32(3), qint32(2)});
+    const KeyFilterFunc func(&table, {keyOf(row, {2, 1})}, {2, 1});
+
+    QVERIFY(func.filter(row));
+    QVERIFY(func.filter(other));
+    QVERIFY(!func.filter(swapped));
+}
+
+void TestKeyFilterFunc::matchesAbsentWithAbsentAlone()
+{
+    const CellValue present[] = {
+        qint32(0), qint64(0),   0.0,       decimal(),           xdecimal(),
+        text(u""), datetime(0), text(u""), QByteArray(4, '\0'), QByteArray(FieldType::blockSize, '\0')};
+    const ColumnSpec specs[] = {{u"c"_s, Int, true},      {u"c"_s, Int64, true},
+                                {u"c"_s, Double, true},   {u"c"_s, Decimal, true},
+                                {u"c"_s, XDecimal, true}, {u"c"_s, VarChar, true, 5},
+                                {u"c"_s, DateTime, true}, {u"c"_s, String, true},
+                                {u"c"_s, Raw, true, 4},   {u"c"_s, Block, true}};
+    for (size_t i = 0; i < std::size(specs); ++i) {
+        MemoryTable table(u"t"_s, {specs[i]});
+        const Record some = table.append({present[i]});
+        const Record none = table.append({CellValue()});
+        const KeyFilterFunc absentKey(&table, {keyOf(none, {0})}, {0});
+        const KeyFilterFunc presentKey(&table, {keyOf(some, {0})}, {0});
+        const KeyFilterFunc both(&table, {keyOf(none, {0}), keyOf(some, {0})}, {0});
+
+        QVERIFY(absentKey.filter(none));
+        QVERIFY(!absentKey.filter(some));
+        QVERIFY(!presentKey.filter(none));
+        QVERIFY(presentKey.filter(some));
+        QVERIFY(both.filter(none));
+        QVERIFY(both.filter(some));
+    }
+}
+
+void TestKeyFilterFunc::matchesANanWithEveryDouble()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Double, true}, {u"b"_s, Int}});
+    const Record nan = table.append({std::nan(""), qint32(1)});
+    const Record five = table.append({5.0, qint32(1)});
+    const Record minus = table.append({-0.0, qint32(1)});
+    const Record plus = table.append({0.0, qint32(1)});
+    const Record infinite = table.append({HUGE_VAL, qint32(1)});
+    const Record none = table.append({CellValue(), qint32(1)});
+    const Record nanTwo = table.append({std::nan(""), qint32(2)});
+    const KeyFilterFunc isNan(&table, {keyOf(nan, {0, 1})}, {0, 1});
+    const KeyFilterFunc isFive(&table, {keyOf(five, {0, 1})}, {0, 1});
+    const KeyFilterFunc isZero(&table, {keyOf(plus, {0, 1})}, {0, 1});
+    const KeyFilterFunc isInfinite(&table, {keyOf(infinite, {0, 1})}, {0, 1});
+
+    for (const Record *row : {&nan, &five, &minus, &plus, &infinite})
+        QVERIFY(isNan.filter(*row));
+    for (const KeyFilterFunc *func : {&isNan, &isFive, &isZero, &isInfinite}) {
+        QVERIFY(func->filter(nan));
+        QVERIFY(!func->filter(none));
+        QVERIFY(!func->filter(nanTwo));
+    }
+    QVERIFY(!isFive.filter(plus));
+    QVERIFY(isZero.filter(minus));
+    QVERIFY(isInfinite.filter(infinite));
+    QVERIFY(!isInfinite.filter(five));
+}
+
+void TestKeyFilterFunc::matchesDecimalsByTheirNumber()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Decimal, false, 2}, {u"b"_s, XDecimal, false, 2}});
+    const Record row = table.append({decimal::fromUnscaled(150, 2), xdecimal(150, 2)});
+    const Record shorter = table.append({decimal::fromUnscaled(15, 1), xdecimal(15, 1)});
+    const Record longer = table.append({decimal::fromUnscaled(15000, 4), xdecimal(1500000, 6)});
+    const Record other = table.append({decimal::fromUnscaled(151, 2), xdecimal(150, 2)});
+    const Record negative = table.append({decimal::fromUnscaled(-150, 2), xdecimal(150, 2)});
+    const Record tenfold = table.append({decimal::fromUnscaled(150, 1), xdecimal(150, 1)});
+
+    for (const Record *key : {&row, &shorter, &longer}) {
+        const KeyFilterFunc func(&table, {keyOf(*key, {0, 1})}, {0, 1});
+        QVERIFY(func.filter(row));
+        QVERIFY(func.filter(shorter));
+        QVERIFY(func.filter(longer));
+        QVERIFY(!func.filter(other));
+        QVERIFY(!func.filter(negative));
+        QVERIFY(!func.filter(tenfold));
+    }
+}
+
+void TestKeyFilterFunc::matchesNeverOrderedValuesByTheirPresence()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Raw, true, 2}, {u"b"_s, Block, true}});
+    const QByteArray zeros(FieldType::blockSize, '\0');
+    const QByteArray ones(FieldType::blockSize, '\1');
+    const Record row = table.append({QByteArray("ab"), zeros});
+    const Record other = table.append({QByteArray("cd"), ones});
+    const Record none = table.append({QByteArray("cd"), CellValue()});
+    const KeyFilterFunc func(&table, {keyOf(row, {0, 1})}, {0, 1});
+
+    QVERIFY(func.filter(row));
+    QVERIFY(func.filter(other));
+    QVERIFY(!func.filter(none));
+}
+
+void TestKeyFilterFunc::matchesVarCharWithString()
+{
+    MemoryTable fixed(u"fixed"_s, {{u"a"_s, VarChar, false, 8}});
+    MemoryTable free(u"free"_s, {{u"a"_s, String}});
+    const Record fixedRow = fixed.append({text(u"слово")});
+    const Record freeRow = free.append({text(u"слово")});
+    const Record fixedOther = fixed.append({text(u"слова")});
+    const Record freeOther = free.append({text(u"словоо")});
+    const KeyFilterFunc fixedKey(&fixed, {keyOf(freeRow, {0})}, {0});
+    const KeyFilterFunc freeKey(&free, {keyOf(fixedRow, {0})}, {0});
+
+    for (const KeyFilterFunc *func : {&fixedKey, &freeKey}) {
+        QVERIFY(func->filter(fixedRow));
+        QVERIFY(func->filter(freeRow));
+        QVERIFY(!func->filter(fixedOther));
+        QVERIFY(!func->filter(freeOther));
+    }
+}
+
+void TestKeyFilterFunc::doesNotMatchOtherTypes()
+{
+    MemoryTable narrow(u"narrow"_s, {{u"a"_s, Int, true}});
+    MemoryTable wide(u"wide"_s, {{u"a"_s, Int64, true}});
+    MemoryTable texts(u"texts"_s, {{u"a"_s, String, true}});
+    const Record row = narrow.append({qint32(1)});
+    const Record wideRow = wide.append({qint64(1)});
+    const Record textRow = texts.append({text(u"1")});
+    const Record none = narrow.append({CellValue()});
+    const Record wideNone = wide.append({CellValue()});
+    const KeyFilterFunc func(&narrow, {keyOf(row, {0})}, {0});
+    const KeyFilterFunc absentKey(&narrow, {keyOf(none, {0})}, {0});
+
+    QVERIFY(func.filter(row));
+    QVERIFY(!func.filter(wideRow));
+    QVERIFY(!func.filter(textRow));
+    QVERIFY(!func.filter(wideNone));
+    QVERIFY(absentKey.filter(wideNone));
+    QVERIFY(!absentKey.filter(wideRow));
+}
+
+void TestKeyFilterFunc::keepsDuplicatesAndTheOrderOfTheKeys()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
+    const Record two = table.append({qint32(2)});
+    const Record one = table.append({qint32(1)});
+    const Record three = table.append({qint32(3)});
+
+    const KeyFilterFunc func(&table, {keyOf(two, {0}), keyOf(one, {0}), keyOf(two, {0})}, {0});
+
+    const auto *rows = memberAt<const Record *>(func, sizeof(QObject) + 16);
+    QCOMPARE(memberAt<qsizetype>(func, sizeof(QObject) + 24), 3);
+    QCOMPARE(rows[0].field(0).value<qint32>(), 2);
+    QCOMPARE(rows[1].field(0).value<qint32>(), 1);
+    QCOMPARE(rows[2].field(0).value<qint32>(), 2);
+    QVERIFY(rows[0].row() != rows[2].row());
+    QVERIFY(func.filter(two));
+    QVERIFY(func.filter(one));
+    QVERIFY(!func.filter(three));
+}
+
+void TestKeyFilterFunc::isACopy()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
+    const Record one = table.append({qint32(1), qint32(5)});
+    const Record two = table.append({qint32(2), qint32(5)});
+    QList<KeyValue> keys{keyOf(one, {0})};
+    QList<int> columns{0};
+    const KeyFilterFunc func(&table, keys, columns);
+
+    keys.append(keyOf(two, {0}));
+    columns[0] = 1;
+    table.update(one, 0, qint32(3));
+
+    QVERIFY(!func.filter(two));
+    QVERIFY(!func.filter(one));
+    QVERIFY(func.filter(table.append({qint32(1), qint32(6)})));
+}
+
+void TestKeyFilterFunc::givesItsRowsBack()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, String}});
+    const Record row = table.append({text(u"x")});
+    auto func = std::make_unique<KeyFilterFunc>(&table, QList<KeyValue>(5, keyOf(row, {0})), QList<int>{0});
+    QCOMPARE(table.liveRowCount(), 6);
+    QCOMPARE(table.rowCount(), 1);
+
+    func.reset();
+
+    QCOMPARE(table.liveRowCount(), 1);
+}
+
+void TestKeyFilterFunc::isNotMadeOfKeysThatCannotBeConverted()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
+    MemoryTable texts(u"texts"_s, {{u"a"_s, String}});
+    const Record good = texts.append({text(u"12")});
+    const Record bad = texts.append({text(u"12x")});
+    QObject parent;
+
+    const QString message = messageOf([&] {
+        new KeyFilterFunc(&table, {keyOf(good, {0}), keyOf(bad, {0}), keyOf(good, {0})}, {0}, &parent);
+    });
+
+    QCOMPARE(message, u"Can't convert from '12x' to Int"_s);
+    QCOMPARE(table.liveRowCount(), 0);
+    QVERIFY(parent.children().isEmpty());
+}
+
+void TestKeyFilterFunc::allocatesNothingInFilter()
+{
+    const QList<ColumnSpec> specs{{u"int"_s, Int, true},       {u"int64"_s, Int64},
+                                  {u"double"_s, Double},       {u"decimal"_s, Decimal},
+                                  {u"xdecimal"_s, XDecimal},   {u"text"_s, VarChar, true, 40},
+                                  {u"date"_s, DateTime, true}, {u"string"_s, String, true},
+                                  {u"raw"_s, Raw, false, 3},   {u"block"_s, Block}};
+    QList<ColumnSpec> swapped = specs;
+    std::swap(swapped[5].type, swapped[7].type);
+    std::swap(swapped[5].length, swapped[7].length);
+    MemoryTable table(u"t"_s, specs);
+    MemoryTable other(u"other"_s, swapped);
+    const auto values = [](int i) {
+        return QList<CellValue>{i % 3 ? CellValue(qint32(i)) : CellValue(),
+                                qint64(i),
+                                i % 4 ? double(i) : std::nan(""),
+                                decimal::fromUnscaled(i * 10, short(i % 3)),
+                                xdecimal(i * 10, short(i % 3)),
+                                u"a longer text, which no small storage holds"_s.left(30) +
+                                    QString::number(i),
+                                datetime(i),
+                                u"another text that is rather long "_s + QString::number(i),
+                                QByteArray(3, char(i)),
+                                QByteArray(FieldType::blockSize, char(i))};
+    };
+    QList<Record> rows;
+    for (int i = 0; i < 60; ++i) {
+        rows.append(table.append(values(i)));
+        rows.append(other.append(values(i)));
+    }
+    // Each column alone, then all of them; few keys and many.
+    QList<QList<int>> columnLists;
+    for (int column = 0; column < specs.size(); ++column)
+        columnLists.append(QList<int>{column});
+    columnLists.append(QList<int>{5, 7, 4, 3, 2, 1, 0, 6, 8, 9});
+    for (const QList<int> &columns : columnLists) {
+        for (const int count : {1, 5, 50}) {
+            QList<KeyValue> keys;
+            for (int i = 0; i < count; ++i)
+                keys.append(keyOf(rows[2 * i], columns));
+            const KeyFilterFunc func(&table, keys, columns);
+
+            const AllocationCounter allocations;
+            int accepted = 0;
+            for (const Record &row : std::as_const(rows))
+                accepted += func.filter(row);
+
+            QCOMPARE(allocations.count(), 0);
+            QVERIFY(accepted >= 2 * count);
+        }
+    }
+}
+
+QTEST_APPLESS_MAIN(TestKeyFilterFunc)
+#include "tst_keyfilterfunc.moc"
