@@ -128,6 +128,55 @@ std::optional<double> floatingPoint(const QVariant &value)
     }
 }
 
+/// A decimal number as it was written: digits / 10^scale. Without zeros at either end the digits are as few as can be;
+/// there are none for zero.
+struct DecimalText
+{
+    bool negative = false;
+    QString digits;
+    qint64 scale = 0;
+
+    static std::optional<DecimalText> read(QStringView text);
+};
+
+std::optional<DecimalText> DecimalText::read(QStringView text)
+{
+    DecimalText number;
+    qsizetype i = 0;
+    const auto isDigit = [&text, &i] { return i < text.size() && text[i] >= u'0' && text[i] <= u'9'; };
+    if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
+        number.negative = text[i++] == u'-';
+    bool hasDigit = false;
+    bool hasPoint = false;
+    for (; isDigit() || (i < text.size() && text[i] == u'.' && !hasPoint); ++i) {
+        if (text[i] == u'.') {
+            hasPoint = true;
+            continue;
+        }
+        hasDigit = true;
+        if (hasPoint)
+            ++number.scale;
+        if (text[i] != u'0' || !number.digits.isEmpty())
+            number.digits += text[i];
+    }
+    if (!hasDigit)
+        return std::nullopt;
+    if (i < text.size()) {
+        if (text[i] != u'e' && text[i] != u'E')
+            return std::nullopt;
+        const QStringView exponent = text.sliced(i + 1);
+        bool ok = false;
+        number.scale -= exponent.toInt(&ok);
+        if (!ok || exponent.front().isSpace() || exponent.back().isSpace())
+            return std::nullopt;
+    }
+    while (number.digits.endsWith(u'0')) {
+        number.digits.chop(1);
+        --number.scale;
+    }
+    return number;
+}
+
 /// Whether \a text is the one instant that datetime cannot tell from no date.
 bool isEpoch(const QString &text)
 {
@@ -141,18 +190,18 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
                                                            bool nullable)
 {
     static const QRegularExpression pattern(
-        uR"(^([A-Z][A-Z0-9_ ]*?) ?(?:\( ?(\d{1,9})(?: CHAR| BYTE)? ?(?:, ?([+-]?\d{1,9}) ?)?\))? ?([A-Z][A-Z ]*)?$)"_s);
+        uR"(^([A-Z][A-Z0-9_ ]*)(?:\( ?(\d{1,9})(?: CHAR| BYTE)? ?(?:, ?([+-]?\d{1,9}) ?)?\)([A-Z ]*))?$)"_s);
     const QRegularExpressionMatch match = pattern.match(declaredType.simplified().toUpper());
     if (!match.hasMatch())
         return std::nullopt;
-    QStringList words = match.captured(1).split(u' ') + match.captured(4).split(u' ', Qt::SkipEmptyParts);
+    QStringList words = match.captured(1).split(u' ', Qt::SkipEmptyParts) + match.captured(4).split(u' ', Qt::SkipEmptyParts);
     if (words.size() > 2 && words.last() == "ALWAYS"_L1 && words.at(words.size() - 2) == "GENERATED"_L1)
         words.resize(words.size() - 2);
     const bool isUnsigned = words.removeAll(u"UNSIGNED"_s) > 0;
     const auto kind = kindOf(words.join(u' '));
     if (!kind)
         return std::nullopt;
-    const bool hasLength = match.hasCaptured(2) && !match.captured(2).isEmpty();
+    const bool hasLength = !match.captured(2).isEmpty();
     const int length = match.captured(2).toInt();
     const int scale = match.captured(3).toInt();
 
@@ -171,7 +220,7 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
     case Kind::Decimal:
         digits = hasLength ? length : xdecimalDigits;
         spec.length = hasLength ? scale : openScale;
-        spec.type = digits > decimalDigits ? FieldType::XDecimal : FieldType::Decimal;
+        spec.type = FieldType::Decimal;
         if (spec.length < decimal::minScale || spec.length > decimal::maxScale || digits < 1)
             return std::nullopt;
         break;
@@ -197,7 +246,7 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
     return SourceColumn(spec, digits);
 }
 
-SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec), m_digits(digits)
+SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec)
 {
     switch (spec.type) {
     case FieldType::Int:
@@ -211,8 +260,7 @@ SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec), m
         break;
     case FieldType::Decimal:
     case FieldType::XDecimal:
-        m_power = powerOfTen(spec.length);
-        m_bound = powerOfTen(std::min(digits, 18));
+        setDigits(digits);
         m_reader = &SourceColumn::readDecimal;
         break;
     case FieldType::VarChar:
@@ -348,41 +396,52 @@ CellProblem SourceColumn::readDecimal(const QVariant &value, CellValue &cell)
     return readDecimalText(QString::number(number), cell);
 }
 
-CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell) const
+CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
 {
-    static const QRegularExpression pattern(uR"(^([+-]?)(?=\.?\d)0*(\d*)(?:\.(\d*))?(?:[eE]([+-]?\d{1,6}))?$)"_s);
-    const QRegularExpressionMatch match = pattern.match(text.trimmed());
-    if (!match.hasMatch())
+    const auto number = DecimalText::read(text.trimmed());
+    if (!number)
         return CellProblem::WrongKind;
-
-    // The number is digits / 10^scale; without zeros at either end its digits are as few as can be.
-    QString digits = match.captured(2) + match.captured(3);
-    qint64 scale = match.captured(3).size() - match.captured(4).toInt();
-    while (digits.startsWith(u'0'))
-        digits.remove(0, 1);
-    while (digits.endsWith(u'0')) {
-        digits.chop(1);
-        --scale;
-    }
-    if (digits.isEmpty())
+    if (number->digits.isEmpty())
         return storeUnscaled(0, cell);
-    if (scale > m_spec.length || digits.size() + (m_spec.length - scale) > m_digits)
+    m_neededScale = number->scale;
+    m_neededWhole = number->digits.size() - number->scale;
+    if (m_neededScale > m_spec.length || m_neededWhole > m_digits - m_spec.length)
         return CellProblem::Digits;
-    digits += QString(m_spec.length - scale, u'0');
 
-    const QString exact = u"%1%2e%3"_s.arg(match.capturedView(1), digits, QString::number(-m_spec.length));
+    // Written with exactly the column's digits after the point, the number is read with the column's scale.
+    const QString exact = (number->negative ? u"-"_s : QString()) + number->digits
+        + QString(m_spec.length - number->scale, u'0') + u'e' + QString::number(-m_spec.length);
     if (m_spec.type == FieldType::Decimal) {
-        const auto number = decimal::fromString(exact);
-        if (!number)
+        const auto held = decimal::fromString(exact);
+        if (!held)
             return CellProblem::Digits;
-        cell = *number;
+        cell = *held;
     } else {
-        const auto number = xdecimal::fromString(exact);
-        if (!number)
+        const auto held = xdecimal::fromString(exact);
+        if (!held)
             return CellProblem::Digits;
-        cell = *number;
+        cell = *held;
     }
     return CellProblem::None;
+}
+
+bool SourceColumn::widen()
+{
+    const qint64 scale = std::max<qint64>(m_neededScale, m_spec.length);
+    const qint64 whole = std::max<qint64>(m_neededWhole, m_digits - m_spec.length);
+    if (scale > decimal::maxScale || whole + scale > xdecimalDigits)
+        return false;
+    m_spec.length = int(scale);
+    setDigits(int(whole + scale));
+    return true;
+}
+
+void SourceColumn::setDigits(int digits)
+{
+    m_digits = digits;
+    m_spec.type = digits > decimalDigits ? FieldType::XDecimal : FieldType::Decimal;
+    m_power = powerOfTen(m_spec.length);
+    m_bound = powerOfTen(std::min(digits, 18));
 }
 
 CellProblem SourceColumn::readText(const QVariant &value, CellValue &cell)

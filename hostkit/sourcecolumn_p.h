@@ -50,6 +50,10 @@ public:
         return (this->*m_reader)(value, cell);
     }
 
+    /// Gives a decimal column the digits that the value needs which was just refused with CellProblem::Digits, on
+    /// either side of the point. False, and nothing changed, when no type holds so many.
+    bool widen();
+
 private:
     using Reader = CellProblem (SourceColumn::*)(const QVariant &, CellValue &);
 
@@ -64,7 +68,8 @@ private:
     CellProblem readBytes(const QVariant &value, CellValue &cell);
 
     CellProblem storeUnscaled(qint64 unscaled, CellValue &cell) const;
-    CellProblem readDecimalText(QStringView text, CellValue &cell) const;
+    CellProblem readDecimalText(QStringView text, CellValue &cell);
+    void setDigits(int digits);
     CellProblem readWholeNumber(const QVariant &value, qint64 &number) const;
 
     ColumnSpec m_spec;
@@ -74,5 +79,8 @@ private:
     /// for the quick ways; 0 otherwise.
     qint64 m_power = 0;
     qint64 m_bound = 0;
+    /// The digits that the last decimal text needed after and before the point.
+    qint64 m_neededScale = 0;
+    qint64 m_neededWhole = 0;
     Reader m_reader = nullptr;
 };

@@ -99,11 +99,14 @@ struct TableLoader::Private
     QString quoted(const QString &name, QSqlDriver::IdentifierType type) const;
     std::vector<SourceColumn> columns(const QString &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop) const;
+    bool read(const QString &table, std::vector<SourceColumn> &columns, const std::stop_token &stop,
+              std::unique_ptr<MemoryTable> &result) const;
 
     QSqlDatabase connection;
     bool isSqlite = false;
     ProgressFunction progress;
     qint64 interval = 4096;
+    Digits digits = Digits::AsDeclared;
 };
 
 namespace {
@@ -250,6 +253,11 @@ qint64 TableLoader::rowCount(const QString &table) const
     return query.value(0).toLongLong();
 }
 
+void TableLoader::setDigits(Digits digits)
+{
+    d->digits = digits;
+}
+
 void TableLoader::setProgress(ProgressFunction progress, qint64 interval)
 {
     d->progress = std::move(progress);
@@ -301,7 +309,18 @@ Exception cellError(const QString &table, qint64 row, const SourceColumn &column
 
 std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, const std::stop_token &stop) const
 {
-    std::vector<SourceColumn> columns = this->columns(table);
+    std::vector<SourceColumn> source = columns(table);
+    std::unique_ptr<MemoryTable> result;
+    // The first reading may find that columns need more digits; it goes on to the end without keeping the rows, so
+    // that the second finds every column wide enough.
+    while (!read(table, source, stop, result)) { }
+    return result;
+}
+
+/// Reads \a table into \a result, which becomes null when the load is cancelled. False when \a columns were widened.
+bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> &columns,
+                                const std::stop_token &stop, std::unique_ptr<MemoryTable> &result) const
+{
     QList<ColumnSpec> specs;
     QStringList names;
     QStringList bytes;
@@ -310,7 +329,8 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, co
         names.append(quoted(column.spec().name, QSqlDriver::FieldName));
         bytes.append(column.isText() ? u"CAST(%1 AS BLOB)"_s.arg(names.constLast()) : names.constLast());
     }
-    auto result = std::make_unique<MemoryTable>(table, specs);
+    result = nullptr;
+    auto loaded = std::make_unique<MemoryTable>(table, specs);
 
     const QString from = u" FROM "_s + quoted(table, QSqlDriver::TableName);
     QSqlQuery query(connection);
@@ -323,19 +343,24 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, co
         fail(query.lastError());
     state.rowsTotal = query.value(0).toLongLong();
     if (stop.stop_requested() || (progress && !progress(state)))
-        return nullptr;
+        return true;
 
     if (!query.exec(u"SELECT "_s + names.join(u", "_s) + from))
         fail(query.lastError());
     EncodingCheck encoding(connection, u"SELECT "_s + bytes.join(u", "_s) + from);
     std::vector<CellValue> cells(columns.size());
     qint64 reported = 0;
+    bool isWidened = false;
     while (query.next()) {
         if (stop.stop_requested())
-            return nullptr;
+            return true;
         for (size_t i = 0; i < columns.size(); ++i) {
             const QVariant value = query.value(int(i));
             CellProblem problem = columns[i].read(value, cells[i]);
+            if (problem == CellProblem::Digits && digits == Digits::AsNeeded && columns[i].widen()) {
+                isWidened = true;
+                continue;
+            }
             if (isSqlite && problem == CellProblem::None && columns[i].isText()) {
                 const auto *text = std::get_if<QString>(&cells[i]);
                 if (text && text->contains(replacement) && !encoding.isValid(state.rowsRead, int(i), *text))
@@ -344,19 +369,23 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, co
             if (problem != CellProblem::None)
                 throw cellError(table, state.rowsRead + 1, columns[i], value, problem);
         }
-        result->append(std::span<const CellValue>(cells));
+        if (!isWidened)
+            loaded->append(std::span<const CellValue>(cells));
         ++state.rowsRead;
         if (progress && state.rowsRead - reported == interval) {
             reported = state.rowsRead;
             if (!progress(state))
-                return nullptr;
+                return true;
         }
     }
     if (query.lastError().isValid())
         fail(query.lastError());
+    if (isWidened)
+        return false;
     if (progress && (reported != state.rowsRead || state.rowsRead == 0) && !progress(state))
-        return nullptr;
-    return result;
+        return true;
+    result = std::move(loaded);
+    return true;
 }
 
 std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const std::stop_token &stop) const

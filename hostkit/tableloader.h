@@ -66,17 +66,29 @@ public:
     /// Is told how far the load has come, in the thread of the loader; false cancels the load.
     using ProgressFunction = std::function<bool(const Progress &)>;
 
+    /// What becomes of a decimal column whose values have more digits than it declares. SQLite, for one, does not hold
+    /// its columns to that.
+    enum class Digits {
+        AsDeclared, ///< the load fails
+        AsNeeded,   ///< the column gets as many digits, on either side of the point, as its values need, up to 36
+    };
+
     /// \a connection should be open; an error of the connection appears in the first operation that needs it.
     explicit TableLoader(const QSqlDatabase &connection);
     ~TableLoader();
 
     /// The names of the tables, by UTF-16 code units; without views and the database's own tables.
     QStringList tableNames() const;
-    /// The columns with which load() makes \a table, in their order in the database.
+    /// The columns of \a table as declared, in their order in the database: those with which load() makes it, but for
+    /// the digits that Digits::AsNeeded adds.
     QList<ColumnSpec> columns(const QString &table) const;
     qint64 rowCount(const QString &table) const;
 
+    /// Digits::AsDeclared until it is set.
+    void setDigits(Digits digits);
+
     /// \a progress is called for every table before its first row, after every \a interval rows and after the last row.
+    /// A table whose columns turn out to need more digits is read a second time, counted from 0 again.
     void setProgress(ProgressFunction progress, qint64 interval = 4096);
 
     /// A copy of \a table with rows in the order in which the database gives them, read in one transaction unless one
