@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <filterfuncs/keyfilterfunc.h>
 
-#include <filterfuncs/keycompare_p.h>
+#include <filterfuncs/keymatcher_p.h>
 #include <filterfuncs/keytorecord_p.h>
-
-#include <algorithm>
 
 KeyFilterFunc::KeyFilterFunc(Table *keyTable, const QList<KeyValue> &keys, const QList<int> &keyColumns,
                              QObject *parent)
@@ -13,17 +11,15 @@ KeyFilterFunc::KeyFilterFunc(Table *keyTable, const QList<KeyValue> &keys, const
     keyRecords.reserve(keys.size());
     for (const KeyValue &key : keys)
         keyRecords.append(keyToRecord(key));
+    if (!keyRecords.isEmpty() && !columns.isEmpty())
+        matcher = std::make_unique<const KeyMatcher>(table, keyRecords, columns);
 }
 
 KeyFilterFunc::~KeyFilterFunc() = default;
 
 bool KeyFilterFunc::filter(const Record &record) const
 {
-    return std::any_of(keyRecords.cbegin(), keyRecords.cend(), [&](const Record &key) {
-        return std::all_of(columns.cbegin(), columns.cend(), [&](int column) {
-            return keycompare::sameField(record.field(column), key.field(column));
-        });
-    });
+    return matcher ? matcher->contains(record) : !keyRecords.isEmpty();
 }
 
 Record KeyFilterFunc::keyToRecord(const KeyValue &key) const

@@ -8,6 +8,9 @@
 
 #include <QList>
 
+#include <memory>
+
+class KeyMatcher;
 class Table;
 
 /// The predicate over a set of keys: true for a record whose key columns equal those of one of the keys. It
@@ -56,4 +59,6 @@ private:
     Table *table;
     QList<Record> keyRecords;
     QList<int> columns;
+    /// Looks for a record among the rows; null when there is nothing to compare.
+    std::unique_ptr<const KeyMatcher> matcher;
 };

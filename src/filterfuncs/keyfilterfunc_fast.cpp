@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <filterfuncs/keyfilterfunc_fast.h>
 
+#include <filterfuncs/keyruns_p.h>
 #include <filterfuncs/keytorecord_p.h>
 
 #include <QString>
 
-#include <algorithm>
-#include <cstring>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -36,6 +36,7 @@ KeyFilterFunc_Fast::KeyFilterFunc_Fast(Table *keyTable, const QList<KeyValue> &k
     keyRecords.reserve(keys.size());
     for (const KeyValue &key : keys)
         keyRecords.append(keyToRecord(key));
+    keyRuns = std::make_unique<const KeyRuns>(keyRecords, keyOffset, keyLength);
 }
 
 KeyFilterFunc_Fast::~KeyFilterFunc_Fast() = default;
@@ -68,10 +69,7 @@ void KeyFilterFunc_Fast::setup()
 
 bool KeyFilterFunc_Fast::filter(const Record &record) const
 {
-    const unsigned char *run = record.row() + keyOffset;
-    return std::any_of(keyRecords.cbegin(), keyRecords.cend(), [&](const Record &key) {
-        return std::memcmp(run, key.row() + keyOffset, size_t(keyLength)) == 0;
-    });
+    return keyRuns->contains(record.row() + keyOffset);
 }
 
 Record KeyFilterFunc_Fast::keyToRecord(const KeyValue &key) const

@@ -8,6 +8,9 @@
 
 #include <QList>
 
+#include <memory>
+
+class KeyRuns;
 class Table;
 
 /// The predicate over a set of keys that compares nothing but bytes of the rows: true for a record whose run
@@ -61,4 +64,6 @@ private:
     /// Where the run begins, in bytes from the start of a row block, and how long it is.
     quint64 keyOffset = 0;
     quint64 keyLength = 0;
+    /// The key bytes of the rows, side by side.
+    std::unique_ptr<const KeyRuns> keyRuns;
 };

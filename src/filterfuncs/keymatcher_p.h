@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filterfuncs/keycompare_p.h>
+#include <filterfuncs/keywords_p.h>
+
+#include <data/record.h>
+#include <data/table.h>
+
+#include <QList>
+
+#include <optional>
+#include <vector>
+
+/// How a word is taken from the values of one key column, and the words of all keys. Two values that are
+/// equal have the same word, so that a row need only be compared with the keys that have its word.
+class KeyColumnWords
+{
+public:
+    /// Where the word lies in a value.
+    struct Place
+    {
+        enum Kind : quint8 {
+            Bits,    ///< an integer, from bit `shift` on
+            Double,  ///< the same of a double, -0 read as 0
+            Decimal, ///< the same of a decimal, at the scale of the keys
+            Number,  ///< the same of the nearest double of a decimal or xdecimal, whatever its scale
+            Text,    ///< four characters of a text, from character `shift` on, or the last four
+        };
+        Kind kind = Bits;
+        quint8 shift = 0;
+    };
+
+    /// What can be said of a row by its value in the column.
+    enum class Found {
+        Word,    ///< it has a word, and only keys that have it can match
+        Nothing, ///< no key can match
+        Any,     ///< any key can match: the value is a NaN
+    };
+
+    /// The best place in \a column, and its cost per row in nanoseconds or so, judged by \a sample; nothing
+    /// for a type without one.
+    struct Judged
+    {
+        Place place;
+        double expectedHits;
+        double cost;
+    };
+    static std::optional<Judged> judge(const Table *table, int column, const QList<Record> &keys,
+                                       const KeySample &sample);
+
+    KeyColumnWords() = default;
+    /// The words of \a keys; isEmpty() afterwards when a key is a NaN.
+    KeyColumnWords(const Table *table, int column, const QList<Record> &keys, Place place);
+
+    bool isEmpty() const { return m_words.isEmpty(); }
+    int column() const { return m_column; }
+    const KeyWords &words() const { return m_words; }
+
+    /// What \a field, that of the column in a row of any table, says, with the word in \a word.
+    Found find(const Field &field, quint16 &word) const
+    {
+        if (!field.isPresent()) {
+            word = absentWord;
+            return m_hasAbsent ? Found::Word : Found::Nothing;
+        }
+        if (field.def != m_def && !isComparable(field.def->type))
+            return Found::Nothing;
+        switch (m_place.kind) {
+        case Place::Bits:
+            word = m_isInt ? quint16(field.value<quint32>() >> m_place.shift)
+                           : quint16(field.value<quint64>() >> m_place.shift);
+            return Found::Word;
+        case Place::Double: {
+            const auto value = field.value<double>();
+            word = quint16(keycompare::doubleBits(value) >> m_place.shift);
+            return value == value ? Found::Word : Found::Any;
+        }
+        case Place::Decimal: {
+            const auto value = field.value<qint64>();
+            if (!keycompare::sameScale(value, m_model))
+                return findDecimal(value, word);
+            word = quint16(quint64(value) >> m_place.shift);
+            return Found::Word;
+        }
+        case Place::Number:
+            word = quint16(numberBits(field) >> m_place.shift);
+            return Found::Word;
+        case Place::Text:
+            break;
+        }
+        return keycompare::withText(field, [&](const QString &text) {
+            if (text.size() < m_shortest || text.size() > m_longest)
+                return Found::Nothing;
+            word = textWord(text, m_place.shift);
+            return Found::Word;
+        });
+    }
+
+private:
+    static constexpr quint16 absentWord = 0;
+
+    static quint64 numberBits(const Field &field)
+    {
+        return keycompare::doubleBits(field.def->type == FieldType::Decimal
+                                          ? decimal::fromWord(field.value<qint64>()).toDouble()
+                                          : xdecimal::fromData(field.data).toDouble());
+    }
+    static quint16 textWord(const QString &text, qsizetype position)
+    {
+        const qsizetype size = text.size();
+        const QChar *units = text.constData();
+        if (size >= position + 4)
+            return keywords::loadUnits(units + position);
+        if (size >= 4)
+            return keywords::loadUnits(units + size - 4);
+        quint16 word = 0;
+        for (qsizetype i = 0; i < size; ++i)
+            word = quint16(word << 4 | (units[i].unicode() & 0xF));
+        return word;
+    }
+
+    bool isComparable(FieldType::Type type) const
+    {
+        return type == m_def->type || (keycompare::isText(type) && m_place.kind == Place::Text);
+    }
+    Found findDecimal(qint64 value, quint16 &word) const;
+    /// Learns from the field of a key what find() has to know, and takes its word; false for a NaN, and for a
+    /// decimal of another scale than those before.
+    bool learn(const Field &field, quint16 &word);
+    bool learnAll(const Table *table, const QList<Record> &keys);
+
+    const ColumnDef *m_def = nullptr;
+    int m_column = -1;
+    Place m_place;
+    bool m_isInt = false;
+    bool m_hasAbsent = false;
+    /// Decimal: one of the keys, which all have its scale.
+    qint64 m_model = 0;
+    bool m_hasModel = false;
+    /// Text: the lengths of the keys.
+    qsizetype m_shortest = 0;
+    qsizetype m_longest = -1;
+    KeyWords m_words;
+};
+
+/// Whether a row equals one of a set of keys in some columns. What decides how that is found out is worked
+/// out once: the column in which a word tells the keys apart best is looked at first, and whole keys are
+/// compared where it agrees. Never changes after its construction.
+class KeyMatcher
+{
+public:
+    /// Refers to \a keys and \a columns, which must stay as they are and must not be empty.
+    KeyMatcher(const Table *table, const QList<Record> &keys, const QList<int> &columns);
+
+    bool contains(const Record &record) const
+    {
+        if (m_first.isEmpty())
+            return m_onlyKey.empty() ? searchAll(record) : equalsOnlyKey(record);
+        quint16 word;
+        switch (m_first.find(record.field(m_first.column()), word)) {
+        case KeyColumnWords::Found::Nothing:
+            return false;
+        case KeyColumnWords::Found::Any:
+            return searchAll(record);
+        case KeyColumnWords::Found::Word:
+            break;
+        }
+        const qsizetype block = m_first.words().find(word, 0);
+        return block != m_first.words().end() && confirm(record, word, block);
+    }
+
+private:
+    bool equalsOnlyKey(const Record &record) const
+    {
+        const Field *key = m_onlyKey.data();
+        for (const int column : m_columns) {
+            if (!keycompare::sameField(record.field(column), *key++))
+                return false;
+        }
+        return true;
+    }
+    bool equalsKey(const Record &record, const Record &key) const;
+    bool confirm(const Record &record, quint16 word, qsizetype block) const;
+    bool searchAll(const Record &record) const;
+
+    const QList<Record> &m_keys;
+    const QList<int> &m_columns;
+    /// The fields of a single key: nothing is quicker than to compare them.
+    std::vector<Field> m_onlyKey;
+    KeyColumnWords m_first;
+    /// Another column, where the first leaves many keys.
+    KeyColumnWords m_second;
+};

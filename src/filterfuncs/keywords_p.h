@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtGlobal>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <vector>
+
+namespace keywords {
+
+/// Eight words side by side, compared at once. GCC and clang make of it what the machine has.
+typedef quint16 Lanes __attribute__((vector_size(16)));
+
+/// Whether \a word is among the \a Count words at \a words.
+template <int Count>
+inline bool holds(const quint16 *words, quint16 word)
+{
+    static_assert(Count % 8 == 0);
+    const Lanes wanted = {word, word, word, word, word, word, word, word};
+    Lanes found = {};
+    for (int i = 0; i < Count; i += 8) {
+        Lanes lanes;
+        std::memcpy(&lanes, words + i, sizeof lanes);
+        found |= Lanes(lanes == wanted);
+    }
+    quint64 halves[2];
+    std::memcpy(halves, &found, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
+}
+
+inline quint16 load16(const void *bytes)
+{
+    quint16 word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+inline quint64 load64(const void *bytes)
+{
+    quint64 word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+/// The lowest four bits of four UTF-16 units, which lie side by side at \a units: they tell digits apart, and
+/// most letters of one alphabet.
+inline quint16 loadUnits(const void *units)
+{
+    quint64 four = load64(units) & 0x000F000F000F000Fu;
+    four |= four >> 12;
+    return quint16((four & 0xFF) | ((four >> 24) & 0xFF00));
+}
+
+} // namespace keywords
+
+/// One 16-bit word of each key, side by side, in the order of the keys: a word of a row is looked for among
+/// them before whole keys are compared. The words are plain excerpts of the keys, such that equal keys have
+/// equal words, and the search looks at every one of them.
+class KeyWords
+{
+public:
+    /// So many words are compared without a branch.
+    static constexpr qsizetype blockSize = 32;
+
+    KeyWords() = default;
+    explicit KeyWords(qsizetype count)
+        : m_words(size_t((count + blockSize - 1) / blockSize * blockSize)), m_count(count)
+    {
+    }
+
+    void set(qsizetype key, quint16 word) { m_words[size_t(key)] = word; }
+    /// To be called when every key has its word: fills up the last block with a word that is there anyway.
+    void finish()
+    {
+        if (m_count > 0)
+            std::fill(m_words.begin() + m_count, m_words.end(), m_words[size_t(m_count - 1)]);
+    }
+
+    bool isEmpty() const { return m_count == 0; }
+    quint16 at(qsizetype key) const { return m_words[size_t(key)]; }
+
+    /// The first block at or behind \a begin, which is the beginning of a block, that holds \a word: its
+    /// beginning, or end().
+    qsizetype find(quint16 word, qsizetype begin) const
+    {
+        const quint16 *words = m_words.data();
+        const qsizetype size = end();
+        qsizetype block = begin;
+        while (block + 4 * blockSize <= size && !keywords::holds<4 * blockSize>(words + block, word))
+            block += 4 * blockSize;
+        while (block < size && !keywords::holds<blockSize>(words + block, word))
+            block += blockSize;
+        return block;
+    }
+    qsizetype end() const { return qsizetype(m_words.size()); }
+
+    /// Whether equal(key) for one of the keys from \a begin on, the beginning of a block, whose word is \a
+    /// word.
+    template <typename Equal>
+    bool anyOf(quint16 word, qsizetype begin, Equal equal) const
+    {
+        for (qsizetype block = begin; block < end(); block = find(word, block + blockSize)) {
+            const qsizetype last = std::min(block + blockSize, m_count);
+            for (qsizetype key = block; key < last; ++key) {
+                if (m_words[size_t(key)] == word && equal(key))
+                    return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    std::vector<quint16> m_words;
+    qsizetype m_count = 0;
+};
+
+/// A few keys, evenly taken from all of them, by which the excerpts are judged that might tell the keys
+/// apart.
+class KeySample
+{
+public:
+    static constexpr qsizetype largest = 64;
+
+    explicit KeySample(qsizetype keyCount)
+        : m_keyCount(keyCount), m_size(std::min<qsizetype>(keyCount, largest))
+    {
+    }
+
+    qsizetype size() const { return m_size; }
+    /// The key that is the i-th of the sample.
+    qsizetype key(qsizetype i) const { return i * m_keyCount / m_size; }
+
+    /// How many other keys share the word of a key, on average and as far as the sample shows; wordOf(i) is
+    /// that of its i-th key.
+    template <typename WordOf>
+    double expectedHits(WordOf wordOf) const
+    {
+        if (m_size < 2)
+            return 0;
+        std::array<quint16, largest> words = {};
+        int differences = 0;
+        for (qsizetype i = 0; i < m_size; ++i) {
+            words[size_t(i)] = wordOf(i);
+            differences |= words[size_t(i)] ^ words[0];
+        }
+        if (differences == 0)
+            return double(m_keyCount);
+        std::sort(words.begin(), words.begin() + m_size);
+        int equalPairs = 0;
+        int run = 0;
+        for (size_t i = 1; i < size_t(m_size); ++i) {
+            run = words[i] == words[i - 1] ? run + 1 : 0;
+            equalPairs += run;
+        }
+        return double(m_keyCount) * equalPairs / (double(m_size) * double(m_size - 1) / 2);
+    }
+
+private:
+    qsizetype m_keyCount;
+    qsizetype m_size;
+};
