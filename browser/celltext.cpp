@@ -22,8 +22,8 @@ QString printable(QString text)
 {
     for (QChar &character : text) {
         const QChar::Category category = character.category();
-        const bool isUnsafe = category == QChar::Other_Control || category == QChar::Separator_Line
-            || category == QChar::Separator_Paragraph;
+        const bool isUnsafe = category == QChar::Other_Control || category == QChar::Separator_Line ||
+                              category == QChar::Separator_Paragraph;
         if (isUnsafe)
             character = QChar::ReplacementCharacter;
     }
@@ -34,10 +34,11 @@ QString csvField(const std::optional<QString> &text)
 {
     if (!text)
         return QString();
-    const bool needsQuotes = text->isEmpty() || text->front().isSpace() || text->back().isSpace()
-        || std::any_of(text->begin(), text->end(), [](QChar character) {
-               return character == u',' || character == u'"' || character == u'\n' || character == u'\r';
-           });
+    const bool needsQuotes =
+        text->isEmpty() || text->front().isSpace() || text->back().isSpace() ||
+        std::any_of(text->begin(), text->end(), [](QChar character) {
+            return character == u',' || character == u'"' || character == u'\n' || character == u'\r';
+        });
     if (!needsQuotes)
         return *text;
     return u'"' + QString(*text).replace(u'"', QStringLiteral("\"\"")) + u'"';

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <settings/settingsmodel.h>
+
 #include <QCoreApplication>
 #include <QList>
 #include <QString>
@@ -19,7 +21,7 @@ class CommandLine
 {
     Q_DECLARE_TR_FUNCTIONS(CommandLine)
 public:
-    enum class Action { ShortHelp, Help, Version, List, Count, Head, Export };
+    enum class Action { ShortHelp, Help, Version, List, Count, Head, Export, Settings };
 
     /// One --exclude or --keep.
     struct KeyOption
@@ -30,6 +32,16 @@ public:
         QString keys;
     };
 
+    /// One --set or --remove.
+    struct SettingsChange
+    {
+        bool remove = false;
+        QString path;
+        QString value;
+    };
+
+    /// Whether \a arguments ask for something that needs a QApplication; looks at no more than that.
+    static bool needsWidgets(int argc, const char *const *argv);
     /// Reads \a arguments, the program's name left out. Throws UsageError.
     static CommandLine parse(const QStringList &arguments);
 
@@ -46,6 +58,10 @@ public:
     QStringList sessionColumns;
     qint64 headRows = 0;
     QString exportFile;
+    QString settingsFile;
+    /// In the order in which they were given.
+    QList<SettingsChange> settingsChanges;
+    SettingsModel::EditStrategy strategy = SettingsModel::OnFieldChange;
 
 private:
     static KeyOption keyOption(const QString &option, const QString &value);

@@ -56,8 +56,8 @@ QString typeText(const ColumnSpec &column)
 
 bool isNumber(FieldType::Type type)
 {
-    return type == FieldType::Int || type == FieldType::Int64 || type == FieldType::Double
-        || type == FieldType::Decimal || type == FieldType::XDecimal;
+    return type == FieldType::Int || type == FieldType::Int64 || type == FieldType::Double ||
+           type == FieldType::Decimal || type == FieldType::XDecimal;
 }
 
 QString shortened(QString text)
@@ -122,7 +122,8 @@ void HeadlessReport::run()
         exportRows(table, result.rows);
     m_out << tr("Показано строк: %1").arg(result.shown) << '\n'
           << tr("Скрыто строк: %1").arg(result.hidden) << '\n'
-          << tr("Время прохода: %1 мс").arg(QString::number(double(result.nanoseconds) / 1e6, 'f', 3)) << '\n';
+          << tr("Время прохода: %1 мс").arg(QString::number(double(result.nanoseconds) / 1e6, 'f', 3))
+          << '\n';
     noteWiderColumns(table);
 }
 
@@ -157,8 +158,9 @@ void HeadlessReport::openDatabase()
     m_connection.setDatabaseName(info.absoluteFilePath());
     if (!m_connection.open()) {
         const QSqlError error = m_connection.lastError();
-        throw Exception(tr("Не удалось открыть «%1»: %2")
-                            .arg(m_file, error.databaseText().isEmpty() ? error.driverText() : error.databaseText()));
+        throw Exception(
+            tr("Не удалось открыть «%1»: %2")
+                .arg(m_file, error.databaseText().isEmpty() ? error.driverText() : error.databaseText()));
     }
     m_loader = std::make_unique<TableLoader>(m_connection);
     m_loader->setDigits(TableLoader::Digits::AsNeeded);
@@ -180,7 +182,8 @@ void HeadlessReport::list()
         for (const ColumnSpec &column : columns)
             width = std::max(width, column.name.size());
         for (const ColumnSpec &column : columns)
-            m_out << "    " << printable(column.name.leftJustified(width)) << "  " << typeText(column) << '\n';
+            m_out << "    " << printable(column.name.leftJustified(width)) << "  " << typeText(column)
+                  << '\n';
     }
 }
 
@@ -212,7 +215,8 @@ void HeadlessReport::makeFilters(MemoryTable &table)
     }
     if (!m_commandLine.sessionColumns.isEmpty()) {
         const QList<int> columns = ColumnsFilter::columnsByName(table, m_commandLine.sessionColumns);
-        auto filter = std::make_unique<SecuritiesSessionFilter>(table, columns.first(), columns, columns.last(), nullptr);
+        auto filter = std::make_unique<SecuritiesSessionFilter>(table, columns.first(), columns,
+                                                                columns.last(), nullptr);
         m_excluding.emplace_back(filter->createFilterFunc(nullptr));
         m_filters.push_back(std::move(filter));
     }
@@ -226,8 +230,8 @@ HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wante
     for (unsigned char *row : *table.masterIndex()) {
         const Record record(row);
         const auto says = [&record](const std::unique_ptr<FilterFunc> &func) { return func->filter(record); };
-        if (std::any_of(m_excluding.begin(), m_excluding.end(), says)
-            || !std::all_of(m_keeping.begin(), m_keeping.end(), says)) {
+        if (std::any_of(m_excluding.begin(), m_excluding.end(), says) ||
+            !std::all_of(m_keeping.begin(), m_keeping.end(), says)) {
             ++result.hidden;
             continue;
         }
@@ -261,7 +265,9 @@ void HeadlessReport::printRows(const MemoryTable &table, const std::vector<unsig
         for (int column = 0; column < columnCount; ++column) {
             const qsizetype width = widths[size_t(column)];
             const bool toTheRight = isNumber(table.columnDef(column)->type);
-            text += (toTheRight ? line.at(column).rightJustified(width) : line.at(column).leftJustified(width)) + "  "_L1;
+            text +=
+                (toTheRight ? line.at(column).rightJustified(width) : line.at(column).leftJustified(width)) +
+                "  "_L1;
         }
         removeTrailingSpaces(text);
         m_out << text << '\n';

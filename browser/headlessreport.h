@@ -17,8 +17,8 @@ class SampleDatabase;
 class TableLoader;
 class ValueFilter;
 
-/// Carries out a command line without any window: lists tables, or passes the rows of one through filters and prints
-/// or exports what is left. Tables are loaded into the process-wide MemoryDatabase.
+/// Carries out a command line without any window: lists tables, or passes the rows of one through filters and
+/// prints or exports what is left. Tables are loaded into the process-wide MemoryDatabase.
 ///
 /// Failures are thrown: Exception, QString or std::exception, whatever went wrong beneath.
 class HeadlessReport

@@ -2,9 +2,11 @@
 #include "celltext.h"
 #include "commandline.h"
 #include "headlessreport.h"
+#include "settingsreport.h"
 
 #include <data/exception.h>
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QFile>
 #include <QLocale>
@@ -15,6 +17,7 @@
 #include <clocale>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <optional>
 
 #ifdef Q_OS_UNIX
@@ -55,7 +58,10 @@ void takeUtf8Locale()
 std::optional<QString> run(const CommandLine &commandLine, QTextStream &out)
 {
     try {
-        HeadlessReport(commandLine, out).run();
+        if (commandLine.action == CommandLine::Action::Settings)
+            SettingsReport(commandLine, out).run();
+        else
+            HeadlessReport(commandLine, out).run();
         return std::nullopt;
     } catch (const Exception &exception) {
         return exception.message();
@@ -94,7 +100,15 @@ int main(int argc, char **argv)
 {
     const bool russian = wantsRussian();
     takeUtf8Locale();
-    QCoreApplication application(argc, argv);
+    std::unique_ptr<QCoreApplication> application;
+    if (CommandLine::needsWidgets(argc, argv)) {
+        // The icons of the settings model come from a style; nothing is shown.
+        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        application = std::make_unique<QApplication>(argc, argv);
+    } else {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
     QCoreApplication::setApplicationName(u"sito-browser"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(SITO_VERSION));
     // Every exception reports itself; here the user is told in a line of its own.
@@ -109,7 +123,8 @@ int main(int argc, char **argv)
     auto error = carryOut(QCoreApplication::arguments().sliced(1), out);
     out.flush();
     if (!error && (out.status() != QTextStream::Ok || !output.flush()))
-        error = QCoreApplication::translate("main", "Не удалось записать вывод: %1").arg(output.errorString());
+        error =
+            QCoreApplication::translate("main", "Не удалось записать вывод: %1").arg(output.errorString());
     if (!error)
         return 0;
     QFile errors;

@@ -6,16 +6,16 @@
 
 #include <QStringList>
 
-/// The plain value filter over some columns of a table, for keys that were typed by a person or read from a file:
-/// it refuses texts that ValueFilter would quietly make something else of.
+/// The plain value filter over some columns of a table, for keys that were typed by a person or read from a
+/// file: it refuses texts that ValueFilter would quietly make something else of.
 ///
 /// It has no widget.
 class HOSTKIT_EXPORT ColumnsFilter : public ValueFilter
 {
     Q_OBJECT
 public:
-    /// A filter over \a columns, of which there must be at least one. Throws Exception for a Raw or Block column: their
-    /// values are never told apart, so that any key of one would match every row.
+    /// A filter over \a columns, of which there must be at least one. Throws Exception for a Raw or Block
+    /// column: their values are never told apart, so that any key of one would match every row.
     ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent);
     ~ColumnsFilter() override;
 
@@ -33,9 +33,9 @@ public:
 
     /// The key that keyToValue() writes as \a value.
     ///
-    /// Throws Exception, where ValueFilter throws a QString or nothing: for a wrong number of parts, and for a part
-    /// that no value of its column can be written as (no number, a number out of range or with more digits after the
-    /// point than the column has, not a number at all, a text longer than the column, no date, an absent value in a
-    /// column without absent values).
+    /// Throws Exception, where ValueFilter throws a QString or nothing: for a wrong number of parts, and for
+    /// a part that no value of its column can be written as (no number, a number out of range or with more
+    /// digits after the point than the column has, not a number at all, a text longer than the column, no
+    /// date, an absent value in a column without absent values).
     KeyValue valueToKey(const QString &value) const override;
 };

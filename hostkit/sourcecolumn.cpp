@@ -28,7 +28,8 @@ constexpr int maxVarChar = 32767;
 constexpr int maxRaw = 65535;
 /// Doubles up to this hold every whole number.
 constexpr double maxExactWhole = 9007199254740992.0;
-/// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their double.
+/// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their
+/// double.
 constexpr double maxShortest = 1e15;
 constexpr int maxExactPower = 22;
 
@@ -128,8 +129,8 @@ std::optional<double> floatingPoint(const QVariant &value)
     }
 }
 
-/// A decimal number as it was written: digits / 10^scale. Without zeros at either end the digits are as few as can be;
-/// there are none for zero.
+/// A decimal number as it was written: digits / 10^scale. Without zeros at either end the digits are as few
+/// as can be; there are none for zero.
 struct DecimalText
 {
     bool negative = false;
@@ -180,8 +181,8 @@ std::optional<DecimalText> DecimalText::read(QStringView text)
 /// Whether \a text is the one instant that datetime cannot tell from no date.
 bool isEpoch(const QString &text)
 {
-    return text == "1970-01-01"_L1 || text == "1970-01-01 00:00:00"_L1 || text == "1970.01.01"_L1
-        || text == "1970.01.01 00:00:00.000"_L1;
+    return text == "1970-01-01"_L1 || text == "1970-01-01 00:00:00"_L1 || text == "1970.01.01"_L1 ||
+           text == "1970.01.01 00:00:00.000"_L1;
 }
 
 } // namespace
@@ -194,7 +195,8 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
     const QRegularExpressionMatch match = pattern.match(declaredType.simplified().toUpper());
     if (!match.hasMatch())
         return std::nullopt;
-    QStringList words = match.captured(1).split(u' ', Qt::SkipEmptyParts) + match.captured(4).split(u' ', Qt::SkipEmptyParts);
+    QStringList words =
+        match.captured(1).split(u' ', Qt::SkipEmptyParts) + match.captured(4).split(u' ', Qt::SkipEmptyParts);
     if (words.size() > 2 && words.last() == "ALWAYS"_L1 && words.at(words.size() - 2) == "GENERATED"_L1)
         words.resize(words.size() - 2);
     const bool isUnsigned = words.removeAll(u"UNSIGNED"_s) > 0;
@@ -225,8 +227,8 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
             return std::nullopt;
         break;
     case Kind::Text:
-        if (hasLength && length > 0 && length <= maxVarChar && !words.constLast().endsWith("TEXT"_L1)
-            && words.constLast() != "CLOB"_L1) {
+        if (hasLength && length > 0 && length <= maxVarChar && !words.constLast().endsWith("TEXT"_L1) &&
+            words.constLast() != "CLOB"_L1) {
             spec.type = FieldType::VarChar;
             spec.length = length;
         } else {
@@ -373,12 +375,12 @@ CellProblem SourceColumn::readDecimal(const QVariant &value, CellValue &cell)
     if (const auto real = floatingPoint(value)) {
         if (!std::isfinite(*real))
             return CellProblem::OutOfRange;
-        // A number of at most 15 digits is the only one of so few that its double stands for, and so its shortest
-        // text; the quotient is that double because both operands are exact.
+        // A number of at most 15 digits is the only one of so few that its double stands for, and so its
+        // shortest text; the quotient is that double because both operands are exact.
         if (m_power != 0 && m_spec.length <= maxExactPower) {
             const double unscaled = std::nearbyint(*real * double(m_power));
-            if (std::abs(unscaled) < std::min(maxShortest, double(m_bound))
-                && unscaled / double(m_power) == *real)
+            if (std::abs(unscaled) < std::min(maxShortest, double(m_bound)) &&
+                unscaled / double(m_power) == *real)
                 return storeUnscaled(qint64(unscaled), cell);
         }
         std::array<char, 32> text;
@@ -409,8 +411,9 @@ CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
         return CellProblem::Digits;
 
     // Written with exactly the column's digits after the point, the number is read with the column's scale.
-    const QString exact = (number->negative ? u"-"_s : QString()) + number->digits
-        + QString(m_spec.length - number->scale, u'0') + u'e' + QString::number(-m_spec.length);
+    const QString exact = (number->negative ? u"-"_s : QString()) + number->digits +
+                          QString(m_spec.length - number->scale, u'0') + u'e' +
+                          QString::number(-m_spec.length);
     if (m_spec.type == FieldType::Decimal) {
         const auto held = decimal::fromString(exact);
         if (!held)

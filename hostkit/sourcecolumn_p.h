@@ -13,21 +13,21 @@
 /// Why a value of a database cannot be held by its field.
 enum class CellProblem {
     None,
-    Absent,      ///< no value where one is required
-    WrongKind,   ///< of a kind that the field's type does not hold at all
-    OutOfRange,  ///< a whole number beyond the type
-    NotExact,    ///< a number that the type holds only rounded
-    Digits,      ///< more digits than declared
-    TextLength,  ///< more UTF-16 units than declared
-    NulInText,   ///< a NUL character where texts end at one
-    Date,        ///< not a date
-    EpochDate,   ///< the date that stands for none
-    ByteCount,   ///< not exactly the width of the field
-    Encoding,    ///< bytes that are no valid text
+    Absent,     ///< no value where one is required
+    WrongKind,  ///< of a kind that the field's type does not hold at all
+    OutOfRange, ///< a whole number beyond the type
+    NotExact,   ///< a number that the type holds only rounded
+    Digits,     ///< more digits than declared
+    TextLength, ///< more UTF-16 units than declared
+    NulInText,  ///< a NUL character where texts end at one
+    Date,       ///< not a date
+    EpochDate,  ///< the date that stands for none
+    ByteCount,  ///< not exactly the width of the field
+    Encoding,   ///< bytes that are no valid text
 };
 
-/// A column on its way from an SQL database into a table: what it becomes, and how one of its values is read. Which
-/// reader that is, is decided once, when the column is made.
+/// A column on its way from an SQL database into a table: what it becomes, and how one of its values is read.
+/// Which reader that is, is decided once, when the column is made.
 class SourceColumn
 {
 public:
@@ -50,8 +50,9 @@ public:
         return (this->*m_reader)(value, cell);
     }
 
-    /// Gives a decimal column the digits that the value needs which was just refused with CellProblem::Digits, on
-    /// either side of the point. False, and nothing changed, when no type holds so many.
+    /// Gives a decimal column the digits that the value needs which was just refused with
+    /// CellProblem::Digits, on either side of the point. False, and nothing changed, when no type holds so
+    /// many.
     bool widen();
 
 private:
@@ -75,8 +76,8 @@ private:
     ColumnSpec m_spec;
     /// Decimal and XDecimal: the digits that were declared.
     int m_digits = 0;
-    /// 10 to the power of the digits after the point, and the bound of unscaled values, where they are small enough
-    /// for the quick ways; 0 otherwise.
+    /// 10 to the power of the digits after the point, and the bound of unscaled values, where they are small
+    /// enough for the quick ways; 0 otherwise.
     qint64 m_power = 0;
     qint64 m_bound = 0;
     /// The digits that the last decimal text needed after and before the point.

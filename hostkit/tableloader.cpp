@@ -38,7 +38,8 @@ QString shown(const QVariant &value)
     if (value.typeId() == QMetaType::QByteArray) {
         const auto bytes = value.toByteArray();
         const QString start = QString::fromLatin1(bytes.first(std::min<qsizetype>(bytes.size(), 8)).toHex());
-        return bytes.size() <= 8 ? u"x'%1'"_s.arg(start) : u"x'%1…' (%2)"_s.arg(start, QString::number(bytes.size()));
+        return bytes.size() <= 8 ? u"x'%1'"_s.arg(start)
+                                 : u"x'%1…' (%2)"_s.arg(start, QString::number(bytes.size()));
     }
     if (value.typeId() == QMetaType::Double)
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
@@ -90,7 +91,8 @@ QString declaredType(const QSqlField &field)
 struct TableLoader::Private
 {
     explicit Private(const QSqlDatabase &database)
-        : connection(database), isSqlite(database.isValid() && database.driver()->dbmsType() == QSqlDriver::SQLite)
+        : connection(database),
+          isSqlite(database.isValid() && database.driver()->dbmsType() == QSqlDriver::SQLite)
     {
     }
 
@@ -111,8 +113,8 @@ struct TableLoader::Private
 
 namespace {
 
-/// Tells texts that hold U+FFFD from those whose bytes are invalid: SQLite hands both out alike. Reads the same rows
-/// again, bytes of texts in place of the texts, as far as it is asked.
+/// Tells texts that hold U+FFFD from those whose bytes are invalid: SQLite hands both out alike. Reads the
+/// same rows again, bytes of texts in place of the texts, as far as it is asked.
 class EncodingCheck
 {
 public:
@@ -126,8 +128,8 @@ public:
     {
         if (m_row < 0) {
             QSqlQuery encoding(m_connection);
-            m_isUtf8 = encoding.exec(u"PRAGMA encoding"_s) && encoding.next()
-                && encoding.value(0).toString() == "UTF-8"_L1;
+            m_isUtf8 = encoding.exec(u"PRAGMA encoding"_s) && encoding.next() &&
+                       encoding.value(0).toString() == "UTF-8"_L1;
             m_query.setForwardOnly(true);
             if (m_isUtf8 && !m_query.exec(m_statement))
                 return false;
@@ -154,7 +156,8 @@ private:
 void TableLoader::Private::fail(const QSqlError &error) const
 {
     QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-    throw Exception(tr("База данных «%1»: %2").arg(connection.databaseName(), text.simplified()));
+    throw Exception(
+        TableLoader::tr("База данных «%1»: %2").arg(connection.databaseName(), text.simplified()));
 }
 
 QString TableLoader::Private::quoted(const QString &name, QSqlDriver::IdentifierType type) const
@@ -165,7 +168,7 @@ QString TableLoader::Private::quoted(const QString &name, QSqlDriver::Identifier
     return u'"' + QString(name).replace(u'"', u"\"\""_s) + u'"';
 }
 
-TableLoader::TableLoader(const QSqlDatabase &connection) : d(std::make_unique<Private>(connection)) { }
+TableLoader::TableLoader(const QSqlDatabase &connection) : d(std::make_unique<Private>(connection)) {}
 
 TableLoader::~TableLoader() = default;
 
@@ -177,7 +180,8 @@ QStringList TableLoader::tableNames() const
     if (d->isSqlite) {
         QSqlQuery query(d->connection);
         query.setForwardOnly(true);
-        if (!query.exec(u"SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s))
+        if (!query.exec(
+                u"SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s))
             d->fail(query.lastError());
         while (query.next())
             names.append(query.value(0).toString());
@@ -193,7 +197,7 @@ QStringList TableLoader::tableNames() const
 void TableLoader::Private::require(const QString &table) const
 {
     if (!TableLoader(connection).tableNames().contains(table))
-        throw Exception(tr("В базе данных нет таблицы «%1»").arg(table));
+        throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table));
 }
 
 std::vector<SourceColumn> TableLoader::Private::columns(const QString &table) const
@@ -203,8 +207,8 @@ std::vector<SourceColumn> TableLoader::Private::columns(const QString &table) co
     const auto add = [&result, &table](const QString &name, const QString &type, bool nullable) {
         auto column = SourceColumn::fromDeclaredType(name, type, nullable);
         if (!column) {
-            throw Exception(
-                tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается").arg(table, name, type.simplified()));
+            throw Exception(TableLoader::tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается")
+                                .arg(table, name, type.simplified()));
         }
         result.push_back(std::move(*column));
     };
@@ -212,7 +216,8 @@ std::vector<SourceColumn> TableLoader::Private::columns(const QString &table) co
         QSqlQuery query(connection);
         query.setForwardOnly(true);
         // Columns that are hidden in "SELECT *", those of virtual tables, have hidden = 1.
-        if (!query.prepare(u"SELECT name, type, \"notnull\", pk FROM pragma_table_xinfo(?) WHERE hidden <> 1 ORDER BY cid"_s))
+        if (!query.prepare(
+                u"SELECT name, type, \"notnull\", pk FROM pragma_table_xinfo(?) WHERE hidden <> 1 ORDER BY cid"_s))
             fail(query.lastError());
         query.addBindValue(table);
         if (!query.exec())
@@ -300,24 +305,28 @@ QString reason(CellProblem problem)
 Exception cellError(const QString &table, qint64 row, const SourceColumn &column, const QVariant &value,
                     CellProblem problem)
 {
-    return Exception(TableLoader::tr("Таблица «%1», строка %2, столбец «%3»: значение %4 не подходит к типу %5 (%6)")
-                         .arg(table, QString::number(row), column.spec().name, shown(value), column.typeText(),
-                              reason(problem)));
+    return Exception(
+        TableLoader::tr("Таблица «%1», строка %2, столбец «%3»: значение %4 не подходит к типу %5 (%6)")
+            .arg(table, QString::number(row), column.spec().name, shown(value), column.typeText(),
+                 reason(problem)));
 }
 
 } // namespace
 
-std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, const std::stop_token &stop) const
+std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
+                                                        const std::stop_token &stop) const
 {
     std::vector<SourceColumn> source = columns(table);
     std::unique_ptr<MemoryTable> result;
-    // The first reading may find that columns need more digits; it goes on to the end without keeping the rows, so
-    // that the second finds every column wide enough.
-    while (!read(table, source, stop, result)) { }
+    // The first reading may find that columns need more digits; it goes on to the end without keeping the
+    // rows, so that the second finds every column wide enough.
+    while (!read(table, source, stop, result)) {
+    }
     return result;
 }
 
-/// Reads \a table into \a result, which becomes null when the load is cancelled. False when \a columns were widened.
+/// Reads \a table into \a result, which becomes null when the load is cancelled. False when \a columns were
+/// widened.
 bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> &columns,
                                 const std::stop_token &stop, std::unique_ptr<MemoryTable> &result) const
 {
@@ -390,7 +399,8 @@ bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> 
 
 std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const std::stop_token &stop) const
 {
-    // Counting and reading see the same rows; a connection that is inside a transaction already sees to that itself.
+    // Counting and reading see the same rows; a connection that is inside a transaction already sees to that
+    // itself.
     const bool isOwn = d->connection.isOpen() && d->connection.transaction();
     const auto end = qScopeGuard([this, isOwn] {
         if (isOwn)
@@ -409,7 +419,7 @@ bool TableLoader::load(const QStringList &tables, MemoryDatabase &database, cons
     std::vector<std::unique_ptr<MemoryTable>> loaded;
     for (const QString &table : tables) {
         if (database.tableNames().contains(table))
-            throw Exception(tr("Таблица «%1» уже загружена").arg(table));
+            throw Exception(TableLoader::tr("Таблица «%1» уже загружена").arg(table));
         auto next = d->load(table, stop);
         if (!next)
             return false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // sito-make-sample OUT.sqlite SCHEMA.sql TABLE.csv...
-// Makes a SQLite database from a schema and one CSV file (RFC 4180, UTF-8, with a header line) per table, named by it.
-// A field that is empty is an absent value; an empty text is a pair of quotes.
+// Makes a SQLite database from a schema and one CSV file (RFC 4180, UTF-8, with a header line) per table,
+// named by it. A field that is empty is an absent value; an empty text is a pair of quotes.
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
@@ -92,9 +92,8 @@ void import(const QSqlDatabase &connection, const QString &name)
     CsvReader reader(readFile(name));
     const QStringList header = reader.readLine();
     QSqlQuery query(connection);
-    const QString statement
-        = u"INSERT INTO %1 (%2) VALUES (%3)"_s.arg(QFileInfo(name).baseName(), header.join(u','),
-                                                    QStringList(header.size(), u"?"_s).join(u','));
+    const QString statement = u"INSERT INTO %1 (%2) VALUES (%3)"_s.arg(
+        QFileInfo(name).baseName(), header.join(u','), QStringList(header.size(), u"?"_s).join(u','));
     if (!query.prepare(statement))
         fail(statement + ": "_L1 + query.lastError().text());
     while (!reader.atEnd()) {
