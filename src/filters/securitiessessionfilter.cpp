@@ -12,18 +12,14 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-/// An id as a 32-bit integer. Throws Exception for a present value of a type that holds no id.
-int toInt(const Field &field)
+int toIntFromOther(const Field &field)
 {
-    if (!field.isPresent())
-        return 0;
     switch (field.def->type) {
-    case FieldType::Int:
-        return field.value<qint32>();
     case FieldType::Int64:
         return int(std::clamp<qint64>(field.value<qint64>(), std::numeric_limits<qint32>::min(),
                                       std::numeric_limits<qint32>::max()));
@@ -33,6 +29,14 @@ int toInt(const Field &field)
     default:
         throw Exception(u"Incorrect type conversion."_s);
     }
+}
+
+/// An id as a 32-bit integer. Throws Exception for a present value of a type that holds no id.
+inline int toInt(const Field &field)
+{
+    if (!field.isPresent())
+        return 0;
+    return field.def->type == FieldType::Int ? field.value<qint32>() : toIntFromOther(field);
 }
 
 Table &sessionsTable()
@@ -52,34 +56,41 @@ int requireColumn(const Table &table, const QString &name)
     return column;
 }
 
-/// The highest session of every security, at least 0; by security.
-using Sessions = std::map<int, int>;
+/// What is known of a security.
+struct Latest
+{
+    /// Its highest session, at least 0.
+    int session = 0;
+    /// The other security whose row came next when rows of this one were last followed by any.
+    std::pair<const int, Latest> *follower = nullptr;
+};
+
+/// By security.
+using Sessions = std::map<int, Latest>;
 
 Sessions latestSessions(const Table &table, int stockColumn, int sessionColumn)
 {
     Sessions sessions;
-    // Tables are usually written day by day, the securities of a day in order, or security by security, so
-    // that most rows concern the security of the row before or the one after it. begin() and end() of an
-    // index are virtual.
-    auto last = sessions.end();
-    auto next = sessions.end();
+    // Tables are usually written security by security, or day by day with the securities of a day in one
+    // order: most rows concern the security of the row before, or the one that came after that one on the day
+    // before. The map is searched for the others.
+    Sessions::value_type *last = nullptr;
     const IndexList *index = table.masterIndex();
-    const IndexIterator end = index->end();
+    const IndexIterator end = index->end(); // a virtual call
     for (IndexIterator row = index->begin(); row != end; ++row) {
         const int stock = toInt(table.dataPtr(*row, stockColumn));
         const int session = toInt(table.dataPtr(*row, sessionColumn));
-        if (last == sessions.end() || last->first != stock) {
-            if (next != sessions.end() && next->first == stock) {
-                last = next;
-            } else {
-                last = sessions.lower_bound(stock);
-                if (last == sessions.end() || last->first != stock)
-                    last = sessions.emplace_hint(last, stock, 0);
+        if (!last || last->first != stock) {
+            Sessions::value_type *next = last ? last->second.follower : nullptr;
+            if (!next || next->first != stock) {
+                next = &*sessions.try_emplace(stock).first;
+                if (last)
+                    last->second.follower = next;
             }
-            next = std::next(last);
+            last = next;
         }
-        if (last->second < session)
-            last->second = session;
+        if (last->second.session < session)
+            last->second.session = session;
     }
     return sessions;
 }
@@ -93,11 +104,11 @@ SecuritiesSessionFilter::SecuritiesSessionFilter(Table &table, int firstId, cons
     const std::lock_guard lock(sessions);
     const int stockColumn = requireColumn(sessions, u"stock_id"_s);
     const int sessionColumn = requireColumn(sessions, u"sess_id"_s);
-    for (const auto &[stock, session] : latestSessions(sessions, stockColumn, sessionColumn)) {
+    for (const auto &[stock, latest] : latestSessions(sessions, stockColumn, sessionColumn)) {
         KeyValue key;
         key.reserve(2);
         key.append(FieldConstValue(stock));
-        key.append(FieldConstValue(session));
+        key.append(FieldConstValue(latest.session));
         addExcludedKey(key);
     }
 }

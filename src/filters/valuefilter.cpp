@@ -366,8 +366,9 @@ void ValueFilter::removeExcludedKey(const KeyValue &key)
 
 void ValueFilter::setAllExcludedKeys(const QList<KeyValue> &keys)
 {
-    // Storage of its own before anything else: the caller's list is never reordered, nor does it reach the set through
-    // a reference it has kept. The caller's list may be the set itself, which stays as it was when anything is thrown.
+    // Storage of its own before anything else: the caller's list is never reordered, nor does it reach the
+    // set through a reference it has kept. The caller's list may be the set itself, which stays as it was
+    // when anything is thrown.
     QList<KeyValue> sorted = keys;
     sorted.detach();
     const auto outOfPlace = [](const KeyValue &a, const KeyValue &b) { return b < a; };

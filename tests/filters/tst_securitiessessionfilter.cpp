@@ -25,9 +25,11 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <thread>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -690,8 +692,11 @@ void tst_SecuritiesSessionFilter::readsManySessions()
     constexpr int stocks = 5000;
     MemoryTable &sessions = makeSessions(FieldType::Int, FieldType::Int, false);
     Quotes quotes;
-    for (int i = 0; i < days * stocks; ++i) {
-        const int at = order == u"random" ? int(qint64(i) * 7'368'787 % (days * stocks)) : i;
+    std::vector<int> places(size_t(days * stocks));
+    std::iota(places.begin(), places.end(), 0);
+    if (order == u"random")
+        std::shuffle(places.begin(), places.end(), QRandomGenerator(1));
+    for (const int at : places) {
         const int stock = order == u"security" ? at / days : at % stocks;
         const int day = order == u"security" ? at % days : at / stocks;
         addRow(sessions, stock * 3, day * stocks + stock);

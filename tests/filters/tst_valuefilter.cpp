@@ -127,6 +127,7 @@ private Q_SLOTS:
     void setAllSortsAndKeepsDuplicates();
     void setAllTakesAnyLength();
     void setAllLeavesTheCallersListAlone();
+    void setAllIsOutOfReachOfTheCallersReferences();
     void setAllTakesItsOwnList();
     void setAllOfNothingEmptiesTheSet();
     void setAllSortsByEveryField_data();
@@ -407,6 +408,19 @@ void tst_ValueFilter::setAllLeavesTheCallersListAlone()
     filter.setAllExcludedKeys(sorted);
     filter.removeExcludedKey(intKey({2}));
     QCOMPARE(shown(sorted), QStringList({u"1"_s, u"2"_s, u"3"_s}));
+}
+
+void tst_ValueFilter::setAllIsOutOfReachOfTheCallersReferences()
+{
+    MemoryTable table(u"quotes"_s, twoColumns);
+    PlainFilter filter(table, 0, nullptr);
+    QList<KeyValue> list{intKey({1}), intKey({2}), intKey({3})};
+    KeyValue &kept = list[0];
+
+    filter.setAllExcludedKeys(list);
+    kept = intKey({9});
+
+    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"3"_s}));
 }
 
 void tst_ValueFilter::setAllTakesItsOwnList()
