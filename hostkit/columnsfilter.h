@@ -16,7 +16,7 @@ class HOSTKIT_EXPORT ColumnsFilter : public ValueFilter
 public:
     /// A filter over \a columns, of which there must be at least one. Throws Exception for a Raw or Block
     /// column: their values are never told apart, so that any key of one would match every row.
-    ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent);
+    ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent = nullptr);
     ~ColumnsFilter() override;
 
     /// The indexes of the columns of these names. Throws Exception for a name that \a table does not have.
