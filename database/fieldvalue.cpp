@@ -63,15 +63,10 @@ FieldValue::FieldValue(const ColumnDef *columnDef)
     initialise(columnDef);
 }
 
-FieldValue::FieldValue(const FieldValue &other) : Field(other)
+void FieldValue::copyOther(const FieldValue &other)
 {
     initialise(other.def);
     copyValue(other);
-}
-
-FieldValue::FieldValue(FieldValue &&other) noexcept : Field()
-{
-    take(other);
 }
 
 FieldValue &FieldValue::operator=(const FieldValue &other)
@@ -122,21 +117,17 @@ void FieldValue::copyValue(const Field &field)
     setPresent();
 }
 
-/// Takes over the value of \a other into raw storage and leaves \a other absent.
-void FieldValue::take(FieldValue &other) noexcept
+void FieldValue::takeOther(FieldValue &other) noexcept
 {
     def = other.def;
     nullFlags = &m_flags;
     nullMask = 1;
-    m_flags = other.m_flags;
+    m_flags = std::exchange(other.m_flags, 0);
     data = m_storage;
     if (def->type == FieldType::String)
         new (m_storage) QString(std::move(stringAt(other)));
-    else if (other.isInline())
-        std::memcpy(m_storage, other.m_storage, sizeof m_storage);
     else
         data = std::exchange(other.data, other.m_storage);
-    other.m_flags = 0;
 }
 
 void FieldValue::releaseStorage() noexcept

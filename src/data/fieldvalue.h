@@ -19,8 +19,14 @@ public:
     explicit FieldValue(const Field &field);
     /// An absent value of the type of column \a column of \a table.
     FieldValue(Table *table, int column);
-    FieldValue(const FieldValue &other);
-    FieldValue(FieldValue &&other) noexcept;
+    FieldValue(const FieldValue &other) : Field(other)
+    {
+        if (other.isPlain())
+            copyPlain(other);
+        else
+            copyOther(other);
+    }
+    FieldValue(FieldValue &&other) noexcept : Field(other) { take(other); }
     FieldValue &operator=(const FieldValue &other);
     FieldValue &operator=(FieldValue &&other) noexcept;
     virtual ~FieldValue() { release(); }
@@ -53,13 +59,35 @@ private:
     static constexpr int inlineSize = 24;
 
     bool isInline() const { return data == m_storage; }
+    /// Whether the value is a few bytes inside the object, as numbers are.
+    bool isPlain() const { return isInline() && def->type != FieldType::String; }
+    void copyPlain(const FieldValue &other) noexcept
+    {
+        data = m_storage;
+        nullFlags = &m_flags;
+        nullMask = 1;
+        m_flags = other.m_flags;
+        std::memcpy(m_storage, other.m_storage, inlineSize);
+    }
+    void copyOther(const FieldValue &other);
+    /// Takes over the value of \a other into raw storage and leaves \a other absent.
+    void take(FieldValue &other) noexcept
+    {
+        if (other.isPlain()) {
+            def = other.def;
+            copyPlain(other);
+            other.m_flags = 0;
+        } else {
+            takeOther(other);
+        }
+    }
+    void takeOther(FieldValue &other) noexcept;
     /// Points the Field part at empty storage for \a columnDef.
     void initialise(const ColumnDef *columnDef);
     void copyValue(const Field &field);
-    void take(FieldValue &other) noexcept;
     void release() noexcept
     {
-        if (def->type == FieldType::String || !isInline())
+        if (!isPlain())
             releaseStorage();
     }
     void releaseStorage() noexcept;
