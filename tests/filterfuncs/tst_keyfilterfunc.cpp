@@ -5,6 +5,7 @@
 
 #include <support/allocationcounter.h>
 #include <support/exceptions.h>
+#include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 
 #include <QPointer>
@@ -40,7 +41,7 @@ CellValue text(const char16_t *characters)
     return QString::fromUtf16(characters);
 }
 
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 } // namespace
 

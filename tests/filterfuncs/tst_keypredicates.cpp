@@ -9,6 +9,7 @@
 #include <database/memorytable.h>
 
 #include <support/allocationcounter.h>
+#include <support/fieldtypes.h>
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -20,7 +21,7 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 namespace {
 

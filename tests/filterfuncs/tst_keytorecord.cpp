@@ -7,6 +7,7 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/fieldtypes.h>
 
 #include <QRegularExpression>
 #include <QSet>
@@ -60,11 +61,12 @@ struct Column
 /// What becomes of a value in a column: it is stored, it becomes absent, or there is an error.
 struct Outcome
 {
+    Outcome() = default;
     Outcome(CellValue value) : stored(std::move(value)) {}
 
     static Outcome error(const char *message)
     {
-        Outcome outcome{CellValue()};
+        Outcome outcome;
         outcome.message = QString::fromLatin1(message);
         return outcome;
     }
@@ -93,7 +95,7 @@ struct Case
     }
 };
 
-const Outcome absent{CellValue()};
+const Outcome absent;
 
 CellValue text(const char16_t *characters)
 {
@@ -125,7 +127,7 @@ Outcome error(const char *message)
     return Outcome::error(message);
 }
 
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 /// The cells of the matrix that know no conversion, named as the message names the source.
 std::vector<Case> impossibleCases()
