@@ -25,6 +25,24 @@ QString &stringAt(const Field &field)
     return *reinterpret_cast<QString *>(field.data);
 }
 
+/// Reads the commonest form of a whole number, a few plain digits; tells whether the text was one.
+bool readDigits(QStringView text, qint32 &number)
+{
+    const bool negative = text.startsWith(u'-');
+    const qsizetype digits = text.size() - (negative ? 1 : 0);
+    if (digits < 1 || digits > 9)
+        return false;
+    qint32 result = 0;
+    for (const QChar character : text.last(digits)) {
+        const int digit = character.unicode() - u'0';
+        if (digit < 0 || digit > 9)
+            return false;
+        result = result * 10 + digit;
+    }
+    number = negative ? -result : result;
+    return true;
+}
+
 template <typename T>
 void store(Field &field, const T &value)
 {
@@ -45,7 +63,7 @@ FieldValue::FieldValue(const ColumnDef *columnDef)
     initialise(columnDef);
 }
 
-FieldValue::FieldValue(const FieldValue &other) : Field()
+FieldValue::FieldValue(const FieldValue &other) : Field(other)
 {
     initialise(other.def);
     copyValue(other);
@@ -145,9 +163,13 @@ void FieldValue::fromText(const QStringView &text)
 
     bool ok = true;
     switch (def->type) {
-    case FieldType::Int:
-        store(*this, qint32(value.toInt(&ok)));
+    case FieldType::Int: {
+        qint32 number = 0;
+        if (!readDigits(value, number))
+            number = value.toInt(&ok);
+        store(*this, number);
         break;
+    }
     case FieldType::Int64:
         store(*this, value.toLongLong(&ok));
         break;

@@ -155,9 +155,10 @@ void MasterIndex::clear()
 
 qint64 MasterIndex::memoryUsage() const
 {
-    qint64 bytes = qint64(m_table.capacity() * sizeof(IndexPage *));
+    constexpr qint64 pointerSize = sizeof(void *);
+    qint64 bytes = qint64(m_table.capacity()) * pointerSize;
     const auto pageBytes = [](const Page &page) {
-        return qint64(sizeof(Page)) + page.capacity * qint64(sizeof(unsigned char *));
+        return qint64(sizeof(Page)) + page.capacity * pointerSize;
     };
     for (const IndexPage *current : m_table) {
         if (current)

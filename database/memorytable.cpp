@@ -309,7 +309,7 @@ void MemoryTable::remove(const QList<Record> &rows)
                             .arg(d->name)
                             .arg(leaving.size() - found));
     d->index.removeIf([&](unsigned char *block) { return leaving.contains(block); });
-    for (unsigned char *block : leaving)
+    for (unsigned char *block : std::as_const(leaving))
         release(this, block);
 }
 

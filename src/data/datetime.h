@@ -23,9 +23,9 @@ public:
 
     /// Reads \a text as a UTC clock reading in one of the patterns "yyyy.MM.dd HH:mm:ss.zzz",
     /// "yyyy-MM-dd HH:mm:ss", "yyyy.MM.dd" and "yyyy-MM-dd"; the last two mean midnight. Every number has
-    /// exactly as many digits as the pattern has letters; a minus sign before the year stands for years
-    /// before Christ. Any other text, and a day or time that the calendar does not have, gives 0 without a
-    /// word. The result does not depend on the machine's time zone.
+    /// exactly as many digits as the pattern has letters, and no other white space stands for the blank; a
+    /// minus sign before the year stands for years before Christ. Any other text, and a day or time that the
+    /// calendar does not have, gives 0 without a word. The result does not depend on the machine's time zone.
     inline explicit datetime(const QString &text);
 
     /// What toUtcString() wrote: a text of the patterns above, or "@" and a number of milliseconds. Any other
@@ -184,7 +184,8 @@ constexpr void datetime::writeDigits(char16_t *end, int count, int number)
 inline QString datetime::readingText(qint64 reading)
 {
     const qint64 days = floorDivide(reading, millisecondsPerDay);
-    const int time = int(reading - days * millisecondsPerDay);
+    const auto rest = int(reading % millisecondsPerDay);
+    const int time = rest < 0 ? rest + int(millisecondsPerDay) : rest;
     int year = 0;
     int month = 0;
     int day = 0;
@@ -234,13 +235,11 @@ inline qint64 datetime::localReading(qint64 reading)
 
     const qint64 offset = offsetAt(seconds);
     const qint64 other = offsetAt(seconds - offset);
-    // Two offsets are in effect around a change; whether the reading exists is asked of both.
+    // Two offsets are in effect around a change; most readings exist with one that is found at once.
     if (other == offset || exists(other))
         return reading;
     qint64 before = seconds - reach;
     qint64 after = seconds + reach;
-    if (exists(offsetAt(before)) || exists(offsetAt(after)))
-        return reading;
 
     // The local clock stands before the reading at \c before and behind it at \c after; in between lies the
     // change that skips it.

@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: MIT
+#include "headlessreport.h"
+
+#include "celltext.h"
+#include "sampledatabase.h"
+
+#include <hostkit/columnsfilter.h>
+#include <hostkit/tableloader.h>
+
+#include <database/memorydatabase.h>
+#include <database/memorytable.h>
+
+#include <data/exception.h>
+#include <data/indexlist.h>
+#include <filterfuncs/filterfunc.h>
+#include <filters/securitiessessionfilter.h>
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSqlError>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString connectionName = u"sito-browser"_s;
+constexpr qsizetype maxShownWidth = 40;
+
+/// Locks a table as std::lock_guard would.
+class TableLock
+{
+    Q_DISABLE_COPY_MOVE(TableLock)
+public:
+    explicit TableLock(const Table &table) : m_table(table) { m_table.lock(); }
+    ~TableLock() { m_table.unlock(); }
+
+private:
+    const Table &m_table;
+};
+
+QString typeText(const ColumnSpec &column)
+{
+    QString text = FieldType::typeName(column.type);
+    if (column.type == FieldType::Decimal || column.type == FieldType::XDecimal)
+        text += u"(%1)"_s.arg(column.length);
+    else if (column.length > 0)
+        text += u"(%1)"_s.arg(column.length);
+    if (column.nullable)
+        text += ", NULL"_L1;
+    return text;
+}
+
+bool isNumber(FieldType::Type type)
+{
+    return type == FieldType::Int || type == FieldType::Int64 || type == FieldType::Double ||
+           type == FieldType::Decimal || type == FieldType::XDecimal;
+}
+
+QString shortened(QString text)
+{
+    if (text.size() > maxShownWidth) {
+        text.truncate(maxShownWidth - (text.at(maxShownWidth - 2).isHighSurrogate() ? 2 : 1));
+        text += u'…';
+    }
+    return text;
+}
+
+void removeTrailingSpaces(QString &line)
+{
+    while (line.endsWith(u' '))
+        line.chop(1);
+}
+
+} // namespace
+
+HeadlessReport::HeadlessReport(const CommandLine &commandLine, QTextStream &out)
+    : m_commandLine(commandLine), m_out(out)
+{
+}
+
+HeadlessReport::~HeadlessReport()
+{
+    // Filters and predicates refer to the tables, the loader to the connection.
+    m_excluding.clear();
+    m_keeping.clear();
+    m_filters.clear();
+    MemoryDatabase::instance().clear();
+    m_loader.reset();
+    m_connection = QSqlDatabase();
+    QSqlDatabase::removeDatabase(connectionName);
+}
+
+void HeadlessReport::run()
+{
+    openDatabase();
+    if (m_commandLine.action == CommandLine::Action::List) {
+        list();
+        return;
+    }
+
+    QStringList wanted{m_commandLine.table};
+    if (!m_commandLine.sessionColumns.isEmpty() && m_commandLine.table != "sessions"_L1)
+        wanted.append(u"sessions"_s);
+    m_loader->load(wanted, MemoryDatabase::instance());
+    MemoryTable &table = *MemoryDatabase::instance().table(m_commandLine.table);
+    makeFilters(table);
+
+    const TableLock lock(table);
+    qint64 wantedRows = 0;
+    if (m_commandLine.action == CommandLine::Action::Head)
+        wantedRows = m_commandLine.headRows;
+    else if (m_commandLine.action == CommandLine::Action::Export)
+        wantedRows = std::numeric_limits<qint64>::max();
+    const Pass result = pass(table, wantedRows);
+    if (m_commandLine.action == CommandLine::Action::Head)
+        printRows(table, result.rows);
+    else if (m_commandLine.action == CommandLine::Action::Export)
+        exportRows(table, result.rows);
+    m_out << tr("Показано строк: %1").arg(result.shown) << '\n'
+          << tr("Скрыто строк: %1").arg(result.hidden) << '\n'
+          << tr("Время прохода: %1 мс").arg(QString::number(double(result.nanoseconds) / 1e6, 'f', 3))
+          << '\n';
+    noteWiderColumns(table);
+}
+
+void HeadlessReport::noteWiderColumns(const MemoryTable &table)
+{
+    const QList<ColumnSpec> declared = m_loader->columns(table.name());
+    for (int column = 0; column < table.columnCount(); ++column) {
+        const ColumnSpec &actual = table.columnSpec(column);
+        if (actual != declared.at(column)) {
+            m_out << printable(tr("Столбец «%1» объявлен как %2, но значениям нужен %3")
+                                   .arg(actual.name, typeText(declared.at(column)), typeText(actual)))
+                  << '\n';
+        }
+    }
+}
+
+void HeadlessReport::openDatabase()
+{
+    if (m_commandLine.database.isEmpty()) {
+        m_sample = std::make_unique<SampleDatabase>();
+        m_file = m_sample->fileName();
+    } else {
+        m_file = m_commandLine.database;
+    }
+    const QFileInfo info(m_file);
+    if (!info.exists())
+        throw Exception(tr("Файла «%1» нет").arg(m_file));
+    if (info.isDir())
+        throw Exception(tr("«%1» - каталог, а не база данных").arg(m_file));
+    m_connection = QSqlDatabase::addDatabase(u"QSQLITE"_s, connectionName);
+    m_connection.setConnectOptions(u"QSQLITE_OPEN_READONLY"_s);
+    m_connection.setDatabaseName(info.absoluteFilePath());
+    if (!m_connection.open()) {
+        const QSqlError error = m_connection.lastError();
+        throw Exception(
+            tr("Не удалось открыть «%1»: %2")
+                .arg(m_file, error.databaseText().isEmpty() ? error.driverText() : error.databaseText()));
+    }
+    m_loader = std::make_unique<TableLoader>(m_connection);
+    m_loader->setDigits(TableLoader::Digits::AsNeeded);
+}
+
+void HeadlessReport::list()
+{
+    const QStringList tables = m_loader->tableNames();
+    for (const QString &table : tables) {
+        QList<ColumnSpec> columns;
+        try {
+            columns = m_loader->columns(table);
+        } catch (const Exception &exception) {
+            m_out << printable(exception.message()) << '\n';
+            continue;
+        }
+        m_out << printable(tr("%1: строк %2").arg(table, QString::number(m_loader->rowCount(table)))) << '\n';
+        qsizetype width = 0;
+        for (const ColumnSpec &column : columns)
+            width = std::max(width, column.name.size());
+        for (const ColumnSpec &column : columns)
+            m_out << "    " << printable(column.name.leftJustified(width)) << "  " << typeText(column)
+                  << '\n';
+    }
+}
+
+void HeadlessReport::makeFilters(MemoryTable &table)
+{
+    struct Plan
+    {
+        bool keep;
+        QList<int> columns;
+        QStringList keys;
+    };
+    // Options of one kind over the same columns make one filter.
+    QList<Plan> plans;
+    for (const CommandLine::KeyOption &option : m_commandLine.keyOptions) {
+        const QList<int> columns = ColumnsFilter::columnsByName(table, option.columns);
+        const auto known = std::find_if(plans.begin(), plans.end(), [&option, &columns](const Plan &plan) {
+            return plan.keep == option.keep && plan.columns == columns;
+        });
+        if (known == plans.end())
+            plans.append({option.keep, columns, {option.keys}});
+        else
+            known->keys.append(option.keys);
+    }
+    for (const Plan &plan : std::as_const(plans)) {
+        auto filter = std::make_unique<ColumnsFilter>(table, plan.columns, nullptr);
+        filter->setValue(plan.keys.join(u'|'));
+        (plan.keep ? m_keeping : m_excluding).emplace_back(filter->createFilterFunc(nullptr));
+        m_filters.push_back(std::move(filter));
+    }
+    if (!m_commandLine.sessionColumns.isEmpty()) {
+        const QList<int> columns = ColumnsFilter::columnsByName(table, m_commandLine.sessionColumns);
+        auto filter = std::make_unique<SecuritiesSessionFilter>(table, columns.first(), columns,
+                                                                columns.last(), nullptr);
+        m_excluding.emplace_back(filter->createFilterFunc(nullptr));
+        m_filters.push_back(std::move(filter));
+    }
+}
+
+HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wantedRows) const
+{
+    Pass result;
+    QElapsedTimer timer;
+    timer.start();
+    for (unsigned char *row : *table.masterIndex()) {
+        const Record record(row);
+        const auto says = [&record](const std::unique_ptr<FilterFunc> &func) { return func->filter(record); };
+        if (std::any_of(m_excluding.begin(), m_excluding.end(), says) ||
+            !std::all_of(m_keeping.begin(), m_keeping.end(), says)) {
+            ++result.hidden;
+            continue;
+        }
+        if (result.shown < wantedRows)
+            result.rows.push_back(row);
+        ++result.shown;
+    }
+    result.nanoseconds = timer.nsecsElapsed();
+    return result;
+}
+
+void HeadlessReport::printRows(const MemoryTable &table, const std::vector<unsigned char *> &rows)
+{
+    const int columnCount = table.columnCount();
+    std::vector<QStringList> lines(1);
+    for (int column = 0; column < columnCount; ++column)
+        lines[0].append(shortened(printable(table.columnName(column))));
+    for (unsigned char *row : rows) {
+        QStringList line;
+        for (int column = 0; column < columnCount; ++column)
+            line.append(shortened(printable(cellText(table.dataPtr(row, column)).value_or(u"NULL"_s))));
+        lines.push_back(line);
+    }
+    std::vector<qsizetype> widths(size_t(columnCount), 0);
+    for (const QStringList &line : lines) {
+        for (int column = 0; column < columnCount; ++column)
+            widths[size_t(column)] = std::max(widths[size_t(column)], line.at(column).size());
+    }
+    for (const QStringList &line : lines) {
+        QString text;
+        for (int column = 0; column < columnCount; ++column) {
+            const qsizetype width = widths[size_t(column)];
+            const bool toTheRight = isNumber(table.columnDef(column)->type);
+            text +=
+                (toTheRight ? line.at(column).rightJustified(width) : line.at(column).leftJustified(width)) +
+                "  "_L1;
+        }
+        removeTrailingSpaces(text);
+        m_out << text << '\n';
+    }
+    m_out << '\n';
+}
+
+void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<unsigned char *> &rows) const
+{
+    const QString name = m_commandLine.exportFile;
+    if (QFileInfo(name) == QFileInfo(m_file))
+        throw Exception(tr("«%1» - сама база данных").arg(name));
+    QSaveFile file(name);
+    if (!file.open(QIODevice::WriteOnly))
+        throw Exception(tr("Не удалось записать «%1»: %2").arg(name, file.errorString()));
+    QTextStream stream(&file);
+    const int columnCount = table.columnCount();
+    for (int column = 0; column < columnCount; ++column)
+        stream << (column == 0 ? "" : ",") << csvField(table.columnName(column));
+    stream << "\r\n";
+    for (unsigned char *row : rows) {
+        for (int column = 0; column < columnCount; ++column)
+            stream << (column == 0 ? "" : ",") << csvField(cellText(table.dataPtr(row, column)));
+        stream << "\r\n";
+    }
+    stream.flush();
+    if (stream.status() != QTextStream::Ok || !file.commit())
+        throw Exception(tr("Не удалось записать «%1»: %2").arg(name, file.errorString()));
+}

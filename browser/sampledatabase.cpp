@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#include "sampledatabase.h"
+
+#include <data/exception.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryFile>
+
+SampleDatabase::SampleDatabase()
+{
+    QFile source(QStringLiteral(":/sample.sqlite"));
+    m_file.reset(source.open(QIODevice::ReadOnly) ? QTemporaryFile::createNativeFile(source) : nullptr);
+    if (!m_file) {
+        throw Exception(
+            QCoreApplication::translate("SampleDatabase", "Не удалось записать пример во временный каталог"));
+    }
+}
+
+SampleDatabase::~SampleDatabase() = default;
+
+QString SampleDatabase::fileName() const
+{
+    return m_file->fileName();
+}

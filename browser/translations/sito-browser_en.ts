@@ -1,0 +1,490 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en" sourcelanguage="ru">
+<context>
+    <name>ColumnsFilter</name>
+    <message>
+        <source>Столбец «%1» таблицы «%2» имеет тип %3: его значения не сравниваются</source>
+        <translation>Column &apos;%1&apos; of table &apos;%2&apos; is of type %3: its values are never compared</translation>
+    </message>
+    <message>
+        <source>В таблице «%1» нет столбца «%2»</source>
+        <translation>Table &apos;%1&apos; has no column &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>Ключ «%1»: число значений (%2) не равно числу столбцов (%3)</source>
+        <translation>Key &apos;%1&apos;: the number of values (%2) is not the number of columns (%3)</translation>
+    </message>
+    <message>
+        <source>Ключ «%1»: столбец «%2» не допускает пустых значений</source>
+        <translation>Key &apos;%1&apos;: column &apos;%2&apos; admits no absent values</translation>
+    </message>
+    <message>
+        <source>Ключ «%1»: «%2» не может быть значением столбца «%3» типа %4</source>
+        <translation>Key &apos;%1&apos;: &apos;%2&apos; cannot be a value of column &apos;%3&apos; of type %4</translation>
+    </message>
+</context>
+<context>
+    <name>CommandLine</name>
+    <message>
+        <source>параметр %1 ждёт СТОЛБЦЫ=КЛЮЧИ, а не «%2»</source>
+        <translation>option %1 takes COLUMNS=KEYS, not &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>параметр %1: для «%2» не дано ни одного ключа (пустое значение одного столбца пишется «|»)</source>
+        <translation>option %1: &apos;%2&apos; gives no key (the empty value of one column is written &apos;|&apos;)</translation>
+    </message>
+    <message>
+        <source>лишний аргумент «%1»</source>
+        <translation>surplus argument &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>имя базы данных пусто</source>
+        <translation>the name of the database is empty</translation>
+    </message>
+    <message>
+        <source>после %1 не хватает значения</source>
+        <translation>a value is missing after %1</translation>
+    </message>
+    <message>
+        <source>параметр %1 дан дважды</source>
+        <translation>option %1 is given twice</translation>
+    </message>
+    <message>
+        <source>параметры %1 и %2 несовместимы</source>
+        <translation>options %1 and %2 exclude each other</translation>
+    </message>
+    <message>
+        <source>параметр %1 ждёт число строк, а не «%2»</source>
+        <translation>option %1 takes a number of rows, not &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>параметр %1 ждёт имя файла</source>
+        <translation>option %1 takes the name of a file</translation>
+    </message>
+    <message>
+        <source>параметр %1 ждёт два столбца через запятую, а не «%2»</source>
+        <translation>option %1 takes two columns with a comma between them, not &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>параметр %1 ждёт ПУТЬ=ЗНАЧЕНИЕ, а не «%2»</source>
+        <translation>option %1 takes PATH=VALUE, not &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>параметр %1 не знает порядка «%2»</source>
+        <translation>option %1 knows no strategy &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>неизвестный параметр %1</source>
+        <translation>unknown option %1</translation>
+    </message>
+    <message>
+        <source>параметр %1 не принимает значения</source>
+        <translation>option %1 takes no value</translation>
+    </message>
+    <message>
+        <source>параметры --set, --remove и --strategy требуют параметра --settings</source>
+        <translation>options --set, --remove and --strategy need --settings</translation>
+    </message>
+    <message>
+        <source>параметр %1 несовместим с показом таблиц</source>
+        <translation>option %1 and the showing of tables exclude each other</translation>
+    </message>
+    <message>
+        <source>условия отбора требуют параметра --table</source>
+        <translation>filters need --table</translation>
+    </message>
+    <message>
+        <source>не дана таблица (--table)</source>
+        <translation>no table is given (--table)</translation>
+    </message>
+    <message>
+        <source>не сказано, что делать: --list, --table ИМЯ или --help</source>
+        <translation>nothing to do: give --list, --table NAME or --help</translation>
+    </message>
+    <message>
+        <source>Вызов:
+  sito-browser [БАЗА.sqlite] --list
+  sito-browser [БАЗА.sqlite] --table ИМЯ [ОТБОР]... [--count | --head N | --export ФАЙЛ.csv]
+  sito-browser --settings ФАЙЛ.ini [--set ПУТЬ=ЗНАЧЕНИЕ | --remove ПУТЬ]... [--strategy ПОРЯДОК]
+ОТБОР:
+  --exclude СТОЛБЦЫ=КЛЮЧИ | --keep СТОЛБЦЫ=КЛЮЧИ | --session-filter БУМАГА,СЕССИЯ
+Без базы берётся встроенный пример. Подробно: sito-browser --help
+</source>
+        <translation>Usage:
+  sito-browser [DATABASE.sqlite] --list
+  sito-browser [DATABASE.sqlite] --table NAME [FILTER]... [--count | --head N | --export FILE.csv]
+  sito-browser --settings FILE.ini [--set PATH=VALUE | --remove PATH]... [--strategy STRATEGY]
+FILTER:
+  --exclude COLUMNS=KEYS | --keep COLUMNS=KEYS | --session-filter STOCK,SESS
+Without a database the built-in sample is taken. For more: sito-browser --help
+</translation>
+    </message>
+    <message>
+        <source>ИМЯ
+    sito-browser - показывает таблицы торговой базы данных, отобранные фильтрами
+
+ВЫЗОВ
+    sito-browser [БАЗА.sqlite] --list
+    sito-browser [БАЗА.sqlite] --table ИМЯ [--exclude СТОЛБЦЫ=КЛЮЧИ]... [--keep СТОЛБЦЫ=КЛЮЧИ]...
+                 [--session-filter БУМАГА,СЕССИЯ] [--count | --head N | --export ФАЙЛ.csv]
+    sito-browser --settings ФАЙЛ.ini [--set ПУТЬ=ЗНАЧЕНИЕ | --remove ПУТЬ]...
+                 [--strategy on-field-change | on-manual-submit]
+    sito-browser -h | --help | --version
+
+</source>
+        <translation>NAME
+    sito-browser - shows tables of a trading database through filters
+
+SYNOPSIS
+    sito-browser [DATABASE.sqlite] --list
+    sito-browser [DATABASE.sqlite] --table NAME [--exclude COLUMNS=KEYS]... [--keep COLUMNS=KEYS]...
+                 [--session-filter STOCK,SESS] [--count | --head N | --export FILE.csv]
+    sito-browser --settings FILE.ini [--set PATH=VALUE | --remove PATH]...
+                 [--strategy on-field-change | on-manual-submit]
+    sito-browser -h | --help | --version
+
+</translation>
+    </message>
+    <message>
+        <source>ОПИСАНИЕ
+    Программа читает таблицы базы данных SQLite в память, применяет к строкам фильтры и сообщает,
+    сколько строк показано, сколько скрыто и сколько времени занял проход по таблице. База данных
+    только читается. Если она не указана, берётся встроенный пример: выдуманные ценные бумаги
+    (securities), их торговые сессии (sessions) и котировки (quotes).
+
+    Типы полей следуют из объявленных типов столбцов. Значение, которое поле не может хранить точно,
+    не округляется и не обрезается: загрузка прекращается с указанием таблицы, строки и столбца.
+    Только десятичным столбцам добавляется столько цифр, сколько нужно значениям сверх объявленного;
+    о таких столбцах сказано после итога.
+
+</source>
+        <translation>DESCRIPTION
+    Reads tables of an SQLite database into memory, passes their rows through filters and tells how many rows
+    are shown, how many are hidden and how long the pass over the table took. The database is only read.
+    Without one the built-in sample is taken: invented securities, their trading sessions and quotes.
+
+    The types of the fields follow from the declared types of the columns. A value that a field cannot hold
+    exactly is neither rounded nor cut: the load ends and names the table, the row and the column. Decimal
+    columns alone are given as many digits as their values need beyond those declared; such columns are named
+    after the result.
+
+</translation>
+    </message>
+    <message>
+        <source>ПАРАМЕТРЫ
+    --list
+        Таблицы базы, число их строк, имена и типы столбцов; NULL отмечает столбцы, в которых
+        значения может не быть.
+    --table ИМЯ
+        Таблица, которую показать.
+    --exclude СТОЛБЦЫ=КЛЮЧИ
+        Скрыть строки, у которых значения столбцов равны одному из ключей.
+    --keep СТОЛБЦЫ=КЛЮЧИ
+        Показать только такие строки.
+    --session-filter БУМАГА,СЕССИЯ
+        Скрыть последнюю сессию каждой бумаги по таблице sessions той же базы. Даются имена столбцов
+        таблицы с номером бумаги и номером сессии.
+    --count
+        Только итог; так и без этого параметра.
+    --head N
+        Первые N показанных строк и итог.
+    --export ФАЙЛ.csv
+        Записать показанные строки в файл CSV (RFC 4180, UTF-8). Отсутствующее значение пишется пустым,
+        пустой текст - парой кавычек. Прежний файл заменяется лишь тогда, когда новый записан целиком.
+    --settings ФАЙЛ.ini
+        Дерево настроек из файла INI: путь, тип и значение каждой записи, пути групп кончаются на «/».
+    --set ПУТЬ=ЗНАЧЕНИЕ, --remove ПУТЬ
+        Перед показом изменить значение существующего ключа; удалить ключ или группу. Если хотя бы одного
+        пути нет, файл не меняется.
+    --strategy on-field-change | on-manual-submit
+        Записывать каждое изменение сразу (так и без этого параметра) или все вместе в конце.
+    -h, --help, --version
+        Краткая справка, эта страница, версия.
+
+</source>
+        <translation>OPTIONS
+    --list
+        The tables of the database, the number of their rows, the names and types of their columns; NULL marks
+        columns in which a value may be absent.
+    --table NAME
+        The table to show.
+    --exclude COLUMNS=KEYS
+        Hide the rows whose values in the columns equal one of the keys.
+    --keep COLUMNS=KEYS
+        Show only such rows.
+    --session-filter STOCK,SESS
+        Hide the last session of every security, by the table sessions of the same database. Give the names of
+        the columns of the table that hold the number of the security and the number of the session.
+    --count
+        The result alone; also without this option.
+    --head N
+        The first N shown rows and the result.
+    --export FILE.csv
+        Write the shown rows to a CSV file (RFC 4180, UTF-8). An absent value is written as nothing, an empty
+        text as a pair of quotes. A file that is there is replaced only when the new one is complete.
+    --settings FILE.ini
+        The tree of settings of an INI file: path, type and value of every entry; paths of groups end in &quot;/&quot;.
+    --set PATH=VALUE, --remove PATH
+        Before that, change the value of an existing key; remove a key or a group. When one of the paths is
+        missing, the file stays as it is.
+    --strategy on-field-change | on-manual-submit
+        Write every change at once (also without this option) or all of them at the end.
+    -h, --help, --version
+        Short help, this page, the version.
+
+</translation>
+    </message>
+    <message>
+        <source>КЛЮЧИ
+    СТОЛБЦЫ - имена через запятую. КЛЮЧИ - один или несколько ключей через «|», в каждом столько
+    значений через запятую, сколько столбцов: stock_id,sess_id=12,3|15,1. Числа пишутся с точкой,
+    даты - как 2017.01.31 14:30:00.000 или 2017-01-31. Пустое место означает отсутствие числа или
+    пустой текст (один ключ из одного пустого места - «|»), знак ␀ (U+2400) - отсутствие текста или
+    даты. Значения с запятой или «|» так записать нельзя.
+
+    Параметры можно повторять. Ключи повторных --exclude складываются. Ключи --keep с теми же столбцами
+    складываются, а с разными столбцами строка должна подойти под каждый. Скрытое остаётся скрытым,
+    даже если подходит под --keep.
+
+</source>
+        <translation>KEYS
+    COLUMNS are names with commas between them. KEYS are one or more keys with &quot;|&quot; between them, each with as
+    many values, separated by commas, as there are columns: stock_id,sess_id=12,3|15,1. Numbers have a decimal
+    point, dates look like 2017.01.31 14:30:00.000 or 2017-01-31. An empty place is an absent number or an
+    empty text (a single key of one empty place is written &quot;|&quot;), the character ␀ (U+2400) an absent text or
+    date. Values with a comma or a &quot;|&quot; cannot be written.
+
+    Options may be repeated. The keys of several --exclude add up. The keys of several --keep add up when they
+    are over the same columns; over different columns a row must match each. What is hidden stays hidden,
+    though it matches a --keep.
+
+</translation>
+    </message>
+    <message>
+        <source>КОД ЗАВЕРШЕНИЯ
+    0 - выполнено; 2 - ошибка, о которой сказано одной строкой в стандартном потоке ошибок.
+
+ЯЗЫК
+    Русский или английский, по LC_ALL, LC_MESSAGES или LANG. Вывод всегда в UTF-8.
+
+</source>
+        <translation>EXIT CODE
+    0 - done; 2 - an error, which is told in one line on standard error.
+
+LANGUAGE
+    Russian or English, by LC_ALL, LC_MESSAGES or LANG. Output is always in UTF-8.
+
+</translation>
+    </message>
+    <message>
+        <source>ПРИМЕРЫ
+    sito-browser --list
+    sito-browser --table quotes --exclude &apos;stock_id=1|2&apos; --head 10
+    sito-browser base.sqlite --table quotes --keep &apos;stock_id=926|1665&apos; --export two.csv
+    sito-browser base.sqlite --table quotes --session-filter stock_id,sess_id --count
+    sito-browser --settings sito.ini --set window/width=800 --remove recent
+</source>
+        <translation>EXAMPLES
+    sito-browser --list
+    sito-browser --table quotes --exclude &apos;stock_id=1|2&apos; --head 10
+    sito-browser base.sqlite --table quotes --keep &apos;stock_id=926|1665&apos; --export two.csv
+    sito-browser base.sqlite --table quotes --session-filter stock_id,sess_id --count
+    sito-browser --settings sito.ini --set window/width=800 --remove recent
+</translation>
+    </message>
+</context>
+<context>
+    <name>HeadlessReport</name>
+    <message>
+        <source>Показано строк: %1</source>
+        <translation>Rows shown: %1</translation>
+    </message>
+    <message>
+        <source>Скрыто строк: %1</source>
+        <translation>Rows hidden: %1</translation>
+    </message>
+    <message>
+        <source>Время прохода: %1 мс</source>
+        <translation>Time of the pass: %1 ms</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
+        <translation>Column &apos;%1&apos; is declared as %2, but its values need %3</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не база данных</source>
+        <translation>&apos;%1&apos; is a directory, not a database</translation>
+    </message>
+    <message>
+        <source>Не удалось открыть «%1»: %2</source>
+        <translation>Cannot open &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>%1: строк %2</source>
+        <translation>%1: %2 rows</translation>
+    </message>
+    <message>
+        <source>«%1» - сама база данных</source>
+        <translation>&apos;%1&apos; is the database itself</translation>
+    </message>
+    <message>
+        <source>Не удалось записать «%1»: %2</source>
+        <translation>Cannot write &apos;%1&apos;: %2</translation>
+    </message>
+</context>
+<context>
+    <name>SampleDatabase</name>
+    <message>
+        <source>Не удалось записать пример во временный каталог</source>
+        <translation>Cannot write the sample to the directory for temporary files</translation>
+    </message>
+</context>
+<context>
+    <name>SelectFilter</name>
+    <message>
+        <source>Выбрать</source>
+        <translation>Select</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsModel</name>
+    <message>
+        <source>Ключ</source>
+        <translation>Key</translation>
+    </message>
+    <message>
+        <source>Тип</source>
+        <translation>Type</translation>
+    </message>
+    <message>
+        <source>Значение</source>
+        <translation>Value</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsReport</name>
+    <message>
+        <source>Не удалось записать «%1»</source>
+        <translation>Cannot write &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не файл настроек</source>
+        <translation>&apos;%1&apos; is a directory, not a settings file</translation>
+    </message>
+    <message>
+        <source>Не удалось прочитать «%1»: %2</source>
+        <translation>Cannot read &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>«%1» - не файл INI</source>
+        <translation>&apos;%1&apos; is no INI file</translation>
+    </message>
+    <message>
+        <source>Файл «%1» доступен только для чтения</source>
+        <translation>File &apos;%1&apos; is read-only</translation>
+    </message>
+    <message>
+        <source>В «%1» нет пути «%2»</source>
+        <translation>&apos;%1&apos; has no path &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>Не удалось удалить «%1»</source>
+        <translation>Cannot remove &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - группа, у неё нет значения</source>
+        <translation>&apos;%1&apos; is a group and has no value</translation>
+    </message>
+    <message>
+        <source>Не удалось изменить «%1»</source>
+        <translation>Cannot change &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Путь</source>
+        <translation>Path</translation>
+    </message>
+</context>
+<context>
+    <name>TableLoader</name>
+    <message>
+        <source>столбец не допускает пустых значений</source>
+        <translation>the column admits no absent values</translation>
+    </message>
+    <message>
+        <source>значение другого рода</source>
+        <translation>a value of another kind</translation>
+    </message>
+    <message>
+        <source>число вне пределов типа</source>
+        <translation>the number is out of range</translation>
+    </message>
+    <message>
+        <source>число нельзя сохранить точно</source>
+        <translation>the number cannot be held exactly</translation>
+    </message>
+    <message>
+        <source>в числе больше цифр, чем объявлено</source>
+        <translation>the number has more digits than declared</translation>
+    </message>
+    <message>
+        <source>текст длиннее, чем объявлено</source>
+        <translation>the text is longer than declared</translation>
+    </message>
+    <message>
+        <source>в тексте есть нулевой символ</source>
+        <translation>the text holds a NUL character</translation>
+    </message>
+    <message>
+        <source>не дата</source>
+        <translation>not a date</translation>
+    </message>
+    <message>
+        <source>это мгновение обозначает отсутствие даты</source>
+        <translation>this instant stands for no date</translation>
+    </message>
+    <message>
+        <source>другое число байтов</source>
+        <translation>another number of bytes</translation>
+    </message>
+    <message>
+        <source>байты не составляют текста</source>
+        <translation>the bytes are no valid text</translation>
+    </message>
+    <message>
+        <source>Таблица «%1», строка %2, столбец «%3»: значение %4 не подходит к типу %5 (%6)</source>
+        <translation>Table &apos;%1&apos;, row %2, column &apos;%3&apos;: value %4 does not fit type %5 (%6)</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» уже загружена</source>
+        <translation>Table &apos;%1&apos; is loaded already</translation>
+    </message>
+    <message>
+        <source>База данных «%1»: %2</source>
+        <translation>Database &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>В базе данных нет таблицы «%1»</source>
+        <translation>The database has no table &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Таблица «%1», столбец «%2»: тип «%3» не поддерживается</source>
+        <translation>Table &apos;%1&apos;, column &apos;%2&apos;: type &apos;%3&apos; is not supported</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>Не удалось записать вывод: %1</source>
+        <translation>Cannot write the output: %1</translation>
+    </message>
+</context>
+</TS>

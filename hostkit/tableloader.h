@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+
+#include <database/columnspec.h>
+
+#include <QCoreApplication>
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+class MemoryDatabase;
+class MemoryTable;
+
+/// Copies tables of a Qt SQL connection into tables of the in-memory database library.
+///
+/// **Types.** The declared type of a column decides, upper and lower case alike:
+///
+/// | declared | becomes |
+/// |---|---|
+/// | BOOLEAN, TINYINT, SMALLINT, INT, INTEGER | Int |
+/// | BIGINT, any unsigned integer | Int64 |
+/// | REAL, FLOAT, DOUBLE, DOUBLE PRECISION | Double |
+/// | DECIMAL(p,s), NUMERIC(p,s) up to 16 digits | Decimal with s digits after the point (0 when only p is
+/// given) | | the same beyond 16 digits | XDecimal | | DECIMAL, NUMERIC | XDecimal with 10 digits after the
+/// point | | CHAR(n), VARCHAR(n) and their kin, n up to 32767 | VarChar of n UTF-16 units | | TEXT, CLOB, the
+/// above without n or with a larger one | String | | DATE, DATETIME, TIMESTAMP | DateTime | | BLOB(n),
+/// BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes | | BLOB, BYTEA | Block |
+///
+/// A column admits absent values unless it is declared NOT NULL or belongs to the primary key. A column of
+/// any other type, or of none, is refused: what it holds could not be told in advance.
+///
+/// **Values are never damaged.** What a database holds in a column need not be what the column declares. A
+/// value that its field cannot hold exactly makes the load fail: a text or a fraction in an integer, an
+/// integer of more than 32 bits in an Int (declare such a column BIGINT), more digits than declared, a text
+/// that is too long or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
+/// absent value where none is admitted. A binary floating-point number in a decimal column counts as the
+/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &); the empty
+/// text means no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no
+/// date". Numbers are no dates.
+///
+/// **Errors** are thrown as Exception and name the table and, for a value, the row (counted from 1 in the
+/// order of reading), the column and the value. Nothing that was loaded before stays behind then; the same
+/// holds for a load that is cancelled. The connection may be used as before.
+///
+/// **Threads.** A loader is used in the thread of its connection; its tables may be handed to any other.
+class HOSTKIT_EXPORT TableLoader
+{
+    Q_DECLARE_TR_FUNCTIONS(TableLoader)
+    Q_DISABLE_COPY_MOVE(TableLoader)
+public:
+    struct Progress
+    {
+        QString table;
+        qint64 rowsRead = 0;
+        /// What the database said before the first row was read.
+        qint64 rowsTotal = 0;
+    };
+    /// Is told how far the load has come, in the thread of the loader; false cancels the load.
+    using ProgressFunction = std::function<bool(const Progress &)>;
+
+    /// What becomes of a decimal column whose values have more digits than it declares. SQLite, for one, does
+    /// not hold its columns to that.
+    enum class Digits {
+        AsDeclared, ///< the load fails
+        AsNeeded, ///< the column gets as many digits, on either side of the point, as its values need, up to
+                  ///< 36
+    };
+
+    /// \a connection should be open; an error of the connection appears in the first operation that needs it.
+    explicit TableLoader(const QSqlDatabase &connection);
+    ~TableLoader();
+
+    /// The names of the tables, by UTF-16 code units; without views and the database's own tables.
+    QStringList tableNames() const;
+    /// The columns of \a table as declared, in their order in the database: those with which load() makes it,
+    /// but for the digits that Digits::AsNeeded adds.
+    QList<ColumnSpec> columns(const QString &table) const;
+    qint64 rowCount(const QString &table) const;
+
+    /// Digits::AsDeclared until it is set.
+    void setDigits(Digits digits);
+
+    /// \a progress is called for every table before its first row, after every \a interval rows and after the
+    /// last row. A table whose columns turn out to need more digits is read a second time, counted from 0
+    /// again.
+    void setProgress(ProgressFunction progress, qint64 interval = 4096);
+
+    /// A copy of \a table with rows in the order in which the database gives them, read in one transaction
+    /// unless one is open already. Null when the load was cancelled, by the progress function or, from any
+    /// thread, by \a stop.
+    std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop = {}) const;
+
+    /// Loads \a tables in this order and adds all of them to \a database, or none of them; false when the
+    /// load was cancelled. A name that \a database has already is an error.
+    bool load(const QStringList &tables, MemoryDatabase &database, const std::stop_token &stop = {}) const;
+
+private:
+    struct Private;
+    const std::unique_ptr<Private> d;
+};

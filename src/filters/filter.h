@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sito_export.h>
+
+#include <QObject>
+#include <QString>
+
+class FilterFunc;
+class QWidget;
+
+/// What a view attaches to a table to restrict the rows it shows: a switch, a value that can be saved as text
+/// and restored, a widget to edit it, and the predicate that applies it to records.
+///
+/// Switch and value are independent: neither setting nor clearing the value touches the switch, and switching
+/// off keeps the value. A new filter is switched off and has no value. Nothing tells a host that the value
+/// has changed; it makes a new predicate after each change of its own.
+///
+/// A filter belongs to its parent or, without one, to its creator, and is used from the thread that owns it.
+/// Members and virtual operations keep their order: they are compiled into hosts.
+class SITO_EXPORT Filter : public QObject
+{
+    Q_OBJECT
+    /// Writing it reaches the most derived setEnabled().
+    Q_PROPERTY(bool isEnabled READ isEnabled WRITE setEnabled NOTIFY enabledChanged)
+public:
+    /// A filter with the second number -1; see firstId().
+    Filter(int firstId, QObject *parent);
+    Filter(int firstId, int secondId, QObject *parent);
+    ~Filter() override;
+
+    bool isEnabled() const { return m_enabled; }
+
+    /// The two numbers given at construction. They mean something to the host alone; nothing in this library
+    /// reads them.
+    int firstId() const { return m_firstId; }
+    int secondId() const { return m_secondId; }
+
+    /// A new predicate for the filter's value as it is now; later changes do not reach it. It belongs to \a
+    /// parent or, when that is null, to the caller; the filter keeps no pointer to it.
+    virtual FilterFunc *createFilterFunc(QObject *parent) const = 0;
+
+    /// A new widget to edit the filter with, a child of \a parent; null for a filter without one.
+    virtual QWidget *createFilterWidget(QWidget *parent) = 0;
+    /// Takes the user's settings from \a widget, one made by createFilterWidget(), into the filter.
+    virtual void apply(QWidget *widget) = 0;
+    /// Shows the filter's state in \a widget, one made by createFilterWidget().
+    virtual void init(QWidget *widget) = 0;
+
+    /// The value for people to read.
+    virtual QString text() const = 0;
+    /// The filter's display name.
+    virtual QString name() const = 0;
+
+    /// Whether the value restricts anything. A filter without a value of its own never does.
+    virtual bool hasValue() const;
+    /// The value as a text that setValue() restores; empty without a value.
+    virtual QString value() const;
+    /// Restores the value from such a text; an empty one means no value. Does nothing in a filter without a
+    /// value of its own.
+    virtual void setValue(const QString &value);
+    /// Takes the value away: setValue() with a null text, unless a subclass knows a shorter way. What that
+    /// throws passes through.
+    virtual void clear();
+
+    /// Switches the filter on or off and emits enabledChanged(): deliberately on every call, also when
+    /// nothing changes.
+    virtual void setEnabled(bool enabled);
+
+Q_SIGNALS:
+    void enabledChanged(bool enabled);
+    /// For subclasses and hosts to emit; nothing in this library does. The name is spelled so on purpose.
+    void asincChanged();
+
+private:
+    bool m_enabled = false;
+    int m_firstId;
+    int m_secondId;
+};

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#include <data/exception.h>
+
+#include <support/exceptions.h>
+
+#include <QTest>
+
+namespace {
+QStringList reports;
+
+void collect(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    reports.append(
+        QStringLiteral("%1 %2 %3").arg(int(type)).arg(QString::fromLatin1(context.category), message));
+}
+
+/// Two members behind the table of virtual functions, as hosts have compiled it in.
+struct Twin
+{
+    virtual ~Twin() = default;
+    QString message;
+    QStringList lines;
+};
+static_assert(sizeof(Exception) == sizeof(Twin));
+} // namespace
+
+class ExceptionTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        reports.clear();
+        m_before = qInstallMessageHandler(collect);
+    }
+    void cleanup() { qInstallMessageHandler(m_before); }
+
+    void reportsItselfOnceWhenCaughtAndDiscarded()
+    {
+        try {
+            throw Exception(QStringLiteral("broken %1"));
+        } catch (const Exception &exception) {
+            QCOMPARE(exception.message(), QStringLiteral("broken %1"));
+            QCOMPARE(reports, QStringList());
+        }
+
+        QCOMPARE(reports, QStringList(QStringLiteral("1 database.exception Exception: broken %1")));
+    }
+
+    void reportsItsLines()
+    {
+        {
+            Exception exception(QStringLiteral("broken"));
+            exception.addLine(QStringLiteral("inner"));
+            exception.addLine(QStringLiteral("outer"));
+            QCOMPARE(exception.lines(), QStringList({QStringLiteral("inner"), QStringLiteral("outer")}));
+        }
+
+        QCOMPARE(reports,
+                 QStringList(QStringLiteral("1 database.exception Exception: broken\n    inner\n    outer")));
+    }
+
+    void reportsOnRequest()
+    {
+        const Exception exception(QStringLiteral("broken"));
+
+        exception.dump();
+
+        QCOMPARE(reports.size(), 1);
+    }
+
+    void reportsEachCopy()
+    {
+        {
+            const Exception exception(QStringLiteral("broken"));
+            const Exception copy(exception);
+        }
+
+        QCOMPARE(reports.size(), 2);
+    }
+
+private:
+    QtMessageHandler m_before = nullptr;
+};
+
+QTEST_APPLESS_MAIN(ExceptionTest)
+#include "tst_exception.moc"

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include <data/indexlist.h>
+
+#include <support/exceptions.h>
+
+#include <QTest>
+
+#include <vector>
+
+namespace {
+/// The second base must have a table of virtual functions of its own.
+static_assert(std::is_base_of_v<TableIndex, IndexList> && std::is_base_of_v<RowRange, IndexList>);
+static_assert(std::is_polymorphic_v<TableIndex> && std::is_polymorphic_v<RowRange>);
+static_assert(sizeof(IndexPage) == 2 * sizeof(void *));
+static_assert(sizeof(IndexList) == 4 * sizeof(void *),
+              "two tables of virtual functions, the count, the slots");
+
+/// An index over numbered rows, page by page; a page of -1 is an empty slot.
+class Pages : public IndexList
+{
+public:
+    explicit Pages(const QList<int> &counts)
+    {
+        m_rows.reserve(1000);
+        m_pages.reserve(size_t(counts.size()));
+        for (const int count : counts) {
+            if (count < 0) {
+                m_table.push_back(nullptr);
+                continue;
+            }
+            auto *first = m_rows.data() + m_rows.size();
+            for (int i = 0; i < count; ++i)
+                m_rows.push_back(m_bytes + m_rows.size());
+            m_pages.push_back({first, m_rows.data() + m_rows.size()});
+            m_table.push_back(&m_pages.back());
+        }
+        m_slots = m_table.data();
+        m_slotCount = qint64(m_table.size());
+    }
+
+    QString walk() const
+    {
+        QStringList rows;
+        for (const unsigned char *row : *this)
+            rows.append(QString::number(row - m_bytes));
+        return rows.join(QChar(u' '));
+    }
+
+private:
+    unsigned char m_bytes[1000] = {};
+    std::vector<unsigned char *> m_rows;
+    std::vector<IndexPage> m_pages;
+    std::vector<IndexPage *> m_table;
+};
+} // namespace
+
+class IndexListTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { failOnAnyWarning(); }
+
+    void visitsEveryRowBehindTheFirstSlot_data()
+    {
+        QTest::addColumn<QList<int>>("counts");
+        QTest::addColumn<QString>("rows");
+        QTest::newRow("empty second slot") << QList<int>{-1, -1} << QString();
+        QTest::newRow("no rows in the second slot") << QList<int>{-1, 0} << QString();
+        QTest::newRow("one page") << QList<int>{-1, 3} << QStringLiteral("0 1 2");
+        QTest::newRow("first slot holds rows") << QList<int>{2, 3} << QStringLiteral("2 3 4");
+        QTest::newRow("several pages") << QList<int>{1, 2, 1, 2} << QStringLiteral("1 2 3 4 5");
+        QTest::newRow("no rows in the middle") << QList<int>{-1, 2, 0, 0, 1} << QStringLiteral("0 1 2");
+        QTest::newRow("no rows at the end") << QList<int>{-1, 2, 0} << QStringLiteral("0 1");
+    }
+    void visitsEveryRowBehindTheFirstSlot()
+    {
+        QFETCH(const QList<int>, counts);
+        QFETCH(const QString, rows);
+
+        const Pages pages(counts);
+
+        QCOMPARE(pages.walk(), rows);
+        QCOMPARE(pages.rowCount(), rows.isEmpty() ? 0 : rows.count(QChar(u' ')) + 1);
+    }
+
+    void isReadThroughItsSecondBase()
+    {
+        const Pages pages({-1, 2});
+        const RowRange &range = pages;
+
+        const int rows = int(std::distance(range.begin(), range.end()));
+
+        QCOMPARE(rows, 2);
+        QVERIFY(range.begin() == pages.begin() && range.end() == pages.end());
+    }
+};
+
+QTEST_APPLESS_MAIN(IndexListTest)
+#include "tst_indexlist.moc"

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+#include <data/database.h>
+#include <data/icore.h>
+#include <database/memorydatabase.h>
+#include <database/memorytable.h>
+
+#include <support/exceptions.h>
+
+#include <QTest>
+
+namespace {
+const QList<ColumnSpec> columns{{QStringLiteral("id"), FieldType::Int}};
+}
+
+class MemoryDatabaseTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { failOnAnyWarning(); }
+    void cleanup() { MemoryDatabase::instance().clear(); }
+
+    void standsBehindTheCore()
+    {
+        QVERIFY(ICore::instance());
+        QCOMPARE(ICore::instance(), ICore::instance());
+        QCOMPARE(ICore::instance()->database(), &MemoryDatabase::instance());
+    }
+
+    void findsTablesByName()
+    {
+        auto &database = MemoryDatabase::instance();
+        MemoryTable *quotes = database.createTable(QStringLiteral("quotes"), columns);
+        MemoryTable *sessions = database.createTable(QStringLiteral("sessions"), columns);
+
+        Database *catalogue = ICore::instance()->database();
+
+        QCOMPARE(catalogue->tableByName(QStringLiteral("sessions")), sessions);
+        QCOMPARE(catalogue->tableByName(QStringLiteral("Sessions")), nullptr);
+        QCOMPARE(database.table(QStringLiteral("quotes")), quotes);
+        QCOMPARE(database.tableNames(), QStringList({QStringLiteral("quotes"), QStringLiteral("sessions")}));
+    }
+
+    void dropsTables()
+    {
+        auto &database = MemoryDatabase::instance();
+        database.createTable(QStringLiteral("a"), columns);
+        database.createTable(QStringLiteral("b"), columns);
+
+        database.dropTable(QStringLiteral("a"));
+
+        QCOMPARE(database.tableNames(), QStringList(QStringLiteral("b")));
+        QCOMPARE(exceptionMessage([&] { database.dropTable(QStringLiteral("a")); }),
+                 QStringLiteral("There is no table 'a'"));
+        database.clear();
+        QVERIFY(database.tableNames().isEmpty());
+    }
+
+    void refusesNames()
+    {
+        auto &database = MemoryDatabase::instance();
+        MemoryTable *table = database.createTable(QStringLiteral("a"), columns);
+
+        QCOMPARE(exceptionMessage([&] { database.createTable(QStringLiteral("a"), columns); }),
+                 QStringLiteral("There is a table 'a' already"));
+        QCOMPARE(exceptionMessage([&] { database.table(QStringLiteral("none")); }),
+                 QStringLiteral("There is no table 'none'"));
+        QCOMPARE(exceptionMessage([&] { database.createTable(QString(), columns); }),
+                 QStringLiteral("A table needs a name"));
+        QCOMPARE(database.table(QStringLiteral("a")), table);
+    }
+};
+
+QTEST_APPLESS_MAIN(MemoryDatabaseTest)
+#include "tst_memorydatabase.moc"
