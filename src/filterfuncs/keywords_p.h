@@ -161,27 +161,30 @@ private:
     qsizetype m_count = 0;
 };
 
-/// A few keys, taken from all over the list, by which the excerpts are judged that might tell the keys
-/// apart.
+/// A few different keys by which the excerpts are judged that might tell all keys apart. They are drawn as if
+/// at random, but always the same: keys taken at regular distances would all differ where the keys are
+/// sorted.
 class KeySample
 {
 public:
     static constexpr qsizetype largest = 64;
 
-    explicit KeySample(qsizetype keyCount)
-        : m_keyCount(keyCount), m_size(std::min<qsizetype>(keyCount, largest))
+    explicit KeySample(qsizetype keyCount) : m_keyCount(keyCount)
     {
+        const bool all = keyCount <= largest;
+        const qsizetype count = all ? keyCount : largest;
+        quint64 state = 1;
+        for (qsizetype i = 0; i < count; ++i) {
+            state = state * 6364136223846793005u + 1442695040888963407u;
+            m_keys[size_t(i)] = all ? i : qsizetype((state >> 33) % quint64(keyCount));
+        }
+        std::sort(m_keys.begin(), m_keys.begin() + count);
+        m_size = std::unique(m_keys.begin(), m_keys.begin() + count) - m_keys.begin();
     }
 
     qsizetype size() const { return m_size; }
-    /// The key that is the i-th of the sample: one out of the i-th part of the keys, at no regular distance,
-    /// as keys often repeat something regularly.
-    qsizetype key(qsizetype i) const
-    {
-        const qsizetype begin = i * m_keyCount / m_size;
-        const qsizetype count = (i + 1) * m_keyCount / m_size - begin;
-        return begin + qsizetype((quint32(i + 1) * 2654435761u >> 8) % quint64(count));
-    }
+    /// The key that is the i-th of the sample.
+    qsizetype key(qsizetype i) const { return m_keys[size_t(i)]; }
 
     /// How many other keys share the word of a key, on average and as far as the sample shows; wordOf(i) is
     /// that of its i-th key.
@@ -210,5 +213,6 @@ public:
 
 private:
     qsizetype m_keyCount;
-    qsizetype m_size;
+    qsizetype m_size = 0;
+    std::array<qsizetype, largest> m_keys = {};
 };
