@@ -227,6 +227,7 @@ bool KeyMatcher::equalsKey(const Record &record, const Record &key) const
 
 bool KeyMatcher::confirm(const Record &record, quint16 word, qsizetype block) const
 {
+    const auto equal = [&](qsizetype key) { return equalsKey(record, m_keys[key]); };
     const KeyWords &first = m_first.words();
     if (!m_second.isEmpty()) {
         quint16 secondWord;
@@ -234,14 +235,12 @@ bool KeyMatcher::confirm(const Record &record, quint16 word, qsizetype block) co
         case KeyColumnWords::Found::Nothing:
             return false;
         case KeyColumnWords::Found::Word:
-            return first.anyOf(word, block, [&](qsizetype key) {
-                return m_second.words().at(key) == secondWord && equalsKey(record, m_keys[key]);
-            });
+            return first.anyOf(word, m_second.words(), secondWord, block, equal);
         case KeyColumnWords::Found::Any:
             break;
         }
     }
-    return first.anyOf(word, block, [&](qsizetype key) { return equalsKey(record, m_keys[key]); });
+    return first.anyOf(word, block, equal);
 }
 
 bool KeyMatcher::searchAll(const Record &record) const

@@ -13,21 +13,43 @@ namespace keywords {
 /// Eight words side by side, compared at once. GCC and clang make of it what the machine has.
 typedef quint16 Lanes __attribute__((vector_size(16)));
 
+inline Lanes loadLanes(const quint16 *words)
+{
+    Lanes lanes;
+    std::memcpy(&lanes, words, sizeof lanes);
+    return lanes;
+}
+
+inline Lanes eightOf(quint16 word)
+{
+    return Lanes{word, word, word, word, word, word, word, word};
+}
+
+inline bool isAnySet(Lanes lanes)
+{
+    quint64 halves[2];
+    std::memcpy(halves, &lanes, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
+}
+
 /// Whether \a word is among the \a Count words at \a words.
 template <int Count>
 inline bool holds(const quint16 *words, quint16 word)
 {
     static_assert(Count % 8 == 0);
-    const Lanes wanted = {word, word, word, word, word, word, word, word};
+    const Lanes wanted = eightOf(word);
     Lanes found = {};
-    for (int i = 0; i < Count; i += 8) {
-        Lanes lanes;
-        std::memcpy(&lanes, words + i, sizeof lanes);
-        found |= Lanes(lanes == wanted);
-    }
-    quint64 halves[2];
-    std::memcpy(halves, &found, sizeof halves);
-    return (halves[0] | halves[1]) != 0;
+    for (int i = 0; i < Count; i += 8)
+        found |= Lanes(loadLanes(words + i) == wanted);
+    return isAnySet(found);
+}
+
+/// Whether one of the eight words at \a words is \a word and the one at the same place of \a others \a
+/// otherWord.
+inline bool holdsBoth(const quint16 *words, quint16 word, const quint16 *others, quint16 otherWord)
+{
+    return isAnySet(Lanes(loadLanes(words) == eightOf(word)) &
+                    Lanes(loadLanes(others) == eightOf(otherWord)));
 }
 
 inline quint16 load16(const void *bytes)
@@ -79,7 +101,6 @@ public:
     }
 
     bool isEmpty() const { return m_count == 0; }
-    quint16 at(qsizetype key) const { return m_words[size_t(key)]; }
 
     /// The first block at or behind \a begin, which is the beginning of a block, that holds \a word: its
     /// beginning, or end().
@@ -102,35 +123,68 @@ public:
     bool anyOf(quint16 word, qsizetype begin, Equal equal) const
     {
         for (qsizetype block = begin; block < end(); block = find(word, block + blockSize)) {
-            const qsizetype last = std::min(block + blockSize, m_count);
-            for (qsizetype key = block; key < last; ++key) {
-                if (m_words[size_t(key)] == word && equal(key))
+            for (qsizetype eight = block; eight < block + blockSize; eight += 8) {
+                if (keywords::holds<8>(m_words.data() + eight, word) && anyOfEight(word, eight, equal))
                     return true;
             }
         }
         return false;
     }
+    /// The same where the word in \a others, which has as many keys, is \a otherWord as well.
+    template <typename Equal>
+    bool anyOf(quint16 word, const KeyWords &others, quint16 otherWord, qsizetype begin, Equal equal) const
+    {
+        const auto bothEqual = [&](qsizetype key) {
+            return others.m_words[size_t(key)] == otherWord && equal(key);
+        };
+        for (qsizetype eight = begin; eight < end(); eight += 8) {
+            if (keywords::holdsBoth(m_words.data() + eight, word, others.m_words.data() + eight, otherWord) &&
+                anyOfEight(word, eight, bothEqual))
+                return true;
+        }
+        return false;
+    }
 
 private:
+    template <typename Equal>
+    bool anyOfEight(quint16 word, qsizetype begin, Equal equal) const
+    {
+        const qsizetype last = std::min(begin + 8, m_count);
+        for (qsizetype key = begin; key < last; ++key) {
+            if (m_words[size_t(key)] == word && equal(key))
+                return true;
+        }
+        return false;
+    }
+
     std::vector<quint16> m_words;
     qsizetype m_count = 0;
 };
 
-/// A few keys, evenly taken from all of them, by which the excerpts are judged that might tell the keys
-/// apart.
+/// A few different keys by which the excerpts are judged that might tell all keys apart. They are drawn as if
+/// at random, but always the same: keys taken at regular distances would all differ where the keys are
+/// sorted.
 class KeySample
 {
 public:
     static constexpr qsizetype largest = 64;
 
-    explicit KeySample(qsizetype keyCount)
-        : m_keyCount(keyCount), m_size(std::min<qsizetype>(keyCount, largest))
+    explicit KeySample(qsizetype keyCount) : m_keyCount(keyCount)
     {
+        const bool all = keyCount <= largest;
+        const qsizetype count = all ? keyCount : largest;
+        quint64 state = 1;
+        for (qsizetype i = 0; i < count; ++i) {
+            state = state * 6364136223846793005u + 1442695040888963407u;
+            m_keys[size_t(i)] = all ? i : qsizetype((state >> 33) % quint64(keyCount));
+        }
+        std::sort(m_keys.begin(), m_keys.begin() + count);
+        m_size = std::unique(m_keys.begin(), m_keys.begin() + count) - m_keys.begin();
     }
 
     qsizetype size() const { return m_size; }
     /// The key that is the i-th of the sample.
-    qsizetype key(qsizetype i) const { return i * m_keyCount / m_size; }
+    qsizetype key(qsizetype i) const { return m_keys[size_t(i)]; }
 
     /// How many other keys share the word of a key, on average and as far as the sample shows; wordOf(i) is
     /// that of its i-th key.
@@ -159,5 +213,6 @@ public:
 
 private:
     qsizetype m_keyCount;
-    qsizetype m_size;
+    qsizetype m_size = 0;
+    std::array<qsizetype, largest> m_keys = {};
 };

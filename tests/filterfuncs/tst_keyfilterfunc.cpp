@@ -5,6 +5,7 @@
 
 #include <support/allocationcounter.h>
 #include <support/exceptions.h>
+#include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 
 #include <QPointer>
@@ -40,7 +41,7 @@ CellValue text(const char16_t *characters)
     return QString::fromUtf16(characters);
 }
 
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 } // namespace
 
@@ -64,6 +65,11 @@ private Q_SLOTS:
     void matchesNeverOrderedValuesByTheirPresence();
     void matchesVarCharWithString();
     void doesNotMatchOtherTypes();
+    void findsEachOfManyKeys_data();
+    void findsEachOfManyKeys();
+    void findsKeysThatShareTheirValues();
+    void findsRowsAmongKeysWithANan();
+    void findsDecimalsOfOtherScalesAmongManyKeys();
     void keepsDuplicatesAndTheOrderOfTheKeys();
     void isACopy();
     void givesItsRowsBack();
@@ -310,6 +316,143 @@ void TestKeyFilterFunc::doesNotMatchOtherTypes()
     QVERIFY(!func.filter(wideNone));
     QVERIFY(absentKey.filter(wideNone));
     QVERIFY(!absentKey.filter(wideRow));
+}
+
+void TestKeyFilterFunc::findsEachOfManyKeys_data()
+{
+    QTest::addColumn<QList<int>>("columns");
+    QTest::newRow("int") << QList<int>{0};
+    QTest::newRow("int64 that differs in the upper half") << QList<int>{1};
+    QTest::newRow("double") << QList<int>{2};
+    QTest::newRow("decimal") << QList<int>{3};
+    QTest::newRow("xdecimal") << QList<int>{4};
+    QTest::newRow("varchar") << QList<int>{5};
+    QTest::newRow("datetime") << QList<int>{6};
+    QTest::newRow("string that differs in the middle") << QList<int>{7};
+    QTest::newRow("nothing that tells keys apart but the last") << QList<int>{8, 9, 1};
+    QTest::newRow("all") << QList<int>{9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
+}
+
+void TestKeyFilterFunc::findsEachOfManyKeys()
+{
+    // Every number of keys meets the ends of whatever blocks they are looked at in.
+    QFETCH(QList<int>, columns);
+    MemoryTable table(u"t"_s, {{u"a"_s, Int},
+                               {u"b"_s, Int64},
+                               {u"c"_s, Double},
+                               {u"d"_s, Decimal, false, 2},
+                               {u"e"_s, XDecimal, false, 2},
+                               {u"f"_s, VarChar, false, 9},
+                               {u"g"_s, DateTime},
+                               {u"h"_s, String},
+                               {u"i"_s, Raw, false, 2},
+                               {u"j"_s, Int, true}});
+    QList<Record> rows;
+    QList<KeyValue> keys;
+    for (int i = 0; i < 330; ++i) {
+        rows.append(table.append({qint32(i), qint64(i) << 40, i / 8.0, decimal::fromUnscaled(i, 2),
+                                  xdecimal(i, 2), u"T%1"_s.arg(i), datetime(i * qint64(86400000)),
+                                  u"Text %1 of some"_s.arg(i, 3), QByteArray("ab"), CellValue()}));
+        keys.append(keyOf(rows.last(), columns));
+    }
+    for (int count = 0; count <= 330; count += count < 140 ? 1 : 19) {
+        const KeyFilterFunc func(&table, keys.first(count), columns);
+        for (int i = 0; i < rows.size(); ++i)
+            QCOMPARE(func.filter(rows[i]), i < count);
+    }
+}
+
+void TestKeyFilterFunc::findsKeysThatShareTheirValues()
+{
+    // Each value is in many keys, and only the pair tells whether a row is.
+    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}, {u"b"_s, String}, {u"c"_s, Double}});
+    const auto row = [&](int a, int b) {
+        return table.append({a == 0 ? CellValue() : CellValue(qint32(a)), QString::number(b), double(b)});
+    };
+    for (const QList<int> &columns :
+         {QList<int>{0, 1}, QList<int>{1, 0}, QList<int>{2, 0}, QList<int>{0, 1, 2}}) {
+        QList<KeyValue> keys;
+        for (int a = 0; a < 24; ++a) {
+            for (int b = 0; b < 24; ++b) {
+                if ((a + b) % 3 == 0)
+                    keys.append(keyOf(row(a, b), columns));
+            }
+        }
+        const KeyFilterFunc func(&table, keys, columns);
+
+        for (int a = 0; a < 26; ++a) {
+            for (int b = 0; b < 26; ++b)
+                QCOMPARE(func.filter(row(a, b)), a < 24 && b < 24 && (a + b) % 3 == 0);
+        }
+    }
+}
+
+void TestKeyFilterFunc::findsRowsAmongKeysWithANan()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Double}, {u"b"_s, Int}});
+    QList<KeyValue> both;
+    QList<KeyValue> doubles;
+    QList<KeyValue> doublesAndNan;
+    for (int i = 0; i < 100; ++i) {
+        const Record row = table.append({i == 50 ? std::nan("") : double(i), qint32(i % 10)});
+        both.append(keyOf(row, {0, 1}));
+        doublesAndNan.append(keyOf(row, {0}));
+        if (i != 50)
+            doubles.append(keyOf(row, {0}));
+    }
+    const Record seven = table.append({7.0, qint32(7)});
+    const Record sevenEight = table.append({7.0, qint32(8)});
+    const Record thousandZero = table.append({1000.0, qint32(0)});
+    const Record nanZero = table.append({std::nan(""), qint32(0)});
+    const Record nanTen = table.append({std::nan(""), qint32(10)});
+    const KeyFilterFunc func(&table, both, {0, 1});
+    const KeyFilterFunc withoutNan(&table, doubles, {0});
+    const KeyFilterFunc withNan(&table, doublesAndNan, {0});
+
+    QVERIFY(func.filter(seven));
+    QVERIFY(!func.filter(sevenEight));
+    QVERIFY(func.filter(thousandZero));
+    QVERIFY(func.filter(nanZero));
+    QVERIFY(!func.filter(nanTen));
+    QVERIFY(withoutNan.filter(seven));
+    QVERIFY(!withoutNan.filter(thousandZero));
+    QVERIFY(withoutNan.filter(nanTen));
+    QVERIFY(withNan.filter(thousandZero));
+}
+
+void TestKeyFilterFunc::findsDecimalsOfOtherScalesAmongManyKeys()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Decimal, true, 2}});
+    const auto row = [&](qint64 unscaled, short scale) {
+        return table.append({decimal::fromUnscaled(unscaled, scale)});
+    };
+    const Record none = table.append({CellValue()});
+    QList<KeyValue> oneScale{keyOf(none, {0})};
+    QList<KeyValue> scales{keyOf(none, {0})};
+    for (int i = -100; i < 100; ++i) {
+        oneScale.append(keyOf(row(i * 10, 2), {0}));
+        scales.append(keyOf(i % 2 ? row(i, 1) : row(i * 1000, 4), {0}));
+    }
+    const KeyFilterFunc ofOneScale(&table, oneScale, {0});
+    const KeyFilterFunc ofScales(&table, scales, {0});
+
+    for (const KeyFilterFunc *func : {&ofOneScale, &ofScales}) {
+        QVERIFY(func->filter(none));
+        for (int i = -100; i < 100; ++i) {
+            QVERIFY(func->filter(row(i, 1)));
+            QVERIFY(func->filter(row(i * 10, 2)));
+            QVERIFY(func->filter(row(i * qint64(1000000), 7)));
+            QVERIFY(!func->filter(row(i * 10 + 1, 2)));
+            QVERIFY(!func->filter(row(i * 10000 + 1, 5)));
+        }
+        QVERIFY(func->filter(row(1, 0)));
+        QVERIFY(func->filter(row(0, 63)));
+        QVERIFY(func->filter(row(-1, 0)));
+        QVERIFY(!func->filter(row(1, -64)));
+        QVERIFY(!func->filter(row(1, 63)));
+        QVERIFY(!func->filter(row(decimal::minUnscaled, 0)));
+        QVERIFY(!func->filter(row(decimal::maxUnscaled, 0)));
+    }
 }
 
 void TestKeyFilterFunc::keepsDuplicatesAndTheOrderOfTheKeys()

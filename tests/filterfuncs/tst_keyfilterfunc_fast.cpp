@@ -7,6 +7,7 @@
 
 #include <support/allocationcounter.h>
 #include <support/exceptions.h>
+#include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 
 #include <QPointer>
@@ -54,7 +55,7 @@ quint64 lengthOf(const KeyFilterFunc_Fast &func)
     return memberAt<quint64>(func, base + 64);
 }
 
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 } // namespace
 

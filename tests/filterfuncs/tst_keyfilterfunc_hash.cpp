@@ -6,6 +6,7 @@
 
 #include <support/allocationcounter.h>
 #include <support/exceptions.h>
+#include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 
 #include <QPointer>
@@ -39,7 +40,7 @@ KeyValue keyOf(const Record &record, const QList<int> &columns)
     return key;
 }
 
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 } // namespace
 

@@ -9,6 +9,8 @@
 #include <database/memorytable.h>
 
 #include <support/allocationcounter.h>
+#include <support/fieldtypes.h>
+#include <support/seed.h>
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -20,7 +22,7 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 namespace {
 
@@ -213,14 +215,13 @@ void TestKeyPredicates::answerLikeThePlainLoop()
     QFETCH(int, mostKeys);
     QFETCH(int, mostColumns);
     QFETCH(int, variety);
-    const quint32 seed = QRandomGenerator::global()->generate();
+    const auto seed = quint32(testSeed());
     Random random(seed);
     int accepted = 0;
     int refused = 0;
 
     for (int round = 0; round < rounds; ++round) {
-        const QByteArray where =
-            QByteArray("seed ") + QByteArray::number(seed) + ", round " + QByteArray::number(round);
+        const QByteArray where = seedMessage(seed, u"round %1"_s.arg(round));
         QList<ColumnSpec> specs;
         QList<ColumnSpec> otherSpecs;
         for (int i = mostColumns + random.below(2); i > 0; --i) {
@@ -291,14 +292,13 @@ void TestKeyPredicates::fastAnswersLikeTheBytes()
     QFETCH(int, rounds);
     QFETCH(int, mostKeys);
     QFETCH(int, variety);
-    const quint32 seed = QRandomGenerator::global()->generate();
+    const auto seed = quint32(testSeed());
     Random random(seed);
     int accepted = 0;
     int differences = 0;
 
     for (int round = 0; round < rounds; ++round) {
-        const QByteArray where =
-            QByteArray("seed ") + QByteArray::number(seed) + ", round " + QByteArray::number(round);
+        const QByteArray where = seedMessage(seed, u"round %1"_s.arg(round));
         QList<ColumnSpec> specs;
         bool decimals = false;
         const int first = random.below(3);

@@ -7,6 +7,7 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/fieldtypes.h>
 
 #include <QRegularExpression>
 #include <QSet>
@@ -60,11 +61,12 @@ struct Column
 /// What becomes of a value in a column: it is stored, it becomes absent, or there is an error.
 struct Outcome
 {
+    Outcome() = default;
     Outcome(CellValue value) : stored(std::move(value)) {}
 
     static Outcome error(const char *message)
     {
-        Outcome outcome{CellValue()};
+        Outcome outcome;
         outcome.message = QString::fromLatin1(message);
         return outcome;
     }
@@ -93,7 +95,7 @@ struct Case
     }
 };
 
-const Outcome absent{CellValue()};
+const Outcome absent;
 
 CellValue text(const char16_t *characters)
 {
@@ -125,7 +127,7 @@ Outcome error(const char *message)
     return Outcome::error(message);
 }
 
-using enum FieldType::Type;
+using namespace fieldtypes;
 
 /// The cells of the matrix that know no conversion, named as the message names the source.
 std::vector<Case> impossibleCases()
@@ -182,6 +184,8 @@ std::vector<Case> valueCases()
         {Int, int32Max, {Decimal, 2}, {dec(qint64(int32Max) * 100, 2)}},
         {Int, qint32(-42), {Decimal, 4}, {dec(-420000, 4)}},
         {Int, qint32(1250), {Decimal, -1}, {dec(125, -1)}},
+        {Int, qint32(1), {Decimal, 17}, error("Decimal overflow: '1'")},
+        {Int, qint32(-5), {Decimal, -1}, {dec(-1, -1)}},
         {Int, qint32(7), {XDecimal, 2}, {xdec(7, 0)}},
         {Int, int32Min, {XDecimal, 63}, {xdec(int32Min, 0)}},
         {Int, int32Max, {XDecimal, -3}, {xdec(int32Max, 0)}},
@@ -217,7 +221,9 @@ std::vector<Case> valueCases()
         {Int64, qint64(-72057594037927937), Decimal, {dec(-1, 0)}},
         {Int64, qint64(-72057594037927937), {Decimal, 2}, {dec(-100, 2)}},
         {Int64, int64Min, Decimal, {dec(decimal::minUnscaled, 0)}},
+        {Int64, int64Max, {Decimal, 2}, error("Decimal overflow: '9223372036854775e3'")},
         {Int64, int64Max, {XDecimal, 2}, {xdec(int64Max, 0)}},
+        {Int64, int64Max, {XDecimal, 63}, {xdec(int64Max, 0)}},
         {Int64, int64Min, {XDecimal, 63}, {xdec(int64Min, 0)}},
         {Int64, int64Min, {VarChar, 20}, {text(u"-9223372036854775808")}},
         {Int64, int64Max, {VarChar, 3}, {text(u"922")}},
@@ -259,6 +265,9 @@ std::vector<Case> valueCases()
         {Double, 7.25, {Decimal, 1}, {dec(73, 1)}},
         {Double, -7.25, Decimal, {dec(-7, 0)}},
         {Double, 0.1234567, {Decimal, 8}, {dec(12345700, 8)}},
+        {Double, nan, Decimal, error("Decimal overflow: 'nan'")},
+        {Double, 1e18, Decimal, error("Decimal overflow: '1e+18'")},
+        {Double, nan, XDecimal, error("XDecimal overflow: 'nan'")},
         {Double, 7.25, {XDecimal, 2}, {xdec(7250000, 6)}},
         {Double, -0.5, {XDecimal, -2}, {xdec(-500000, 6)}},
         {Double, 1.5, VarChar, {text(u"1.500000")}},
@@ -307,6 +316,7 @@ std::vector<Case> valueCases()
         {{XDecimal, 2}, xdec(-150, 2), Double, {-1.5}},
         {{XDecimal, 2}, xdec(150, 2), {Decimal, 4}, {dec(150, 2)}},
         {{XDecimal, 2}, xdec(-15, -3), {Decimal, 4}, {dec(-15, -3)}},
+        {{XDecimal, 2}, xdec(int64Max, 2), {Decimal, 4}, error("Decimal overflow: '92233720368547758.07'")},
         {{XDecimal, 2}, xdec(-150, 2), {XDecimal, 2}, {xdec(-150, 2)}},
         {{XDecimal, 4}, xdec(150, 1), {XDecimal, 2}, {xdec(150, 1)}},
         {{XDecimal, 2}, xdec(-150, 2), VarChar, {text(u"-1.50")}},
