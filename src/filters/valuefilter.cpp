@@ -139,7 +139,8 @@ std::vector<SortEntry> sortEntries(QList<KeyValue> &keys)
         const Lead second = two ? leadOf(key, 1) : Lead();
         one = one && lead.type == first.type && lead.bits != 0;
         two = two && second.type == FieldType::Int;
-        entries.push_back({first.bits == 32 ? lead.value << 32 | second.value : lead.value, &key});
+        const quint64 word = first.bits == 32 ? lead.value << 32 | (two ? second.value : 0) : lead.value;
+        entries.push_back({word, &key});
     }
     // What one key lacks is in none of the leads.
     const quint64 kept = !one ? 0 : first.bits == 32 && !two ? ~quint64(0) << 32 : ~quint64(0);

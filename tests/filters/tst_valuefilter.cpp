@@ -132,6 +132,7 @@ private Q_SLOTS:
     void setAllOfNothingEmptiesTheSet();
     void setAllSortsByEveryField_data();
     void setAllSortsByEveryField();
+    void setAllSortsMixedTypes();
     void clearEmptiesTheSet();
     void clearKeepsTheStorageOrItsSize();
     void theReferenceFollowsTheSet();
@@ -521,6 +522,45 @@ void tst_ValueFilter::setAllSortsByEveryField()
                  qPrintable(u"seed %1: %2"_s.arg(seed).arg(added.join(u'|'))));
         QVERIFY2(read.join(u'|').compare(values, Qt::CaseInsensitive) == 0,
                  qPrintable(u"seed %1: %2"_s.arg(seed).arg(read.join(u'|'))));
+    }
+}
+
+void tst_ValueFilter::setAllSortsMixedTypes()
+{
+    MemoryTable table(u"quotes"_s, {{u"a"_s, FieldType::Int, true},
+                                    {u"b"_s, FieldType::Int64, true},
+                                    {u"c"_s, FieldType::DateTime, true},
+                                    {u"d"_s, FieldType::Double, true}});
+    PlainFilter filter(table, 0, nullptr);
+    const quint32 seed = QRandomGenerator::global()->generate();
+    QRandomGenerator random(seed);
+
+    for (int round = 0; round < 300; ++round) {
+        // One place of the key is of one type in most rounds, the other is anything.
+        const int types = int(random.bounded(1, 5));
+        const int fixed = int(random.bounded(3));
+        QList<KeyValue> keys;
+        for (quint32 i = random.bounded(2, 60); i > 0; --i) {
+            KeyValue key;
+            for (int place = 0; place < 2; ++place) {
+                const int column = place == fixed ? 0 : int(random.bounded(types));
+                FieldValue value(&table, column);
+                const int number = int(random.bounded(-2, 3));
+                if (random.bounded(10) != 0 || place == fixed)
+                    value.fromText(column == 2 ? u'@' + QString::number(number) : QString::number(number));
+                key.append(value);
+            }
+            keys.append(key);
+        }
+        PlainSet oracle;
+        oracle.setAll(keys);
+
+        filter.setAllExcludedKeys(keys);
+
+        const QByteArray where = u"seed %1, round %2"_s.arg(seed).arg(round).toUtf8();
+        QVERIFY2(filter.getAllExcludedKeys().size() == keys.size(), where.constData());
+        for (qsizetype i = 0; i < keys.size(); ++i)
+            QVERIFY2(equal(filter.getAllExcludedKeys().at(i), oracle.keys().at(i)), where.constData());
     }
 }
 
