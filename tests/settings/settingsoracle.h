@@ -72,7 +72,14 @@ public:
         QString path;
         QVariant value;
         int type = 0;
+        /// No other node of the process has it.
+        quint64 id = nextId();
 
+        static quint64 nextId()
+        {
+            static quint64 last = 0;
+            return ++last;
+        }
         int row() const
         {
             int row = 0;

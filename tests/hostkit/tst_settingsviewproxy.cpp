@@ -1,0 +1,522 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/settingsviewproxy.h>
+
+#include <settings/settingsscript.h>
+#include <support/settingsfixtures.h>
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QSortFilterProxyModel>
+#include <QStyledItemDelegate>
+#include <QTest>
+#include <QTreeView>
+
+using namespace Qt::StringLiterals;
+using Node = SettingsOracle::Node;
+
+namespace {
+
+/// Rows and cells, with the shape.
+QString shape(const QAbstractItemModel &model, const QModelIndex &parent = {})
+{
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        QStringList cells;
+        for (int column = 0; column < 3; ++column)
+            cells += model.index(row, column, parent).data().toString();
+        cells += model.index(row, 0, parent).data(Qt::ToolTipRole).toString();
+        rows += cells.join(u'|') + u'{' + shape(model, model.index(row, 0, parent)) + u'}';
+    }
+    return rows.join(u' ');
+}
+
+QList<int> rowPath(const QModelIndex &index)
+{
+    QList<int> path;
+    for (QModelIndex at = index; at.isValid(); at = at.parent())
+        path.prepend(at.row());
+    return path;
+}
+
+/// Where each node of the oracle is.
+void collect(const Node &node, const QList<int> &path, QMap<quint64, QList<int>> &places)
+{
+    for (int row = 0; row < node.rows(); ++row) {
+        const Node &child = *node.children[std::size_t(row)];
+        const QList<int> place = path + QList<int>{row};
+        places[child.id] = place;
+        collect(child, place, places);
+    }
+}
+
+QModelIndex at(const QAbstractItemModel &model, const QList<int> &path)
+{
+    QModelIndex index;
+    for (int row : path)
+        index = model.index(row, 0, index);
+    return index;
+}
+
+/// Opens editors as any view does, and drops what is in them: the script makes all edits.
+class Delegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    void setModelData(QWidget *, QAbstractItemModel *, const QModelIndex &) const override {}
+};
+
+class View : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    bool isEditing() const { return state() == EditingState; }
+};
+
+} // namespace
+
+class TestSettingsViewProxy : public QObject
+{
+    Q_OBJECT
+
+private:
+    using Tester = QAbstractItemModelTester;
+    SettingsFiles m_files;
+
+private Q_SLOTS:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+
+    void startsEmpty()
+    {
+        SettingsViewProxy proxy;
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+
+        QCOMPARE(proxy.rowCount(), 0);
+        QCOMPARE(proxy.columnCount(), 0);
+        QVERIFY(!proxy.index(0, 0).isValid());
+        QVERIFY(!proxy.removeRows(0, 1));
+        QVERIFY(!proxy.headerData(0, Qt::Horizontal).isValid());
+        proxy.synchronize();
+    }
+
+    void showsTheModel()
+    {
+        const auto store = m_files.parsed("a=1\n[g]\nk=2\nh\\l=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        ModelRecorder recorder(&proxy);
+
+        proxy.setSourceModel(&model);
+
+        QCOMPARE(recorder.take(), (QStringList{u"resetting"_s, u"reset"_s}));
+        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(treeText(proxy), u"g{h{l=3} k=2} a=1"_s);
+        QCOMPARE(proxy.columnCount(), 3);
+        QCOMPARE(proxy.headerData(2, Qt::Horizontal), QVariant(u"Значение"_s));
+        QVERIFY(!find(proxy, {u"g"_s}).data(Qt::DecorationRole).isNull());
+        QCOMPARE(proxy.rowCount(find(proxy, {u"g"_s}, 1)), 0);
+        QVERIFY(!proxy.hasChildren(find(proxy, {u"g"_s}, 1)));
+        QVERIFY(proxy.hasChildren(find(proxy, {u"g"_s})));
+        QVERIFY(!proxy.hasChildren(find(proxy, {u"a"_s})));
+    }
+
+    void mapsBothWays()
+    {
+        const auto store = m_files.parsed("a=1\n[g]\nk=2\nh\\l=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+
+        for (const QStringList &names : {QStringList{u"a"_s}, {u"g"_s}, {u"g"_s, u"h"_s, u"l"_s}}) {
+            for (int column : {0, 1, 2}) {
+                QCOMPARE(proxy.mapToSource(find(proxy, names, column)), find(model, names, column));
+                QCOMPARE(proxy.mapFromSource(find(model, names, column)), find(proxy, names, column));
+            }
+        }
+        QCOMPARE(proxy.mapToSource({}), QModelIndex());
+        QCOMPARE(proxy.mapFromSource({}), QModelIndex());
+    }
+
+    void editsAndRemovesThroughTheModel()
+    {
+        const auto store = m_files.parsed("a=1\nb=2\n[g]\nk=2\nl=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        const QModelIndex value = find(proxy, {u"g"_s, u"k"_s}, 2);
+        ModelRecorder recorder(&proxy);
+
+        QVERIFY(!value.flags().testFlag(Qt::ItemIsEditable));
+        QVERIFY(!proxy.setData(value, u"new"_s));
+        model.setReadOnly(false);
+        QVERIFY(value.flags().testFlag(Qt::ItemIsEditable));
+        QVERIFY(proxy.setData(value, u"new"_s));
+        QVERIFY(proxy.removeRows(1, 1, find(proxy, {u"g"_s})));
+        QVERIFY(proxy.removeRows(1, 2));
+        QVERIFY(!proxy.removeRows(1, 1));
+
+        QCOMPARE(entries(*store), QStringList{u"g/k=new"_s});
+        QCOMPARE(treeText(proxy), u"g{k=new}"_s);
+        QCOMPARE(recorder.take(),
+                 (QStringList{u"changed g/k 2-2 []"_s, u"removing g 1..1"_s, u"removed g 1..1"_s,
+                              u"removing none 1..2"_s, u"removed none 1..2"_s}));
+    }
+
+    void tellsOfTopLevelRowsUnderTheInvalidIndex()
+    {
+        const auto store = m_files.parsed("b=1\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        ModelRecorder recorder(&proxy);
+
+        store->setValue(u"a"_s, 2);
+        model.refresh();
+        QCOMPARE(treeText(proxy), u"a=2 b=1"_s);
+        QCOMPARE(recorder.take(), (QStringList{u"inserting none 0..0"_s, u"inserted none 0..0"_s,
+                                               u"changed a 0-2 []"_s, u"changed b 0-2 []"_s}));
+
+        store->remove(u"b"_s);
+        model.refresh();
+        QCOMPARE(treeText(proxy), u"a=2"_s);
+        QCOMPARE(recorder.take(),
+                 (QStringList{u"changed a 0-2 []"_s, u"removing none 1..1"_s, u"removed none 1..1"_s}));
+    }
+
+    void swallowsEmptyRemovals()
+    {
+        const auto store = m_files.parsed("[g]\nx=1\nx\\y=2\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        const QPersistentModelIndex y = find(proxy, {u"g"_s, u"x"_s, u"y"_s});
+        const QPersistentModelIndex second = proxy.index(1, 0, find(proxy, {u"g"_s}));
+        ModelRecorder recorder(&proxy);
+
+        model.refresh();
+
+        QVERIFY(recorder.take().filter(u"remov"_s).isEmpty());
+        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(rowPath(y), (QList<int>{0, 0, 0}));
+        QCOMPARE(rowPath(second), (QList<int>{0, 1}));
+        const QModelIndex x = find(proxy, {u"g"_s, u"x"_s});
+        QVERIFY(!model.hasChildren(proxy.mapToSource(x)));
+        QVERIFY(proxy.hasChildren(x));
+    }
+
+    void keepsRowsAcrossResets()
+    {
+        const auto store = m_files.parsed("a=1\n[g]\nk=2\n");
+        const auto other = m_files.parsed("b=1\n[g]\nl=2\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        const QPersistentModelIndex k = find(proxy, {u"g"_s, u"k"_s});
+        ModelRecorder recorder(&proxy);
+
+        model.clear();
+        QCOMPARE(recorder.take(), (QStringList{u"inserting none 2..3"_s, u"inserted none 2..3"_s}));
+        model.setSettings(other.get());
+
+        QCOMPARE(recorder.take(), (QStringList{u"inserting none 4..5"_s, u"inserted none 4..5"_s}));
+        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(rowPath(k), (QList<int>{0, 0}));
+    }
+
+    void followsSilentChangesWithTheEventLoop_data()
+    {
+        QTest::addColumn<bool>("atOnce");
+
+        QTest::newRow("event loop") << false;
+        QTest::newRow("asked to") << true;
+    }
+
+    void followsSilentChangesWithTheEventLoop()
+    {
+        QFETCH(bool, atOnce);
+        const auto store = m_files.parsed("[a]\nk=1\n");
+        const auto other = m_files.parsed("[a]\nk=1\n[b]\n/x=1\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        ModelRecorder recorder(&proxy);
+        model.setSettings(other.get());
+        QCOMPARE(model.rowCount(), 3);
+        model.setReadOnly(false);
+        model.setEditStrategy(SettingsModel::OnManualSubmit);
+        model.removeRows(1, 2);
+        recorder.take();
+
+        model.refresh(); // b comes without a name, and only its nameless child is told of after it got one
+        if (atOnce)
+            proxy.synchronize();
+        else
+            QCoreApplication::processEvents();
+
+        QCOMPARE(shape(proxy), shape(model));
+        QVERIFY(recorder.take().contains(u"changed b 0-2 []"_s));
+    }
+
+    void staysRightInTheMiddleOfAChange()
+    {
+        SettingsScript script(77, QString());
+        SettingsViewProxy proxy;
+        int looks = 0;
+        const auto look = [&] {
+            const QString shown = shape(proxy);
+            std::function<void(const QModelIndex &)> visit = [&](const QModelIndex &parent) {
+                for (int row = 0; row < proxy.rowCount(parent); ++row) {
+                    const QModelIndex index = proxy.index(row, 0, parent);
+                    QCOMPARE(index.parent(), parent);
+                    const QModelIndex source = proxy.mapToSource(index);
+                    if (source.isValid()) {
+                        QCOMPARE(source.data(), index.data());
+                        QCOMPARE(proxy.mapFromSource(source), index);
+                    }
+                    index.flags();
+                    visit(index);
+                }
+            };
+            visit({});
+            QCOMPARE(shape(proxy), shown);
+            ++looks;
+        };
+        // Before the proxy hears of a change, and after.
+        using Model = QAbstractItemModel;
+        const auto listen = [&](QAbstractItemModel *model) {
+            connect(model, &Model::rowsAboutToBeInserted, &proxy, look);
+            connect(model, &Model::rowsInserted, &proxy, look);
+            connect(model, &Model::rowsAboutToBeRemoved, &proxy, look);
+            connect(model, &Model::rowsRemoved, &proxy, look);
+            connect(model, &Model::dataChanged, &proxy, look);
+            connect(model, &Model::modelAboutToBeReset, &proxy, look);
+            connect(model, &Model::modelReset, &proxy, look);
+        };
+        listen(&script.model);
+        proxy.setSourceModel(&script.model);
+        listen(&script.model);
+        listen(&proxy);
+
+        for (int i = 0; i < 150; ++i) {
+            script.step();
+            if (QTest::currentTestFailed())
+                return;
+        }
+
+        QVERIFY(looks > 1000);
+    }
+
+    void bearsChangesMadeByItsListeners()
+    {
+        const auto store = m_files.parsed("a=1\nb=2\nc=3\n[g]\nk=1\nl=2\nm=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        int left = 3;
+        connect(&proxy, &QAbstractItemModel::rowsRemoved, this, [&] {
+            if (--left > 0)
+                model.removeRows(0, 1, model.index(0, 0));
+        });
+
+        model.removeRows(1, 1);
+        QCoreApplication::processEvents();
+
+        QCOMPARE(treeText(model), u"g{m=3} b=2 c=3"_s);
+        QCOMPARE(shape(proxy), shape(model));
+    }
+
+    void outlivesItsSource()
+    {
+        const auto store = m_files.parsed("[g]\nk=1\n");
+        auto model = std::make_unique<SettingsModel>();
+        model->setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(model.get());
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        QTreeView view;
+        view.setModel(&proxy);
+        view.expandAll();
+        const QPersistentModelIndex k = find(proxy, {u"g"_s, u"k"_s});
+        view.setCurrentIndex(k);
+
+        model->refresh();
+        model.reset();
+        QCoreApplication::processEvents();
+
+        QCOMPARE(proxy.rowCount(), 0);
+        QVERIFY(!k.isValid());
+        SettingsModel next;
+        next.setSettings(store.get());
+        proxy.setSourceModel(&next);
+        QCOMPARE(treeText(proxy), u"g{k=1}"_s);
+        proxy.setSourceModel(nullptr);
+        QCOMPARE(proxy.rowCount(), 0);
+    }
+
+    void keepsAnEditorOpen()
+    {
+        const auto store = m_files.parsed("[g]\nb=1\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        QTreeView view;
+        view.setModel(&proxy);
+        view.expandAll();
+        view.show();
+        view.setCurrentIndex(find(proxy, {u"g"_s, u"b"_s}, 2));
+        view.edit(view.currentIndex());
+        QPointer<QLineEdit> editor = view.findChild<QLineEdit *>();
+        QVERIFY(editor);
+
+        store->setValue(u"g/a"_s, 1);
+        store->setValue(u"c/a"_s, 1);
+        model.refresh();
+        QCoreApplication::processEvents();
+
+        QVERIFY(editor);
+        QVERIFY(view.isPersistentEditorOpen(find(proxy, {u"g"_s, u"b"_s}, 2)));
+        QCOMPARE(view.currentIndex(), find(proxy, {u"g"_s, u"b"_s}, 2));
+        QVERIFY(view.isExpanded(find(proxy, {u"g"_s})));
+
+        store->clear();
+        model.refresh();
+        QCoreApplication::processEvents();
+        QCOMPARE(proxy.rowCount(), 0);
+        QTRY_VERIFY(!editor);
+    }
+
+    void followsTheScriptWithViewsOnTop_data()
+    {
+        QTest::addColumn<QString>("group");
+        QTest::addColumn<quint32>("seed");
+
+        for (quint32 seed = 1; seed <= 6; ++seed) {
+            QTest::addRow("top group, seed %u", seed) << QString() << seed;
+            QTest::addRow("nested group, seed %u", seed) << u"top/sub"_s << seed + 100;
+        }
+    }
+
+    void followsTheScriptWithViewsOnTop()
+    {
+        QFETCH(QString, group);
+        QFETCH(quint32, seed);
+        QRandomGenerator random(seed);
+        SettingsScript script(seed, group);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&script.model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        QSortFilterProxyModel search;
+        search.setRecursiveFilteringEnabled(true);
+        search.setFilterKeyColumn(-1);
+        search.setSourceModel(&proxy);
+        search.sort(0);
+        const Tester searchTester(&search, Tester::FailureReportingMode::Fatal);
+        View view;
+        view.setItemDelegate(new Delegate(&view));
+        view.setSelectionMode(QAbstractItemView::ExtendedSelection);
+        view.setModel(&proxy);
+        view.show();
+        QTreeView searchView;
+        searchView.setModel(&search);
+        searchView.show();
+
+        for (int i = 0; i < 150; ++i) {
+            const auto where = [&](const QString &what) {
+                return qPrintable(u"seed %1, step %2: "_s.arg(seed).arg(i) + what);
+            };
+            // Given every row remembered, some of them selected, expanded, current, in an editor.
+            QMap<quint64, QList<int>> before;
+            collect(script.oracle.root, {}, before);
+            QMap<quint64, QPersistentModelIndex> remembered;
+            for (auto it = before.cbegin(); it != before.cend(); ++it) {
+                const QModelIndex index = at(proxy, it.value());
+                remembered[it.key()] = index;
+                if (random.bounded(4) == 0)
+                    view.setExpanded(index, true);
+                if (random.bounded(8) == 0)
+                    view.selectionModel()->select(index,
+                                                  QItemSelectionModel::Select | QItemSelectionModel::Rows);
+                if (random.bounded(10) == 0) {
+                    view.setCurrentIndex(index.siblingAtColumn(2));
+                    if (index.siblingAtColumn(2).flags().testFlag(Qt::ItemIsEditable) && !view.isEditing()) {
+                        view.edit(index.siblingAtColumn(2));
+                        ++m_editors;
+                    }
+                }
+            }
+            const auto idOf = [&](const QModelIndex &index) {
+                return index.isValid() ? remembered.key(index.siblingAtColumn(0), 0) : 0;
+            };
+            const quint64 current = idOf(view.currentIndex());
+            QList<quint64> selected;
+            for (const QModelIndex &index : view.selectionModel()->selectedRows())
+                selected += idOf(index);
+            QList<quint64> expanded;
+            for (auto it = remembered.cbegin(); it != remembered.cend(); ++it) {
+                if (view.isExpanded(it.value()))
+                    expanded += it.key();
+            }
+            if (random.bounded(5) == 0)
+                search.setFilterFixedString(QStringList{u""_s, u"a"_s, u"x"_s, u"1"_s}.at(random.bounded(4)));
+            searchView.expandAll();
+
+            const QString step = script.step();
+            if (random.bounded(2))
+                QCoreApplication::processEvents();
+
+            QVERIFY2(SettingsScript::cells(script.model) == SettingsOracle::cells(script.oracle.root),
+                     where(step));
+            QVERIFY2(shape(proxy) == shape(script.model), where(step));
+            QMap<quint64, QList<int>> after;
+            collect(script.oracle.root, {}, after);
+            for (auto it = remembered.cbegin(); it != remembered.cend(); ++it) {
+                const bool alive = after.contains(it.key());
+                QVERIFY2(it.value().isValid() == alive, where(step));
+                if (alive && rowPath(it.value()) != after.value(it.key()))
+                    QFAIL(where(step));
+            }
+            if (after.contains(current))
+                QVERIFY2(view.currentIndex().siblingAtColumn(0) == remembered.value(current), where(step));
+            for (quint64 id : std::as_const(selected)) {
+                if (after.contains(id))
+                    QVERIFY2(view.selectionModel()->isRowSelected(remembered.value(id).row(),
+                                                                  remembered.value(id).parent()),
+                             where(step));
+            }
+            for (quint64 id : std::as_const(expanded)) {
+                if (after.contains(id))
+                    QVERIFY2(view.isExpanded(remembered.value(id)), where(step));
+            }
+        }
+    }
+
+    void openedEditors() { QVERIFY(m_editors > 20); }
+
+private:
+    int m_editors = 0;
+};
+
+QTEST_MAIN(TestSettingsViewProxy)
+#include "tst_settingsviewproxy.moc"
