@@ -54,8 +54,8 @@ void takeUtf8Locale()
 #endif
 }
 
-/// Drops what Qt says of the surroundings while an application starts (a variable that is not set, a directory that is
-/// missing): the user neither asked for it nor can do anything about it.
+/// Drops what Qt says of the surroundings while an application starts (a variable that is not set, a
+/// directory that is missing): the user neither asked for it nor can do anything about it.
 void dropStartMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     if (type == QtCriticalMsg || type == QtFatalMsg)

@@ -15,7 +15,8 @@ struct ProgramRun
     QString errors;
 };
 
-/// Runs sito-browser in another directory than its own, without a display, in English unless \a locale says otherwise.
+/// Runs sito-browser in another directory than its own, without a display, in English unless \a locale says
+/// otherwise.
 inline ProgramRun runBrowser(const QStringList &arguments, const QString &locale = QStringLiteral("C"))
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

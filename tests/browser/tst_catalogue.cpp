@@ -29,7 +29,8 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray catalogue = file.readAll();
         QVERIFY(catalogue.count("<source>") > 50);
-        QVERIFY2(!catalogue.contains("type=\"unfinished\""), "a text is not translated: build update-translations");
+        QVERIFY2(!catalogue.contains("type=\"unfinished\""),
+                 "a text is not translated: build update-translations");
         QVERIFY2(!catalogue.contains("type=\"vanished\""), "a text has gone: build update-translations");
         QVERIFY2(!catalogue.contains("type=\"obsolete\""), "a text has gone: build update-translations");
     }

@@ -125,7 +125,7 @@ private Q_SLOTS:
         QVERIFY(ask(u"1"_s) >= 5000);
         QCOMPARE(ask(u"1"_s, u"sessions"_s), ask(u"1"_s));
         QVERIFY(ask(u"name GLOB '*[а-я]*'"_s, u"securities"_s) > 0);
-        QVERIFY(ask(u"listed < '1970'"_s, u"securities"_s) > 0);
+        QVERIFY(ask(u"listed < '1970-01-01'"_s, u"securities"_s) > 0);
         QVERIFY(ask(u"listed IS NULL"_s, u"securities"_s) > 0);
         QVERIFY(ask(u"change < 0"_s) > 0);
         QVERIFY(ask(u"open IS NULL"_s) > 0);
@@ -138,27 +138,28 @@ private Q_SLOTS:
 
         QCOMPARE(run.errors, QString());
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.output, u"quotes: %1 rows\n"
-                             "    stock_id  Int\n"
-                             "    sess_id   Int\n"
-                             "    open      Decimal(2), NULL\n"
-                             "    high      Decimal(2), NULL\n"
-                             "    low       Decimal(2), NULL\n"
-                             "    close     Decimal(2)\n"
-                             "    change    Decimal(2), NULL\n"
-                             "    volume    Int64\n"
-                             "securities: %2 rows\n"
-                             "    stock_id  Int\n"
-                             "    ticker    VarChar(12)\n"
-                             "    name      String\n"
-                             "    listed    DateTime, NULL\n"
-                             "    nominal   Decimal(4), NULL\n"
-                             "    note      VarChar(60), NULL\n"
-                             "sessions: %1 rows\n"
-                             "    stock_id    Int\n"
-                             "    sess_id     Int\n"
-                             "    trade_date  DateTime\n"_s.arg(QString::number(ask(u"1"_s)),
-                                                                QString::number(ask(u"1"_s, u"securities"_s))));
+        QCOMPARE(run.output,
+                 u"quotes: %1 rows\n"
+                 "    stock_id  Int\n"
+                 "    sess_id   Int\n"
+                 "    open      Decimal(2), NULL\n"
+                 "    high      Decimal(2), NULL\n"
+                 "    low       Decimal(2), NULL\n"
+                 "    close     Decimal(2)\n"
+                 "    change    Decimal(2), NULL\n"
+                 "    volume    Int64\n"
+                 "securities: %2 rows\n"
+                 "    stock_id  Int\n"
+                 "    ticker    VarChar(12)\n"
+                 "    name      String\n"
+                 "    listed    DateTime, NULL\n"
+                 "    nominal   Decimal(4), NULL\n"
+                 "    note      VarChar(60), NULL\n"
+                 "sessions: %1 rows\n"
+                 "    stock_id    Int\n"
+                 "    sess_id     Int\n"
+                 "    trade_date  DateTime\n"_s.arg(QString::number(ask(u"1"_s)),
+                                                    QString::number(ask(u"1"_s, u"securities"_s))));
     }
 
     void listsTablesThatCannotBeLoaded()
@@ -168,7 +169,8 @@ private Q_SLOTS:
         const ProgramRun run = runBrowser({file, u"--list"_s});
 
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.output, u"Table 'a', column 'c': type '' is not supported\nb: 0 rows\n    id  Int, NULL\n"_s);
+        QCOMPARE(run.output,
+                 u"Table 'a', column 'c': type '' is not supported\nb: 0 rows\n    id  Int, NULL\n"_s);
     }
 
     void countsRows_data()
@@ -178,18 +180,20 @@ private Q_SLOTS:
         QTest::newRow("no filter") << QStringList() << u"1"_s;
         QTest::newRow("one key") << QStringList{u"--exclude"_s, u"stock_id=1"_s} << u"stock_id <> 1"_s;
         QTest::newRow("value attached") << QStringList{u"--exclude=stock_id=1"_s} << u"stock_id <> 1"_s;
-        QTest::newRow("several keys") << QStringList{u"--exclude"_s, u"stock_id=1|7|7|100000"_s}
-                                      << u"stock_id NOT IN (1, 7)"_s;
-        QTest::newRow("two columns") << QStringList{u"--exclude"_s, u"stock_id,sess_id=12,3|15,1"_s}
-                                     << u"NOT (stock_id = 12 AND sess_id = 3 OR stock_id = 15 AND sess_id = 1)"_s;
+        QTest::newRow("several keys")
+            << QStringList{u"--exclude"_s, u"stock_id=1|7|7|100000"_s} << u"stock_id NOT IN (1, 7)"_s;
+        QTest::newRow("two columns")
+            << QStringList{u"--exclude"_s, u"stock_id,sess_id=12,3|15,1"_s}
+            << u"NOT (stock_id = 12 AND sess_id = 3 OR stock_id = 15 AND sess_id = 1)"_s;
         QTest::newRow("columns in another order") << QStringList{u"--exclude"_s, u"sess_id,stock_id=3,12"_s}
                                                   << u"NOT (stock_id = 12 AND sess_id = 3)"_s;
-        QTest::newRow("exclusions add up") << QStringList{u"--exclude"_s, u"stock_id=1"_s, u"--exclude"_s, u"sess_id=1"_s,
-                                                          u"--exclude"_s, u"stock_id=2"_s}
+        QTest::newRow("exclusions add up") << QStringList{u"--exclude"_s, u"stock_id=1"_s, u"--exclude"_s,
+                                                          u"sess_id=1"_s, u"--exclude"_s,  u"stock_id=2"_s}
                                            << u"stock_id NOT IN (1, 2) AND sess_id <> 1"_s;
         QTest::newRow("keep") << QStringList{u"--keep"_s, u"stock_id=1|2"_s} << u"stock_id IN (1, 2)"_s;
         QTest::newRow("keeps over the same columns add up")
-            << QStringList{u"--keep"_s, u"stock_id=1"_s, u"--keep"_s, u"stock_id=2"_s} << u"stock_id IN (1, 2)"_s;
+            << QStringList{u"--keep"_s, u"stock_id=1"_s, u"--keep"_s, u"stock_id=2"_s}
+            << u"stock_id IN (1, 2)"_s;
         QTest::newRow("keeps over different columns must all match")
             << QStringList{u"--keep"_s, u"stock_id=1|2"_s, u"--keep"_s, u"sess_id=3|4"_s}
             << u"stock_id IN (1, 2) AND sess_id IN (3, 4)"_s;
@@ -197,11 +201,13 @@ private Q_SLOTS:
             << QStringList{u"--keep"_s, u"stock_id=1|2"_s, u"--exclude"_s, u"sess_id=3|4"_s}
             << u"stock_id IN (1, 2) AND sess_id NOT IN (3, 4)"_s;
         QTest::newRow("absent decimal") << QStringList{u"--keep"_s, u"open=|"_s} << u"open IS NULL"_s;
-        QTest::newRow("decimal in another scale") << QStringList{u"--keep"_s, u"change=-1.490|0|1"_s}
-                                                  << u"change IN (-1.49, 0, 1)"_s;
-        QTest::newRow("64 bits") << QStringList{u"--exclude"_s, u"volume=2150000000"_s} << u"volume <> 2150000000"_s;
-        QTest::newRow("last sessions") << QStringList{u"--session-filter"_s, u"stock_id,sess_id"_s}
-                                       << u"sess_id <> (SELECT max(sess_id) FROM sessions s WHERE s.stock_id = quotes.stock_id)"_s;
+        QTest::newRow("decimal in another scale")
+            << QStringList{u"--keep"_s, u"change=-1.490|0|1"_s} << u"change IN (-1.49, 0, 1)"_s;
+        QTest::newRow("64 bits") << QStringList{u"--exclude"_s, u"volume=2150000000"_s}
+                                 << u"volume <> 2150000000"_s;
+        QTest::newRow("last sessions")
+            << QStringList{u"--session-filter"_s, u"stock_id,sess_id"_s}
+            << u"sess_id <> (SELECT max(sess_id) FROM sessions s WHERE s.stock_id = quotes.stock_id)"_s;
         QTest::newRow("last sessions and keys")
             << QStringList{u"--session-filter"_s, u"stock_id,sess_id"_s, u"--keep"_s, u"sess_id=30"_s}
             << u"sess_id = 30 AND sess_id <> (SELECT max(sess_id) FROM sessions s WHERE s.stock_id = quotes.stock_id)"_s;
@@ -226,7 +232,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QString>("condition");
         QTest::newRow("Cyrillic") << u"name=АО «Ветреный Колос»"_s << u"name = 'АО «Ветреный Колос»'"_s;
-        QTest::newRow("date") << u"listed=1996-04-09|1933.10.03"_s << u"listed IN ('1996-04-09', '1933-10-03')"_s;
+        QTest::newRow("date") << u"listed=1996-04-09|1933.10.03"_s
+                              << u"listed IN ('1996-04-09', '1933-10-03')"_s;
         QTest::newRow("absent text") << u"note=␀"_s << u"note IS NULL"_s;
         QTest::newRow("empty text") << u"note=|"_s << u"note = ''"_s;
         QTest::newRow("absent date") << u"listed=␀"_s << u"listed IS NULL"_s;
@@ -247,8 +254,11 @@ private Q_SLOTS:
     {
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
-        const QList<QStringList> columnLists{{u"stock_id"_s}, {u"sess_id"_s}, {u"stock_id"_s, u"sess_id"_s},
-                                             {u"sess_id"_s, u"stock_id"_s}, {u"close"_s}};
+        const QList<QStringList> columnLists{{u"stock_id"_s},
+                                             {u"sess_id"_s},
+                                             {u"stock_id"_s, u"sess_id"_s},
+                                             {u"sess_id"_s, u"stock_id"_s},
+                                             {u"close"_s}};
         for (int round = 0; round < 40; ++round) {
             QStringList arguments{u"--table"_s, u"quotes"_s};
             QStringList hidden{u"0"_s};
@@ -264,16 +274,18 @@ private Q_SLOTS:
                     QStringList conditions;
                     for (const QString &column : columns) {
                         values.append(column == "stock_id"_L1 ? QString::number(random.bounded(250))
-                                          : column == "sess_id"_L1
+                                      : column == "sess_id"_L1
                                           ? QString::number(random.bounded(35))
-                                          : u"%1.%2"_s.arg(random.bounded(200)).arg(random.bounded(100), 2, 10, QChar(u'0')));
+                                          : u"%1.%2"_s.arg(random.bounded(200))
+                                                .arg(random.bounded(100), 2, 10, QChar(u'0')));
                         conditions.append(column + u" = "_s + values.constLast());
                     }
                     keys.append(values.join(u','));
                     matches.append(u'(' + conditions.join(u" AND "_s) + u')');
                 }
                 const bool keep = random.bounded(3) == 0;
-                arguments << (keep ? u"--keep"_s : u"--exclude"_s) << columns.join(u',') + u'=' + keys.join(u'|');
+                arguments << (keep ? u"--keep"_s : u"--exclude"_s)
+                          << columns.join(u',') + u'=' + keys.join(u'|');
                 if (keep)
                     kept[columns.join(u',')] += matches;
                 else
@@ -301,7 +313,8 @@ private Q_SLOTS:
              "(10, NULL, NULL, NULL), (2, 'hidden', 1, NULL), "
              "(3, 'abcdefghijklmnopqrstuvwxyzabcdefghijklmnopqrstuvwxyz', 1234.56, ''), (4, 'last', 0, NULL)"_s});
 
-        const ProgramRun run = runBrowser({file, u"--table"_s, u"t"_s, u"--exclude"_s, u"id=2"_s, u"--head"_s, u"3"_s});
+        const ProgramRun run =
+            runBrowser({file, u"--table"_s, u"t"_s, u"--exclude"_s, u"id=2"_s, u"--head"_s, u"3"_s});
 
         QCOMPARE(run.errors, QString());
         QCOMPARE(run.output.section(u"Time"_s, 0, 0),
@@ -319,14 +332,16 @@ private Q_SLOTS:
         const ProgramRun run = runBrowser({u"--table"_s, u"quotes"_s, u"--head"_s, u"0"_s});
 
         QCOMPARE(run.exitCode, 0);
-        QVERIFY(run.output.startsWith(u"stock_id  sess_id  open  high  low  close  change  volume\n\nRows shown: "_s));
+        QVERIFY(run.output.startsWith(
+            u"stock_id  sess_id  open  high  low  close  change  volume\n\nRows shown: "_s));
     }
 
     void exportsWhatIsShown()
     {
         const QString file = m_directory.filePath(u"quotes.csv"_s);
 
-        const ProgramRun run = runBrowser({u"--table"_s, u"quotes"_s, u"--exclude"_s, u"sess_id=1|2|3"_s, u"--export"_s, file});
+        const ProgramRun run =
+            runBrowser({u"--table"_s, u"quotes"_s, u"--exclude"_s, u"sess_id=1|2|3"_s, u"--export"_s, file});
 
         QCOMPARE(run.errors, QString());
         QCOMPARE(run.exitCode, 0);
@@ -343,7 +358,7 @@ private Q_SLOTS:
                 const QVariant value = query.value(column);
                 const bool isPrice = column >= 2 && column <= 6;
                 expected.append(value.isNull() ? u"NULL"_s
-                                    : isPrice  ? QString::number(value.toDouble(), 'f', 2)
+                                : isPrice      ? QString::number(value.toDouble(), 'f', 2)
                                                : value.toString());
             }
             QCOMPARE(lines.value(line++), expected);
@@ -355,7 +370,8 @@ private Q_SLOTS:
     {
         const QString database = makeDatabase(
             {u"CREATE TABLE t (\"a,b\" TEXT, c TIMESTAMP)"_s,
-             u"INSERT INTO t VALUES ('plain', '1969-12-31 23:59:59'), ('a,b', NULL), ('say \"no\"', ''), ('', NULL), "
+             u"INSERT INTO t VALUES ('plain', '1969-12-31 23:59:59'), ('a,b', NULL), ('say \"no\"', ''), "
+             u"('', NULL), "
              "('two' || char(13) || char(10) || 'lines', NULL), (' edge', NULL), ('Ясно', NULL), (NULL, NULL)"_s});
         const QString file = m_directory.filePath(u"quoted.csv"_s);
 
@@ -364,9 +380,10 @@ private Q_SLOTS:
         QCOMPARE(run.exitCode, 0);
         QFile written(file);
         QVERIFY(written.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(written.readAll()),
-                 u"\"a,b\",c\r\nplain,1969.12.31 23:59:59.000\r\n\"a,b\",\r\n\"say \"\"no\"\"\",\"\"\r\n\"\",\r\n"
-                 "\"two\r\nlines\",\r\n\" edge\",\r\nЯсно,\r\n,\r\n"_s);
+        QCOMPARE(
+            QString::fromUtf8(written.readAll()),
+            u"\"a,b\",c\r\nplain,1969.12.31 23:59:59.000\r\n\"a,b\",\r\n\"say \"\"no\"\"\",\"\"\r\n\"\",\r\n"
+            "\"two\r\nlines\",\r\n\" edge\",\r\nЯсно,\r\n,\r\n"_s);
     }
 
     void exportsTheSameInEveryTimeZone()
@@ -387,11 +404,14 @@ private Q_SLOTS:
         const QString database = makeDatabase({u"CREATE TABLE t (a DECIMAL(5,2) NOT NULL, b DECIMAL(5,2))"_s,
                                                u"INSERT INTO t VALUES (1.5, 1), (0.5999, 2)"_s});
 
-        const ProgramRun run = runBrowser({database, u"--table"_s, u"t"_s, u"--keep"_s, u"a=0.5999"_s, u"--head"_s, u"9"_s});
+        const ProgramRun run =
+            runBrowser({database, u"--table"_s, u"t"_s, u"--keep"_s, u"a=0.5999"_s, u"--head"_s, u"9"_s});
 
         QCOMPARE(run.exitCode, 0);
-        QVERIFY2(run.output.startsWith(u"     a     b\n0.5999  2.00\n\nRows shown: 1\n"_s), qPrintable(run.output));
-        QVERIFY2(run.output.endsWith(u" ms\nColumn 'a' is declared as Decimal(2), but its values need Decimal(4)\n"_s),
+        QVERIFY2(run.output.startsWith(u"     a     b\n0.5999  2.00\n\nRows shown: 1\n"_s),
+                 qPrintable(run.output));
+        QVERIFY2(run.output.endsWith(
+                     u" ms\nColumn 'a' is declared as Decimal(2), but its values need Decimal(4)\n"_s),
                  qPrintable(run.output));
     }
 
@@ -411,7 +431,8 @@ private Q_SLOTS:
         row("value of an option without one", {u"--list=x"_s}, "option --list takes no value");
         row("no value", {u"--table"_s}, "a value is missing after --table");
         row("table twice", quotes + quotes, "option --table is given twice");
-        row("list and table", quotes + QStringList{u"--list"_s}, "options --list and --table exclude each other");
+        row("list and table", quotes + QStringList{u"--list"_s},
+            "options --list and --table exclude each other");
         row("list and filter", {u"--list"_s, u"--keep"_s, u"a=1"_s}, "filters need --table");
         row("count and head", quotes + QStringList{u"--count"_s, u"--head"_s, u"1"_s},
             "options --count and --head exclude each other");
@@ -419,11 +440,14 @@ private Q_SLOTS:
         row("filter without table", {u"--exclude"_s, u"a=1"_s}, "no table is given (--table)");
         row("negative number of rows", quotes + QStringList{u"--head"_s, u"-1"_s},
             "option --head takes a number of rows, not '-1'");
-        row("no number of rows", quotes + QStringList{u"--head"_s, u"x"_s}, "option --head takes a number of rows, not 'x'");
-        row("export without name", quotes + QStringList{u"--export="_s}, "option --export takes the name of a file");
+        row("no number of rows", quotes + QStringList{u"--head"_s, u"x"_s},
+            "option --head takes a number of rows, not 'x'");
+        row("export without name", quotes + QStringList{u"--export="_s},
+            "option --export takes the name of a file");
         row("filter without keys", quotes + QStringList{u"--exclude"_s, u"stock_id"_s},
             "option --exclude takes COLUMNS=KEYS, not 'stock_id'");
-        row("filter without columns", quotes + QStringList{u"--keep"_s, u"=1"_s}, "option --keep takes COLUMNS=KEYS, not '=1'");
+        row("filter without columns", quotes + QStringList{u"--keep"_s, u"=1"_s},
+            "option --keep takes COLUMNS=KEYS, not '=1'");
         row("no key", quotes + QStringList{u"--keep"_s, u"stock_id="_s},
             "option --keep: 'stock_id=' gives no key (the empty value of one column is written '|')");
         row("unknown table", {u"--table"_s, u"Quotes"_s}, "The database has no table 'Quotes'");
@@ -442,12 +466,14 @@ private Q_SLOTS:
         row("control characters", quotes + QStringList{u"--exclude"_s, u"stock_id=\033[31m\n"_s},
             "Key '\uFFFD[31m ': '\uFFFD[31m ' cannot be a value of column 'stock_id' of type Int");
         row("decimal out of range", quotes + QStringList{u"--exclude"_s, u"close=99999999999999999"_s},
-            "Key '99999999999999999': '99999999999999999' cannot be a value of column 'close' of type Decimal");
+            "Key '99999999999999999': '99999999999999999' cannot be a value of column 'close' of type "
+            "Decimal");
         row("session filter of one column", quotes + QStringList{u"--session-filter"_s, u"stock_id"_s},
             "option --session-filter takes two columns with a comma between them, not 'stock_id'");
         row("session filter of unknown columns", quotes + QStringList{u"--session-filter"_s, u"stock_id,x"_s},
             "Table 'quotes' has no column 'x'");
-        row("missing file", {u"/nonexistent/a.sqlite"_s, u"--list"_s}, "There is no file '/nonexistent/a.sqlite'");
+        row("missing file", {u"/nonexistent/a.sqlite"_s, u"--list"_s},
+            "There is no file '/nonexistent/a.sqlite'");
         row("directory", {u"/"_s, u"--list"_s}, "'/' is a directory, not a database");
         row("foreign file", {QStringLiteral(SITO_BROWSER), u"--list"_s},
             "Database '" SITO_BROWSER "': file is not a database");
@@ -464,7 +490,9 @@ private Q_SLOTS:
         QCOMPARE(run.exitCode, 2);
         QCOMPARE(run.output, QString());
         if (message.isEmpty())
-            QVERIFY2(QRegularExpression(u"^sito-browser: Cannot write '/.*': .+\\n$"_s).match(run.errors).hasMatch(),
+            QVERIFY2(QRegularExpression(u"^sito-browser: Cannot write '/.*': .+\\n$"_s)
+                         .match(run.errors)
+                         .hasMatch(),
                      qPrintable(run.errors));
         else
             QCOMPARE(run.errors, u"sito-browser: %1\n"_s.arg(message));
@@ -488,22 +516,23 @@ private Q_SLOTS:
 
     void refusesValuesThatDoNotFit()
     {
-        const QString name
-            = makeDatabase({u"CREATE TABLE t (id INTEGER)"_s, u"INSERT INTO t VALUES (1), ('two')"_s});
+        const QString name =
+            makeDatabase({u"CREATE TABLE t (id INTEGER)"_s, u"INSERT INTO t VALUES (1), ('two')"_s});
 
         const ProgramRun run = runBrowser({name, u"--table"_s, u"t"_s});
 
         QCOMPARE(run.exitCode, 2);
         QCOMPARE(run.output, QString());
-        QCOMPARE(run.errors, u"sito-browser: Table 't', row 2, column 'id': value 'two' does not fit type Int "
-                             "(a value of another kind)\n"_s);
+        QCOMPARE(run.errors,
+                 u"sito-browser: Table 't', row 2, column 'id': value 'two' does not fit type Int "
+                 "(a value of another kind)\n"_s);
     }
 
     void refusesASessionFilterWithoutSessions()
     {
         const QString none = makeDatabase({u"CREATE TABLE t (a INTEGER, b INTEGER)"_s});
-        const QString noColumn
-            = makeDatabase({u"CREATE TABLE t (a INTEGER, b INTEGER)"_s, u"CREATE TABLE sessions (stock_id INTEGER)"_s});
+        const QString noColumn = makeDatabase(
+            {u"CREATE TABLE t (a INTEGER, b INTEGER)"_s, u"CREATE TABLE sessions (stock_id INTEGER)"_s});
         const QStringList rest{u"--table"_s, u"t"_s, u"--session-filter"_s, u"a,b"_s};
 
         const ProgramRun first = runBrowser(QStringList(none) + rest);
@@ -512,7 +541,8 @@ private Q_SLOTS:
         QCOMPARE(first.exitCode, 2);
         QCOMPARE(first.errors, u"sito-browser: The database has no table 'sessions'\n"_s);
         QCOMPARE(second.exitCode, 2);
-        QVERIFY2(second.errors.contains(u"sess_id"_s) && second.errors.count(u'\n') == 1, qPrintable(second.errors));
+        QVERIFY2(second.errors.contains(u"sess_id"_s) && second.errors.count(u'\n') == 1,
+                 qPrintable(second.errors));
     }
 
     void doesNotExportOverItsDatabase()
@@ -547,7 +577,8 @@ private Q_SLOTS:
         QVERIFY(QFile::rename(makeDatabase({u"CREATE TABLE t (a INTEGER)"_s}), name));
 
         QCOMPARE(runBrowser({name, u"--list"_s}).output, u"t: 0 rows\n    a  Int, NULL\n"_s);
-        QCOMPARE(runBrowser({u"--list"_s, u"--"_s, u"--x"_s}).errors, u"sito-browser: There is no file '--x'\n"_s);
+        QCOMPARE(runBrowser({u"--list"_s, u"--"_s, u"--x"_s}).errors,
+                 u"sito-browser: There is no file '--x'\n"_s);
     }
 
     void speaksTheLanguageOfTheLocale_data()
@@ -577,9 +608,11 @@ private Q_SLOTS:
         QCOMPARE(help.exitCode, 0);
         QCOMPARE(help.errors, QString());
         QCOMPARE(help.output.contains(cyrillic), russian);
-        QVERIFY(help.output.startsWith(russian ? u"ИМЯ\n    sito-browser - "_s : u"NAME\n    sito-browser - "_s));
-        for (const char *option : {"--list", "--table", "--exclude", "--keep", "--session-filter", "--count", "--head",
-                                   "--export", "--settings", "--set ", "--remove", "--strategy", "--version"})
+        QVERIFY(
+            help.output.startsWith(russian ? u"ИМЯ\n    sito-browser - "_s : u"NAME\n    sito-browser - "_s));
+        for (const char *option :
+             {"--list", "--table", "--exclude", "--keep", "--session-filter", "--count", "--head", "--export",
+              "--settings", "--set ", "--remove", "--strategy", "--version"})
             QVERIFY2(help.output.contains(QString::fromLatin1(option)), option);
         QCOMPARE(shortHelp.exitCode, 0);
         QCOMPARE(shortHelp.output.contains(cyrillic), russian);

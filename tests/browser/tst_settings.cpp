@@ -34,8 +34,9 @@ private Q_SLOTS:
 
     void printsTheTree()
     {
-        const QString file = makeFile("[General]\ntop=1\n[window]\nsize=@Size(800 600)\ntitle=\"Ясный день\"\n"
-                                      "[window/inner]\nlist=a, b\nmark=x\\ny\n[%General]\nz=1\n");
+        const QString file =
+            makeFile("[General]\ntop=1\n[window]\nsize=@Size(800 600)\ntitle=\"Ясный день\"\n"
+                     "[window/inner]\nlist=a, b\nmark=x\\ny\n[%General]\nz=1\n");
 
         const ProgramRun run = runBrowser({u"--settings"_s, file});
 
@@ -65,10 +66,10 @@ private Q_SLOTS:
         QFETCH(QStringList, strategy);
         const QString file = makeFile("[General]\ntop=1\n[a]\nx=1\ny=2\n[a/b]\nz=3\n[gone]\nw=4\n");
 
-        const ProgramRun run = runBrowser(QStringList{u"--settings"_s, file, u"--set"_s, u"a/x=new=value"_s, u"--remove"_s,
-                                                      u"gone"_s, u"--remove"_s, u"a/y"_s, u"--set"_s, u"a/x="_s,
-                                                      u"--set"_s, u"top=ё"_s}
-                                          + strategy);
+        const ProgramRun run = runBrowser(QStringList{u"--settings"_s, file, u"--set"_s, u"a/x=new=value"_s,
+                                                      u"--remove"_s, u"gone"_s, u"--remove"_s, u"a/y"_s,
+                                                      u"--set"_s, u"a/x="_s, u"--set"_s, u"top=ё"_s} +
+                                          strategy);
 
         QCOMPARE(run.errors, QString());
         QCOMPARE(run.exitCode, 0);
@@ -87,11 +88,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("message");
         QTest::newRow("missing key") << QStringList{u"--set"_s, u"a/x=9"_s, u"--set"_s, u"a/none=1"_s}
                                      << u"'%1' has no path 'a/none'"_s;
-        QTest::newRow("missing group") << QStringList{u"--set"_s, u"a/x=9"_s, u"--remove"_s, u"b"_s}
-                                       << u"'%1' has no path 'b'"_s;
-        QTest::newRow("path that is gone") << QStringList{u"--remove"_s, u"a"_s, u"--set"_s, u"a/x=9"_s}
-                                           << u"'%1' has no path 'a/x'"_s;
-        QTest::newRow("value of a group") << QStringList{u"--set"_s, u"a=9"_s} << u"'a' is a group and has no value"_s;
+        QTest::newRow("missing group")
+            << QStringList{u"--set"_s, u"a/x=9"_s, u"--remove"_s, u"b"_s} << u"'%1' has no path 'b'"_s;
+        QTest::newRow("path that is gone")
+            << QStringList{u"--remove"_s, u"a"_s, u"--set"_s, u"a/x=9"_s} << u"'%1' has no path 'a/x'"_s;
+        QTest::newRow("value of a group")
+            << QStringList{u"--set"_s, u"a=9"_s} << u"'a' is a group and has no value"_s;
     }
     void refusesInOneLineAndWritesNothing()
     {
@@ -101,12 +103,13 @@ private Q_SLOTS:
         for (const QString &strategy : {u"on-field-change"_s, u"on-manual-submit"_s}) {
             const QString file = makeFile(content);
 
-            const ProgramRun run
-                = runBrowser(QStringList{u"--settings"_s, file, u"--strategy"_s, strategy} + changes);
+            const ProgramRun run =
+                runBrowser(QStringList{u"--settings"_s, file, u"--strategy"_s, strategy} + changes);
 
             QCOMPARE(run.exitCode, 2);
             QCOMPARE(run.output, QString());
-            QCOMPARE(run.errors, u"sito-browser: "_s + (message.contains(u"%1"_s) ? message.arg(file) : message) + u'\n');
+            QCOMPARE(run.errors,
+                     u"sito-browser: "_s + (message.contains(u"%1"_s) ? message.arg(file) : message) + u'\n');
             QCOMPARE(contentOf(file), content);
         }
     }
@@ -132,12 +135,15 @@ private Q_SLOTS:
         const QString binary = makeFile(QByteArray("a=\0\1\2", 5));
         const QString missing = m_directory.filePath(u"missing.ini"_s);
 
-        QCOMPARE(runBrowser({u"--settings"_s, text}).errors, u"sito-browser: '%1' is no INI file\n"_s.arg(text));
-        QCOMPARE(runBrowser({u"--settings"_s, binary}).errors, u"sito-browser: '%1' is no INI file\n"_s.arg(binary));
+        QCOMPARE(runBrowser({u"--settings"_s, text}).errors,
+                 u"sito-browser: '%1' is no INI file\n"_s.arg(text));
+        QCOMPARE(runBrowser({u"--settings"_s, binary}).errors,
+                 u"sito-browser: '%1' is no INI file\n"_s.arg(binary));
         QCOMPARE(runBrowser({u"--settings"_s, missing, u"--set"_s, u"a=1"_s}).errors,
                  u"sito-browser: There is no file '%1'\n"_s.arg(missing));
         QVERIFY(!QFileInfo::exists(missing));
-        QCOMPARE(runBrowser({u"--settings=/"_s}).errors, u"sito-browser: '/' is a directory, not a settings file\n"_s);
+        QCOMPARE(runBrowser({u"--settings=/"_s}).errors,
+                 u"sito-browser: '/' is a directory, not a settings file\n"_s);
         QCOMPARE(runBrowser({u"--settings"_s, text}).exitCode, 2);
     }
 
@@ -157,7 +163,8 @@ private Q_SLOTS:
                               << u"options --settings and --list exclude each other"_s;
         QTest::newRow("table") << QStringList{u"--settings"_s, u"x"_s, u"--table"_s, u"t"_s}
                                << u"option --settings and the showing of tables exclude each other"_s;
-        QTest::newRow("database") << QStringList{u"--settings"_s, u"x"_s, u"y"_s} << u"surplus argument 'y'"_s;
+        QTest::newRow("database") << QStringList{u"--settings"_s, u"x"_s, u"y"_s}
+                                  << u"surplus argument 'y'"_s;
     }
     void refusesOptionsThatDoNotBelongTogether()
     {

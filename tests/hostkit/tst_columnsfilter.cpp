@@ -34,7 +34,9 @@ private Q_SLOTS:
     void findsColumnsByName()
     {
         QCOMPARE(ColumnsFilter::columnsByName(m_table, {u"code"_s, u"id"_s}), QList<int>({5, 0}));
-        QCOMPARE(exceptionMessage([&] { ColumnsFilter::columnsByName(m_table, {u"id"_s, u"Code"_s}); }),
+        QCOMPARE(exceptionMessage([&] {
+                     ColumnsFilter::columnsByName(m_table, {u"id"_s, u"Code"_s});
+                 }),
                  u"В таблице «quotes» нет столбца «Code»"_s);
         QCOMPARE(exceptionMessage([&] { ColumnsFilter::columnsByName(m_table, {QString()}); }),
                  u"В таблице «quotes» нет столбца «»"_s);
@@ -57,7 +59,9 @@ private Q_SLOTS:
 
     void refusesColumnsThatAreNeverCompared()
     {
-        QCOMPARE(exceptionMessage([&] { ColumnsFilter(m_table, {0, 8}, nullptr); }),
+        QCOMPARE(exceptionMessage([&] {
+                     ColumnsFilter(m_table, {0, 8}, nullptr);
+                 }),
                  u"Столбец «raw» таблицы «quotes» имеет тип Raw: его значения не сравниваются"_s);
         QCOMPARE(exceptionMessage([&] { ColumnsFilter(m_table, {9}, nullptr); }),
                  u"Столбец «block» таблицы «quotes» имеет тип Block: его значения не сравниваются"_s);
@@ -69,7 +73,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("value");
         const auto row = [](const char *name, const char *column, const char *text, const char *value) {
-            QTest::newRow(name) << QString::fromUtf8(column) << QString::fromUtf8(text) << QString::fromUtf8(value);
+            QTest::newRow(name) << QString::fromUtf8(column) << QString::fromUtf8(text)
+                                << QString::fromUtf8(value);
         };
         row("Int", "id", "-5|3", "-5|3");
         row("absent number", "number", "|7", "|7");
@@ -106,7 +111,8 @@ private Q_SLOTS:
         const auto wrong = [](const char *name, const char *column, const char *key, const char *type) {
             QTest::newRow(name) << QString::fromUtf8(column) << QString::fromUtf8(key)
                                 << u"Ключ «%1»: «%1» не может быть значением столбца «%2» типа %3"_s.arg(
-                                       QString::fromUtf8(key), QString::fromUtf8(column), QString::fromUtf8(type));
+                                       QString::fromUtf8(key), QString::fromUtf8(column),
+                                       QString::fromUtf8(type));
         };
         wrong("no number", "id", "abc", "Int");
         wrong("fraction", "id", "1.5", "Int");
@@ -121,14 +127,14 @@ private Q_SLOTS:
         wrong("long text", "code", "abcd", "VarChar");
         wrong("no date", "time", "yesterday", "DateTime");
         wrong("day that is not", "time", "2017-02-29", "DateTime");
-        QTest::newRow("too few parts") << u"id,code"_s << u"1"_s
-                                       << u"Ключ «1»: число значений (1) не равно числу столбцов (2)"_s;
-        QTest::newRow("too many parts") << u"id"_s << u"1,2"_s
-                                        << u"Ключ «1,2»: число значений (2) не равно числу столбцов (1)"_s;
-        QTest::newRow("absent where required") << u"id,number"_s << u",1"_s
-                                               << u"Ключ «,1»: столбец «id» не допускает пустых значений"_s;
-        QTest::newRow("absent text where required") << u"code"_s << u"␀"_s
-                                                    << u"Ключ «␀»: столбец «code» не допускает пустых значений"_s;
+        QTest::newRow("too few parts")
+            << u"id,code"_s << u"1"_s << u"Ключ «1»: число значений (1) не равно числу столбцов (2)"_s;
+        QTest::newRow("too many parts")
+            << u"id"_s << u"1,2"_s << u"Ключ «1,2»: число значений (2) не равно числу столбцов (1)"_s;
+        QTest::newRow("absent where required")
+            << u"id,number"_s << u",1"_s << u"Ключ «,1»: столбец «id» не допускает пустых значений"_s;
+        QTest::newRow("absent text where required")
+            << u"code"_s << u"␀"_s << u"Ключ «␀»: столбец «code» не допускает пустых значений"_s;
     }
     void refusesWhatCannotBeAValue()
     {

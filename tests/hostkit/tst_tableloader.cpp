@@ -62,7 +62,8 @@ QString typeText(const ColumnSpec &column)
                                 column.nullable ? u"?"_s : QString());
 }
 
-/// A driver that is not SQLite's and holds one table of one row, to see what a loader makes of what drivers say.
+/// A driver that is not SQLite's and holds one table of one row, to see what a loader makes of what drivers
+/// say.
 class OtherDriver : public QSqlDriver
 {
     Q_OBJECT
@@ -79,7 +80,8 @@ public:
     explicit OtherDriver(Content *content) : m_content(content) {}
 
     bool hasFeature(DriverFeature) const override { return false; }
-    bool open(const QString &, const QString &, const QString &, const QString &, int, const QString &) override
+    bool open(const QString &, const QString &, const QString &, const QString &, int,
+              const QString &) override
     {
         setOpen(true);
         return true;
@@ -97,7 +99,10 @@ private:
 class OtherResult : public QSqlResult
 {
 public:
-    OtherResult(const QSqlDriver *driver, OtherDriver::Content *content) : QSqlResult(driver), m_content(content) {}
+    OtherResult(const QSqlDriver *driver, OtherDriver::Content *content)
+        : QSqlResult(driver), m_content(content)
+    {
+    }
 
 protected:
     bool reset(const QString &statement) override
@@ -171,7 +176,8 @@ private Q_SLOTS:
     void listsTablesInOrderOfCodeUnits()
     {
         for (const char *table : {"b", "\"B\"\"\"", "a.b", "[", "я", "sqliteish", "a b"})
-            execute(u"CREATE TABLE \"%1\" (id INTEGER)"_s.arg(QString::fromUtf8(table).replace(u'"', u"\"\""_s)));
+            execute(
+                u"CREATE TABLE \"%1\" (id INTEGER)"_s.arg(QString::fromUtf8(table).replace(u'"', u"\"\""_s)));
         execute(u"CREATE VIEW v AS SELECT * FROM b"_s);
         execute(u"CREATE TABLE counted (id INTEGER PRIMARY KEY AUTOINCREMENT)"_s);
 
@@ -256,8 +262,8 @@ private Q_SLOTS:
     void refusesTypesThatHaveNoPlace_data()
     {
         QTest::addColumn<QString>("declared");
-        for (const char *declared : {"", "GEOMETRY", "TIME", "INTEGERS", "BLOB(0)", "BLOB(65536)", "DECIMAL(0,0)",
-                                     "DECIMAL(10,64)", "\"VARCHAR(x)\"", "\"1\""}) {
+        for (const char *declared : {"", "GEOMETRY", "TIME", "INTEGERS", "BLOB(0)", "BLOB(65536)",
+                                     "DECIMAL(0,0)", "DECIMAL(10,64)", "\"VARCHAR(x)\"", "\"1\""}) {
             QTest::newRow(*declared ? declared : "no type") << QString::fromUtf8(declared);
         }
     }
@@ -269,7 +275,8 @@ private Q_SLOTS:
 
         const QString message = exceptionMessage([&] { loader.columns(u"t"_s); });
 
-        QCOMPARE(message, u"Таблица «t», столбец «c»: тип «%1» не поддерживается"_s.arg(declared.remove(u'"')));
+        QCOMPARE(message,
+                 u"Таблица «t», столбец «c»: тип «%1» не поддерживается"_s.arg(declared.remove(u'"')));
         QCOMPARE(exceptionMessage([&] { loader.load(u"t"_s); }), message);
     }
 
@@ -292,7 +299,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("text");
         const auto row = [](const char *name, const char *type, const char *value, const char *text) {
-            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value) << QString::fromUtf8(text);
+            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
+                                << QString::fromUtf8(text);
         };
         row("null", "INTEGER", "NULL", "NULL");
         row("largest Int", "INTEGER", "2147483647", "2147483647");
@@ -368,47 +376,63 @@ private Q_SLOTS:
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("end");
         const auto row = [](const char *name, const char *type, const char *value, const char *end) {
-            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value) << QString::fromUtf8(end);
+            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
+                                << QString::fromUtf8(end);
         };
-        row("2^31 in Int", "INTEGER", "2147483648", "2147483648 не подходит к типу Int (число вне пределов типа)");
-        row("-2^31-1 in Int", "INTEGER", "-2147483649", "-2147483649 не подходит к типу Int (число вне пределов типа)");
+        row("2^31 in Int", "INTEGER", "2147483648",
+            "2147483648 не подходит к типу Int (число вне пределов типа)");
+        row("-2^31-1 in Int", "INTEGER", "-2147483649",
+            "-2147483649 не подходит к типу Int (число вне пределов типа)");
         row("text in Int", "INTEGER", "'abc'", "'abc' не подходит к типу Int (значение другого рода)");
         row("bytes in Int", "INTEGER", "x'31'", "x'31' не подходит к типу Int (значение другого рода)");
         row("fraction in Int", "INTEGER", "1.5", "1.5 не подходит к типу Int (число нельзя сохранить точно)");
-        row("huge REAL in Int64", "BIGINT", "1e19", "1e+19 не подходит к типу Int64 (число вне пределов типа)");
+        row("huge REAL in Int64", "BIGINT", "1e19",
+            "1e+19 не подходит к типу Int64 (число вне пределов типа)");
         row("text in Double", "DOUBLE", "'1,5'", "'1,5' не подходит к типу Double (значение другого рода)");
-        row("text in Decimal", "DECIMAL(10,2)", "'x'", "'x' не подходит к типу Decimal(10,2) (значение другого рода)");
-        row("lone sign in Decimal", "DECIMAL(10,2)", "'-'", "'-' не подходит к типу Decimal(10,2) (значение другого рода)");
-        row("bytes in Decimal", "DECIMAL(10,2)", "x'31'", "x'31' не подходит к типу Decimal(10,2) (значение другого рода)");
+        row("text in Decimal", "DECIMAL(10,2)", "'x'",
+            "'x' не подходит к типу Decimal(10,2) (значение другого рода)");
+        row("lone sign in Decimal", "DECIMAL(10,2)", "'-'",
+            "'-' не подходит к типу Decimal(10,2) (значение другого рода)");
+        row("bytes in Decimal", "DECIMAL(10,2)", "x'31'",
+            "x'31' не подходит к типу Decimal(10,2) (значение другого рода)");
         row("digits after the point", "DECIMAL(10,2)", "1.005",
             "1.005 не подходит к типу Decimal(10,2) (в числе больше цифр, чем объявлено)");
         row("digits before the point", "DECIMAL(5,2)", "1000",
             "1000 не подходит к типу Decimal(5,2) (в числе больше цифр, чем объявлено)");
         row("rounding would hide it", "DECIMAL(5,2)", "999.9999",
             "999.9999 не подходит к типу Decimal(5,2) (в числе больше цифр, чем объявлено)");
-        row("infinite in Decimal", "DECIMAL(5,2)", "9e999", "inf не подходит к типу Decimal(5,2) (число вне пределов типа)");
+        row("infinite in Decimal", "DECIMAL(5,2)", "9e999",
+            "inf не подходит к типу Decimal(5,2) (число вне пределов типа)");
         row("digits before a negative scale", "NUMERIC(4,-2)", "1250",
             "1250 не подходит к типу Decimal(4,-2) (в числе больше цифр, чем объявлено)");
-        row("tiny number", "NUMERIC", "1e-300", "1e-300 не подходит к типу XDecimal(36,10) (в числе больше цифр, чем объявлено)");
-        row("long text", "VARCHAR(3)", "'abcd'", "'abcd' не подходит к типу VarChar(3) (текст длиннее, чем объявлено)");
-        row("surrogates count twice", "VARCHAR(1)", "'😀'", "'😀' не подходит к типу VarChar(1) (текст длиннее, чем объявлено)");
-        row("bytes in text", "VARCHAR(3)", "x'616263'", "x'616263' не подходит к типу VarChar(3) (значение другого рода)");
+        row("tiny number", "NUMERIC", "1e-300",
+            "1e-300 не подходит к типу XDecimal(36,10) (в числе больше цифр, чем объявлено)");
+        row("long text", "VARCHAR(3)", "'abcd'",
+            "'abcd' не подходит к типу VarChar(3) (текст длиннее, чем объявлено)");
+        row("surrogates count twice", "VARCHAR(1)", "'😀'",
+            "'😀' не подходит к типу VarChar(1) (текст длиннее, чем объявлено)");
+        row("bytes in text", "VARCHAR(3)", "x'616263'",
+            "x'616263' не подходит к типу VarChar(3) (значение другого рода)");
         row("invalid UTF-8", "TEXT", "CAST(x'61c3' AS TEXT)",
             "'a\uFFFD' не подходит к типу String (байты не составляют текста)");
         row("unreadable date", "DATE", "'03.01.2017'", "'03.01.2017' не подходит к типу DateTime (не дата)");
         row("day that is not", "DATE", "'2017-02-29'", "'2017-02-29' не подходит к типу DateTime (не дата)");
-        row("number as date", "DATE", "20170103", "20170103 не подходит к типу DateTime (значение другого рода)");
+        row("number as date", "DATE", "20170103",
+            "20170103 не подходит к типу DateTime (значение другого рода)");
         row("the epoch", "DATE", "'1970-01-01'",
             "'1970-01-01' не подходит к типу DateTime (это мгновение обозначает отсутствие даты)");
         row("the epoch with time", "TIMESTAMP", "'1970.01.01 00:00:00.000'",
-            "'1970.01.01 00:00:00.000' не подходит к типу DateTime (это мгновение обозначает отсутствие даты)");
+            "'1970.01.01 00:00:00.000' не подходит к типу DateTime (это мгновение обозначает отсутствие "
+            "даты)");
         row("short Raw", "BLOB(3)", "x'0102'", "x'0102' не подходит к типу Raw(3) (другое число байтов)");
-        row("long Raw", "BLOB(3)", "x'01020304'", "x'01020304' не подходит к типу Raw(3) (другое число байтов)");
+        row("long Raw", "BLOB(3)", "x'01020304'",
+            "x'01020304' не подходит к типу Raw(3) (другое число байтов)");
         row("text in Raw", "BLOB(3)", "'abc'", "'abc' не подходит к типу Raw(3) (значение другого рода)");
         row("short Block", "BLOB", "zeroblob(403)",
             "x'0000000000000000…' (403) не подходит к типу Block(404) (другое число байтов)");
         row("long value in the message", "DATE", "replace(hex(zeroblob(50)), '0', 'x')",
-            "'xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx…' не подходит к типу DateTime (не дата)");
+            "'xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx…' не подходит к типу DateTime (не "
+            "дата)");
         row("control characters in the message", "DATE", "'a' || char(10) || 'b'",
             "'a\uFFFDb' не подходит к типу DateTime (не дата)");
     }
@@ -456,8 +480,9 @@ private Q_SLOTS:
 
         const QString message = exceptionMessage([&] { TableLoader(connection()).load(u"t"_s); });
 
-        QCOMPARE(message, u"Таблица «t», строка 51, столбец «c»: значение 'a\uFFFD' не подходит к типу String "
-                          "(байты не составляют текста)"_s);
+        QCOMPARE(message,
+                 u"Таблица «t», строка 51, столбец «c»: значение 'a\uFFFD' не подходит к типу String "
+                 "(байты не составляют текста)"_s);
     }
 
     void readsDatabasesInUtf16()
@@ -483,7 +508,8 @@ private Q_SLOTS:
             while (unscaled.size() < digits)
                 unscaled += QChar(u'0' + random.bounded(unscaled.isEmpty() ? 1 : 0, 10));
             unscaled = unscaled.rightJustified(7, u'0');
-            const QString text = (random.bounded(2) ? u"-"_s : QString()) + unscaled.chopped(6) + u'.' + unscaled.last(6);
+            const QString text =
+                (random.bounded(2) ? u"-"_s : QString()) + unscaled.chopped(6) + u'.' + unscaled.last(6);
             query.addBindValue(i);
             query.addBindValue(text.toDouble());
             QVERIFY(query.exec());
@@ -496,7 +522,8 @@ private Q_SLOTS:
         QCOMPARE(actual.size(), expected.size());
         for (qsizetype i = 0; i < actual.size(); ++i)
             QVERIFY2(actual.at(i) == expected.at(i),
-                     qPrintable(u"seed %1: %2, not %3"_s.arg(QString::number(seed), actual.at(i), expected.at(i))));
+                     qPrintable(
+                         u"seed %1: %2, not %3"_s.arg(QString::number(seed), actual.at(i), expected.at(i))));
     }
 
     void refusesOneDigitTooManyHoweverLarge()
@@ -504,14 +531,16 @@ private Q_SLOTS:
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
         for (int i = 0; i < 200; ++i) {
-            const QString text = u"%1.%2%3"_s.arg(random.bounded(100000)).arg(random.bounded(100), 2, 10, QChar(u'0'))
+            const QString text = u"%1.%2%3"_s.arg(random.bounded(100000))
+                                     .arg(random.bounded(100), 2, 10, QChar(u'0'))
                                      .arg(random.bounded(1, 10));
             execute(u"DROP TABLE IF EXISTS t"_s);
             makeCell(u"DECIMAL(16,2)"_s, text);
 
             const QString message = exceptionMessage([&] { TableLoader(connection()).load(u"t"_s); });
 
-            QVERIFY2(message.contains(u"в числе больше цифр"_s), qPrintable(u"seed %1: %2"_s.arg(seed).arg(text)));
+            QVERIFY2(message.contains(u"в числе больше цифр"_s),
+                     qPrintable(u"seed %1: %2"_s.arg(seed).arg(text)));
         }
     }
 
@@ -551,14 +580,16 @@ private Q_SLOTS:
 
         const QString message = exceptionMessage([&] { loader.load(u"t"_s); });
 
-        QCOMPARE(message, u"Таблица «t», строка 2, столбец «c»: значение 1e-08 не подходит к типу XDecimal(33,2) "
-                          "(в числе больше цифр, чем объявлено)"_s);
+        QCOMPARE(message,
+                 u"Таблица «t», строка 2, столбец «c»: значение 1e-08 не подходит к типу XDecimal(33,2) "
+                 "(в числе больше цифр, чем объявлено)"_s);
     }
 
     void quotesNames_data()
     {
         QTest::addColumn<QString>("name");
-        for (const char *name : {"order", "a b", "a.b", "[a]", "a\"b", "\"", "\"a\"", "'", "столбец", "a;b", "%1"})
+        for (const char *name :
+             {"order", "a b", "a.b", "[a]", "a\"b", "\"", "\"a\"", "'", "столбец", "a;b", "%1"})
             QTest::newRow(name) << QString::fromUtf8(name);
     }
     void quotesNames()
@@ -731,8 +762,9 @@ private Q_SLOTS:
         database.setDatabaseName(name);
         QVERIFY(database.open());
         execute(u"CREATE TABLE t (c TEXT)"_s);
-        execute(u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                "SELECT hex(zeroblob(50)) FROM n"_s);
+        execute(
+            u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+            "SELECT hex(zeroblob(50)) FROM n"_s);
         database.close();
         QFile file(name);
         QVERIFY(file.open(QIODevice::ReadWrite));
@@ -758,7 +790,8 @@ private Q_SLOTS:
     void loadsFromOtherDrivers()
     {
         OtherDriver::Content content;
-        const auto add = [&content](const char *name, QMetaType::Type type, int length = -1, int precision = -1) {
+        const auto add = [&content](const char *name, QMetaType::Type type, int length = -1,
+                                    int precision = -1) {
             QSqlField field(QString::fromLatin1(name), QMetaType(type));
             field.setLength(length);
             field.setPrecision(precision);
@@ -779,7 +812,8 @@ private Q_SLOTS:
         QSqlField big = content.columns.field(1);
         big.setRequiredStatus(QSqlField::Required);
         content.columns.replace(1, big);
-        // Numbers come as texts when exactness is asked for; readings without a zone do not depend on the machine's.
+        // Numbers come as texts when exactness is asked for; readings without a zone do not depend on the
+        // machine's.
         content.rows = {{1, qint64(5), 4000000000u, true, 0.5, u"-12.5"_s, u"ab"_s, u"c"_s, QDate(1969, 1, 2),
                          QDateTime(QDate(2024, 3, 31), QTime(1, 30)), QByteArray("\x01\xff", 2)},
                         {2, qint64(6), QVariant(), QVariant(), 3, 4.25, QVariant(), QVariant(), QVariant(),
@@ -796,15 +830,17 @@ private Q_SLOTS:
             QStringList columns;
             for (int i = 0; i < table->columnCount(); ++i)
                 columns.append(typeText(table->columnSpec(i)));
-            QCOMPARE(columns.join(u", "_s),
-                     u"id Int(0), big Int64(0), unsigned Int64(0)?, flag Int(0)?, real Double(0)?, "
-                     "price Decimal(2)?, code VarChar(4)?, note String(0)?, day DateTime(0)?, time DateTime(0)?, "
-                     "hash Raw(2)?"_s);
-            QCOMPARE(texts(*table),
-                     QStringList({u"1 | 5 | 4000000000 | 1 | 0.5 | -12.50 | ab | c | 1969.01.02 00:00:00.000 | "
-                                  "2024.03.31 01:30:00.000 | 01ff"_s,
-                                  u"2 | 6 | NULL | NULL | 3 | 4.25 | NULL | NULL | NULL | "
-                                  "2024.03.31 02:30:00.000 | NULL"_s}));
+            QCOMPARE(
+                columns.join(u", "_s),
+                u"id Int(0), big Int64(0), unsigned Int64(0)?, flag Int(0)?, real Double(0)?, "
+                "price Decimal(2)?, code VarChar(4)?, note String(0)?, day DateTime(0)?, time DateTime(0)?, "
+                "hash Raw(2)?"_s);
+            QCOMPARE(
+                texts(*table),
+                QStringList({u"1 | 5 | 4000000000 | 1 | 0.5 | -12.50 | ab | c | 1969.01.02 00:00:00.000 | "
+                             "2024.03.31 01:30:00.000 | 01ff"_s,
+                             u"2 | 6 | NULL | NULL | 3 | 4.25 | NULL | NULL | NULL | "
+                             "2024.03.31 02:30:00.000 | NULL"_s}));
             QCOMPARE(content.policy, QSql::HighPrecision);
         }
         database = QSqlDatabase();
