@@ -54,6 +54,14 @@ void takeUtf8Locale()
 #endif
 }
 
+/// Drops what Qt says of the surroundings while an application starts (a variable that is not set, a
+/// directory that is missing): the user neither asked for it nor can do anything about it.
+void dropStartMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        std::fprintf(stderr, "sito-browser: %s\n", message.toUtf8().constData());
+}
+
 /// Carries out \a commandLine; the message of what went wrong, if anything.
 std::optional<QString> run(const CommandLine &commandLine, QTextStream &out)
 {
@@ -105,7 +113,9 @@ int main(int argc, char **argv)
         // The icons of the settings model come from a style; nothing is shown.
         if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
+        const QtMessageHandler handler = qInstallMessageHandler(dropStartMessages);
         application = std::make_unique<QApplication>(argc, argv);
+        qInstallMessageHandler(handler);
     } else {
         application = std::make_unique<QCoreApplication>(argc, argv);
     }

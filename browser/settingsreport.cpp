@@ -120,6 +120,7 @@ void SettingsReport::requireIni() const
     if (!file.open(QIODevice::ReadOnly))
         throw Exception(tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
     const QSettings store(info.absoluteFilePath(), QSettings::IniFormat);
+    store.allKeys(); // the file is parsed only as far as it is asked for
     if (store.status() == QSettings::AccessError)
         throw Exception(tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
     if (store.status() == QSettings::FormatError || file.readAll().contains('\0'))
@@ -128,9 +129,9 @@ void SettingsReport::requireIni() const
 
 void SettingsReport::requireWritable(const QSettings &store) const
 {
-    constexpr QFile::Permissions anyWrite =
-        QFile::WriteOwner | QFile::WriteUser | QFile::WriteGroup | QFile::WriteOther;
-    // The administrator may write what is marked as read-only, too; here the mark counts.
+    constexpr QFile::Permissions anyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
+    // What the file allows to this very user (WriteUser) is everything for the administrator; here the mark
+    // counts.
     if (!store.isWritable() || !(QFile::permissions(store.fileName()) & anyWrite))
         throw Exception(tr("Файл «%1» доступен только для чтения").arg(m_commandLine.settingsFile));
 }

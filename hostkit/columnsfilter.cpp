@@ -30,7 +30,7 @@ bool isFaithful(const FieldValue &field, const QString &text)
         return text == field.toText();
     switch (field.def->type) {
     case FieldType::Double:
-        return std::isfinite(field.value<double>());
+        return !std::isnan(field.value<double>());
     case FieldType::Decimal:
         return fitsScale(field.value<decimal>(), field.def->length);
     case FieldType::XDecimal:

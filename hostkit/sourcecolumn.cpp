@@ -384,7 +384,8 @@ CellProblem SourceColumn::readDecimal(const QVariant &value, CellValue &cell)
                 return storeUnscaled(qint64(unscaled), cell);
         }
         std::array<char, 32> text;
-        const auto end = std::to_chars(text.data(), text.data() + text.size(), *real).ptr;
+        const auto end =
+            std::to_chars(text.data(), text.data() + text.size(), *real, std::chars_format::scientific).ptr;
         return readDecimalText(QString::fromLatin1(text.data(), end - text.data()), cell);
     }
     if (value.typeId() == QMetaType::QString)

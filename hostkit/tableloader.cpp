@@ -43,6 +43,8 @@ QString shown(const QVariant &value)
     }
     if (value.typeId() == QMetaType::Double)
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
+    if (value.typeId() == QMetaType::LongLong)
+        return QString::number(value.toLongLong());
     QString text = value.toString();
     if (text.size() > maxShownText) {
         text.truncate(maxShownText - (text.at(maxShownText - 1).isHighSurrogate() ? 1 : 0));
