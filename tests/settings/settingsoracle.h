@@ -51,7 +51,8 @@ public:
     {
         const QString name = normalized(key);
         const QString path = name.isEmpty() ? group() : prefix() + name;
-        for (const QString &entry : values.keys()) {
+        const QStringList keys = values.keys();
+        for (const QString &entry : keys) {
             if (path.isEmpty() || entry == path || entry.startsWith(path + u'/'))
                 values.remove(entry);
         }
@@ -214,7 +215,8 @@ private:
     QString path(const QString &name) const
     {
         const QString group = store->group();
-        return group.isEmpty() ? name : QStringLiteral("%1/%2").arg(group).arg(name);
+        return group.isEmpty() ? name
+                               : QStringLiteral("%1/%2").arg(group).arg(name); // clazy:exclude=qstring-arg
     }
 
     void rebuild()

@@ -45,9 +45,9 @@ private Q_SLOTS:
             const QString step = script.step();
 
             const auto where = [&] {
-                return qPrintable(u"seed %1, step %2: %3"_s.arg(seed).arg(i).arg(step));
+                return (u"seed %1, step %2: %3"_s.arg(seed).arg(i).arg(step)).toUtf8();
             };
-            QVERIFY2(!step.contains(u"NOT THE SAME"_s), where());
+            QVERIFY2(!step.contains(u"NOT THE SAME"_s), where().constData());
             const QStringList notes = recorder.take();
             const QStringList expectedNotes = std::exchange(script.oracle.notes, {});
             for (qsizetype n = 0; n < qMin(notes.size(), expectedNotes.size()); ++n) {
