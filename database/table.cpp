@@ -122,6 +122,7 @@ RowLayout::RowLayout(const QString &table, const QList<ColumnSpec> &specs)
         column.length = spec.length;
         column.nullable = spec.nullable;
         column.offset = end - sizeof(RowHeader);
+        column.blockOffset = end;
         column.size = spec.size ? quint64(spec.size) : naturalWidth(spec);
         column.flagsOffset = end;
         if (spec.nullable) {
@@ -191,8 +192,8 @@ const ColumnDef *Table::columnDef(int column) const
 
 Field Table::dataPtr(unsigned char *row, int column) const
 {
-    const RowLayout::Column &place = d->layout.columns[size_t(column)];
-    return Field(&place, row + sizeof(RowHeader) + place.offset, row + place.flagsOffset, place.mask);
+    const RowLayout::Column &place = d->columns[column];
+    return Field(&place, row + place.blockOffset, row + place.flagsOffset, place.mask);
 }
 
 IndexList *Table::masterIndex() const

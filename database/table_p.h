@@ -19,12 +19,15 @@ struct RowLayout
 {
     struct Column : ColumnDef
     {
+        /// Where the value lies, from the start of the block.
+        quint64 blockOffset = 0;
         /// Where the byte with the presence bit lies, from the start of the block. A column without absent
         /// values has the mask 0 and points at its own value, so that writing through the view touches no
         /// other byte.
         quint64 flagsOffset = 0;
-        quint32 mask = 0;
+        alignas(16) quint32 mask = 0;
     };
+    static_assert(sizeof(Column) == 64, "found by a shift");
 
     /// Throws Exception for a definition that makes no table.
     RowLayout(const QString &table, const QList<ColumnSpec> &specs);
@@ -49,6 +52,8 @@ public:
     const QString name;
     const QList<ColumnSpec> specs;
     const RowLayout layout;
+    /// The columns of the layout, one step nearer: Table::dataPtr() is called for every cell that is read.
+    const RowLayout::Column *const columns = layout.columns.data();
     RowSlabs slabs;
     MasterIndex index;
     std::recursive_mutex mutex;

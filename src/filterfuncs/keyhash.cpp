@@ -69,8 +69,8 @@ KeyHash::KeyHash(const Table *table, const QList<Record> &keys, const QList<int>
     }
 
     const auto count = size_t(keys.size());
-    // At least 16 bits of the filter and one chain for each key.
-    m_filter.resize(std::bit_ceil(count / 4 + 1));
+    // At least 32 bits of the filter and one chain for each key.
+    m_filter.resize(std::bit_ceil(count / 2 + 1));
     m_filterMask = m_filter.size() - 1;
     m_heads.resize(std::bit_ceil(count));
     m_headMask = m_heads.size() - 1;

@@ -132,7 +132,11 @@ public:
     bool contains(const Record &record) const
     {
         quint64 hash = 0;
-        const auto fieldOf = [&record](const KeyColumnHash &column) { return record.field(column.column()); };
+        const Table *const table = record.table();
+        unsigned char *const row = record.row();
+        const auto fieldOf = [=](const KeyColumnHash &column) {
+            return table->dataPtr(row, column.column());
+        };
         switch (hashOf(hash, fieldOf)) {
         case KeyColumnHash::Found::Nothing:
             return false;
