@@ -426,7 +426,7 @@ bool ValueFilter::readsOwnKeys() const
 void ValueFilter::setValue(const QString &value)
 {
     // Overriding code that changes the caller's string does not change what is read.
-    const QString text = value;
+    const QString text = value; // NOLINT(performance-unnecessary-copy-initialization)
     m_excludedKeys.clear();
     if (text.isEmpty())
         return;

@@ -644,7 +644,7 @@ void tst_SecuritiesSessionFilter::agreesWithAPlainMap()
         std::map<int, int> oracle;
         const int stocks = int(random.bounded(1, 40));
         int stock = 0;
-        for (quint32 i = random.bounded(400); i > 0; --i) {
+        for (int i = random.bounded(400); i > 0; --i) {
             // Runs of one security, of neighbours, and jumps.
             switch (random.bounded(4)) {
             case 0:

@@ -540,7 +540,7 @@ void tst_ValueFilter::setAllSortsMixedTypes()
         const int types = int(random.bounded(1, 5));
         const int fixed = int(random.bounded(3));
         QList<KeyValue> keys;
-        for (quint32 i = random.bounded(2, 60); i > 0; --i) {
+        for (int i = random.bounded(2, 60); i > 0; --i) {
             KeyValue key;
             for (int place = 0; place < 2; ++place) {
                 const int column = place == fixed ? 0 : int(random.bounded(types));
@@ -773,7 +773,7 @@ void tst_ValueFilter::agreesWithAPlainList()
     };
 
     for (int step = 0; step < 1500; ++step) {
-        const quint32 action = random.bounded(20);
+        const int action = random.bounded(20);
         const KeyValue some = key();
         if (action < 10) {
             filter.addExcludedKey(some);
@@ -783,14 +783,14 @@ void tst_ValueFilter::agreesWithAPlainList()
             oracle.remove(some);
         } else if (action == 17) {
             QList<KeyValue> keys;
-            for (quint32 i = random.bounded(60); i > 0; --i)
+            for (int i = random.bounded(60); i > 0; --i)
                 keys.append(key());
             filter.setAllExcludedKeys(keys);
             oracle.setAll(keys);
         } else if (action == 18) {
             QStringList parts;
             oracle.clear();
-            for (quint32 i = random.bounded(1, 60); i > 0; --i) {
+            for (int i = random.bounded(1, 60); i > 0; --i) {
                 const KeyValue part = key();
                 parts.append(shown({part}).first());
                 oracle.add(filter.valueToKey(parts.last()));
@@ -861,7 +861,7 @@ void tst_ValueFilter::sortingKeepsEveryKeyAlsoWithNaN()
 
     for (int round = 0; round < 60; ++round) {
         const int length = int(random.bounded(round < 50 ? 200 : 5000));
-        const quint32 share = 1 + random.bounded(100);
+        const int share = 1 + random.bounded(100);
         QList<KeyValue> keys;
         for (int i = 0; i < length; ++i) {
             const bool nan = random.bounded(share) == 0;

@@ -682,7 +682,7 @@ void tst_ValueFilter_Text::agreesWithReadingOneByOne()
 
     for (int round = 0; round < 400; ++round) {
         QStringList parts;
-        const quint32 count = random.bounded(1, 60);
+        const int count = random.bounded(1, 60);
         for (quint32 i = 0; i < count; ++i)
             parts.append(texts.at(random.bounded(texts.size())) + u',' +
                          texts.at(random.bounded(texts.size())));
