@@ -532,12 +532,12 @@ void TestKeyToRecord::convertsValues()
     const KeyFilterFunc func(&table, {}, {0});
 
     if (!expected.message.isNull()) {
-        const QString message = messageOf([&] { (void)func.keyToRecord(source.key); });
+        const QString message = exceptionMessage([&] { (void)func.keyToRecord(source.key); });
 
         QCOMPARE(message, expected.message);
         QCOMPARE(table.liveRowCount(), 0);
 
-        const QString constructed = messageOf([&] { KeyFilterFunc(&table, {source.key}, {0}); });
+        const QString constructed = exceptionMessage([&] { KeyFilterFunc(&table, {source.key}, {0}); });
         QCOMPARE(constructed, expected.message);
         QCOMPARE(table.liveRowCount(), 0);
         return;
@@ -647,13 +647,13 @@ void TestKeyToRecord::refusesKeysThatAreTooShort()
     MemoryTable table(u"target"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
     const Key source(Int, qint32(7));
 
-    QCOMPARE(messageOf([&] {
+    QCOMPARE(exceptionMessage([&] {
                  (void)KeyFilterFunc(&table, {}, {0, 1}).keyToRecord(source.key);
              }),
              u"Key of 1 values for 2 columns"_s);
-    QCOMPARE(messageOf([&] { KeyFilterFunc(&table, {KeyValue()}, {0}); }),
+    QCOMPARE(exceptionMessage([&] { KeyFilterFunc(&table, {KeyValue()}, {0}); }),
              u"Key of 0 values for 1 columns"_s);
-    QCOMPARE(messageOf([&] {
+    QCOMPARE(exceptionMessage([&] {
                  KeyFilterFunc_Fast(&table, {source.key}, {0, 1});
              }),
              u"Key of 1 values for 2 columns"_s);
@@ -717,8 +717,8 @@ void TestKeyToRecord::treatsUnknownTypesLikeRaw()
         const Record record(&table);
         Field target = record.field(0);
 
-        const QString from = messageOf([&] { keyconversion::assignField(target, view); });
-        const QString to = messageOf([&] { keyconversion::assignField(view, source.key[0]); });
+        const QString from = exceptionMessage([&] { keyconversion::assignField(target, view); });
+        const QString to = exceptionMessage([&] { keyconversion::assignField(view, source.key[0]); });
 
         const QString name = FieldType::typeName(type);
         QCOMPARE(from, u"Can't convert from Unknown to %1"_s.arg(name));
@@ -752,9 +752,9 @@ void TestKeyToRecord::copiesValuesOfUnknownTypes()
 
     QCOMPARE(to, from);
     QCOMPARE(int(flags), 7);
-    QCOMPARE(messageOf([&] { keyconversion::assignField(other, source); }),
+    QCOMPARE(exceptionMessage([&] { keyconversion::assignField(other, source); }),
              u"Can't convert from Unknown to Unknown"_s);
-    QCOMPARE(messageOf([&] { keyconversion::assignText(target, u"7"); }),
+    QCOMPARE(exceptionMessage([&] { keyconversion::assignText(target, u"7"); }),
              u"Can't convert from VarChar to Unknown"_s);
     keyconversion::assignText(target, u"");
     QCOMPARE(int(flags), 3);
