@@ -45,10 +45,15 @@ public:
     /// values beyond the number of columns are ignored. An absent value makes its column absent; a column
     /// that admits no absent values then keeps its default without an error.
     ///
+    /// An empty text that is converted makes a column absent that admits it; copied between equal types
+    /// (VarChars also of equal length and size) it stays a value. A double loses its fraction when it becomes
+    /// an integer (2147483647.9 gives 2147483647); a NaN or one out of range gives the most negative integer.
+    /// An Int64 is limited to the range of an Int. Decimals keep their own scale; XDecimals made of integers
+    /// have scale 0, of doubles 6, whatever the column's.
+    ///
     /// Throws Exception:
     /// - "Can't convert from %1 to %2" for a value whose type cannot become the column's. An XDecimal is
-    /// named Decimal
-    ///   there, and a text that was to become a Raw or Block is named VarChar;
+    ///   named Decimal there, and a text that was to become a Raw or Block is named VarChar;
     /// - "Can't convert from '%1' to %2" for a text that cannot be read as an Int, Int64 or Double;
     /// - "Can't convert double to datetime." and "Can't convert from decimal to datetime.";
     /// - "Key of %1 values for %2 columns" for a key with fewer values than there are columns;

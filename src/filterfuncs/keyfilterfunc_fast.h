@@ -50,8 +50,8 @@ public:
     /// - "Columns can't be empty" when there is no column at all.
     void setup();
 
-    /// Whether the key bytes of \a record are those of one of the keys; false when there are no keys. \a
-    /// record must be a row of the table or of one with the same layout. Throws nothing.
+    /// Whether the key bytes of \a record are those of one of the keys; false when there are no keys.
+    /// \a record must be a row of the table or of one with the same layout. Throws nothing.
     bool filter(const Record &record) const override;
 
     /// As KeyFilterFunc::keyToRecord().

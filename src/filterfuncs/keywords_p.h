@@ -44,8 +44,8 @@ inline bool holds(const quint16 *words, quint16 word)
     return isAnySet(found);
 }
 
-/// Whether one of the eight words at \a words is \a word and the one at the same place of \a others \a
-/// otherWord.
+/// Whether one of the eight words at \a words is \a word and the one at the same place of \a others
+/// \a otherWord.
 inline bool holdsBoth(const quint16 *words, quint16 word, const quint16 *others, quint16 otherWord)
 {
     return isAnySet(Lanes(loadLanes(words) == eightOf(word)) &
@@ -117,8 +117,8 @@ public:
     }
     qsizetype end() const { return qsizetype(m_words.size()); }
 
-    /// Whether equal(key) for one of the keys from \a begin on, the beginning of a block, whose word is \a
-    /// word.
+    /// Whether equal(key) for one of the keys from \a begin on, the beginning of a block, whose word is
+    /// \a word.
     template <typename Equal>
     bool anyOf(quint16 word, qsizetype begin, Equal equal) const
     {

@@ -36,8 +36,8 @@ public:
     int firstId() const { return m_firstId; }
     int secondId() const { return m_secondId; }
 
-    /// A new predicate for the filter's value as it is now; later changes do not reach it. It belongs to \a
-    /// parent or, when that is null, to the caller; the filter keeps no pointer to it.
+    /// A new predicate for the filter's value as it is now; later changes do not reach it. It belongs to
+    /// \a parent or, when that is null, to the caller; the filter keeps no pointer to it.
     virtual FilterFunc *createFilterFunc(QObject *parent) const = 0;
 
     /// A new widget to edit the filter with, a child of \a parent; null for a filter without one.

@@ -115,18 +115,14 @@ SecuritiesSessionFilter::SecuritiesSessionFilter(Table &table, int firstId, cons
 
 SecuritiesSessionFilter::~SecuritiesSessionFilter() = default;
 
-QWidget *SecuritiesSessionFilter::createFilterWidget(QWidget *parent)
+QWidget *SecuritiesSessionFilter::createFilterWidget(QWidget *)
 {
-    Q_UNUSED(parent)
     return nullptr;
 }
 
-void SecuritiesSessionFilter::apply(QWidget *widget)
-{
-    Q_UNUSED(widget)
-}
+void SecuritiesSessionFilter::apply(QWidget *) {}
 
-void SecuritiesSessionFilter::init(QWidget *widget){Q_UNUSED(widget)}
+void SecuritiesSessionFilter::init(QWidget *) {}
 
 QString SecuritiesSessionFilter::name() const
 {

@@ -393,9 +393,10 @@ FilterFunc *ValueFilter::createFilterFunc(QObject *parent) const
     }
     // The same again, on purpose: it is the fallback of a predicate that may refuse columns.
     auto func = std::make_unique<KeyFilterFunc>(m_table, m_excludedKeys, m_columns, parent);
+    const QString name = m_table->name();
     // Not qWarning(): in debug builds that adds file, line and function.
     QMessageLogger(nullptr, 0, nullptr).warning().nospace().noquote()
-        << "Can't use optimized KeyFilterFunc for '" << m_table->name() << "' " << refusal;
+        << "Can't use optimized KeyFilterFunc for '" << name << "' " << refusal;
     return func.release();
 }
 

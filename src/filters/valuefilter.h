@@ -24,7 +24,8 @@ class Table;
 ///
 /// **Not a number.** A NaN equals every double, and texts of VarChar and String columns that are mixed with
 /// dates in one place of a key have no consistent order either. Keys with such values may come to lie in any
-/// order and searches may miss them; nothing is lost or invented all the same.
+/// order and searches may miss them. Adding and sorting invent nothing, and sorting loses nothing; removing
+/// takes out the run the search finds, which may hold other keys then.
 ///
 /// **The text** of a set joins the fields of a key with "," and the keys with "|", without quotes or escapes:
 /// 12,3|15,1. It is ambiguous on purpose where the values hold these characters: a "|" in a value makes two
@@ -52,10 +53,10 @@ public:
     bool hasExcludedKey(const KeyValue &key) const;
     /// Puts \a key at its place in the set, unless an equal key is there already.
     void addExcludedKey(const KeyValue &key);
-    /// Takes every key equal to \a key out of the set.
+    /// Takes every key equal to \a key out of the set (see Not a number).
     void removeExcludedKey(const KeyValue &key);
-    /// Makes \a keys, sorted, the whole set. Deliberately keeps equal keys, side by side and in any order; \a
-    /// keys itself is not touched. Far quicker than adding the keys one by one.
+    /// Makes \a keys, sorted, the whole set. Deliberately keeps equal keys, side by side and in any order;
+    /// \a keys itself is not touched. Far quicker than adding the keys one by one.
     void setAllExcludedKeys(const QList<KeyValue> &keys);
     /// The set, sorted; the reference follows the set as long as the filter lives.
     const QList<KeyValue> &getAllExcludedKeys() const;
@@ -65,9 +66,9 @@ public:
     ///
     /// Throws the Exception of KeyFilterFunc for a key that cannot be converted to the types of the columns.
     /// When something beneath it throws a QString, it is made a second time: when that succeeds, one warning
-    /// in the category "default" says "Can't use optimized KeyFilterFunc for '<table>' <message>" (the words
-    /// are fixed; there is no optimized predicate at this place), otherwise what was thrown the second time
-    /// reaches the caller, a QString too.
+    /// in the category "default", without file, line or function in every build type, says "Can't use
+    /// optimized KeyFilterFunc for '<table>' <message>" (the words are fixed; there is no optimized predicate
+    /// at this place), otherwise what was thrown the second time reaches the caller, a QString too.
     FilterFunc *createFilterFunc(QObject *parent) const override;
 
     /// The keys as keyToText() shows them, in ascending order, joined with "|".
@@ -80,8 +81,8 @@ public:
     /// after the other; of equal keys the first stays. An empty text leaves the set empty.
     ///
     /// When valueToKey() throws, the keys of the parts before stay in the set. Takes time in proportion to n
-    /// log n for n keys in any order; with an overridden valueToKey() keys far from ascending order move each
-    /// other about and take n * n.
+    /// log n for n keys in any order; with an overridden valueToKey(), or a NaN among the keys, keys far from
+    /// ascending order move each other about and take n * n.
     void setValue(const QString &value) override;
     /// Empties the set; does not call setValue().
     void clear() override;

@@ -514,7 +514,7 @@ void TestKeyFilterFunc::isNotMadeOfKeysThatCannotBeConverted()
     const Record bad = texts.append({text(u"12x")});
     QObject parent;
 
-    const QString message = messageOf([&] {
+    const QString message = exceptionMessage([&] {
         new KeyFilterFunc(&table, {keyOf(good, {0}), keyOf(bad, {0}), keyOf(good, {0})}, {0}, &parent);
     });
 

@@ -213,7 +213,7 @@ void TestKeyFilterFuncFast::refusesColumns()
                                {u"eleven"_s, VarChar, true, 3}});
     QObject parent;
 
-    QCOMPARE(refusalOf([&] { new KeyFilterFunc_Fast(&table, {}, columns, &parent); }), message);
+    QCOMPARE(thrownText([&] { new KeyFilterFunc_Fast(&table, {}, columns, &parent); }), message);
 
     QVERIFY(parent.children().isEmpty());
 }
@@ -224,7 +224,7 @@ void TestKeyFilterFuncFast::refusesBeforeItConverts()
     MemoryTable texts(u"texts"_s, {{u"a"_s, String}});
     const Record bad = texts.append({text(u"x")});
 
-    QCOMPARE(refusalOf([&] { KeyFilterFunc_Fast(&table, {keyOf(bad, {0})}, {0}); }),
+    QCOMPARE(thrownText([&] { KeyFilterFunc_Fast(&table, {keyOf(bad, {0})}, {0}); }),
              u"Columns can't be nullable a"_s);
 }
 
@@ -381,7 +381,7 @@ void TestKeyFilterFuncFast::isNotMadeOfKeysThatCannotBeConverted()
     const Record bad = texts.append({text(u"12x")});
     QObject parent;
 
-    const QString message = messageOf([&] {
+    const QString message = exceptionMessage([&] {
         new KeyFilterFunc_Fast(&table, {keyOf(good, {0}), keyOf(bad, {0})}, {0}, &parent);
     });
 

@@ -367,11 +367,11 @@ void TestKeyFilterFuncHash::isNotMadeOfKeysThatCannotBeConverted()
     const Record good = texts.append({u"12"_s});
     const Record bad = texts.append({u"12x"_s});
 
-    QCOMPARE(messageOf([&] {
+    QCOMPARE(exceptionMessage([&] {
                  KeyFilterFunc_Hash(&table, {keyOf(good, {0}), keyOf(bad, {0})}, {0});
              }),
              u"Can't convert from '12x' to Int"_s);
-    QCOMPARE(messageOf([&] { KeyFilterFunc_Hash(&table, {KeyValue()}, {0}); }),
+    QCOMPARE(exceptionMessage([&] { KeyFilterFunc_Hash(&table, {KeyValue()}, {0}); }),
              u"Key of 0 values for 1 columns"_s);
     QCOMPARE(table.liveRowCount(), 0);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What all key predicates promise alike, on random tables: their answers are those of the plainest loop over
-// keys and columns, and asking them allocates nothing.
+// What all key predicates promise alike: on random tables their answers are those of the plainest loop over
+// keys and columns, and asking them allocates nothing; one predicate may be asked from several threads.
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
 #include <filterfuncs/keyfilterfunc_hash.h>
@@ -16,10 +16,13 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace fieldtypes;
@@ -193,6 +196,7 @@ private Q_SLOTS:
     void answerLikeThePlainLoop();
     void fastAnswersLikeTheBytes_data();
     void fastAnswersLikeTheBytes();
+    void canBeAskedBySeveralThreads();
 };
 
 void TestKeyPredicates::answerLikeThePlainLoop_data()
@@ -359,6 +363,60 @@ void TestKeyPredicates::fastAnswersLikeTheBytes()
     QVERIFY(accepted > 0);
     // Rare, so only many rounds are sure to meet it.
     QVERIFY(differences > 0 || rounds < 100);
+}
+
+void TestKeyPredicates::canBeAskedBySeveralThreads()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int},
+                               {u"b"_s, Int64},
+                               {u"c"_s, Decimal, false, 2},
+                               {u"d"_s, VarChar, false, 9},
+                               {u"e"_s, DateTime},
+                               {u"f"_s, String},
+                               {u"g"_s, XDecimal, true, 2},
+                               {u"h"_s, Double}});
+    const QList<int> plainColumns{0, 1, 2, 3, 4};
+    const QList<int> allColumns{7, 6, 5, 4, 3, 2, 1, 0};
+    QList<Record> rows;
+    QList<KeyValue> plainKeys;
+    QList<KeyValue> allKeys;
+    for (int i = 0; i < 600; ++i) {
+        rows.append(
+            table.append({qint32(i / 4), qint64(i) << 32, decimal::fromUnscaled(i, 2), u"N%1"_s.arg(i),
+                          datetime(i), u"A longer text %1"_s.arg(i),
+                          i % 3 ? CellValue(xdecimal(i, 2)) : CellValue(), i % 50 ? i / 2.0 : std::nan("")}));
+        if (i % 2 == 0) {
+            plainKeys.append(keyOf(rows.last(), plainColumns));
+            allKeys.append(keyOf(rows.last(), allColumns));
+        }
+    }
+    const KeyFilterFunc func(&table, allKeys, allColumns);
+    const KeyFilterFunc plainFunc(&table, plainKeys, plainColumns);
+    const KeyFilterFunc_Fast fast(&table, plainKeys, plainColumns);
+    const KeyFilterFunc_Hash hash(&table, allKeys, allColumns);
+    const FilterFunc *predicates[] = {&func, &plainFunc, &fast, &hash};
+    std::atomic<int> wrong[std::size(predicates)] = {};
+    std::atomic<int> ready = 0;
+    constexpr int threadCount = 3;
+
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([&] {
+            // All start together: a thread is otherwise done before the next one is there.
+            ++ready;
+            while (ready < threadCount)
+                std::this_thread::yield();
+            for (qsizetype i = 0; i < rows.size(); ++i) {
+                for (size_t p = 0; p < std::size(predicates); ++p)
+                    wrong[p] += predicates[p]->filter(std::as_const(rows)[i]) != (i % 2 == 0);
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+
+    for (size_t p = 0; p < std::size(predicates); ++p)
+        QVERIFY2(wrong[p] == 0, qPrintable(predicates[p]->toString()));
 }
 
 QTEST_APPLESS_MAIN(TestKeyPredicates)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
+#include <filterfuncs/keyfilterfunc_hash.h>
 #include <filterfuncs/keytorecord_p.h>
 
 #include <data/datetime.h>
@@ -19,6 +20,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -370,6 +372,10 @@ std::vector<Case> textCases()
         {u"2147483647", Int, {int32Max}},
         {u"-2147483648", Int, {int32Min}},
         {u"007", Int, {qint32(7)}},
+        {u" 7 ", Int, {qint32(7)}},
+        {u"\t-7\n", Int, {qint32(-7)}},
+        {u"7 7", Int, error("Can't convert from '7 7' to Int")},
+        {u" ", Int, error("Can't convert from ' ' to Int")},
         {u"2147483648", Int, error("Can't convert from '2147483648' to Int")},
         {u"4294967296", Int, error("Can't convert from '4294967296' to Int")},
         {u"12x", Int, error("Can't convert from '12x' to Int")},
@@ -381,6 +387,10 @@ std::vector<Case> textCases()
         {u"9223372036854775807", Int64, {int64Max}},
         {u"-9223372036854775808", Int64, {int64Min}},
         {u"9223372036854775808", Int64, error("Can't convert from '9223372036854775808' to Int64")},
+        {u" 7 ", Int64, {qint64(7)}},
+        {u"\t-7\n", Int64, {qint64(-7)}},
+        {u"7 7", Int64, error("Can't convert from '7 7' to Int64")},
+        {u" ", Int64, error("Can't convert from ' ' to Int64")},
         {u"12x", Int64, error("Can't convert from '12x' to Int64")},
         {u"%2", Int64, error("Can't convert from '%2' to Int64")},
         {u"", Int64, error("Can't convert from '' to Int64"), absent},
@@ -501,6 +511,8 @@ private Q_SLOTS:
     void putsValuesIntoColumnsInTheOrderOfTheColumns();
     void ignoresFurtherValues();
     void refusesKeysThatAreTooShort();
+    void leavesNothingOfColumnsBeforeTheFailingOne();
+    void givesTheSameRowsInAllClasses();
     void sharesTextsOfEqualTypes();
     void overwritesWhatTheTargetHeld();
     void treatsUnknownTypesLikeRaw();
@@ -532,12 +544,12 @@ void TestKeyToRecord::convertsValues()
     const KeyFilterFunc func(&table, {}, {0});
 
     if (!expected.message.isNull()) {
-        const QString message = messageOf([&] { (void)func.keyToRecord(source.key); });
+        const QString message = exceptionMessage([&] { (void)func.keyToRecord(source.key); });
 
         QCOMPARE(message, expected.message);
         QCOMPARE(table.liveRowCount(), 0);
 
-        const QString constructed = messageOf([&] { KeyFilterFunc(&table, {source.key}, {0}); });
+        const QString constructed = exceptionMessage([&] { KeyFilterFunc(&table, {source.key}, {0}); });
         QCOMPARE(constructed, expected.message);
         QCOMPARE(table.liveRowCount(), 0);
         return;
@@ -647,17 +659,97 @@ void TestKeyToRecord::refusesKeysThatAreTooShort()
     MemoryTable table(u"target"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
     const Key source(Int, qint32(7));
 
-    QCOMPARE(messageOf([&] {
+    QCOMPARE(exceptionMessage([&] {
                  (void)KeyFilterFunc(&table, {}, {0, 1}).keyToRecord(source.key);
              }),
              u"Key of 1 values for 2 columns"_s);
-    QCOMPARE(messageOf([&] { KeyFilterFunc(&table, {KeyValue()}, {0}); }),
+    QCOMPARE(exceptionMessage([&] { KeyFilterFunc(&table, {KeyValue()}, {0}); }),
              u"Key of 0 values for 1 columns"_s);
-    QCOMPARE(messageOf([&] {
+    QCOMPARE(exceptionMessage([&] {
                  KeyFilterFunc_Fast(&table, {source.key}, {0, 1});
              }),
              u"Key of 1 values for 2 columns"_s);
     QCOMPARE(table.liveRowCount(), 0);
+}
+
+void TestKeyToRecord::leavesNothingOfColumnsBeforeTheFailingOne()
+{
+    MemoryTable table(u"target"_s, {{u"a"_s, String}, {u"b"_s, Int}});
+    const Key first(String, text(u"a long text"));
+    const Key good(String, text(u"12"));
+    const Key bad(String, text(u"12x"));
+    const KeyValue whole{first.key[0], good.key[0]};
+    const KeyValue failing{first.key[0], bad.key[0]};
+    const QString expected = u"Can't convert from '12x' to Int"_s;
+    const KeyFilterFunc func(&table, {whole}, {0, 1});
+    const KeyFilterFunc_Hash hash(&table, {whole}, {0, 1});
+    QCOMPARE(table.liveRowCount(), 2);
+
+    QCOMPARE(exceptionMessage([&] { (void)func.keyToRecord(failing); }), expected);
+    QCOMPARE(exceptionMessage([&] { (void)hash.keyToRecord(failing); }), expected);
+    QCOMPARE(exceptionMessage([&] { KeyFilterFunc(&table, {whole, failing}, {0, 1}); }), expected);
+    QCOMPARE(exceptionMessage([&] { KeyFilterFunc_Hash(&table, {whole, failing}, {0, 1}); }), expected);
+
+    QCOMPARE(table.liveRowCount(), 2);
+    QCOMPARE(table.rowCount(), 0);
+    QCOMPARE(first.key[0].toString(), u"a long text"_s);
+    const Record after = func.keyToRecord(whole);
+    QCOMPARE(after.field(0).toString(), u"a long text"_s);
+    QCOMPARE(after.field(1).value<qint32>(), 12);
+}
+
+void TestKeyToRecord::givesTheSameRowsInAllClasses()
+{
+    // Every value of the tables above in every type of column that all classes take.
+    MemoryTable table(u"target"_s, {{u"a"_s, Int},
+                                    {u"b"_s, Int64},
+                                    {u"c"_s, Decimal, false, 2},
+                                    {u"d"_s, VarChar, false, 9},
+                                    {u"e"_s, DateTime}});
+    int rows = 0;
+    int refusals = 0;
+
+    for (int column = 0; column < 5; ++column) {
+        const KeyFilterFunc func(&table, {}, {column});
+        const KeyFilterFunc_Fast fast(&table, {}, {column});
+        const KeyFilterFunc_Hash hash(&table, {}, {column});
+        for (const Case &row : cases()) {
+            for (const CellValue &value : {row.value, CellValue()}) {
+                const Key source(row.source, value);
+                const auto outcome = [&](const auto &predicate) {
+                    QByteArray stored;
+                    const QString message = exceptionMessage(
+                        [&] { stored = rowBytes(table, predicate.keyToRecord(source.key)); });
+                    return std::pair(message, stored);
+                };
+
+                const auto expected = outcome(func);
+
+                const QString where = u"%1 into column %2"_s.arg(row.source.text()).arg(column);
+                QVERIFY2(outcome(fast) == expected, qPrintable(where));
+                QVERIFY2(outcome(hash) == expected, qPrintable(where));
+                ++(expected.first.isNull() ? rows : refusals);
+            }
+        }
+    }
+    QVERIFY(rows > 100);
+    QVERIFY(refusals > 100);
+
+    // All five at once, each from another type.
+    const Key sources[] = {{Int64, qint64(int64Max)},
+                           {Double, -2.9},
+                           {{XDecimal, 1}, xdec(150, 2)},
+                           {String, text(u"A long text")},
+                           {{VarChar, 20}, text(u"2024.03.31")}};
+    KeyValue key;
+    for (const Key &source : sources)
+        key.append(source.key[0]);
+    const QList<int> columns{0, 1, 2, 3, 4};
+    const QByteArray wanted = rowBytes(table, table.append({int32Max, qint64(-2), dec(150, 2),
+                                                            text(u"A long te"), datetime(1711843200000)}));
+    QCOMPARE(rowBytes(table, KeyFilterFunc(&table, {}, columns).keyToRecord(key)), wanted);
+    QCOMPARE(rowBytes(table, KeyFilterFunc_Fast(&table, {}, columns).keyToRecord(key)), wanted);
+    QCOMPARE(rowBytes(table, KeyFilterFunc_Hash(&table, {}, columns).keyToRecord(key)), wanted);
 }
 
 void TestKeyToRecord::sharesTextsOfEqualTypes()
@@ -717,8 +809,8 @@ void TestKeyToRecord::treatsUnknownTypesLikeRaw()
         const Record record(&table);
         Field target = record.field(0);
 
-        const QString from = messageOf([&] { keyconversion::assignField(target, view); });
-        const QString to = messageOf([&] { keyconversion::assignField(view, source.key[0]); });
+        const QString from = exceptionMessage([&] { keyconversion::assignField(target, view); });
+        const QString to = exceptionMessage([&] { keyconversion::assignField(view, source.key[0]); });
 
         const QString name = FieldType::typeName(type);
         QCOMPARE(from, u"Can't convert from Unknown to %1"_s.arg(name));
@@ -752,9 +844,9 @@ void TestKeyToRecord::copiesValuesOfUnknownTypes()
 
     QCOMPARE(to, from);
     QCOMPARE(int(flags), 7);
-    QCOMPARE(messageOf([&] { keyconversion::assignField(other, source); }),
+    QCOMPARE(exceptionMessage([&] { keyconversion::assignField(other, source); }),
              u"Can't convert from Unknown to Unknown"_s);
-    QCOMPARE(messageOf([&] { keyconversion::assignText(target, u"7"); }),
+    QCOMPARE(exceptionMessage([&] { keyconversion::assignText(target, u"7"); }),
              u"Can't convert from VarChar to Unknown"_s);
     keyconversion::assignText(target, u"");
     QCOMPARE(int(flags), 3);

@@ -146,6 +146,7 @@ private Q_SLOTS:
     void agreesWithAPlainList_data();
     void agreesWithAPlainList();
     void searchesProbeAsStatedAlsoWithNaN();
+    void removingTakesOutTheRunFoundAlsoWithNaN();
     void sortingKeepsEveryKeyAlsoWithNaN();
     void sortingKeepsEveryKeyOfTextsMixedWithDates();
 };
@@ -850,6 +851,24 @@ void tst_ValueFilter::searchesProbeAsStatedAlsoWithNaN()
         }
         QVERIFY2(shown(filter.getAllExcludedKeys()) == shown(oracle), where.constData());
     }
+}
+
+void tst_ValueFilter::removingTakesOutTheRunFoundAlsoWithNaN()
+{
+    MemoryTable table(u"quotes"_s, columnsOf(FieldType::Double));
+    PlainFilter filter(table, 0, nullptr);
+    QList<KeyValue> keys;
+    for (const QString &number : u"2|nan|2|nan|5|5|5"_s.split(u'|'))
+        keys.append(filter.valueToKey(number));
+    filter.setAllExcludedKeys(keys);
+    QCOMPARE(filter.value(), u"2|nan|2|nan|5|5|5"_s);
+
+    // Between two NaNs, which equal 3, lies a 2, which does not: it goes with them.
+    filter.removeExcludedKey(filter.valueToKey(u"3"_s));
+    QCOMPARE(filter.value(), u"2|5|5|5"_s);
+
+    filter.removeExcludedKey(filter.valueToKey(u"3"_s));
+    QCOMPARE(filter.value(), u"2|5|5|5"_s);
 }
 
 void tst_ValueFilter::sortingKeepsEveryKeyAlsoWithNaN()
