@@ -47,7 +47,20 @@ qsizetype bisect(const KeyValue *keys, qsizetype first, qsizetype last, Before b
 /// The first place in [first, last) whose key does not sort before \a key.
 qsizetype lowerBound(const KeyValue *keys, qsizetype first, qsizetype last, const KeyValue &key)
 {
-    return bisect(keys, first, last, [&key](const KeyValue &probe) { return probe < key; });
+    const auto sortsBeforeKey = [&key](const KeyValue &probe) { return probe < key; };
+    if (key.isEmpty() || key.constData()->def->type != FieldType::Int || !key.constData()->isPresent())
+        return bisect(keys, first, last, sortsBeforeKey);
+
+    // The first integers nearly always decide, and here they do so without a call.
+    const auto number = key.constData()->value<qint32>();
+    return bisect(keys, first, last, [&](const KeyValue &probe) {
+        if (probe.isEmpty())
+            return sortsBeforeKey(probe);
+        const FieldValue &field = *probe.constData();
+        if (field.def->type == FieldType::Int && field.isPresent() && field.value<qint32>() != number)
+            return field.value<qint32>() < number;
+        return sortsBeforeKey(probe);
+    });
 }
 
 /// The first place in [first, last) whose key sorts after \a key.

@@ -683,7 +683,7 @@ void tst_ValueFilter_Text::agreesWithReadingOneByOne()
     for (int round = 0; round < 400; ++round) {
         QStringList parts;
         const int count = random.bounded(1, 60);
-        for (quint32 i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i)
             parts.append(texts.at(random.bounded(texts.size())) + u',' +
                          texts.at(random.bounded(texts.size())));
         if (random.bounded(4) == 0)
