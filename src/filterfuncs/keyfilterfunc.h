@@ -47,8 +47,7 @@ public:
     ///
     /// Throws Exception:
     /// - "Can't convert from %1 to %2" for a value whose type cannot become the column's. An XDecimal is
-    /// named Decimal
-    ///   there, and a text that was to become a Raw or Block is named VarChar;
+    ///   named Decimal there, and a text that was to become a Raw or Block is named VarChar;
     /// - "Can't convert from '%1' to %2" for a text that cannot be read as an Int, Int64 or Double;
     /// - "Can't convert double to datetime." and "Can't convert from decimal to datetime.";
     /// - "Key of %1 values for %2 columns" for a key with fewer values than there are columns;
