@@ -77,8 +77,8 @@ void MasterIndex::append(unsigned char *row)
 {
     Page *last = page(qint64(m_table.size()) - 1);
     if (!last || last->count() == last->capacity) {
-        if (m_spare.empty())
-            reserve(1);
+        // Also with a page to spare: a reserve() that threw may have left it without a slot in the table.
+        reserve(1);
         last = m_spare.back().release();
         m_spare.pop_back();
         last->start = m_size;
@@ -103,26 +103,58 @@ void MasterIndex::insert(qint64 position, std::span<unsigned char *const> rows)
         return;
     }
 
-    // The page is cut at the position; the new rows and its second half get pages of their own.
+    const auto added = qint64(rows.size());
     const qint64 slot = slotOf(position);
-    Page *cut = page(slot);
-    unsigned char **middle = cut->first + (position - cut->start);
-    std::vector<unsigned char *> tail(rows.begin(), rows.end());
-    tail.insert(tail.end(), middle, cut->last);
+    Page *holder = page(slot);
+    unsigned char **place = holder->first + (position - holder->start);
+    if (holder->capacity - holder->count() >= added) {
+        std::copy_backward(place, holder->last, holder->last + added);
+        std::copy(rows.begin(), rows.end(), place);
+        holder->last += added;
+    } else {
+        std::vector<unsigned char *> content;
+        content.reserve(size_t(holder->count() + added));
+        content.insert(content.end(), holder->first, place);
+        content.insert(content.end(), rows.begin(), rows.end());
+        content.insert(content.end(), place, holder->last);
+        replacePage(slot, content);
+    }
+    renumber(slot);
+}
+
+void MasterIndex::replacePage(qint64 slot, std::span<unsigned char *const> content)
+{
+    // Equal shares leave every page at least half full, and room in each for the next insertions.
+    const auto count = qint64(content.size());
+    const qint64 pages = (count + pageEntries - 1) / pageEntries;
+    const qint64 capacity =
+        pages == 1 ? std::min(pageEntries, std::max(2 * count, firstPageEntries)) : pageEntries;
     std::vector<std::unique_ptr<Page>> fresh;
-    for (size_t done = 0; done < tail.size();) {
-        const size_t count = std::min(size_t(pageEntries), tail.size() - done);
-        auto &next = fresh.emplace_back(std::make_unique<Page>(qint64(count)));
-        next->last = std::copy_n(tail.data() + done, count, next->first);
-        done += count;
+    fresh.reserve(size_t(pages));
+    for (qint64 i = 0; i < pages; ++i) {
+        const qint64 from = count * i / pages;
+        auto &next = fresh.emplace_back(std::make_unique<Page>(capacity));
+        next->last =
+            std::copy(content.begin() + from, content.begin() + count * (i + 1) / pages, next->first);
     }
     m_table.reserve(m_table.size() + fresh.size());
 
-    cut->last = middle;
-    qint64 at = slot + 1;
+    // From here on nothing fails.
+    delete page(slot);
+    m_table.insert(m_table.begin() + slot, size_t(pages - 1), nullptr);
     for (auto &next : fresh)
-        m_table.insert(m_table.begin() + at++, next.release());
-    dropEmptyPages();
+        m_table[size_t(slot++)] = next.release();
+    publish();
+}
+
+void MasterIndex::renumber(qint64 slot)
+{
+    qint64 start = slot == 1 ? 0 : page(slot - 1)->start + page(slot - 1)->count();
+    for (; slot < qint64(m_table.size()); ++slot) {
+        page(slot)->start = start;
+        start += page(slot)->count();
+    }
+    m_size = start;
 }
 
 void MasterIndex::dropEmptyPages()

@@ -50,6 +50,11 @@ private:
     Page *page(qint64 slot) const { return static_cast<Page *>(m_table[size_t(slot)]); }
     qint64 slotOf(qint64 position) const;
     void publish();
+    /// Puts \a content into fresh pages in the place of the one at \a slot; without effect when memory runs
+    /// out.
+    void replacePage(qint64 slot, std::span<unsigned char *const> content);
+    /// Counts the rows anew from the page at \a slot on; there must be one.
+    void renumber(qint64 slot);
     void dropEmptyPages();
 
     /// What m_slots points at: slot 0 is never used, the others hold pages without gaps.

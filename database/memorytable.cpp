@@ -20,17 +20,36 @@ struct Place
     /// The row itself where its number is not known: looking for it takes time, so only a message does.
     const unsigned char *block = nullptr;
 
-    QString number() const { return QString::number(block ? table.index.positionOf(block) : row); }
+    QString rowText() const
+    {
+        const qint64 number = block ? table.index.positionOf(block) : row;
+        if (block && number < 0)
+            return QStringLiteral("a row that is not in the table");
+        return QStringLiteral("row %1").arg(number);
+    }
     [[noreturn]] void refuse(const QString &what) const
     {
-        throw Exception(QStringLiteral("Table '%1', row %2: %3").arg(table.name, number(), what));
+        throw Exception(QStringLiteral("Table '%1', %2: %3").arg(table.name, rowText(), what));
     }
     [[noreturn]] void refuse(int column, const QString &what) const
     {
-        throw Exception(QStringLiteral("Table '%1', column '%2', row %3: %4")
-                            .arg(table.name, table.specs.at(column).name, number(), what));
+        throw Exception(QStringLiteral("Table '%1', column '%2', %3: %4")
+                            .arg(table.name, table.specs.at(column).name, rowText(), what));
     }
 };
+
+/// Names \a row, a row of the table \a owner, in a message of another table.
+QString foreignRowText(TablePrivate &owner, const unsigned char *row)
+{
+    // Never waiting: the caller holds its own table, and someone who holds this one may want that.
+    const std::unique_lock guard(owner.mutex, std::try_to_lock);
+    if (!guard)
+        return QStringLiteral("a row of table '%1'").arg(owner.name);
+    const qint64 number = owner.index.positionOf(row);
+    if (number < 0)
+        return QStringLiteral("a row that is not in its table '%1'").arg(owner.name);
+    return QStringLiteral("row %1 of table '%2'").arg(QString::number(number), owner.name);
+}
 
 template <typename T>
 constexpr FieldType::Type typeOf = FieldType::Raw;
@@ -276,7 +295,7 @@ void MemoryTable::update(const Record &row, int column, const CellValue &value)
 void MemoryTable::update(const Record &row, const QList<std::pair<int, CellValue>> &values)
 {
     const std::lock_guard guard(d->mutex);
-    requireOwn(row);
+    requireOwn(row, values.isEmpty() ? -1 : values.first().first);
     const Place place{*d, -1, row.row()};
     for (const auto &[column, value] : values) {
         if (column < 0 || column >= columnCount())
@@ -305,9 +324,7 @@ void MemoryTable::remove(const QList<Record> &rows)
     for (const auto block : d->index)
         found += leaving.contains(block) ? 1 : 0;
     if (found != leaving.size())
-        throw Exception(QStringLiteral("Table '%1': %2 of the rows to remove are not in the table")
-                            .arg(d->name)
-                            .arg(leaving.size() - found));
+        refuseMissing(rows);
     d->index.removeIf([&](unsigned char *block) { return leaving.contains(block); });
     for (unsigned char *block : std::as_const(leaving))
         release(this, block);
@@ -323,12 +340,32 @@ void MemoryTable::clear()
     d->index.clear();
 }
 
-void MemoryTable::requireOwn(const Record &row) const
+void MemoryTable::requireOwn(const Record &row, int column) const
 {
+    if (!row.isNull() && row.table() == this)
+        return;
+    QString place = QStringLiteral("Table '%1'").arg(d->name);
+    if (column >= 0 && column < columnCount())
+        place += QStringLiteral(", column '%1'").arg(columnSpec(column).name);
     if (row.isNull())
-        throw Exception(QStringLiteral("Table '%1': a handle on no row").arg(d->name));
-    if (row.table() != this)
-        throw Exception(QStringLiteral("Table '%1': a row of table '%2'").arg(d->name, row.table()->name()));
+        throw Exception(place + QStringLiteral(": a handle on no row"));
+    const auto *owner = static_cast<const MemoryTable *>(row.table());
+    throw Exception(place + QStringLiteral(", ") + foreignRowText(*owner->d, row.row()) +
+                    QStringLiteral(": the row belongs to another table"));
+}
+
+void MemoryTable::refuseMissing(const QList<Record> &rows) const
+{
+    QSet<unsigned char *> missing;
+    for (const Record &row : rows)
+        missing.insert(row.row());
+    for (const auto block : d->index)
+        missing.remove(block);
+    qsizetype entry = 0;
+    while (!missing.contains(rows.at(entry).row()))
+        ++entry;
+    throw Exception(QStringLiteral("Table '%1', entry %2 of the rows to remove: the row is not in the table")
+                        .arg(d->name, QString::number(entry)));
 }
 
 qint64 MemoryTable::liveRowCount() const

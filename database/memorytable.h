@@ -17,11 +17,16 @@
 /// **Rows.** Each row is one block: a 32-bit atomic count of its handles, the pointer to the table, and 16
 /// bytes in the data area. The columns lie there in index order, each at the next multiple of 8; the presence
 /// bits of the nullable columns follow. Every byte that no value uses is zero from creation on and stays zero
-/// with every write, the tail of a VarChar behind its text included, so that equal rows are equal bytes (but
-/// for String columns, and decimals of different scales). Rows of a table stand in slabs and never move.
+/// with every write through the table, the tail of a VarChar behind its text and the value of an absent field
+/// included. So rows that the table has filled with equal values are equal bytes, but for String columns, for
+/// decimals of different scales, and for doubles that compare equal and differ in bits (0.0 and -0.0, NaN).
+/// Who writes through a Field writes just what it says: Field::setAbsent() leaves the old value behind the
+/// cleared bit. Rows of a table stand in slabs and never move.
 ///
 /// **Errors.** Every operation that can fail throws Exception with the table, the column and the row in the
-/// message, and has changed nothing then.
+/// message, as far as the error has them, and has changed nothing then. A row is named by its number: a row
+/// of another table by its number there (unless a thread is changing that table), a row to remove that is not
+/// in the table by its place in the list, counted from 0.
 ///
 /// **Threads.** Changing operations lock the table while they work (see Table::lock()). Rows may be read from
 /// several threads as long as none changes the table.
@@ -76,5 +81,9 @@ public:
     qint64 memoryUsage() const;
 
 private:
-    void requireOwn(const Record &row) const;
+    /// Throws Exception for a handle on no row and for a row of another table; the message names \a column
+    /// when there is one of that number.
+    void requireOwn(const Record &row, int column = -1) const;
+    /// Throws Exception for the first of \a rows that is not in the table; there must be one.
+    [[noreturn]] void refuseMissing(const QList<Record> &rows) const;
 };

@@ -46,7 +46,7 @@ void RowSlabs::addSlab()
 {
     const qsizetype wanted = std::min(largestSlabSize, firstSlabSize << std::min<size_t>(m_slabs.size(), 8));
     const qsizetype bytes = std::max<qsizetype>(1, wanted / m_blockSize) * m_blockSize;
-    m_slabs.emplace_back(new unsigned char[size_t(bytes)]);
+    m_slabs.push_back(std::make_unique_for_overwrite<unsigned char[]>(size_t(bytes)));
     m_slabBytes += bytes;
     m_fresh = m_slabs.back().get();
     m_freshEnd = m_fresh + bytes;

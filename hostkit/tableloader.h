@@ -26,11 +26,14 @@ class MemoryTable;
 /// | BOOLEAN, TINYINT, SMALLINT, INT, INTEGER | Int |
 /// | BIGINT, any unsigned integer | Int64 |
 /// | REAL, FLOAT, DOUBLE, DOUBLE PRECISION | Double |
-/// | DECIMAL(p,s), NUMERIC(p,s) up to 16 digits | Decimal with s digits after the point (0 when only p is
-/// given) | | the same beyond 16 digits | XDecimal | | DECIMAL, NUMERIC | XDecimal with 10 digits after the
-/// point | | CHAR(n), VARCHAR(n) and their kin, n up to 32767 | VarChar of n UTF-16 units | | TEXT, CLOB, the
-/// above without n or with a larger one | String | | DATE, DATETIME, TIMESTAMP | DateTime | | BLOB(n),
-/// BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes | | BLOB, BYTEA | Block |
+/// | DECIMAL(p,s), NUMERIC(p,s) up to 16 digits | Decimal of s digits after the point (without s: 0) |
+/// | the same beyond 16 digits | XDecimal |
+/// | DECIMAL, NUMERIC | XDecimal with 10 digits after the point |
+/// | CHAR(n), VARCHAR(n) and their kin, n up to 32767 | VarChar of n UTF-16 units |
+/// | TEXT, CLOB, the above without n or with a larger one | String |
+/// | DATE, DATETIME, TIMESTAMP | DateTime |
+/// | BLOB(n), BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes |
+/// | BLOB, BYTEA | Block |
 ///
 /// A column admits absent values unless it is declared NOT NULL or belongs to the primary key. A column of
 /// any other type, or of none, is refused: what it holds could not be told in advance.
@@ -67,9 +70,10 @@ public:
     /// What becomes of a decimal column whose values have more digits than it declares. SQLite, for one, does
     /// not hold its columns to that.
     enum class Digits {
-        AsDeclared, ///< the load fails
-        AsNeeded, ///< the column gets as many digits, on either side of the point, as its values need, up to
-                  ///< 36
+        /// The load fails.
+        AsDeclared,
+        /// The column gets as many digits, on either side of the point, as its values need, up to 36.
+        AsNeeded,
     };
 
     /// \a connection should be open; an error of the connection appears in the first operation that needs it.

@@ -10,7 +10,8 @@
 struct ColumnDef
 {
     FieldType::Type type = FieldType::Raw;
-    /// Decimal and XDecimal: digits after the point. VarChar: the capacity in UTF-16 units. Else 0.
+    /// Decimal and XDecimal: digits after the point. VarChar: the capacity in UTF-16 units. Raw: the width of
+    /// a value in bytes. Else 0.
     qint32 length = 0;
     /// Not 0 when the column admits absent values.
     quint8 nullable = 0;

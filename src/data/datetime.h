@@ -39,7 +39,7 @@ public:
     ///
     /// Deliberately, a reading that the machine's time zone skips (a change to daylight-saving time) is shown
     /// moved by the size of that gap, as a local clock would show it: 02:30 as 03:30. Everywhere else the
-    /// datetime read from this text is the same again, for years up to 9999.
+    /// datetime read from this text is the same again, for years from -9999 to 9999.
     inline QString toString() const;
 
     /// The UTC clock reading as "yyyy.MM.dd HH:mm:ss.zzz", the same in every time zone; empty for 0, and "@"

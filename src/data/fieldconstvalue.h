@@ -21,7 +21,10 @@ public:
 
 /// The fifteen character constants, made when a library that includes this header is loaded and destroyed
 /// when it is unloaded, in this order. They belong to database libraries and hosts; libsito never reads them.
-inline const FieldConstValue fieldCharacters[15] = {
+///
+/// Hidden, so that each library has its own: shared ones would keep the library that was loaded first from
+/// ever being unloaded.
+Q_DECL_HIDDEN inline const FieldConstValue fieldCharacters[15] = {
     FieldConstValue(QChar(u'D')), FieldConstValue(QChar(u'A')), FieldConstValue(QChar(u'I')),
     FieldConstValue(QChar(u'H')), FieldConstValue(QChar(u'T')), FieldConstValue(QChar(u'O')),
     FieldConstValue(QChar(u'F')), FieldConstValue(QChar(u'C')), FieldConstValue(QChar(u'P')),

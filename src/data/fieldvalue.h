@@ -31,7 +31,8 @@ public:
     FieldValue &operator=(FieldValue &&other) noexcept;
     virtual ~FieldValue() { release(); }
 
-    /// Sets the value from the text that toText() gives for it: an exact inverse for every type.
+    /// Sets the value from the text that toText() gives for it: an exact inverse for every type, except that
+    /// every NaN becomes the same quiet NaN.
     ///
     /// Never throws for a text: one that cannot be read as a number, or as the bytes of a Raw or Block value,
     /// makes the value absent, and one that is no date makes a DateTime hold 0 (no date).
@@ -40,11 +41,9 @@ public:
     /// The text form of the value:
     /// - numbers: plain digits, a Double in its shortest form that reads back the same ("-0", "nan", "inf");
     /// - texts: themselves; a text that begins with U+2400 gets one more U+2400 in front; a VarChar text
-    /// longer
-    ///   than the column is cut when it is read;
+    ///   longer than the column is cut when it is read;
     /// - DateTime: the UTC reading as "yyyy.MM.dd HH:mm:ss.zzz" (in every time zone), empty for 0, and "@"
-    /// with
-    ///   the milliseconds for years outside 1 to 9999;
+    ///   with the milliseconds for years outside 1 to 9999;
     /// - Raw and Block: the bytes in hexadecimal.
     ///
     /// An absent number, Raw or Block is the empty text. An absent text or DateTime is U+2400, since their

@@ -60,6 +60,19 @@ private Q_SLOTS:
                  QStringList(QStringLiteral("1 database.exception Exception: broken\n    inner\n    outer")));
     }
 
+    void keepsItsTextBeforeItsLines()
+    {
+        const Twin twin;
+        const Exception exception(QStringLiteral("broken"));
+        const auto offsetIn = [](const auto &object, const auto &member) {
+            return reinterpret_cast<const char *>(&member) - reinterpret_cast<const char *>(&object);
+        };
+
+        QCOMPARE(offsetIn(exception, exception.message()), offsetIn(twin, twin.message));
+        QCOMPARE(offsetIn(exception, exception.lines()), offsetIn(twin, twin.lines));
+        QCOMPARE(offsetIn(twin, twin.message), std::ptrdiff_t(sizeof(void *)));
+    }
+
     void reportsOnRequest()
     {
         const Exception exception(QStringLiteral("broken"));

@@ -5,6 +5,7 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/objectlayout.h>
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -348,6 +349,61 @@ private Q_SLOTS:
             letters += constant.toText();
 
         QCOMPARE(letters, QStringLiteral("DAIHTOFCPADSBWA"));
+    }
+
+    void beginsWithItsTableOfVirtualFunctions()
+    {
+        MemoryTable table(QStringLiteral("t"), allTypes());
+        const FieldValue value(&table, FieldType::Int);
+        const FieldValue text(&table, FieldType::String);
+        const FieldConstValue constant(5);
+        const Field &field = value;
+
+        QCOMPARE(reinterpret_cast<const char *>(&field) - reinterpret_cast<const char *>(&value), 8);
+        QCOMPARE(memberAt<const void *>(value, 0), memberAt<const void *>(text, 0));
+        QVERIFY(memberAt<const void *>(value, 0) != memberAt<const void *>(constant, 0));
+        QCOMPARE(memberAt<const ColumnDef *>(value, 8), table.columnDef(FieldType::Int));
+    }
+
+    void storesATextWithoutTouchingThePresence()
+    {
+        MemoryTable table(QStringLiteral("t"), allTypes());
+        const Record record(&table);
+        const int column = FieldType::String + 10;
+        QVERIFY(allTypes()[column].nullable);
+        Field field = record.field(column);
+
+        field.storeString(u"first");
+        const bool wasPresent = field.isPresent();
+        field.setPresent();
+        const QString shown = field.toString();
+        field.storeString(u"second");
+
+        QVERIFY(!wasPresent);
+        QCOMPARE(shown, QStringLiteral("first"));
+        QVERIFY(field.isPresent());
+        QCOMPARE(field.toString(), QStringLiteral("second"));
+        // The neighbours' presence is theirs.
+        for (int other = 10; other < 20; ++other)
+            QCOMPARE(record.field(other).isPresent(), other == column);
+    }
+
+    void readsEveryNaNAsTheSameOne()
+    {
+        MemoryTable table(QStringLiteral("t"), allTypes());
+        FieldValue value(&table, FieldType::Double);
+        FieldValue read(&table, FieldType::Double);
+        for (const quint64 word :
+             {0x7ff8000000000000u, 0xfff8000000000000u, 0x7ff0000000000001u, 0x7fffffffffffffffu}) {
+            memcpy(value.data, &word, sizeof word);
+            value.setPresent();
+
+            read.fromText(value.toText());
+
+            QCOMPARE(value.toText(), QStringLiteral("nan"));
+            QVERIFY(read.isPresent());
+            QCOMPARE(read.Field::value<quint64>(), 0x7ff8000000000000u);
+        }
     }
 
     void presenceFollowsTheMask()

@@ -2,6 +2,7 @@
 #include <data/indexlist.h>
 
 #include <support/exceptions.h>
+#include <support/objectlayout.h>
 
 #include <QTest>
 
@@ -37,6 +38,8 @@ public:
         m_slots = m_table.data();
         m_slotCount = qint64(m_table.size());
     }
+
+    IndexPage *const *slots() const { return m_table.data(); }
 
     QString walk() const
     {
@@ -81,6 +84,32 @@ private Q_SLOTS:
 
         QCOMPARE(pages.walk(), rows);
         QCOMPARE(pages.rowCount(), rows.isEmpty() ? 0 : rows.count(QChar(u' ')) + 1);
+    }
+
+    void keepsTheCountBeforeTheSlots()
+    {
+        const Pages pages({-1, 2, 1});
+        const IndexList &list = pages;
+
+        QCOMPARE(memberAt<qint64>(list, 2 * sizeof(void *)), 3);
+        QCOMPARE(memberAt<IndexPage *const *>(list, 3 * sizeof(void *)), pages.slots());
+    }
+
+    void hasItsRangeInBothTablesOfVirtualFunctions()
+    {
+        const Pages pages({-1, 2});
+        const IndexList &list = pages;
+
+        // Two slots are the destructor's.
+        QCOMPARE(virtualSlot(&TableIndex::rowCount), 2);
+        QCOMPARE(virtualSlot(&IndexList::rowCount), 2);
+        QCOMPARE(virtualSlot(&IndexList::begin), 3);
+        QCOMPARE(virtualSlot(&IndexList::end), 4);
+        QCOMPARE(virtualSlot(&RowRange::begin), 2);
+        QCOMPARE(virtualSlot(&RowRange::end), 3);
+        const auto address = [](const auto *object) { return reinterpret_cast<quintptr>(object); };
+        QCOMPARE(address(static_cast<const TableIndex *>(&list)), address(&list));
+        QCOMPARE(address(static_cast<const RowRange *>(&list)), address(&list) + sizeof(void *));
     }
 
     void isReadThroughItsSecondBase()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <data/keyvalue.h>
 
+#include <support/allocationcounter.h>
 #include <support/exceptions.h>
 #include <support/seed.h>
 
@@ -177,6 +178,7 @@ private Q_SLOTS:
     void asksForEveryBitOfTheMask();
     void takesAFieldWithoutMaskForPresent();
     void doesNotWriteWhatItCompares();
+    void allocatesNothingButForTexts();
     void comparesDecimalsOfOneScaleByTheirWords();
     void ordersKeysByTheirFirstDifference();
     void readsOnlyAsManyFieldsAsTheFirstKeyHas();
@@ -371,6 +373,49 @@ void tst_keyordering::doesNotWriteWhatItCompares()
     QCOMPARE(QByteArray(reinterpret_cast<const char *>(b->field.data), qsizetype(b->def.size)), before);
     QCOMPARE(a->flags, uchar(0xF4));
     QCOMPARE(b->flags, uchar(0xF4));
+}
+
+void tst_keyordering::allocatesNothingButForTexts()
+{
+    const std::vector<CellPointer> cells = {integer(1),
+                                            integer(2),
+                                            integer64(1),
+                                            integer64(-1),
+                                            real(0.5),
+                                            real(std::numeric_limits<double>::quiet_NaN()),
+                                            money(u"1.50"_s),
+                                            money(u"1.50001"_s),
+                                            money(u"1.5"_s),
+                                            bigMoney(u"123456789012345678901234567890.25"_s),
+                                            bigMoney(u"123456789012345678901234567890.250"_s),
+                                            bigMoney(u"-1e20"_s),
+                                            date(5),
+                                            date(-5),
+                                            bytes(FieldType::Raw, 'a', 5),
+                                            bytes(FieldType::Raw, 'b', 5),
+                                            bytes(FieldType::Block, 'a', FieldType::blockSize),
+                                            bytes(FieldType::Block, 'b', FieldType::blockSize),
+                                            absent(FieldType::Int),
+                                            absent(FieldType::XDecimal)};
+    const KeyValue one = key({integer(1), money(u"1.50"_s), date(5)});
+    const KeyValue other = key({integer(1), money(u"1.500"_s), date(6)});
+
+    const AllocationCounter probe;
+    const CellPointer allocated = integer(3);
+    const qint64 noticed = probe.count();
+    const AllocationCounter counter;
+    int sum = 0;
+    for (const CellPointer &a : cells) {
+        for (const CellPointer &b : cells)
+            sum += sign(a->field.compare(b->field));
+    }
+    const bool less = one < other;
+    const qint64 allocations = counter.count();
+
+    QCOMPARE(allocations, 0);
+    QCOMPARE(sum, 0);
+    QVERIFY(less);
+    QVERIFY(noticed > 0);
 }
 
 void tst_keyordering::comparesDecimalsOfOneScaleByTheirWords()

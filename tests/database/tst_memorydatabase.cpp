@@ -5,6 +5,7 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/objectlayout.h>
 
 #include <QTest>
 
@@ -24,6 +25,13 @@ private Q_SLOTS:
         QVERIFY(ICore::instance());
         QCOMPARE(ICore::instance(), ICore::instance());
         QCOMPARE(ICore::instance()->database(), &MemoryDatabase::instance());
+    }
+
+    void isReachedThroughFirstVirtualFunctions()
+    {
+        QCOMPARE(virtualSlot(&ICore::database), 0);
+        QCOMPARE(virtualSlot(&Database::tableByName), 0);
+        QCOMPARE(virtualSlot(&MemoryDatabase::tableByName), 0);
     }
 
     void findsTablesByName()

@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <future>
 #include <thread>
 
 namespace {
@@ -237,7 +238,9 @@ private Q_SLOTS:
                      table.update(table.row(1), {{4, qint64(99)}, {column, value[0]}});
                  }),
                  message.arg(1));
-        QCOMPARE(exceptionMessage([&] { table.update(Record(&table), column, value[0]); }), message.arg(-1));
+        QCOMPARE(exceptionMessage([&] { table.update(Record(&table), column, value[0]); }),
+                 QString(message).replace(QStringLiteral("row %1"),
+                                          QStringLiteral("a row that is not in the table")));
 
         QCOMPARE(ids(table), QStringLiteral("1 2"));
         QCOMPARE(table.row(1).field(4).toString(), QStringLiteral("7"));
@@ -249,7 +252,9 @@ private Q_SLOTS:
         MemoryTable table(QStringLiteral("quotes"), quotes);
         MemoryTable other(QStringLiteral("other"), quotes);
         table.append(quotesOf({1, 2}));
-        const Record foreign = other.append(quote(1));
+        other.append(quote(1));
+        const Record foreign = other.append(quote(2));
+        const Record foreignOutside(&other);
 
         QCOMPARE(exceptionMessage([&] { table.append({qint32(1)}); }),
                  QStringLiteral("Table 'quotes', row 2: 1 values do not fit 8 columns"));
@@ -257,25 +262,103 @@ private Q_SLOTS:
                  QStringLiteral("Table 'quotes', row 3: no row can be inserted there"));
         QCOMPARE(exceptionMessage([&] { table.insert(-1, {quote(1)}); }),
                  QStringLiteral("Table 'quotes', row -1: no row can be inserted there"));
-        QCOMPARE(exceptionMessage([&] { table.update(foreign, 0, qint32(1)); }),
-                 QStringLiteral("Table 'quotes': a row of table 'other'"));
+        QCOMPARE(exceptionMessage([&] { table.update(foreign, 3, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', column 'price', row 1 of table 'other': the row belongs to "
+                                "another table"));
+        QCOMPARE(exceptionMessage([&] { table.update(foreign, 8, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
+        QCOMPARE(
+            exceptionMessage([&] {
+                table.update(foreignOutside, {{1, qint32(1)}, {2, qint32(1)}});
+            }),
+            QStringLiteral("Table 'quotes', column 'code', a row that is not in its table 'other': the row "
+                           "belongs to another table"));
+        QCOMPARE(exceptionMessage([&] { table.update(foreign, {}); }),
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
+        QCOMPARE(exceptionMessage([&] { table.update(Record(), 0, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', column 'stock_id': a handle on no row"));
         QCOMPARE(exceptionMessage([&] { table.update(table.row(0), 8, qint32(1)); }),
                  QStringLiteral("Table 'quotes', row 0: there is no column 8"));
         QCOMPARE(exceptionMessage([&] { table.update(table.row(1), -1, qint32(1)); }),
                  QStringLiteral("Table 'quotes', row 1: there is no column -1"));
         QCOMPARE(exceptionMessage([&] { table.remove(Record()); }),
                  QStringLiteral("Table 'quotes': a handle on no row"));
+        QCOMPARE(exceptionMessage([&] { table.update(Record(&table), 8, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', a row that is not in the table: there is no column 8"));
         QCOMPARE(exceptionMessage([&] { table.remove(foreign); }),
-                 QStringLiteral("Table 'quotes': a row of table 'other'"));
-        QCOMPARE(exceptionMessage([&] {
-                     table.remove({table.row(0), Record(&table)});
-                 }),
-                 QStringLiteral("Table 'quotes': 1 of the rows to remove are not in the table"));
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
+        QCOMPARE(
+            exceptionMessage([&] {
+                table.remove({table.row(0), table.row(0), Record(&table), table.row(1), Record(&table)});
+            }),
+            QStringLiteral("Table 'quotes', entry 2 of the rows to remove: the row is not in the table"));
         QCOMPARE(exceptionMessage([&] { table.append(table.row(1)); }),
                  QStringLiteral("Table 'quotes', row 1: the row is in the table already"));
         QCOMPARE(exceptionMessage([&] { table.append(foreign); }),
-                 QStringLiteral("Table 'quotes': a row of table 'other'"));
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
         QCOMPARE(ids(table), QStringLiteral("1 2"));
+        QCOMPARE(ids(other), QStringLiteral("1 2"));
+    }
+
+    void waitsForNoOtherTableToRefuseItsRow()
+    {
+        MemoryTable table(QStringLiteral("quotes"), quotes);
+        MemoryTable other(QStringLiteral("o%1"), quotes);
+        const Record foreign = other.append(quote(1));
+        std::promise<void> locked;
+        std::promise<void> done;
+        std::thread holder([&] {
+            other.lock();
+            locked.set_value();
+            done.get_future().wait();
+            other.unlock();
+        });
+        locked.get_future().wait();
+
+        const QString message = exceptionMessage([&] { table.remove(foreign); });
+        done.set_value();
+        holder.join();
+
+        QCOMPARE(message,
+                 QStringLiteral("Table 'quotes', a row of table 'o%1': the row belongs to another table"));
+    }
+
+    void keepsNamesInMessagesAsTheyCame()
+    {
+        const QList<ColumnSpec> specs{column("c%1%2%3%4", FieldType::Int),
+                                      column("v%2", FieldType::VarChar, false, 2)};
+        MemoryTable table(QStringLiteral("a%2b%1"), specs);
+        MemoryTable other(QStringLiteral("o%1%2%3"), specs);
+        const Record foreign = other.append({qint32(1), QString()});
+        const Record own = table.append({qint32(1), QString()});
+
+        QCOMPARE(
+            exceptionMessage([&] { table.remove(Record(&table)); }),
+            QStringLiteral("Table 'a%2b%1', entry 0 of the rows to remove: the row is not in the table"));
+        QCOMPARE(exceptionMessage([&] { table.remove(Record()); }),
+                 QStringLiteral("Table 'a%2b%1': a handle on no row"));
+        QCOMPARE(
+            exceptionMessage([&] { table.update(foreign, 0, qint32(2)); }),
+            QStringLiteral("Table 'a%2b%1', column 'c%1%2%3%4', row 0 of table 'o%1%2%3': the row belongs "
+                           "to another table"));
+        QCOMPARE(exceptionMessage([&] { table.update(Record(), 0, qint32(2)); }),
+                 QStringLiteral("Table 'a%2b%1', column 'c%1%2%3%4': a handle on no row"));
+        QCOMPARE(
+            exceptionMessage([&] { table.update(own, 0, {}); }),
+            QStringLiteral("Table 'a%2b%1', column 'c%1%2%3%4', row 0: the column admits no absent values"));
+        QCOMPARE(
+            exceptionMessage([&] { table.update(own, 1, QStringLiteral("%1%2")); }),
+            QStringLiteral("Table 'a%2b%1', column 'v%2', row 0: a text of 4 characters is longer than 2"));
+        QCOMPARE(exceptionMessage([&] { table.append({qint32(1)}); }),
+                 QStringLiteral("Table 'a%2b%1', row 1: 1 values do not fit 2 columns"));
+        QCOMPARE(exceptionMessage([&] { table.row(1); }),
+                 QStringLiteral("Table 'a%2b%1', row 1: there is no such row"));
+        QCOMPARE(exceptionMessage([&] { table.requireColumn(QStringLiteral("%1")); }),
+                 QStringLiteral("Table 'a%2b%1' has no column '%1'"));
+        QCOMPARE(exceptionMessage(
+                     [&] { MemoryTable(QStringLiteral("a%2b%3"), {column("c%1%3", FieldType::Raw)}); }),
+                 QStringLiteral("Table 'a%2b%3', column 'c%1%3': a column of type Raw cannot have length 0 "
+                                "(1 to 65535)"));
     }
 
     void updatesRows()
@@ -329,6 +412,12 @@ private Q_SLOTS:
 
         table.update(row, 2, {});
         table.update(row, 2, QByteArray("xyz"));
+        QCOMPARE(data(row), data(reference));
+
+        // A field clears its presence bit and nothing else.
+        row.field(2).setAbsent();
+        QCOMPARE(QByteArray(reinterpret_cast<const char *>(row.field(2).data), 3), QByteArray("xyz"));
+        row.field(2).setPresent();
         QCOMPARE(data(row), data(reference));
 
         // A block that is used again is as clean as a new one.
@@ -427,6 +516,41 @@ private Q_SLOTS:
         const auto blocks = double(table.rowBlockSize()) * rows;
         QVERIFY2(double(table.memoryUsage()) < 1.2 * blocks,
                  qPrintable(QString::number(double(table.memoryUsage()) / blocks)));
+    }
+
+    void keepsSingleInsertionsSmall_data()
+    {
+        QTest::addColumn<int>("place");
+        QTest::newRow("always first") << 0;
+        QTest::newRow("always last but one") << 1;
+        QTest::newRow("in the middle") << 2;
+        QTest::newRow("anywhere") << 3;
+    }
+    void keepsSingleInsertionsSmall()
+    {
+        QFETCH(const int, place);
+        constexpr int rows = 40'000;
+        constexpr quint32 seed = 20180214;
+        MemoryTable table(QStringLiteral("t"), {column("id", FieldType::Int)});
+        QRandomGenerator random(seed);
+        QList<int> oracle{0};
+        table.append({qint32(0)});
+        for (int i = 1; i < rows; ++i) {
+            const int places[] = {0, i - 1, i / 2, random.bounded(i)};
+            table.insert(places[place], {{qint32(i)}});
+            oracle.insert(places[place], i);
+        }
+
+        QList<int> ids;
+        for (unsigned char *row : *table.masterIndex())
+            ids.append(table.dataPtr(row, 0).value<qint32>());
+        QVERIFY(ids == oracle);
+        for (int i = 0; i < rows; i += 97)
+            QCOMPARE(table.row(i).field(0).value<qint32>(), oracle[i]);
+        // A full index takes 8 bytes a row, and pages that are half full twice as many.
+        const auto bytesPerRow = double(table.memoryUsage()) / rows - double(table.rowBlockSize());
+        QVERIFY2(bytesPerRow < 24, qPrintable(QString::number(bytesPerRow)));
+        qInfo("%.1f bytes a row besides %lld", bytesPerRow, static_cast<long long>(table.rowBlockSize()));
     }
 
     void locksRecursivelyAndAgainstOtherThreads()
