@@ -116,13 +116,15 @@ void SettingsReport::requireIni() const
         throw Exception(tr("Файла «%1» нет").arg(name));
     if (info.isDir())
         throw Exception(tr("«%1» - каталог, а не файл настроек").arg(name));
+    if (!info.isFile())
+        throw Exception(tr("«%1» - не обычный файл").arg(name));
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly))
         throw Exception(tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
     const QSettings store(info.absoluteFilePath(), QSettings::IniFormat);
     store.allKeys(); // the file is parsed only as far as it is asked for
     if (store.status() == QSettings::AccessError)
-        throw Exception(tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
+        throw Exception(tr("Не удалось прочитать «%1»").arg(name));
     if (store.status() == QSettings::FormatError || file.readAll().contains('\0'))
         throw Exception(tr("«%1» - не файл INI").arg(name));
 }
@@ -143,6 +145,9 @@ void SettingsReport::applyChanges(SettingsModel &model) const
         const QModelIndex index = find(model, change.path);
         if (!index.isValid())
             throw Exception(tr("В «%1» нет пути «%2»").arg(m_commandLine.settingsFile, change.path));
+        // QSettings addresses no entry without a name.
+        if (index.data().toString().isEmpty())
+            throw Exception(tr("У записи «%1» нет имени, её нельзя изменить").arg(change.path));
         if (change.remove) {
             if (!model.removeRow(index.row(), index.parent()))
                 throw Exception(tr("Не удалось удалить «%1»").arg(change.path));

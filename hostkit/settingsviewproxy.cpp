@@ -227,9 +227,13 @@ public:
     /// update() for \a node and everything above it.
     void updateUpwards(Node *node, QModelIndex sourceIndex)
     {
-        for (; node->parent && !startOver;
-             node = node->parent, sourceIndex = q->sourceModel()->parent(sourceIndex))
+        while (node->parent) {
             update(node, sourceIndex);
+            if (startOver)
+                return;
+            node = node->parent;
+            sourceIndex = q->sourceModel()->parent(sourceIndex);
+        }
     }
 
     void insert(Node *parent, const QModelIndex &sourceParent, int first, int count)
@@ -313,7 +317,7 @@ public:
             const Todo next = todo.back();
             todo.pop_back();
             synchronizeRows(next.node, next.source);
-            for (int row = 0; row < next.node->rows() && !startOver; ++row) {
+            for (int row = 0; !startOver && row < next.node->rows(); ++row) {
                 Node *child = next.node->children.at(row);
                 const QModelIndex source = q->sourceModel()->index(row, 0, next.source);
                 update(child, source);
@@ -341,6 +345,8 @@ public:
             anyShape = false;
         }
         comparing = false;
+        if (std::exchange(asked, false))
+            schedule();
     }
 
     /// Silent changes may follow a notification: looks for them when the source is done.
@@ -369,7 +375,8 @@ public:
             Node *parent = nodeOf(sourceParent);
             const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
             const int count = last - first + 1;
-            if (!parent || count < 1 || q->sourceModel()->rowCount(place) != parent->rows() + count) {
+            if (!parent || changing > 1 || count < 1 ||
+                q->sourceModel()->rowCount(place) != parent->rows() + count) {
                 startOver = true;
                 return;
             }
@@ -388,7 +395,7 @@ public:
             const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
             // None for the empty range that tells of an entry above its place.
             const int count = std::max(last - first + 1, 0);
-            if (!parent || q->sourceModel()->rowCount(place) != parent->rows() - count) {
+            if (!parent || changing > 1 || q->sourceModel()->rowCount(place) != parent->rows() - count) {
                 startOver = true;
                 return;
             }
@@ -452,6 +459,7 @@ public:
     {
         q->beginResetModel();
         changing = 0;
+        startOver = comparing;
         rebuild();
         q->endResetModel();
     }
@@ -467,6 +475,8 @@ public:
     /// Levels of the same length may hold other rows.
     bool anyShape = false;
     bool scheduled = false;
+    /// Whether synchronize() was asked for in the middle of a change; its end brings it.
+    bool asked = false;
     std::vector<QMetaObject::Connection> connections;
 
 private:
@@ -491,6 +501,7 @@ void SettingsViewProxy::setSourceModel(QAbstractItemModel *source)
         disconnect(connection);
     QAbstractProxyModel::setSourceModel(source);
     d->changing = 0;
+    d->startOver = d->comparing;
     d->rebuild();
     if (source) {
         using Model = QAbstractItemModel;
@@ -582,7 +593,7 @@ QVariant SettingsViewProxy::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
-    if (!d->ahead())
+    if (!d->ahead() && sourceModel())
         return sourceModel()->data(mapToSource(index), role);
     const Cells::Cell &cell = d->node(index)->known.cells.at(index.column());
     switch (role) {
@@ -607,8 +618,8 @@ Qt::ItemFlags SettingsViewProxy::flags(const QModelIndex &index) const
 {
     if (!index.isValid())
         return Qt::NoItemFlags;
-    return d->ahead() ? d->node(index)->known.cells.at(index.column()).flags
-                      : sourceModel()->flags(mapToSource(index));
+    return d->ahead() || !sourceModel() ? d->node(index)->known.cells.at(index.column()).flags
+                                        : sourceModel()->flags(mapToSource(index));
 }
 
 QModelIndex SettingsViewProxy::buddy(const QModelIndex &index) const
@@ -620,13 +631,14 @@ bool SettingsViewProxy::removeRows(int row, int count, const QModelIndex &parent
 {
     if (!sourceModel() || d->ahead())
         return false;
-    return sourceModel()->removeRows(row, count, mapToSource(parent));
+    const QModelIndex sourceParent = mapToSource(parent);
+    return parent.isValid() == sourceParent.isValid() && sourceModel()->removeRows(row, count, sourceParent);
 }
 
 void SettingsViewProxy::synchronize()
 {
     if (d->ahead())
-        d->schedule();
+        d->asked = true;
     else if (sourceModel())
         d->compare([this] { d->compareAll(); });
 }

@@ -24,8 +24,8 @@ class SettingsViewProxyPrivate;
 /// setSettings(). While the source is in the middle of a change, the proxy shows the state before, refuses
 /// edits, and maps no index.
 ///
-/// Two things are shown otherwise than by the source, because views insist on them: only column 0 has rows
-/// below it, and a row with rows below it always has children, also when it is a key.
+/// Three things are shown otherwise than by the source, because views insist on them: only column 0 has rows
+/// below it, a row with rows below it always has children, also when it is a key, and an empty model has none.
 ///
 /// The source changes some things without a notification: the name of a new group, and what was a key
 /// becoming a group. The proxy looks for them with the next notification from within that group, and, for a

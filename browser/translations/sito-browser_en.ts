@@ -381,6 +381,18 @@ LANGUAGE
         <translation>&apos;%1&apos; is a directory, not a settings file</translation>
     </message>
     <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось прочитать «%1»</source>
+        <translation>Cannot read &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>У записи «%1» нет имени, её нельзя изменить</source>
+        <translation>Entry &apos;%1&apos; has no name and cannot be changed</translation>
+    </message>
+    <message>
         <source>Не удалось прочитать «%1»: %2</source>
         <translation>Cannot read &apos;%1&apos;: %2</translation>
     </message>

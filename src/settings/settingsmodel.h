@@ -53,6 +53,8 @@ class SettingsModelPrivate;
 /// - The type column names the type as last read; an edit does not change it. An edited string list is
 ///   stored as the single text the editor shows.
 /// - A key that was a group keeps the rows below it, though hasChildren() denies them.
+/// - submitAll() with a group current in the store also removes a key of the group's own name, one level up:
+///   QSettings::remove("") does that.
 /// - Paths are built from QSettings::group(): when a group is current in the store, they begin with it,
 ///   while QSettings takes them relative to it. Hand over stores without a current group when entries
 ///   get edited or removed with `OnFieldChange`.
@@ -89,8 +91,9 @@ class SettingsModelPrivate;
 ///   path for every step down, and every node keeps its path, so a chain of n nested groups costs n²
 ///   characters.
 ///
-/// The store is not owned and must outlive its use by the model. While refresh() or revertAll() runs,
-/// slots must not remove rows or refresh again. Model and store are used from one thread.
+/// The store is not owned and must outlive its use by the model. While refresh() or revertAll() runs, slots
+/// must not edit, remove rows, set another store or call the model's slots: the store's current group is then
+/// the one that the walk has come to. Model and store are used from one thread.
 class SITO_EXPORT SettingsModel : public QAbstractItemModel
 {
     Q_OBJECT

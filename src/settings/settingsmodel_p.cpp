@@ -22,13 +22,13 @@ int rowOfName(const SettingsModelItem *parent, const QString &name)
     constexpr qsizetype tail = sizeof(quint64) / sizeof(char16_t);
     if (size >= tail) {
         quint64 end;
-        std::memcpy(&end, name.utf16() + size - tail, sizeof end);
+        std::memcpy(&end, name.constData() + size - tail, sizeof end);
         for (auto it = first; it != last; ++it) {
             const QString &other = (*it)->name;
             if (other.size() != size)
                 continue;
             quint64 otherEnd;
-            std::memcpy(&otherEnd, other.utf16() + size - tail, sizeof otherEnd);
+            std::memcpy(&otherEnd, other.constData() + size - tail, sizeof otherEnd);
             if (otherEnd == end && other == name)
                 return static_cast<int>(it - first);
         }

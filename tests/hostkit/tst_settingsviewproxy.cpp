@@ -8,10 +8,15 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QRegularExpression>
+#include <QSignalBlocker>
+#include <QSignalSpy>
 #include <QSortFilterProxyModel>
 #include <QStyledItemDelegate>
 #include <QTest>
 #include <QTreeView>
+
+#include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Node = SettingsOracle::Node;
@@ -343,6 +348,126 @@ private Q_SLOTS:
 
         QCOMPARE(treeText(model), u"g{m=3} b=2 c=3"_s);
         QCOMPARE(shape(proxy), shape(model));
+    }
+
+    void bearsChangesMadeByListenersBeforeIt()
+    {
+        const auto store = m_files.parsed("[g1]\na=1\nb=2\n[g2]\nc=3\nd=4\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        bool done = false;
+        // Connected before the proxy, so that the proxy hears of the inner removal first.
+        connect(&model, &QAbstractItemModel::rowsRemoved, this, [&] {
+            if (!std::exchange(done, true))
+                model.removeRows(0, 1, model.index(0, 0));
+        });
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+
+        model.removeRows(0, 1);
+        QCoreApplication::processEvents();
+
+        QCOMPARE(treeText(model), u"g2{d=4}"_s);
+        QCOMPARE(shape(proxy), shape(model));
+    }
+
+    void bearsTheEndOfAGroupThatItReports()
+    {
+        const auto store = m_files.parsed("[g]\n[g/h]\nk=1\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        bool done = false;
+        connect(&proxy, &QAbstractItemModel::dataChanged, this, [&] {
+            if (!std::exchange(done, true))
+                model.removeRows(0, 1);
+        });
+
+        store->setValue(u"g/h/k"_s, 2);
+        model.setData(model.index(0, 2, model.index(0, 0, model.index(0, 0))), 3);
+        QCoreApplication::processEvents();
+
+        QVERIFY(done);
+        QCOMPARE(model.rowCount(), 0);
+        QCOMPARE(proxy.rowCount(), 0);
+    }
+
+    void bearsTheEndOfItsSourceInItsOwnNotification()
+    {
+        const auto store = m_files.parsed("[g]\nk=1\nl=2\n[h]\nm=3\n");
+        for (const bool replaced : {false, true}) {
+            auto model = std::make_unique<SettingsModel>();
+            model->setSettings(store.get());
+            SettingsViewProxy proxy;
+            proxy.setSourceModel(model.get());
+            bool done = false;
+            connect(&proxy, &QAbstractItemModel::dataChanged, this, [&] {
+                if (std::exchange(done, true))
+                    return;
+                if (replaced)
+                    proxy.setSourceModel(nullptr);
+                else
+                    model.reset();
+            });
+
+            // A change that nobody announces, found by a comparison of everything.
+            const QModelIndex k = model->index(0, 2, model->index(0, 0));
+            model->setReadOnly(false);
+            {
+                const QSignalBlocker blocker(model.get());
+                model->setData(k, replaced ? 8 : 7);
+            }
+            proxy.synchronize();
+            QCoreApplication::processEvents();
+
+            QVERIFY(done);
+            QCOMPARE(proxy.rowCount(), 0);
+        }
+    }
+
+    void answersWhileItsSourceGoes()
+    {
+        const auto store = m_files.parsed("[g]\nk=1\n");
+        auto model = std::make_unique<SettingsModel>();
+        model->setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(model.get());
+        QString seen;
+        connect(&proxy, &QAbstractItemModel::modelAboutToBeReset, this, [&] {
+            const QModelIndex g = proxy.index(0, 0);
+            seen = g.data().toString() + QString::number(int(proxy.flags(g)));
+        });
+
+        model.reset();
+
+        QCOMPARE(seen, u"g"_s + QString::number(int(Qt::ItemIsSelectable | Qt::ItemIsEnabled)));
+    }
+
+    void findsSilentChangesOnceControlIsBack()
+    {
+        const auto store = m_files.parsed("[g]\nk=1\n[h]\nm=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        {
+            const QSignalBlocker blocker(&model);
+            model.setData(model.index(0, 2, model.index(0, 0)), 7);
+        }
+        QSignalSpy changed(&proxy, &QAbstractItemModel::dataChanged);
+
+        model.setData(model.index(0, 2, model.index(1, 0)), 8);
+        const auto before = changed.size();
+        QCoreApplication::processEvents();
+
+        QVERIFY(changed.size() > before);
+        QCOMPARE(proxy.index(0, 2, proxy.index(0, 0)).data().toInt(), 7);
     }
 
     void outlivesItsSource()
