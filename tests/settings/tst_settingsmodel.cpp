@@ -1514,6 +1514,46 @@ private Q_SLOTS:
 
         QCOMPARE(treeText(model), u"a=1 b=2"_s);
     }
+
+    void showsNothingBeyondTheThirdColumn()
+    {
+        // An index that createIndex() of a subclass makes: index() gives none there.
+        class Wide : public SettingsModel
+        {
+        public:
+            QModelIndex beyond(const QModelIndex &index) const
+            {
+                return createIndex(index.row(), 3, index.internalPointer());
+            }
+        };
+        const auto store = m_files.parsed("a=1\n");
+        Wide model;
+        model.setSettings(store.get());
+
+        const QModelIndex beyond = model.beyond(model.index(0, 0));
+
+        QVERIFY(!model.index(0, 3).isValid());
+        for (const int role : {Qt::DisplayRole, Qt::EditRole, Qt::DecorationRole})
+            QVERIFY(!model.data(beyond, role).isValid());
+        QCOMPARE(model.data(beyond, Qt::ToolTipRole).toString(), u"a"_s);
+    }
+
+    void asksTheMostDerivedRowCountBeforeRemoving()
+    {
+        class Short : public SettingsModel
+        {
+        public:
+            int rowCount(const QModelIndex &) const override { return 1; }
+        };
+        const auto store = m_files.parsed("a=1\nb=2\n");
+        Short model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+
+        QVERIFY(!model.removeRows(1, 1));
+        QVERIFY(model.removeRows(0, 1));
+        QCOMPARE(store->allKeys(), QStringList(u"b"_s));
+    }
 };
 
 QTEST_MAIN(TestSettingsModel)
