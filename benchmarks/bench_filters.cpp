@@ -226,7 +226,8 @@ std::vector<quint64> parsed(const QString &text)
             quint32 number = 0;
             for (; at < end && at->unicode() != u',' && at->unicode() != u'|'; ++at)
                 number = number * 10 + (at->unicode() - u'0');
-            part = negative ? -number : number;
+            const quint32 bits = negative ? 0 - number : number;
+            part = bits;
             ++at;
         }
         result.push_back(parts[0] << 32 | parts[1]);
