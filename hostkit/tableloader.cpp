@@ -27,7 +27,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// What SQLite shows in place of bytes that are no valid text.
-constexpr QChar replacement = QChar::ReplacementCharacter;
 constexpr qsizetype maxShownText = 60;
 
 /// \a value in one short line.
@@ -115,8 +114,13 @@ struct TableLoader::Private
 
 namespace {
 
-/// Tells texts that hold U+FFFD from those whose bytes are invalid: SQLite hands both out alike. Reads the
-/// same rows again, bytes of texts in place of the texts, as far as it is asked.
+bool isAscii(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar character) { return character < QChar(0x80); });
+}
+
+/// Tells texts from bytes that are none: SQLite hands out some character or other for a stray or missing byte. Reads
+/// the same rows again, bytes of texts in place of the texts, as far as it is asked.
 class EncodingCheck
 {
 public:
@@ -374,7 +378,7 @@ bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> 
             }
             if (isSqlite && problem == CellProblem::None && columns[i].isText()) {
                 const auto *text = std::get_if<QString>(&cells[i]);
-                if (text && text->contains(replacement) && !encoding.isValid(state.rowsRead, int(i), *text))
+                if (text && !isAscii(*text) && !encoding.isValid(state.rowsRead, int(i), *text))
                     problem = CellProblem::Encoding;
             }
             if (problem != CellProblem::None)

@@ -415,6 +415,10 @@ private Q_SLOTS:
             "x'616263' не подходит к типу VarChar(3) (значение другого рода)");
         row("invalid UTF-8", "TEXT", "CAST(x'61c3' AS TEXT)",
             "'a\uFFFD' не подходит к типу String (байты не составляют текста)");
+        row("stray byte", "TEXT", "CAST(x'61b5' AS TEXT)",
+            "'a\u00B5' не подходит к типу String (байты не составляют текста)");
+        row("byte left out", "TEXT", "CAST(x'61e4bd' AS TEXT)",
+            "'a\u013D' не подходит к типу String (байты не составляют текста)");
         row("unreadable date", "DATE", "'03.01.2017'", "'03.01.2017' не подходит к типу DateTime (не дата)");
         row("day that is not", "DATE", "'2017-02-29'", "'2017-02-29' не подходит к типу DateTime (не дата)");
         row("number as date", "DATE", "20170103",
