@@ -280,6 +280,10 @@ void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<unsi
     const QString name = m_commandLine.exportFile;
     if (QFileInfo(name) == QFileInfo(m_file))
         throw Exception(tr("«%1» - сама база данных").arg(name));
+    // A device or a pipe would be replaced by a file of its name.
+    const QFileInfo target(name);
+    if (target.exists() && !target.isFile())
+        throw Exception(tr("«%1» - не обычный файл").arg(name));
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly))
         throw Exception(tr("Не удалось записать «%1»: %2").arg(name, file.errorString()));

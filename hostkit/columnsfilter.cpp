@@ -67,6 +67,8 @@ QList<int> ColumnsFilter::columnsByName(const Table &table, const QStringList &n
         const int column = table.columnIndex(name);
         if (column < 0)
             throw Exception(tr("В таблице «%1» нет столбца «%2»").arg(table.name(), name));
+        if (columns.contains(column))
+            throw Exception(tr("Столбец «%1» назван дважды").arg(name));
         columns.append(column);
     }
     return columns;

@@ -19,7 +19,8 @@ public:
     ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent = nullptr);
     ~ColumnsFilter() override;
 
-    /// The indexes of the columns of these names. Throws Exception for a name that \a table does not have.
+    /// The indexes of the columns of these names. Throws Exception for a name that \a table does not have and for one
+    /// that is given twice.
     static QList<int> columnsByName(const Table &table, const QStringList &names);
 
     /// Always null.

@@ -12,6 +12,10 @@
         <translation>Table &apos;%1&apos; has no column &apos;%2&apos;</translation>
     </message>
     <message>
+        <source>Столбец «%1» назван дважды</source>
+        <translation>Column &apos;%1&apos; is named twice</translation>
+    </message>
+    <message>
         <source>Ключ «%1»: число значений (%2) не равно числу столбцов (%3)</source>
         <translation>Key &apos;%1&apos;: the number of values (%2) is not the number of columns (%3)</translation>
     </message>
@@ -244,7 +248,7 @@ SYNOPSIS
     даты. Значения с запятой или «|» так записать нельзя.
 
     Параметры можно повторять. Ключи повторных --exclude складываются. Ключи --keep с теми же столбцами
-    складываются, а с разными столбцами строка должна подойти под каждый. Скрытое остаётся скрытым,
+    в том же порядке складываются, а с разными строка должна подойти под каждый. Скрытое остаётся скрытым,
     даже если подходит под --keep.
 
 </source>
@@ -256,7 +260,7 @@ SYNOPSIS
     date. Values with a comma or a &quot;|&quot; cannot be written.
 
     Options may be repeated. The keys of several --exclude add up. The keys of several --keep add up when they
-    are over the same columns; over different columns a row must match each. What is hidden stays hidden,
+    are over the same columns in the same order; over different ones a row must match each. What is hidden stays hidden,
     though it matches a --keep.
 
 </translation>
@@ -296,6 +300,10 @@ LANGUAGE
 </context>
 <context>
     <name>HeadlessReport</name>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
     <message>
         <source>Показано строк: %1</source>
         <translation>Rows shown: %1</translation>

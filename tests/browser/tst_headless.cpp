@@ -8,7 +8,10 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -472,12 +475,15 @@ private Q_SLOTS:
             "option --session-filter takes two columns with a comma between them, not 'stock_id'");
         row("session filter of unknown columns", quotes + QStringList{u"--session-filter"_s, u"stock_id,x"_s},
             "Table 'quotes' has no column 'x'");
+        row("column twice", quotes + QStringList{u"--exclude"_s, u"stock_id,stock_id=1,2"_s},
+            "Column 'stock_id' is named twice");
         row("missing file", {u"/nonexistent/a.sqlite"_s, u"--list"_s},
             "There is no file '/nonexistent/a.sqlite'");
         row("directory", {u"/"_s, u"--list"_s}, "'/' is a directory, not a database");
         row("foreign file", {QStringLiteral(SITO_BROWSER), u"--list"_s},
             "Database '" SITO_BROWSER "': file is not a database");
-        row("export to a directory", quotes + QStringList{u"--export"_s, u"/"_s}, nullptr);
+        row("export to a directory", quotes + QStringList{u"--export"_s, u"/"_s},
+            "'/' is not a regular file");
         row("export to nowhere", quotes + QStringList{u"--export"_s, u"/nonexistent/a.csv"_s}, nullptr);
     }
     void refusesInOneLine()
@@ -555,6 +561,19 @@ private Q_SLOTS:
         QCOMPARE(run.exitCode, 2);
         QCOMPARE(run.errors, u"sito-browser: '%1' is the database itself\n"_s.arg(name));
         QCOMPARE(QFileInfo(name).size(), size);
+    }
+
+    void doesNotExportOverAPipe()
+    {
+        const QTemporaryDir directory;
+        const QString name = directory.filePath(u"pipe"_s);
+        QCOMPARE(::mkfifo(QFile::encodeName(name).constData(), 0600), 0);
+
+        const ProgramRun run = runBrowser({u"--table"_s, u"quotes"_s, u"--export"_s, name});
+
+        QCOMPARE(run.exitCode, 2);
+        QCOMPARE(run.errors, u"sito-browser: '%1' is not a regular file\n"_s.arg(name));
+        QVERIFY(!QFileInfo(name).isFile());
     }
 
     void reportsOutputThatCannotBeWritten()

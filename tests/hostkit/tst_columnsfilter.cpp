@@ -40,6 +40,10 @@ private Q_SLOTS:
                  u"В таблице «quotes» нет столбца «Code»"_s);
         QCOMPARE(exceptionMessage([&] { ColumnsFilter::columnsByName(m_table, {QString()}); }),
                  u"В таблице «quotes» нет столбца «»"_s);
+        QCOMPARE(exceptionMessage([&] {
+                     ColumnsFilter::columnsByName(m_table, {u"id"_s, u"id"_s});
+                 }),
+                 u"Столбец «id» назван дважды"_s);
     }
 
     void isAFilterWithoutWidget()
