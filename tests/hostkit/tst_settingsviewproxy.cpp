@@ -476,6 +476,39 @@ private Q_SLOTS:
         QCOMPARE(proxy.index(0, 2, proxy.index(0, 0)).data().toInt(), 7);
     }
 
+    void waitsQuietlyForTheEndOfAChange()
+    {
+        class Counter : public QObject
+        {
+        public:
+            bool eventFilter(QObject *, QEvent *event) override
+            {
+                calls += event->type() == QEvent::MetaCall ? 1 : 0;
+                return false;
+            }
+            int calls = 0;
+        };
+        const auto store = m_files.parsed("[g]\nk=1\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        Counter counter;
+        proxy.installEventFilter(&counter);
+        bool done = false;
+        connect(&proxy, &QAbstractItemModel::dataChanged, this, [&] {
+            // As a slot with a dialog does: other events go on while the proxy is not done.
+            if (!std::exchange(done, true))
+                QTest::qWait(30);
+        });
+
+        model.setData(model.index(0, 2, model.index(0, 0)), 2);
+
+        QVERIFY(done);
+        QVERIFY2(counter.calls < 5, QByteArray::number(counter.calls).constData());
+    }
+
     void outlivesItsSource()
     {
         const auto store = m_files.parsed("[g]\nk=1\n");
