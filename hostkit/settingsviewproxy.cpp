@@ -367,16 +367,24 @@ public:
     /// being worked on here.
     bool ahead() const { return changing > 0 || comparing; }
 
-    void begin() { ++changing; }
+    void begin()
+    {
+        // The outer change is told of with an index that the inner one may have made stale.
+        overlapping = overlapping || changing > 0;
+        ++changing;
+    }
 
     void rowsInserted(const QModelIndex &sourceParent, int first, int last)
     {
         compare([&] {
+            if (overlapping) {
+                startOver = true;
+                return;
+            }
             Node *parent = nodeOf(sourceParent);
             const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
             const int count = last - first + 1;
-            if (!parent || changing > 1 || count < 1 ||
-                q->sourceModel()->rowCount(place) != parent->rows() + count) {
+            if (!parent || count < 1 || q->sourceModel()->rowCount(place) != parent->rows() + count) {
                 startOver = true;
                 return;
             }
@@ -391,11 +399,15 @@ public:
     void rowsRemoved(const QModelIndex &sourceParent, int first, int last)
     {
         compare([&] {
+            if (overlapping) {
+                startOver = true;
+                return;
+            }
             Node *parent = nodeOf(sourceParent);
             const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
             // None for the empty range that tells of an entry above its place.
             const int count = std::max(last - first + 1, 0);
-            if (!parent || changing > 1 || q->sourceModel()->rowCount(place) != parent->rows() - count) {
+            if (!parent || q->sourceModel()->rowCount(place) != parent->rows() - count) {
                 startOver = true;
                 return;
             }
@@ -459,6 +471,7 @@ public:
     {
         q->beginResetModel();
         changing = 0;
+        overlapping = false;
         startOver = comparing;
         rebuild();
         q->endResetModel();
@@ -469,6 +482,8 @@ public:
     int columns = 0;
     /// Changes of the source that have begun and not ended.
     int changing = 0;
+    /// Whether one of them began before another had ended.
+    bool overlapping = false;
     bool comparing = false;
     /// The source's rows changed while differences were announced, or in a way that was not told.
     bool startOver = false;
@@ -483,6 +498,7 @@ private:
     void end()
     {
         changing = std::max(changing - 1, 0);
+        overlapping = overlapping && changing > 0;
         schedule();
     }
 };
@@ -501,6 +517,7 @@ void SettingsViewProxy::setSourceModel(QAbstractItemModel *source)
         disconnect(connection);
     QAbstractProxyModel::setSourceModel(source);
     d->changing = 0;
+    d->overlapping = false;
     d->startOver = d->comparing;
     d->rebuild();
     if (source) {
