@@ -646,7 +646,8 @@ QModelIndex SettingsViewProxy::buddy(const QModelIndex &index) const
 
 bool SettingsViewProxy::removeRows(int row, int count, const QModelIndex &parent)
 {
-    if (!sourceModel() || d->ahead())
+    // Only column 0 has rows below it, here, whatever the source says.
+    if (!sourceModel() || d->ahead() || parent.column() > 0)
         return false;
     const QModelIndex sourceParent = mapToSource(parent);
     return parent.isValid() == sourceParent.isValid() && sourceModel()->removeRows(row, count, sourceParent);

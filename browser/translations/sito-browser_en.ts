@@ -107,6 +107,32 @@
         <translation>nothing to do: give --list, --table NAME or --help</translation>
     </message>
     <message>
+        <source>КЛЮЧИ
+    СТОЛБЦЫ - имена через запятую. КЛЮЧИ - один или несколько ключей через «|», в каждом столько
+    значений через запятую, сколько столбцов: stock_id,sess_id=12,3|15,1. Числа пишутся с точкой,
+    даты - как 2017.01.31 14:30:00.000 или 2017-01-31. Пустое место означает отсутствие числа или
+    пустой текст (один ключ из одного пустого места - «|»), знак ␀ (U+2400) - отсутствие текста или
+    даты. Значения с запятой или «|» так записать нельзя.
+
+    Параметры можно повторять. Ключи повторных --exclude складываются. Ключи --keep с теми же столбцами
+    в том же порядке складываются, а с разными строка должна подойти под каждый. Скрытое остаётся скрытым,
+    даже если подходит под --keep.
+
+</source>
+        <translation>KEYS
+    COLUMNS are names with commas between them. KEYS are one or more keys with &quot;|&quot; between them, each with as
+    many values, separated by commas, as there are columns: stock_id,sess_id=12,3|15,1. Numbers have a decimal
+    point, dates look like 2017.01.31 14:30:00.000 or 2017-01-31. An empty place is an absent number or an
+    empty text (a single key of one empty place is written &quot;|&quot;), the character ␀ (U+2400) an absent text or
+    date. Values with a comma or a &quot;|&quot; cannot be written.
+
+    Options may be repeated. The keys of several --exclude add up. The keys of several --keep add up when they
+    are over the same columns in the same order; over different ones a row must match each. What is hidden stays hidden,
+    though it matches a --keep.
+
+</translation>
+    </message>
+    <message>
         <source>Вызов:
   sito-browser [БАЗА.sqlite] --list
   sito-browser [БАЗА.sqlite] --table ИМЯ [ОТБОР]... [--count | --head N | --export ФАЙЛ.csv]
@@ -240,32 +266,6 @@ SYNOPSIS
 </translation>
     </message>
     <message>
-        <source>КЛЮЧИ
-    СТОЛБЦЫ - имена через запятую. КЛЮЧИ - один или несколько ключей через «|», в каждом столько
-    значений через запятую, сколько столбцов: stock_id,sess_id=12,3|15,1. Числа пишутся с точкой,
-    даты - как 2017.01.31 14:30:00.000 или 2017-01-31. Пустое место означает отсутствие числа или
-    пустой текст (один ключ из одного пустого места - «|»), знак ␀ (U+2400) - отсутствие текста или
-    даты. Значения с запятой или «|» так записать нельзя.
-
-    Параметры можно повторять. Ключи повторных --exclude складываются. Ключи --keep с теми же столбцами
-    в том же порядке складываются, а с разными строка должна подойти под каждый. Скрытое остаётся скрытым,
-    даже если подходит под --keep.
-
-</source>
-        <translation>KEYS
-    COLUMNS are names with commas between them. KEYS are one or more keys with &quot;|&quot; between them, each with as
-    many values, separated by commas, as there are columns: stock_id,sess_id=12,3|15,1. Numbers have a decimal
-    point, dates look like 2017.01.31 14:30:00.000 or 2017-01-31. An empty place is an absent number or an
-    empty text (a single key of one empty place is written &quot;|&quot;), the character ␀ (U+2400) an absent text or
-    date. Values with a comma or a &quot;|&quot; cannot be written.
-
-    Options may be repeated. The keys of several --exclude add up. The keys of several --keep add up when they
-    are over the same columns in the same order; over different ones a row must match each. What is hidden stays hidden,
-    though it matches a --keep.
-
-</translation>
-    </message>
-    <message>
         <source>КОД ЗАВЕРШЕНИЯ
     0 - выполнено; 2 - ошибка, о которой сказано одной строкой в стандартном потоке ошибок.
 
@@ -301,10 +301,6 @@ LANGUAGE
 <context>
     <name>HeadlessReport</name>
     <message>
-        <source>«%1» - не обычный файл</source>
-        <translation>&apos;%1&apos; is not a regular file</translation>
-    </message>
-    <message>
         <source>Показано строк: %1</source>
         <translation>Rows shown: %1</translation>
     </message>
@@ -315,6 +311,14 @@ LANGUAGE
     <message>
         <source>Время прохода: %1 мс</source>
         <translation>Time of the pass: %1 ms</translation>
+    </message>
+    <message>
+        <source>%1: строк %2</source>
+        <translation>%1: %2 rows</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
     </message>
     <message>
         <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
@@ -331,10 +335,6 @@ LANGUAGE
     <message>
         <source>Не удалось открыть «%1»: %2</source>
         <translation>Cannot open &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>%1: строк %2</source>
-        <translation>%1: %2 rows</translation>
     </message>
     <message>
         <source>«%1» - сама база данных</source>
@@ -381,32 +381,8 @@ LANGUAGE
         <translation>Cannot write &apos;%1&apos;</translation>
     </message>
     <message>
-        <source>Файла «%1» нет</source>
-        <translation>There is no file &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>«%1» - каталог, а не файл настроек</source>
-        <translation>&apos;%1&apos; is a directory, not a settings file</translation>
-    </message>
-    <message>
-        <source>«%1» - не обычный файл</source>
-        <translation>&apos;%1&apos; is not a regular file</translation>
-    </message>
-    <message>
-        <source>Не удалось прочитать «%1»</source>
-        <translation>Cannot read &apos;%1&apos;</translation>
-    </message>
-    <message>
         <source>У записи «%1» нет имени, её нельзя изменить</source>
         <translation>Entry &apos;%1&apos; has no name and cannot be changed</translation>
-    </message>
-    <message>
-        <source>Не удалось прочитать «%1»: %2</source>
-        <translation>Cannot read &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>«%1» - не файл INI</source>
-        <translation>&apos;%1&apos; is no INI file</translation>
     </message>
     <message>
         <source>Файл «%1» доступен только для чтения</source>
@@ -431,6 +407,30 @@ LANGUAGE
     <message>
         <source>Путь</source>
         <translation>Path</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не файл настроек</source>
+        <translation>&apos;%1&apos; is a directory, not a settings file</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось прочитать «%1»</source>
+        <translation>Cannot read &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Не удалось прочитать «%1»: %2</source>
+        <translation>Cannot read &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>«%1» - не файл INI</source>
+        <translation>&apos;%1&apos; is no INI file</translation>
     </message>
 </context>
 <context>

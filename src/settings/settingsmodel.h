@@ -40,36 +40,34 @@ class SettingsModelPrivate;
 ///
 /// **What surprises, and is meant**
 /// - clear(), and setSettings() with another store, *append* the store's rows to those already there.
-/// - refresh() matches entries by name alone, moves nothing, and cuts surplus rows from the end of a
-///   level, whichever stand there. After an entry vanished from the middle of a group, the last row
-///   goes, the vanished one stays, and the next refresh() puts both right.
+/// - refresh() matches entries by name alone, moves nothing, and cuts surplus rows from the end of a level,
+///   whichever stand there. After an entry vanished from the middle of a group, the last row goes, the
+///   vanished one stays, and the next refresh() puts both right.
 /// - refresh() overwrites edits that are in the tree only, and reports every key as changed.
-/// - submitAll() replaces the store's current group: what is in the store and not in the tree is lost.
-///   It forgets none of the recorded removals, so the next submitAll() removes those paths again. A
-///   name that is a group and a key at once is written as group, then removed, then written as key: the
-///   group's content is lost.
+/// - submitAll() replaces the store's current group: what is in the store and not in the tree is lost. It
+///   forgets none of the recorded removals, so the next submitAll() removes those paths again. A name that is
+///   a group and a key at once is written as group, then removed, then written as key: the group's content is
+///   lost.
 /// - Changing the strategy with pending changes neither writes nor drops them.
 /// - setData() with any role but display and edit succeeds, signals a change, and changes nothing.
-/// - The type column names the type as last read; an edit does not change it. An edited string list is
-///   stored as the single text the editor shows.
+/// - The type column names the type as last read; an edit does not change it. An edited string list is stored
+///   as the single text the editor shows.
 /// - A key that was a group keeps the rows below it, though hasChildren() denies them.
 /// - submitAll() with a group current in the store also removes a key of the group's own name, one level up:
 ///   QSettings::remove("") does that.
-/// - Paths are built from QSettings::group(): when a group is current in the store, they begin with it,
-///   while QSettings takes them relative to it. Hand over stores without a current group when entries
-///   get edited or removed with `OnFieldChange`.
+/// - Paths are built from QSettings::group(): when a group is current in the store, they begin with it, while
+///   QSettings takes them relative to it. Hand over stores without a current group when entries get edited or
+///   removed with `OnFieldChange`.
 ///
 /// **Which views need SettingsViewProxy**
 /// The notifications of refresh() and revertAll() are not those that Qt's views and proxies rely on.
 /// Top-level rows come and go under a *valid* parent index (row 0, column 0) that is no row of the
 /// model, and an entry found above its place is told by a removal of an empty range (first row behind
 /// the last one). Therefore:
-/// - QTreeView, QListView, QTableView, QColumnView and QComboBox, with or without selection or editor,
-///   miss new top-level rows, and keep indexes of deleted nodes when top-level rows are cut: they
-///   crash;
-/// - the same holds for QItemSelectionModel, QDataWidgetMapper, QCompleter, for every
-///   QPersistentModelIndex, and for QSortFilterProxyModel, QIdentityProxyModel and other proxies,
-///   whatever shows them;
+/// - QTreeView, QListView, QTableView, QColumnView and QComboBox, with or without selection or editor, miss
+///   new top-level rows, and keep indexes of deleted nodes when top-level rows are cut: they crash;
+/// - the same holds for QItemSelectionModel, QDataWidgetMapper, QCompleter, for every QPersistentModelIndex,
+///   and for QSortFilterProxyModel, QIdentityProxyModel and other proxies, whatever shows them;
 /// - inside groups the empty removal shifts current item, selection and expansion to other rows;
 /// - QAbstractItemModelTester in fatal mode ends the program at any of them; it accepts the proxy.
 ///
@@ -78,18 +76,16 @@ class SettingsModelPrivate;
 /// the empty removal and at an insertion behind the end; there the proxy does not help.
 ///
 /// **Where a store offers what cannot be followed**
-/// - A group or key without a name (sections `[]` and `[/x]`, a line `=5`) gets its row, but QSettings
-///   can neither enter the group nor read or write the key: the group shows no rows, the key no value,
-///   and edit, removal and submit leave the store alone for that row. A submit of the level above drops
-///   the entry, as everything it cannot see.
-/// - A new entry whose place lies behind the end of its level (a name that is group and key leads
-///   there) is announced at that place and appended.
+/// - A group or key without a name (sections `[]` and `[/x]`, a line `=5`) gets its row, but QSettings can
+///   neither enter the group nor read or write the key: the group shows no rows, the key no value, and edit,
+///   removal and submit leave the store alone for that row. A submit of the level above drops the entry, as
+///   everything it cannot see.
+/// - A new entry whose place lies behind the end of its level (a name that is group and key leads there) is
+///   announced at that place and appended.
 /// - parent() of the index that stands for the root is invalid.
-/// - Without a store clear(), refresh() and submitAll() do nothing; setSettings(nullptr) keeps the
-///   rows.
-/// - Depth is limited by memory alone. QSettings itself needs time proportional to the length of the
-///   path for every step down, and every node keeps its path, so a chain of n nested groups costs n²
-///   characters.
+/// - Without a store clear(), refresh() and submitAll() do nothing; setSettings(nullptr) keeps the rows.
+/// - Depth is limited by memory alone. QSettings itself needs time proportional to the length of the path for
+///   every step down, and every node keeps its path, so a chain of n nested groups costs n² characters.
 ///
 /// The store is not owned and must outlive its use by the model. While refresh() or revertAll() runs, slots
 /// must not edit, remove rows, set another store or call the model's slots: the store's current group is then

@@ -6,6 +6,10 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 using namespace Qt::StringLiterals;
 
 class tst_Settings : public QObject
@@ -114,6 +118,37 @@ private Q_SLOTS:
         }
     }
 
+    void changesNoEntryWithoutAName_data()
+    {
+        QTest::addColumn<QStringList>("change");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("value of a key")
+            << QStringList{u"--set"_s, u"a/=7"_s} << u"Entry 'a/' has no name and cannot be changed"_s;
+        QTest::newRow("key") << QStringList{u"--remove"_s, u"a/"_s}
+                             << u"Entry 'a/' has no name and cannot be changed"_s;
+        QTest::newRow("top-level key")
+            << QStringList{u"--set"_s, u"=7"_s} << u"option --set takes PATH=VALUE, not '=7'"_s;
+        QTest::newRow("group") << QStringList{u"--remove"_s, QString()}
+                               << u"Entry '' has no name and cannot be changed"_s;
+        QTest::newRow("what is below the group")
+            << QStringList{u"--set"_s, u"/x/k=7"_s} << u"'%1' has no path '/x/k'"_s;
+    }
+    void changesNoEntryWithoutAName()
+    {
+        QFETCH(QStringList, change);
+        QFETCH(QString, message);
+        const QByteArray content = "[/x]\nk=1\n[a]\n=5\nb=2\n";
+        const QString file = makeFile(content);
+
+        const ProgramRun run = runBrowser(QStringList{u"--settings"_s, file} + change);
+
+        QCOMPARE(run.errors,
+                 u"sito-browser: "_s + (message.contains(u"%1"_s) ? message.arg(file) : message) + u'\n');
+        QCOMPARE(run.exitCode, 2);
+        QCOMPARE(run.output, QString());
+        QCOMPARE(contentOf(file), content);
+    }
+
     void refusesFilesMarkedReadOnly()
     {
         const QByteArray content = "[a]\nx=1\n";
@@ -145,6 +180,22 @@ private Q_SLOTS:
         QCOMPARE(runBrowser({u"--settings=/"_s}).errors,
                  u"sito-browser: '/' is a directory, not a settings file\n"_s);
         QCOMPARE(runBrowser({u"--settings"_s, text}).exitCode, 2);
+    }
+
+    void refusesAPipe()
+    {
+#ifdef Q_OS_UNIX
+        const QString pipe = m_directory.filePath(u"pipe.ini"_s);
+        QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+
+        const ProgramRun run = runBrowser({u"--settings"_s, pipe});
+
+        QCOMPARE(run.exitCode, 2);
+        QCOMPARE(run.output, QString());
+        QCOMPARE(run.errors, u"sito-browser: '%1' is not a regular file\n"_s.arg(pipe));
+#else
+        QSKIP("no named pipes in the file system");
+#endif
     }
 
     void refusesOptionsThatDoNotBelongTogether_data()

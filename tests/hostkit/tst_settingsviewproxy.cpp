@@ -11,12 +11,15 @@
 #include <QSignalBlocker>
 #include <QSignalSpy>
 #include <QSortFilterProxyModel>
+#include <QStandardItemModel>
 #include <QStyledItemDelegate>
 #include <QTest>
 #include <QTreeView>
 
+#include <functional>
 #include <memory>
 #include <utility>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using Node = SettingsOracle::Node;
@@ -72,6 +75,94 @@ class Delegate : public QStyledItemDelegate
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
     void setModelData(QWidget *, QAbstractItemModel *, const QModelIndex &) const override {}
+};
+
+/// A tree of nameless rows that notices when it is asked of a row that is gone.
+class WatchfulModel : public QAbstractItemModel
+{
+    Q_OBJECT
+
+public:
+    ~WatchfulModel() override { destroy(m_root.children); }
+
+    QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override
+    {
+        Item *item = itemOf(parent);
+        return item && row >= 0 && row < item->children.size() && column == 0
+                   ? createIndex(row, column, item->children.at(row))
+                   : QModelIndex();
+    }
+    QModelIndex parent(const QModelIndex &index) const override
+    {
+        Item *item = itemOf(index);
+        if (!item || !item->parent || item->parent == &m_root)
+            return {};
+        return createIndex(int(item->parent->parent->children.indexOf(item->parent)), 0, item->parent);
+    }
+    int rowCount(const QModelIndex &parent = {}) const override
+    {
+        Item *item = itemOf(parent);
+        return item ? int(item->children.size()) : 0;
+    }
+    int columnCount(const QModelIndex & = {}) const override { return 1; }
+    QVariant data(const QModelIndex &index, int) const override
+    {
+        itemOf(index);
+        return {};
+    }
+    bool insertRows(int row, int count, const QModelIndex &parent = {}) override
+    {
+        beginInsertRows(parent, row, row + count - 1);
+        for (int i = 0; i < count; ++i) {
+            m_live += new Item{itemOf(parent), {}};
+            itemOf(parent)->children.insert(row, m_live.last());
+        }
+        endInsertRows();
+        return true;
+    }
+    bool removeRows(int row, int count, const QModelIndex &parent = {}) override
+    {
+        beginRemoveRows(parent, row, row + count - 1);
+        Item *item = itemOf(parent);
+        destroy(item->children.mid(row, count));
+        item->children.remove(row, count);
+        endRemoveRows();
+        return true;
+    }
+
+    int askedOfTheDead() const { return m_askedOfTheDead; }
+
+private:
+    struct Item
+    {
+        Item *parent;
+        QList<Item *> children;
+    };
+
+    Item *itemOf(const QModelIndex &index) const
+    {
+        if (!index.isValid())
+            return const_cast<Item *>(&m_root);
+        auto *item = static_cast<Item *>(index.internalPointer());
+        if (m_live.contains(item))
+            return item;
+        ++m_askedOfTheDead;
+        return nullptr;
+    }
+    /// Only forgets them: no later item must get the address of one that is gone.
+    void destroy(const QList<Item *> &items)
+    {
+        for (Item *item : items) {
+            destroy(item->children);
+            m_live.removeOne(item);
+            m_dead.emplace_back(item);
+        }
+    }
+
+    Item m_root{nullptr, {}};
+    QList<Item *> m_live;
+    std::vector<std::unique_ptr<Item>> m_dead;
+    mutable int m_askedOfTheDead = 0;
 };
 
 class View : public QTreeView
@@ -165,6 +256,8 @@ private Q_SLOTS:
         model.setReadOnly(false);
         QVERIFY(value.flags().testFlag(Qt::ItemIsEditable));
         QVERIFY(proxy.setData(value, u"new"_s));
+        QVERIFY(!proxy.removeRows(0, 1, find(proxy, {u"g"_s}, 1)));
+        QVERIFY(!proxy.removeRows(0, 1, find(proxy, {u"g"_s}, 2)));
         QVERIFY(proxy.removeRows(1, 1, find(proxy, {u"g"_s})));
         QVERIFY(proxy.removeRows(1, 2));
         QVERIFY(!proxy.removeRows(1, 1));
@@ -241,6 +334,63 @@ private Q_SLOTS:
         QCOMPARE(recorder.take(), (QStringList{u"inserting none 4..5"_s, u"inserted none 4..5"_s}));
         QCOMPARE(shape(proxy), shape(model));
         QCOMPARE(rowPath(k), (QList<int>{0, 0}));
+    }
+
+    void tellsOfTheNameOfANewGroupBeforeItsFirstRow()
+    {
+        const auto store = m_files.parsed("[a]\nk=1\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        ModelRecorder recorder(&proxy);
+        store->setValue(u"b/c/k"_s, 2);
+
+        model.refresh();
+
+        // Names of the time of each notification: nothing waits for the event loop.
+        QCOMPARE(recorder.take(),
+                 (QStringList{u"changed a/k 0-2 []"_s, u"inserting none 1..1"_s, u"inserted none 1..1"_s,
+                              u"changed b 0-2 []"_s, u"inserting b 0..0"_s, u"inserted b 0..0"_s,
+                              u"changed b/c 0-2 []"_s, u"inserting b/c 0..0"_s, u"inserted b/c 0..0"_s,
+                              u"changed b/c/k 0-2 []"_s}));
+    }
+
+    void tellsOfSilentChangesAboveAChangeFirst()
+    {
+        QStandardItemModel model;
+        auto *top = new QStandardItem(u"top"_s);
+        auto *group = new QStandardItem(u"group"_s);
+        model.appendRow(top);
+        top->appendRow(group);
+        group->appendRow(new QStandardItem(u"a"_s));
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        ModelRecorder recorder(&proxy);
+        const auto rename = [&](const QString &topName, const QString &groupName) {
+            const QSignalBlocker blocker(&model);
+            top->setText(topName);
+            group->setText(groupName);
+        };
+
+        rename(u"t1"_s, u"g1"_s);
+        group->appendRow(new QStandardItem(u"b"_s));
+        QCOMPARE(recorder.take(), (QStringList{u"changed top/g1 0-0 []"_s, u"changed t1 0-0 []"_s,
+                                               u"inserting t1/g1 1..1"_s, u"inserted t1/g1 1..1"_s}));
+
+        rename(u"t2"_s, u"g2"_s);
+        group->removeRow(0);
+        QCOMPARE(recorder.take(), (QStringList{u"changed t1/g2 0-0 []"_s, u"changed t2 0-0 []"_s,
+                                               u"removing t2/g2 0..0"_s, u"removed t2/g2 0..0"_s}));
+
+        rename(u"t3"_s, u"g3"_s);
+        group->child(0)->setText(u"c"_s);
+        const QStringList changed = recorder.take();
+        QCOMPARE(changed.mid(0, 2), (QStringList{u"changed t2/g3 0-0 []"_s, u"changed t3 0-0 []"_s}));
+        QCOMPARE(changed.size(), 3);
+        QVERIFY(changed.last().startsWith(u"changed t3/g3/c 0-0"_s));
     }
 
     void followsSilentChangesWithTheEventLoop_data()
@@ -372,6 +522,65 @@ private Q_SLOTS:
         QCOMPARE(treeText(model), u"g2{d{k=4}} g3{e=5}"_s);
         QCOMPARE(shape(proxy), shape(model));
         QCoreApplication::processEvents();
+        QCOMPARE(shape(proxy), shape(model));
+    }
+
+    void asksNothingOfAParentThatAListenerBeforeItRemoved_data()
+    {
+        QTest::addColumn<std::function<void(WatchfulModel &, const QModelIndex &)>>("change");
+
+        using Change = std::function<void(WatchfulModel &, const QModelIndex &)>;
+        QTest::newRow("insertion") << Change(
+            [](WatchfulModel &model, const QModelIndex &parent) { model.insertRows(1, 1, parent); });
+        QTest::newRow("removal") << Change(
+            [](WatchfulModel &model, const QModelIndex &parent) { model.removeRows(0, 1, parent); });
+    }
+
+    void asksNothingOfAParentThatAListenerBeforeItRemoved()
+    {
+        using Change = std::function<void(WatchfulModel &, const QModelIndex &)>;
+        QFETCH(Change, change);
+        WatchfulModel model;
+        model.insertRows(0, 3);
+        model.insertRows(0, 2, model.index(1, 0));
+        bool done = false;
+        // The index that the change is told of with dangles when the proxy hears of it.
+        const auto removeParent = [&] {
+            if (!std::exchange(done, true))
+                model.removeRows(1, 1);
+        };
+        connect(&model, &QAbstractItemModel::rowsInserted, this, removeParent);
+        connect(&model, &QAbstractItemModel::rowsRemoved, this, removeParent);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+
+        change(model, model.index(1, 0));
+
+        QVERIFY(done);
+        QCOMPARE(model.askedOfTheDead(), 0);
+        QCOMPARE(proxy.rowCount(), 2);
+        QCOMPARE(proxy.rowCount(proxy.index(0, 0)) + proxy.rowCount(proxy.index(1, 0)), 0);
+    }
+
+    void bearsTheEndOfTheParentOfARemoval()
+    {
+        const auto store = m_files.parsed("[g1]\nk=1\nl=2\n[g2]\nm=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        bool done = false;
+        connect(&model, &QAbstractItemModel::rowsRemoved, this, [&] {
+            if (!std::exchange(done, true))
+                model.removeRows(0, 1);
+        });
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+
+        model.removeRows(0, 1, model.index(0, 0));
+
+        QCOMPARE(treeText(model), u"g2{m=3}"_s);
         QCOMPARE(shape(proxy), shape(model));
     }
 
