@@ -368,6 +368,11 @@ void MemoryTable::refuseMissing(const QList<Record> &rows) const
                         .arg(d->name, QString::number(entry)));
 }
 
+bool MemoryTable::tryLock() const
+{
+    return d->mutex.try_lock();
+}
+
 qint64 MemoryTable::liveRowCount() const
 {
     return d->slabs.liveBlocks();

@@ -73,6 +73,9 @@ public:
     /// Takes all rows out of the table.
     void clear();
 
+    /// As lock(), but returns at once: false when the lock is not to be had just now.
+    bool tryLock() const;
+
     /// How many rows are alive: in the table or held by a handle.
     qint64 liveRowCount() const;
     /// The width of a row block in bytes, header and presence bits included.

@@ -574,6 +574,28 @@ private Q_SLOTS:
         QVERIFY(entered);
     }
 
+    void triesItsLockWithoutWaiting()
+    {
+        MemoryTable table(QStringLiteral("quotes"), quotes);
+        const auto othersTry = [&table] {
+            return std::async(std::launch::async,
+                              [&table] {
+                                  const bool isTaken = table.tryLock();
+                                  if (isTaken)
+                                      table.unlock();
+                                  return isTaken;
+                              })
+                .get();
+        };
+
+        QVERIFY(table.tryLock());
+        QVERIFY(table.tryLock());
+        table.unlock();
+        QVERIFY(!othersTry());
+        table.unlock();
+        QVERIFY(othersTry());
+    }
+
     void unlocksWhenAnOperationThrows()
     {
         MemoryTable table(QStringLiteral("quotes"), quotes);
