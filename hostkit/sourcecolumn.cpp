@@ -24,6 +24,8 @@ constexpr int decimalDigits = 16;
 constexpr int xdecimalDigits = 36;
 /// The scale of a decimal column that declares neither digits nor scale.
 constexpr int openScale = 10;
+/// The digits before the point that such a column keeps room for when its values need a larger scale.
+constexpr qint64 openWhole = 8;
 constexpr int maxVarChar = 32767;
 constexpr int maxRaw = 65535;
 /// Doubles up to this hold every whole number.
@@ -245,7 +247,9 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
         spec.length = length;
         break;
     }
-    return SourceColumn(spec, digits);
+    SourceColumn column(spec, digits);
+    column.m_isOpen = *kind == Kind::Decimal && !hasLength;
+    return column;
 }
 
 SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec)
@@ -402,12 +406,15 @@ CellProblem SourceColumn::readDecimal(const QVariant &value, CellValue &cell)
 CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
 {
     const auto number = DecimalText::read(text.trimmed());
-    if (!number)
-        return CellProblem::WrongKind;
+    if (!number) {
+        const bool isNoNumber = text == "NaN"_L1 || text == "Infinity"_L1 || text == "-Infinity"_L1;
+        return isNoNumber ? CellProblem::OutOfRange : CellProblem::WrongKind;
+    }
     if (number->digits.isEmpty())
         return storeUnscaled(0, cell);
     m_neededScale = number->scale;
     m_neededWhole = number->digits.size() - number->scale;
+    m_widestWhole = std::max(m_widestWhole, m_neededWhole);
     if (m_neededScale > m_spec.length || m_neededWhole > m_digits - m_spec.length)
         return CellProblem::Digits;
 
@@ -431,8 +438,18 @@ CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
 
 bool SourceColumn::widen()
 {
+    if (isText()) {
+        // A character takes at most two units.
+        if (2 * m_spec.length <= maxVarChar)
+            m_spec.length *= 2;
+        else
+            m_spec = {.name = m_spec.name, .type = FieldType::String, .nullable = m_spec.nullable};
+        return true;
+    }
     const qint64 scale = std::max<qint64>(m_neededScale, m_spec.length);
-    const qint64 whole = std::max<qint64>(m_neededWhole, m_digits - m_spec.length);
+    // The quick ways read no number of more digits before the point than the least here.
+    const qint64 whole = m_isOpen ? std::max(m_widestWhole, openWhole)
+                                  : std::max<qint64>(m_neededWhole, m_digits - m_spec.length);
     if (scale > decimal::maxScale || whole + scale > xdecimalDigits)
         return false;
     m_spec.length = int(scale);
@@ -495,6 +512,85 @@ CellProblem SourceColumn::readDateTime(const QVariant &value, CellValue &cell)
     default:
         return CellProblem::WrongKind;
     }
+    if (milliseconds == 0)
+        return CellProblem::EpochDate;
+    cell = datetime(milliseconds);
+    return CellProblem::None;
+}
+
+void SourceColumn::takeServerTexts()
+{
+    if (m_spec.type == FieldType::DateTime)
+        m_reader = &SourceColumn::readServerDateTime;
+}
+
+namespace {
+
+/// Takes a whole number of at least so many digits off the front of \a text.
+std::optional<int> takeNumber(QStringView &text, qsizetype digits)
+{
+    qsizetype size = 0;
+    int number = 0;
+    while (size < text.size() && size < 8 && text[size] >= u'0' && text[size] <= u'9')
+        number = number * 10 + (text[size++].unicode() - u'0');
+    if (size < digits)
+        return std::nullopt;
+    text = text.sliced(size);
+    return number;
+}
+
+bool take(QStringView &text, QLatin1StringView expected)
+{
+    if (!text.startsWith(expected))
+        return false;
+    text = text.sliced(expected.size());
+    return true;
+}
+
+} // namespace
+
+/// Reads "2017-01-31", "2017-01-31 14:30:00.125" and "0044-03-15 BC".
+CellProblem SourceColumn::readServerDateTime(const QVariant &value, CellValue &cell)
+{
+    if (value.typeId() != QMetaType::QString)
+        return CellProblem::WrongKind;
+    QStringView text = *static_cast<const QString *>(value.constData());
+    const auto year = takeNumber(text, 4);
+    const bool hasMonth = year && take(text, "-"_L1);
+    const auto month = hasMonth ? takeNumber(text, 2) : std::nullopt;
+    const bool hasDay = month && take(text, "-"_L1);
+    const auto day = hasDay ? takeNumber(text, 2) : std::nullopt;
+    if (!day)
+        return CellProblem::Date;
+    qint64 time = 0;
+    bool isTooFine = false;
+    if (text.size() >= 9 && text[0] == u' ' && text[1].isDigit()) {
+        text = text.sliced(1);
+        for (const bool isLast : {false, false, true}) {
+            const auto part = takeNumber(text, 2);
+            if (!part || (!isLast && !take(text, ":"_L1)))
+                return CellProblem::Date;
+            time = time * 60 + *part;
+        }
+        time *= 1000;
+        if (take(text, "."_L1)) {
+            int unit = 100;
+            for (; !text.isEmpty() && text[0] >= u'0' && text[0] <= u'9'; text = text.sliced(1), unit /= 10) {
+                const int digit = text[0].unicode() - u'0';
+                time += digit * unit;
+                isTooFine = isTooFine || (unit == 0 && digit != 0);
+            }
+        }
+    }
+    const bool isBeforeChrist = take(text, " BC"_L1);
+    const QDate date(isBeforeChrist ? -*year : *year, *month, *day);
+    if (!text.isEmpty() || !date.isValid())
+        return CellProblem::Date;
+    if (isTooFine)
+        return CellProblem::Fraction;
+    constexpr qint64 epoch = 2'440'588;
+    constexpr qint64 millisecondsPerDay = 86'400'000;
+    const qint64 milliseconds = (date.toJulianDay() - epoch) * millisecondsPerDay + time;
     if (milliseconds == 0)
         return CellProblem::EpochDate;
     cell = datetime(milliseconds);

@@ -22,6 +22,7 @@ enum class CellProblem {
     NulInText,  ///< a NUL character where texts end at one
     Date,       ///< not a date
     EpochDate,  ///< the date that stands for none
+    Fraction,   ///< a time finer than milliseconds
     ByteCount,  ///< not exactly the width of the field
     Encoding,   ///< bytes that are no valid text
 };
@@ -51,9 +52,12 @@ public:
     }
 
     /// Gives a decimal column the digits that the value needs which was just refused with
-    /// CellProblem::Digits, on either side of the point. False, and nothing changed, when no type holds so
-    /// many.
+    /// CellProblem::Digits, on either side of the point; and a VarChar column that counts characters the
+    /// UTF-16 units that as many of them may take. False, and nothing changed, when no type holds so many.
     bool widen();
+
+    /// Takes dates as PostgreSQL writes them, for a column that has not read anything yet.
+    void takeServerTexts();
 
 private:
     using Reader = CellProblem (SourceColumn::*)(const QVariant &, CellValue &);
@@ -66,6 +70,7 @@ private:
     CellProblem readDecimal(const QVariant &value, CellValue &cell);
     CellProblem readText(const QVariant &value, CellValue &cell);
     CellProblem readDateTime(const QVariant &value, CellValue &cell);
+    CellProblem readServerDateTime(const QVariant &value, CellValue &cell);
     CellProblem readBytes(const QVariant &value, CellValue &cell);
 
     CellProblem storeUnscaled(qint64 unscaled, CellValue &cell) const;
@@ -83,5 +88,9 @@ private:
     /// The digits that the last decimal text needed after and before the point.
     qint64 m_neededScale = 0;
     qint64 m_neededWhole = 0;
+    /// Declared without digits: only what the values need counts then; and the digits before the point of the widest
+    /// so far.
+    bool m_isOpen = false;
+    qint64 m_widestWhole = 0;
     Reader m_reader = nullptr;
 };

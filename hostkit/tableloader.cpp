@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/tableloader.h>
 
+#include <hostkit/postgresdialect_p.h>
 #include <hostkit/sourcecolumn_p.h>
+#include <hostkit/sourcelocation.h>
 
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
@@ -91,22 +93,40 @@ QString declaredType(const QSqlField &field)
 
 struct TableLoader::Private
 {
-    explicit Private(const QSqlDatabase &database)
-        : connection(database),
-          isSqlite(database.isValid() && database.driver()->dbmsType() == QSqlDriver::SQLite)
-    {
-    }
+    enum class Dialect { Sqlite, Postgres, Other };
 
+    /// How a table is asked for.
+    struct Source
+    {
+        std::vector<SourceColumn> columns = {};
+        /// What to select for each column.
+        QStringList expressions = {};
+        QString quotedName = {};
+    };
+    struct NamedTable
+    {
+        QString name;
+        QString quotedName;
+        /// PostgreSQL only.
+        qint64 number = 0;
+    };
+
+    explicit Private(const QSqlDatabase &database) : connection(database), dialect(dialectOf(database)) {}
+
+    static Dialect dialectOf(const QSqlDatabase &database);
     [[noreturn]] void fail(const QSqlError &error) const;
-    void require(const QString &table) const;
+    /// Carries out \a statement or fails.
+    void execute(QSqlQuery &query, const QString &statement) const;
+    QList<NamedTable> tables() const;
+    NamedTable require(const QString &table) const;
     QString quoted(const QString &name, QSqlDriver::IdentifierType type) const;
-    std::vector<SourceColumn> columns(const QString &table) const;
+    Source source(const QString &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop) const;
-    bool read(const QString &table, std::vector<SourceColumn> &columns, const std::stop_token &stop,
+    bool read(const QString &table, Source &source, const std::stop_token &stop,
               std::unique_ptr<MemoryTable> &result) const;
 
     QSqlDatabase connection;
-    bool isSqlite = false;
+    const Dialect dialect = Dialect::Other;
     ProgressFunction progress;
     qint64 interval = 4096;
     Digits digits = Digits::AsDeclared;
@@ -159,16 +179,44 @@ private:
 
 } // namespace
 
+TableLoader::Private::Dialect TableLoader::Private::dialectOf(const QSqlDatabase &database)
+{
+    if (!database.isValid())
+        return Dialect::Other;
+    switch (database.driver()->dbmsType()) {
+    case QSqlDriver::SQLite:
+        return Dialect::Sqlite;
+    case QSqlDriver::PostgreSQL:
+        return Dialect::Postgres;
+    default:
+        return Dialect::Other;
+    }
+}
+
 void TableLoader::Private::fail(const QSqlError &error) const
 {
-    QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-    throw Exception(
-        TableLoader::tr("База данных «%1»: %2").arg(connection.databaseName(), text.simplified()));
+    const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
+    QString name = connection.databaseName();
+    if (dialect == Dialect::Postgres) {
+        SourceLocation location;
+        location.host = connection.hostName();
+        location.port = connection.port();
+        location.database = name;
+        location.user = connection.userName();
+        name = location.displayName();
+    }
+    throw Exception(TableLoader::tr("База данных «%1»: %2").arg(name, text.simplified()));
+}
+
+void TableLoader::Private::execute(QSqlQuery &query, const QString &statement) const
+{
+    if (!query.exec(statement))
+        fail(query.lastError());
 }
 
 QString TableLoader::Private::quoted(const QString &name, QSqlDriver::IdentifierType type) const
 {
-    if (!isSqlite)
+    if (dialect == Dialect::Other)
         return connection.driver()->escapeIdentifier(name, type);
     // The driver would split a name at its points and let one with brackets pass as it is.
     return u'"' + QString(name).replace(u'"', u"\"\""_s) + u'"';
@@ -178,49 +226,87 @@ TableLoader::TableLoader(const QSqlDatabase &connection) : d(std::make_unique<Pr
 
 TableLoader::~TableLoader() = default;
 
+QList<TableLoader::Private::NamedTable> TableLoader::Private::tables() const
+{
+    QList<NamedTable> result;
+    if (!connection.isOpen())
+        fail(connection.lastError());
+    QSqlQuery query(connection);
+    query.setForwardOnly(true);
+    switch (dialect) {
+    case Dialect::Sqlite:
+        execute(query, u"SELECT name FROM sqlite_master WHERE type = 'table' "
+                       "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s);
+        while (query.next()) {
+            const QString name = query.value(0).toString();
+            result.append({name, quoted(name, QSqlDriver::TableName)});
+        }
+        break;
+    case Dialect::Postgres:
+        execute(query, PostgresDialect::tablesStatement());
+        while (query.next()) {
+            const QString schema = query.value(0).toString();
+            const QString table = query.value(1).toString();
+            result.append({PostgresDialect::listedName(schema, table, query.value(3).toBool()),
+                           PostgresDialect::quoted(schema) + u'.' + PostgresDialect::quoted(table),
+                           query.value(2).toLongLong()});
+        }
+        break;
+    case Dialect::Other: {
+        const QStringList names = connection.tables(QSql::Tables);
+        for (const QString &name : names)
+            result.append({name, quoted(name, QSqlDriver::TableName)});
+        break;
+    }
+    }
+    if (query.lastError().isValid())
+        fail(query.lastError());
+    std::sort(result.begin(), result.end(),
+              [](const NamedTable &a, const NamedTable &b) { return a.name < b.name; });
+    return result;
+}
+
 QStringList TableLoader::tableNames() const
 {
     QStringList names;
-    if (!d->connection.isOpen())
-        d->fail(d->connection.lastError());
-    if (d->isSqlite) {
-        QSqlQuery query(d->connection);
-        query.setForwardOnly(true);
-        if (!query.exec(
-                u"SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s))
-            d->fail(query.lastError());
-        while (query.next())
-            names.append(query.value(0).toString());
-        if (query.lastError().isValid())
-            d->fail(query.lastError());
-    } else {
-        names = d->connection.tables(QSql::Tables);
-    }
-    std::sort(names.begin(), names.end());
+    const auto tables = d->tables();
+    for (const Private::NamedTable &table : tables)
+        names.append(table.name);
     return names;
 }
 
-void TableLoader::Private::require(const QString &table) const
+TableLoader::Private::NamedTable TableLoader::Private::require(const QString &table) const
 {
-    if (!TableLoader(connection).tableNames().contains(table))
+    const auto all = tables();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [&table](const NamedTable &known) { return known.name == table; });
+    if (found == all.end())
         throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table));
+    return *found;
 }
 
-std::vector<SourceColumn> TableLoader::Private::columns(const QString &table) const
+TableLoader::Private::Source TableLoader::Private::source(const QString &table) const
 {
-    require(table);
-    std::vector<SourceColumn> result;
-    const auto add = [&result, &table](const QString &name, const QString &type, bool nullable) {
+    const NamedTable named = require(table);
+    Source result{.quotedName = named.quotedName};
+    const auto add = [this, &result, &table](const QString &name, const QString &type, bool nullable) {
         auto column = SourceColumn::fromDeclaredType(name, type, nullable);
         if (!column) {
             throw Exception(TableLoader::tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается")
                                 .arg(table, name, type.simplified()));
         }
-        result.push_back(std::move(*column));
+        if (dialect == Dialect::Postgres) {
+            column->takeServerTexts();
+            result.expressions.append(PostgresDialect::expression(*column, type));
+        } else {
+            result.expressions.append(quoted(name, QSqlDriver::FieldName));
+        }
+        result.columns.push_back(std::move(*column));
     };
-    if (isSqlite) {
-        QSqlQuery query(connection);
-        query.setForwardOnly(true);
+    QSqlQuery query(connection);
+    query.setForwardOnly(true);
+    switch (dialect) {
+    case Dialect::Sqlite:
         // Columns that are hidden in "SELECT *", those of virtual tables, have hidden = 1.
         if (!query.prepare(
                 u"SELECT name, type, \"notnull\", pk FROM pragma_table_xinfo(?) WHERE hidden <> 1 ORDER BY cid"_s))
@@ -232,9 +318,13 @@ std::vector<SourceColumn> TableLoader::Private::columns(const QString &table) co
             const bool nullable = query.value(2).toInt() == 0 && query.value(3).toInt() == 0;
             add(query.value(0).toString(), query.value(1).toString(), nullable);
         }
-        if (query.lastError().isValid())
-            fail(query.lastError());
-    } else {
+        break;
+    case Dialect::Postgres:
+        execute(query, PostgresDialect::columnsStatement(named.number));
+        while (query.next())
+            add(query.value(0).toString(), query.value(1).toString(), !query.value(2).toBool());
+        break;
+    case Dialect::Other: {
         const QSqlRecord record = connection.record(table);
         const QSqlIndex key = connection.primaryIndex(table);
         for (int i = 0; i < record.count(); ++i) {
@@ -242,24 +332,29 @@ std::vector<SourceColumn> TableLoader::Private::columns(const QString &table) co
             const bool required = field.requiredStatus() == QSqlField::Required || key.contains(field.name());
             add(field.name(), declaredType(field), !required);
         }
+        break;
     }
+    }
+    if (query.lastError().isValid())
+        fail(query.lastError());
     return result;
 }
 
 QList<ColumnSpec> TableLoader::columns(const QString &table) const
 {
     QList<ColumnSpec> result;
-    for (const SourceColumn &column : d->columns(table))
+    const Private::Source source = d->source(table);
+    for (const SourceColumn &column : source.columns)
         result.append(column.spec());
     return result;
 }
 
 qint64 TableLoader::rowCount(const QString &table) const
 {
-    d->require(table);
+    const Private::NamedTable named = d->require(table);
     QSqlQuery query(d->connection);
     query.setForwardOnly(true);
-    if (!query.exec(u"SELECT count(*) FROM "_s + d->quoted(table, QSqlDriver::TableName)) || !query.next())
+    if (!query.exec(u"SELECT count(*) FROM "_s + named.quotedName) || !query.next())
         d->fail(query.lastError());
     return query.value(0).toLongLong();
 }
@@ -298,6 +393,8 @@ QString reason(CellProblem problem)
         return TableLoader::tr("не дата");
     case CellProblem::EpochDate:
         return TableLoader::tr("это мгновение обозначает отсутствие даты");
+    case CellProblem::Fraction:
+        return TableLoader::tr("время точнее миллисекунды");
     case CellProblem::ByteCount:
         return TableLoader::tr("другое число байтов");
     case CellProblem::Encoding:
@@ -319,66 +416,178 @@ Exception cellError(const QString &table, qint64 row, const SourceColumn &column
 
 } // namespace
 
+namespace {
+
+/// Sees to it that several queries see the same rows, unless the connection is inside a transaction already and does
+/// so itself; and that PostgreSQL writes every digit. Ends as if nothing had been.
+class Snapshot
+{
+    Q_DISABLE_COPY_MOVE(Snapshot)
+public:
+    Snapshot(const QSqlDatabase &connection, bool isPostgres) : m_connection(connection)
+    {
+        if (!m_connection.isOpen())
+            return;
+        if (!isPostgres) {
+            m_isDrivers = m_connection.transaction();
+            return;
+        }
+        // Only a transaction that began with an earlier statement is older than this one.
+        QSqlQuery query(m_connection);
+        if (!query.exec(u"SELECT pg_catalog.now() <> pg_catalog.statement_timestamp()"_s) || !query.next())
+            return;
+        if (query.value(0).toBool()) {
+            if (query.exec(u"SAVEPOINT sito_load"_s))
+                m_end = {u"ROLLBACK TO SAVEPOINT sito_load"_s, u"RELEASE SAVEPOINT sito_load"_s};
+        } else if (query.exec(u"BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY"_s)) {
+            m_end = {u"ROLLBACK"_s};
+        }
+        if (!m_end.isEmpty()) {
+            query.exec(u"SET LOCAL extra_float_digits = 3"_s);
+            query.exec(u"SET LOCAL DateStyle = 'ISO'"_s);
+        }
+    }
+    ~Snapshot()
+    {
+        // A connection that was lost takes its transaction with it.
+        if (!m_connection.isOpen())
+            return;
+        if (m_isDrivers)
+            m_connection.rollback();
+        for (const QString &statement : std::as_const(m_end))
+            QSqlQuery(m_connection).exec(statement);
+    }
+
+private:
+    QSqlDatabase m_connection;
+    bool m_isDrivers = false;
+    QStringList m_end;
+};
+
+/// The rows of a statement one after the other, never all in memory at once.
+class RowReader
+{
+public:
+    /// With \a byCursor inside a transaction only.
+    RowReader(const QSqlDatabase &connection, bool byCursor) : m_query(connection), m_byCursor(byCursor)
+    {
+        // Of a cursor, a portion at a time is held and no more; so a reading that is given up need not wait for the
+        // rest.
+        m_query.setForwardOnly(!byCursor);
+        // Some drivers would give decimal numbers as doubles.
+        m_query.setNumericalPrecisionPolicy(QSql::HighPrecision);
+    }
+
+    bool exec(const QString &statement)
+    {
+        if (!m_byCursor)
+            return m_query.exec(statement);
+        return m_query.exec(u"DECLARE sito_rows NO SCROLL CURSOR FOR "_s + statement) && fetch();
+    }
+    bool next()
+    {
+        if (m_query.next())
+            return true;
+        if (!m_byCursor || m_portion < portion || !fetch())
+            return false;
+        return m_query.next();
+    }
+    QVariant value(int column) const { return m_query.value(column); }
+    bool isNull(int column) const { return m_query.isNull(column); }
+    QSqlError lastError() const { return m_query.lastError(); }
+    /// After the last row.
+    void close()
+    {
+        if (m_byCursor)
+            m_query.exec(u"CLOSE sito_rows"_s);
+    }
+
+private:
+    static constexpr int portion = 4096;
+
+    bool fetch()
+    {
+        const bool isGood = m_query.exec(u"FETCH FORWARD %1 FROM sito_rows"_s.arg(portion));
+        m_portion = isGood ? m_query.size() : 0;
+        return isGood;
+    }
+
+    QSqlQuery m_query;
+    const bool m_byCursor;
+    int m_portion = 0;
+};
+
+} // namespace
+
 std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
                                                         const std::stop_token &stop) const
 {
-    std::vector<SourceColumn> source = columns(table);
+    Source wanted = source(table);
     std::unique_ptr<MemoryTable> result;
-    // The first reading may find that columns need more digits; it goes on to the end without keeping the
-    // rows, so that the second finds every column wide enough.
-    while (!read(table, source, stop, result)) {
+    // The first reading may find that columns need more room; it goes on to the end without keeping the rows,
+    // so that the second finds every column wide enough.
+    while (!read(table, wanted, stop, result)) {
     }
     return result;
 }
 
-/// Reads \a table into \a result, which becomes null when the load is cancelled. False when \a columns were
-/// widened.
-bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> &columns,
-                                const std::stop_token &stop, std::unique_ptr<MemoryTable> &result) const
+/// Reads \a table into \a result, which becomes null when the load is cancelled. False when columns of \a source
+/// were widened.
+bool TableLoader::Private::read(const QString &table, Source &source, const std::stop_token &stop,
+                                std::unique_ptr<MemoryTable> &result) const
 {
+    std::vector<SourceColumn> &columns = source.columns;
     QList<ColumnSpec> specs;
-    QStringList names;
     QStringList bytes;
-    for (const SourceColumn &column : columns) {
-        specs.append(column.spec());
-        names.append(quoted(column.spec().name, QSqlDriver::FieldName));
-        bytes.append(column.isText() ? u"CAST(%1 AS BLOB)"_s.arg(names.constLast()) : names.constLast());
+    for (size_t i = 0; i < columns.size(); ++i) {
+        specs.append(columns[i].spec());
+        const QString &name = source.expressions.at(qsizetype(i));
+        bytes.append(columns[i].isText() ? u"CAST(%1 AS BLOB)"_s.arg(name) : name);
     }
     result = nullptr;
     auto loaded = std::make_unique<MemoryTable>(table, specs);
+    const bool isSqlite = dialect == Dialect::Sqlite;
+    const bool isPostgres = dialect == Dialect::Postgres;
 
-    const QString from = u" FROM "_s + quoted(table, QSqlDriver::TableName);
-    QSqlQuery query(connection);
-    query.setForwardOnly(true);
-    // Some drivers would give decimal numbers as doubles.
-    query.setNumericalPrecisionPolicy(QSql::HighPrecision);
-
+    const QString from = u" FROM "_s + source.quotedName;
     Progress state{.table = table};
-    if (!query.exec(u"SELECT count(*)"_s + from) || !query.next())
-        fail(query.lastError());
-    state.rowsTotal = query.value(0).toLongLong();
+    {
+        QSqlQuery query(connection);
+        query.setForwardOnly(true);
+        if (!query.exec(u"SELECT count(*)"_s + from) || !query.next())
+            fail(query.lastError());
+        state.rowsTotal = query.value(0).toLongLong();
+    }
     if (stop.stop_requested() || (progress && !progress(state)))
         return true;
 
-    if (!query.exec(u"SELECT "_s + names.join(u", "_s) + from))
-        fail(query.lastError());
+    RowReader rows(connection, isPostgres);
+    if (!rows.exec(u"SELECT "_s + source.expressions.join(u", "_s) + from))
+        fail(rows.lastError());
     EncodingCheck encoding(connection, u"SELECT "_s + bytes.join(u", "_s) + from);
     std::vector<CellValue> cells(columns.size());
     qint64 reported = 0;
     bool isWidened = false;
-    while (query.next()) {
+    while (rows.next()) {
         if (stop.stop_requested())
             return true;
         for (size_t i = 0; i < columns.size(); ++i) {
-            const QVariant value = query.value(int(i));
+            QVariant value = rows.value(int(i));
+            if (isPostgres && columns[i].isText() && !value.isNull())
+                value = PostgresDialect::text(value.toString());
             CellProblem problem = columns[i].read(value, cells[i]);
-            if (problem == CellProblem::Digits && digits == Digits::AsNeeded && columns[i].widen()) {
+            const bool needsRoom =
+                (problem == CellProblem::Digits) || (problem == CellProblem::TextLength && isPostgres);
+            if (needsRoom && digits == Digits::AsNeeded && columns[i].widen()) {
                 isWidened = true;
                 continue;
             }
-            if (isSqlite && problem == CellProblem::None && columns[i].isText()) {
+            // Some drivers give no value in place of one that they cannot read.
+            if (value.isNull() && !rows.isNull(int(i)))
+                problem = CellProblem::WrongKind;
+            if (problem == CellProblem::None && columns[i].isText()) {
                 const auto *text = std::get_if<QString>(&cells[i]);
-                if (text && !isAscii(*text) && !encoding.isValid(state.rowsRead, int(i), *text))
+                if (text && isSqlite && !isAscii(*text) && !encoding.isValid(state.rowsRead, int(i), *text))
                     problem = CellProblem::Encoding;
             }
             if (problem != CellProblem::None)
@@ -393,8 +602,9 @@ bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> 
                 return true;
         }
     }
-    if (query.lastError().isValid())
-        fail(query.lastError());
+    if (rows.lastError().isValid())
+        fail(rows.lastError());
+    rows.close();
     if (isWidened)
         return false;
     if (progress && (reported != state.rowsRead || state.rowsRead == 0) && !progress(state))
@@ -405,32 +615,34 @@ bool TableLoader::Private::read(const QString &table, std::vector<SourceColumn> 
 
 std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const std::stop_token &stop) const
 {
-    // Counting and reading see the same rows; a connection that is inside a transaction already sees to that
-    // itself.
-    const bool isOwn = d->connection.isOpen() && d->connection.transaction();
-    const auto end = qScopeGuard([this, isOwn] {
-        if (isOwn)
-            d->connection.rollback();
-    });
+    const Snapshot snapshot(d->connection, d->dialect == Private::Dialect::Postgres);
     return d->load(table, stop);
+}
+
+std::optional<std::vector<std::unique_ptr<MemoryTable>>>
+TableLoader::loadAll(const QStringList &tables, const std::stop_token &stop) const
+{
+    const Snapshot snapshot(d->connection, d->dialect == Private::Dialect::Postgres);
+    std::vector<std::unique_ptr<MemoryTable>> loaded;
+    for (const QString &table : tables) {
+        auto next = d->load(table, stop);
+        if (!next)
+            return std::nullopt;
+        loaded.push_back(std::move(next));
+    }
+    return loaded;
 }
 
 bool TableLoader::load(const QStringList &tables, MemoryDatabase &database, const std::stop_token &stop) const
 {
-    const bool isOwn = d->connection.isOpen() && d->connection.transaction();
-    const auto end = qScopeGuard([this, isOwn] {
-        if (isOwn)
-            d->connection.rollback();
-    });
-    std::vector<std::unique_ptr<MemoryTable>> loaded;
     for (const QString &table : tables) {
         if (database.tableNames().contains(table))
             throw Exception(TableLoader::tr("Таблица «%1» уже загружена").arg(table));
-        auto next = d->load(table, stop);
-        if (!next)
-            return false;
-        loaded.push_back(std::move(next));
     }
+    auto all = loadAll(tables, stop);
+    if (!all)
+        return false;
+    std::vector<std::unique_ptr<MemoryTable>> &loaded = *all;
     QStringList added;
     auto takeBack = qScopeGuard([&added, &database] {
         for (const QString &name : std::as_const(added))

@@ -12,7 +12,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
+#include <vector>
 
 class MemoryDatabase;
 class MemoryTable;
@@ -35,6 +37,10 @@ class MemoryTable;
 /// | BLOB(n), BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes |
 /// | BLOB, BYTEA | Block |
 ///
+/// A column of PostgreSQL counts as its type's full name there; CHAR(n) comes padded with blanks, TIMESTAMP WITH
+/// TIME ZONE as the instant in UTC, whatever the zones of the server and the machine, and domains as the types
+/// that they rest on.
+///
 /// A column admits absent values unless it is declared NOT NULL or belongs to the primary key. A column of
 /// any other type, or of none, is refused: what it holds could not be told in advance.
 ///
@@ -46,6 +52,14 @@ class MemoryTable;
 /// shortest decimal number that reads back the same. Dates are read by datetime(const QString &); the empty
 /// text means no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no
 /// date". Numbers are no dates.
+///
+/// PostgreSQL's infinite dates, its times finer than a millisecond, and NaN and the infinities in NUMERIC are
+/// such values, too; its REAL and DOUBLE PRECISION are read with all digits, as the shortest decimal number
+/// that is the same to the server.
+///
+/// **Tables** of PostgreSQL are those of all schemas but the system's, partitioned ones as a whole; without
+/// views, temporary tables, and those of other servers. One that the search path finds has its plain name, any other one
+/// "schema.table"; a part that holds a point or a quotation mark is written in quotation marks.
 ///
 /// **Errors** are thrown as Exception and name the table and, for a value, the row (counted from 1 in the
 /// order of reading), the column and the value. Nothing that was loaded before stays behind then; the same
@@ -72,7 +86,8 @@ public:
     enum class Digits {
         /// The load fails.
         AsDeclared,
-        /// The column gets as many digits, on either side of the point, as its values need, up to 36.
+        /// The column gets as many digits, on either side of the point, as its values need, up to 36. So
+        /// does a VARCHAR(n) or CHAR(n) column of PostgreSQL, which counts characters, get as many UTF-16 units.
         AsNeeded,
     };
 
@@ -96,9 +111,13 @@ public:
     void setProgress(ProgressFunction progress, qint64 interval = 4096);
 
     /// A copy of \a table with rows in the order in which the database gives them, read in one transaction
-    /// unless one is open already. Null when the load was cancelled, by the progress function or, from any
+    /// (PostgreSQL: one that sees a single moment) unless one is open already. Null when the load was cancelled, by the progress function or, from any
     /// thread, by \a stop.
     std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop = {}) const;
+
+    /// Copies of \a tables in this order, all as they are at one moment; nothing when the load was cancelled.
+    std::optional<std::vector<std::unique_ptr<MemoryTable>>> loadAll(const QStringList &tables,
+                                                                     const std::stop_token &stop = {}) const;
 
     /// Loads \a tables in this order and adds all of them to \a database, or none of them; false when the
     /// load was cancelled. A name that \a database has already is an error.

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en" sourcelanguage="ru">
 <context>
+    <name>ColumnNotes</name>
+    <message>
+        <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
+        <translation>Column &apos;%1&apos; is declared as %2, but its values need %3</translation>
+    </message>
+</context>
+<context>
     <name>ColumnsFilter</name>
     <message>
         <source>Столбец «%1» таблицы «%2» имеет тип %3: его значения не сравниваются</source>
@@ -434,6 +441,95 @@ LANGUAGE
     </message>
 </context>
 <context>
+    <name>SourceConnection</name>
+    <message>
+        <source>База данных не открыта</source>
+        <translation>No database is open</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» уже загружена из другого источника</source>
+        <translation>Table &apos;%1&apos; is already loaded from another source</translation>
+    </message>
+    <message>
+        <source>В базе данных «%1» нет таблиц</source>
+        <translation>Database &apos;%1&apos; has no tables</translation>
+    </message>
+</context>
+<context>
+    <name>SourceDatabase</name>
+    <message>
+        <source>Не удалось открыть «%1»: драйвер Qt SQL «%2» не установлен</source>
+        <translation>Cannot open &apos;%1&apos;: the Qt SQL driver &apos;%2&apos; is not installed</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не база данных</source>
+        <translation>&apos;%1&apos; is a directory, not a database</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось открыть «%1»: %2</source>
+        <translation>Cannot open &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>Файл «%1» пуст</source>
+        <translation>File &apos;%1&apos; is empty</translation>
+    </message>
+    <message>
+        <source>«%1» - не база данных SQLite</source>
+        <translation>&apos;%1&apos; is not an SQLite database</translation>
+    </message>
+</context>
+<context>
+    <name>SourceLocation</name>
+    <message>
+        <source>В адресе базы данных после «%» должны стоять две цифры кода символа</source>
+        <translation>In the address of a database, two digits of a character&apos;s code must follow &apos;%&apos;</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных нет «//» перед сервером</source>
+        <translation>The address of the database lacks &apos;//&apos; before the server</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или пароле пишется %3F)</source>
+        <translation>The address of the database has parameters, which are not supported (&apos;?&apos; in a name or password is written %3F)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных не закрыта скобка «[»</source>
+        <translation>The bracket &apos;[&apos; in the address of the database is not closed</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных порт - не число от 1 до 65535 («@», «:» и «/» в имени или пароле пишутся %40, %3A и %2F)</source>
+        <translation>The port in the address of the database is no number from 1 to 65535 (&apos;@&apos;, &apos;:&apos; and &apos;/&apos; in a name or password are written %40, %3A and %2F)</translation>
+    </message>
+    <message>
+        <source>В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)</source>
+        <translation>The address of a database file cannot name a server (write sqlite:/path)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных нет имени файла</source>
+        <translation>The address of the database names no file</translation>
+    </message>
+    <message>
+        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
+        <translation>The address of a database begins with sqlite: or postgresql://</translation>
+    </message>
+    <message>
+        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
+        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
+        <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
+    </message>
+</context>
+<context>
     <name>TableLoader</name>
     <message>
         <source>столбец не допускает пустых значений</source>
@@ -498,6 +594,10 @@ LANGUAGE
     <message>
         <source>Таблица «%1», столбец «%2»: тип «%3» не поддерживается</source>
         <translation>Table &apos;%1&apos;, column &apos;%2&apos;: type &apos;%3&apos; is not supported</translation>
+    </message>
+    <message>
+        <source>время точнее миллисекунды</source>
+        <translation>a time finer than a millisecond</translation>
     </message>
 </context>
 <context>

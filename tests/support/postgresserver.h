@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/sourcelocation.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QSqlDatabase>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <arpa/inet.h>
+#include <csignal>
+#include <memory>
+#include <netinet/in.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+/// A PostgreSQL server of a test's own, on a free port of the loopback interface, with an empty cluster in a temporary
+/// directory. It ends with this object, and with the test program in any case.
+///
+/// The server refuses to run as root; then it runs as the user "postgres", or else "nobody".
+class PostgresServer
+{
+    Q_DISABLE_COPY_MOVE(PostgresServer)
+public:
+    PostgresServer() = default;
+    ~PostgresServer() { stop(); }
+
+    /// Whether its absence makes tests fail instead of being skipped.
+    static bool isRequired() { return !qEnvironmentVariableIsEmpty("SITO_REQUIRE_POSTGRESQL"); }
+
+    /// Why there can be no server here, or empty.
+    static QString whatIsMissing()
+    {
+        if (!QSqlDatabase::isDriverAvailable(QStringLiteral("QPSQL")))
+            return QStringLiteral("the Qt SQL driver for PostgreSQL is not installed");
+        if (program(QStringLiteral("initdb")).isEmpty() || program(QStringLiteral("postgres")).isEmpty())
+            return QStringLiteral("the PostgreSQL server is not installed");
+        return {};
+    }
+
+    /// Makes the cluster and starts the server; what went wrong, or empty.
+    QString start()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        findUser();
+        const QString passwordFile = m_directory->filePath(QStringLiteral("password"));
+        QFile file(passwordFile);
+        if (!file.open(QIODevice::WriteOnly) || file.write(password().toUtf8()) < 0)
+            return file.errorString();
+        file.close();
+        if (m_isOtherUser && (::chown(qPrintable(m_directory->path()), m_user, m_group) != 0 ||
+                              ::chown(qPrintable(passwordFile), m_user, m_group) != 0))
+            return QStringLiteral("cannot give the directory to the server's user");
+        QProcess initdb;
+        run(initdb, QStringLiteral("initdb"),
+            {QStringLiteral("-D"), cluster(), QStringLiteral("-U"), user(), QStringLiteral("-E"),
+             QStringLiteral("UTF8"), QStringLiteral("--locale=C"), QStringLiteral("--no-sync"),
+             QStringLiteral("--auth=scram-sha-256"), QStringLiteral("--pwfile=") + passwordFile});
+        if (!initdb.waitForFinished(60'000) || initdb.exitCode() != 0)
+            return QStringLiteral("initdb: ") + QString::fromLocal8Bit(initdb.readAll());
+        QString error;
+        // Somebody else may take the port between the question and the start.
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            m_port = freePort();
+            error = restart();
+            if (error.isEmpty())
+                break;
+        }
+        return error;
+    }
+
+    /// Starts the server again, after stop() or while it runs; what went wrong, or empty.
+    QString restart()
+    {
+        stop();
+        // One that ended without a farewell would have left it, saying that all is ready.
+        QFile::remove(cluster() + QStringLiteral("/postmaster.pid"));
+        m_server = std::make_unique<QProcess>();
+        run(*m_server, QStringLiteral("postgres"),
+            {QStringLiteral("-D"), cluster(), QStringLiteral("-p"), QString::number(m_port),
+             QStringLiteral("-c"), QStringLiteral("listen_addresses=127.0.0.1"), QStringLiteral("-c"),
+             QStringLiteral("unix_socket_directories="), QStringLiteral("-c"), QStringLiteral("fsync=off"),
+             QStringLiteral("-c"), QStringLiteral("autovacuum=off"), QStringLiteral("-c"),
+             QStringLiteral("max_connections=20"), QStringLiteral("-c"),
+             QStringLiteral("shared_buffers=16MB"), QStringLiteral("-c"),
+             QStringLiteral("dynamic_shared_memory_type=mmap"), QStringLiteral("-c"),
+             // A zone with a gap at midnight, and a server that would round what it writes.
+             QStringLiteral("timezone=America/Sao_Paulo"), QStringLiteral("-c"),
+             QStringLiteral("extra_float_digits=-5")});
+        QElapsedTimer timer;
+        timer.start();
+        while (m_server->state() != QProcess::NotRunning && timer.elapsed() < 30'000) {
+            QFile status(cluster() + QStringLiteral("/postmaster.pid"));
+            if (status.open(QIODevice::ReadOnly) && status.readAll().contains("ready"))
+                return {};
+            m_server->waitForFinished(10);
+        }
+        const QString output = QString::fromLocal8Bit(m_server->readAll());
+        stop();
+        return QStringLiteral("postgres: ") + output;
+    }
+
+    /// Ends the server at once: connections to it are cut off.
+    void stop()
+    {
+        if (!m_server)
+            return;
+        if (m_server->state() != QProcess::NotRunning) {
+            ::kill(pid_t(m_server->processId()), SIGQUIT);
+            if (!m_server->waitForFinished(10'000))
+                m_server->kill();
+            m_server->waitForFinished(5'000);
+        }
+        m_server.reset();
+    }
+
+    bool isRunning() const { return m_server && m_server->state() == QProcess::Running; }
+
+    /// Freezes all of the server, as a network does that falls silent; and lets it go on.
+    void freeze(bool frozen)
+    {
+        const auto signal = frozen ? SIGSTOP : SIGCONT;
+        QFile children(QStringLiteral("/proc/%1/task/%1/children").arg(m_server->processId()));
+        if (children.open(QIODevice::ReadOnly)) {
+            const auto ids = children.readAll().simplified().split(' ');
+            for (const QByteArray &id : ids) {
+                if (id.toInt() > 0)
+                    ::kill(id.toInt(), signal);
+            }
+        }
+        ::kill(pid_t(m_server->processId()), signal);
+    }
+
+    SourceLocation location(const QString &database = QStringLiteral("postgres")) const
+    {
+        SourceLocation result;
+        result.driver = QStringLiteral("QPSQL");
+        result.host = QStringLiteral("127.0.0.1");
+        result.port = m_port;
+        result.database = database;
+        result.user = user();
+        result.password = password();
+        return result;
+    }
+
+    static QString user() { return QStringLiteral("trader"); }
+    static QString password() { return QStringLiteral("p w'd\\@%:/"); }
+
+private:
+    static QString program(const QString &name)
+    {
+        // Debian keeps them out of the search path, by version.
+        QDir versions(QStringLiteral("/usr/lib/postgresql"));
+        QStringList directories;
+        const auto found = versions.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::Reversed);
+        for (const QString &version : found)
+            directories.append(versions.filePath(version + QStringLiteral("/bin")));
+        const QString path = QStandardPaths::findExecutable(name, directories);
+        return path.isEmpty() ? QStandardPaths::findExecutable(name) : path;
+    }
+
+    static int freePort()
+    {
+        const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof(address);
+        auto *plain = reinterpret_cast<sockaddr *>(&address);
+        const bool isGood = ::bind(socket, plain, size) == 0 && ::getsockname(socket, plain, &size) == 0;
+        ::close(socket);
+        return isGood ? ntohs(address.sin_port) : 0;
+    }
+
+    void findUser()
+    {
+        if (::geteuid() != 0)
+            return;
+        const passwd *entry = ::getpwnam("postgres");
+        if (!entry)
+            entry = ::getpwnam("nobody");
+        if (!entry)
+            return;
+        m_isOtherUser = true;
+        m_user = entry->pw_uid;
+        m_group = entry->pw_gid;
+    }
+
+    /// Starts one of the server's programs as its user, to end with this program at the latest.
+    void run(QProcess &process, const QString &name, const QStringList &arguments) const
+    {
+        process.setWorkingDirectory(m_directory->path());
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        QStringList all{QStringLiteral("--pdeathsig"), QStringLiteral("QUIT")};
+        if (m_isOtherUser) {
+            all += {QStringLiteral("--reuid"), QString::number(m_user), QStringLiteral("--regid"),
+                    QString::number(m_group), QStringLiteral("--clear-groups")};
+        }
+        process.start(QStringLiteral("setpriv"),
+                      all + QStringList{QStringLiteral("--"), program(name)} + arguments);
+    }
+
+    QString cluster() const { return m_directory->filePath(QStringLiteral("cluster")); }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<QProcess> m_server;
+    bool m_isOtherUser = false;
+    uid_t m_user = 0;
+    gid_t m_group = 0;
+    int m_port = 0;
+};
+
+/// For initTestCase(): starts \a server; without one the whole program is skipped, or fails where it is required.
+#define SITO_START_POSTGRES(server)                                                                          \
+    do {                                                                                                     \
+        const QString missing = PostgresServer::whatIsMissing();                                             \
+        if (!missing.isEmpty()) {                                                                            \
+            QVERIFY2(!PostgresServer::isRequired(), qPrintable(missing));                                    \
+            QSKIP(qPrintable(missing));                                                                      \
+        }                                                                                                    \
+        const QString error = (server).start();                                                              \
+        QVERIFY2(error.isEmpty(), qPrintable(error));                                                        \
+    } while (false)
