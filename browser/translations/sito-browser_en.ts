@@ -601,6 +601,37 @@ LANGUAGE
     </message>
 </context>
 <context>
+    <name>TableModel</name>
+    <message>
+        <source>Недостаточно памяти</source>
+        <translation>Out of memory</translation>
+    </message>
+    <message>
+        <source>Неизвестная ошибка</source>
+        <translation>Unknown error</translation>
+    </message>
+    <message>
+        <source>нет значения</source>
+        <translation>no value</translation>
+    </message>
+    <message>
+        <source>%1
+Тип: %2, значения может не быть</source>
+        <translation>%1
+Type: %2, may have no value</translation>
+    </message>
+    <message>
+        <source>%1
+Тип: %2</source>
+        <translation>%1
+Type: %2</translation>
+    </message>
+    <message>
+        <source>фильтр включён</source>
+        <translation>filter on</translation>
+    </message>
+</context>
+<context>
     <name>main</name>
     <message>
         <source>Не удалось записать вывод: %1</source>
