@@ -1,61 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/columnsfilter.h>
 
-#include <data/datetime.h>
 #include <data/exception.h>
 #include <data/table.h>
 
-#include <cmath>
-
-using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Whether \a number keeps its value with \a scale digits after the point. Only giving digits up is looked
-/// at: a number too large for the scale is refused where the predicate is made.
-template <typename Number>
-bool fitsScale(const Number &number, int scale)
-{
-    if (number.scale() <= scale)
-        return true;
-    Number rounded = number;
-    rounded.setScale(short(scale));
-    return rounded.compare(number) == 0;
-}
-
-/// Whether \a field, which was read from \a text, is what the text says.
-bool isFaithful(const FieldValue &field, const QString &text)
-{
-    if (!field.isPresent())
-        return text == field.toText();
-    switch (field.def->type) {
-    case FieldType::Double:
-        return !std::isnan(field.value<double>());
-    case FieldType::Decimal:
-        return fitsScale(field.value<decimal>(), field.def->length);
-    case FieldType::XDecimal:
-        return fitsScale(xdecimal::fromData(field.data), field.def->length);
-    case FieldType::VarChar:
-        return text == field.toText();
-    case FieldType::DateTime:
-        return text.isEmpty() || field.value<qint64>() != 0;
-    default:
-        return true;
-    }
-}
-
-} // namespace
+#include "keychecks_p.h"
 
 ColumnsFilter::ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent)
     : ValueFilter(table, columns.constFirst(), columns, -1, parent)
 {
-    for (const int column : columns) {
-        const FieldType::Type type = table.columnDef(column)->type;
-        if (type == FieldType::Raw || type == FieldType::Block) {
-            throw Exception(tr("Столбец «%1» таблицы «%2» имеет тип %3: его значения не сравниваются")
-                                .arg(table.columnName(column), table.name(), FieldType::typeName(type)));
-        }
-    }
+    keychecks::requireComparable(table, columns);
 }
 
 ColumnsFilter::~ColumnsFilter() = default;
@@ -93,24 +47,5 @@ QString ColumnsFilter::name() const
 
 KeyValue ColumnsFilter::valueToKey(const QString &value) const
 {
-    const QStringList parts = value.split(u',');
-    if (parts.size() != columns().size()) {
-        throw Exception(tr("Ключ «%1»: число значений (%2) не равно числу столбцов (%3)")
-                            .arg(value, QString::number(parts.size()), QString::number(columns().size())));
-    }
-    const KeyValue key = ValueFilter::valueToKey(value);
-    for (qsizetype i = 0; i < key.size(); ++i) {
-        const int column = columns().at(i);
-        const FieldValue &field = key.at(i);
-        if (!field.isPresent() && field.toText() == parts.at(i) && !field.def->nullable) {
-            throw Exception(tr("Ключ «%1»: столбец «%2» не допускает пустых значений")
-                                .arg(value, table()->columnName(column)));
-        }
-        if (!isFaithful(field, parts.at(i))) {
-            throw Exception(tr("Ключ «%1»: «%2» не может быть значением столбца «%3» типа %4")
-                                .arg(value, parts.at(i), table()->columnName(column),
-                                     FieldType::typeName(field.def->type)));
-        }
-    }
-    return key;
+    return keychecks::keyFromText(*this, value);
 }

@@ -2,6 +2,21 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en" sourcelanguage="ru">
 <context>
+    <name>CellFilters</name>
+    <message>
+        <source>Не выделено ни одной ячейки</source>
+        <translation>No cell is selected</translation>
+    </message>
+    <message>
+        <source>В выделенных столбцах нет значений, которые можно сравнивать: все они двоичные</source>
+        <translation>The selected columns have no values that can be compared: all of them are binary</translation>
+    </message>
+    <message>
+        <source>В столбце «%1» выделено «не число»: оно равно любому числу, и отбор по нему невозможен</source>
+        <translation>In column &apos;%1&apos; a value that is not a number is selected: it equals every number and cannot be filtered by</translation>
+    </message>
+</context>
+<context>
     <name>ColumnNotes</name>
     <message>
         <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
@@ -306,6 +321,17 @@ LANGUAGE
     </message>
 </context>
 <context>
+    <name>FilterHeader</name>
+    <message>
+        <source>%1, фильтр включён</source>
+        <translation>%1, filter on</translation>
+    </message>
+    <message>
+        <source>%1, фильтр</source>
+        <translation>%1, filter</translation>
+    </message>
+</context>
+<context>
     <name>HeadlessReport</name>
     <message>
         <source>Показано строк: %1</source>
@@ -438,6 +464,17 @@ LANGUAGE
     <message>
         <source>«%1» - не файл INI</source>
         <translation>&apos;%1&apos; is no INI file</translation>
+    </message>
+</context>
+<context>
+    <name>ShowOnlyFilter</name>
+    <message>
+        <source>только: %1</source>
+        <translation>only: %1</translation>
+    </message>
+    <message>
+        <source>Показываемые значения</source>
+        <translation>Values shown</translation>
     </message>
 </context>
 <context>
@@ -629,6 +666,124 @@ Type: %2</translation>
     <message>
         <source>фильтр включён</source>
         <translation>filter on</translation>
+    </message>
+</context>
+<context>
+    <name>ValueListFilter</name>
+    <message>
+        <source>Другие фильтры не учтены: %1</source>
+        <translation>The other filters do not count: %1</translation>
+    </message>
+    <message>
+        <source>кроме: %1</source>
+        <translation>except: %1</translation>
+    </message>
+    <message>
+        <source>Значения…</source>
+        <translation>Values…</translation>
+    </message>
+    <message>
+        <source>&amp;Применить</source>
+        <translation>A&amp;pply</translation>
+    </message>
+    <message>
+        <source>О&amp;тмена</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>(нет значения)</source>
+        <translation>(no value)</translation>
+    </message>
+    <message>
+        <source>(нет даты)</source>
+        <translation>(no date)</translation>
+    </message>
+    <message>
+        <source>(не число)</source>
+        <translation>(not a number)</translation>
+    </message>
+    <message>
+        <source>(пусто)</source>
+        <translation>(empty)</translation>
+    </message>
+    <message>
+        <source>%1 (ещё %2)</source>
+        <translation>%1 (%2 more)</translation>
+    </message>
+</context>
+<context>
+    <name>ValueListWidget</name>
+    <message>
+        <source>%1, строк: %2</source>
+        <translation>%1, rows: %2</translation>
+    </message>
+    <message>
+        <source>Не число. Отдельно не выбирается: скрыто, как только скрыто любое число</source>
+        <translation>Not a number. Cannot be chosen by itself: hidden as soon as any number is hidden</translation>
+    </message>
+    <message>
+        <source>Поиск</source>
+        <translation>Search</translation>
+    </message>
+    <message>
+        <source>Поиск значений</source>
+        <translation>Search the values</translation>
+    </message>
+    <message>
+        <source>Значения</source>
+        <translation>Values</translation>
+    </message>
+    <message>
+        <source>Отмеченные показаны; пробел отмечает и снимает</source>
+        <translation>Checked ones are shown; Space checks and unchecks</translation>
+    </message>
+    <message>
+        <source>Подсчёт значений</source>
+        <translation>Counting the values</translation>
+    </message>
+    <message>
+        <source>&amp;Все</source>
+        <translation>&amp;All</translation>
+    </message>
+    <message>
+        <source>Отметить всё, что в списке</source>
+        <translation>Check everything in the list</translation>
+    </message>
+    <message>
+        <source>&amp;Ничего</source>
+        <translation>&amp;None</translation>
+    </message>
+    <message>
+        <source>Снять отметки со всего, что в списке</source>
+        <translation>Uncheck everything in the list</translation>
+    </message>
+    <message>
+        <source>&amp;Обратить</source>
+        <translation>&amp;Invert</translation>
+    </message>
+    <message>
+        <source>Отметить неотмеченное, что в списке, и наоборот</source>
+        <translation>Check what is unchecked in the list, and the other way round</translation>
+    </message>
+    <message>
+        <source>Значения подсчитываются…</source>
+        <translation>Counting the values…</translation>
+    </message>
+    <message>
+        <source>Отмечено: %1 из %2</source>
+        <translation>Checked: %1 of %2</translation>
+    </message>
+    <message>
+        <source>Найдено: %1. %2</source>
+        <translation>Found: %1. %2</translation>
+    </message>
+    <message>
+        <source>Значения не подсчитаны: %1</source>
+        <translation>The values were not counted: %1</translation>
+    </message>
+    <message>
+        <source>Поиск не удался: %1</source>
+        <translation>The search failed: %1</translation>
     </message>
 </context>
 <context>
