@@ -332,6 +332,57 @@ LANGUAGE
     </message>
 </context>
 <context>
+    <name>FilterStorage</name>
+    <message>
+        <source>Фильтр последних сессий бывает только по двум столбцам</source>
+        <translation>A filter of the last sessions takes two columns</translation>
+    </message>
+    <message>
+        <source>Вид «%1»</source>
+        <translation>View &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Вид «%1», набор «%2»</source>
+        <translation>View &apos;%1&apos;, set &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>%1: такого набора нет</source>
+        <translation>%1: there is no such set</translation>
+    </message>
+    <message>
+        <source>Запись версии «%1» не читается</source>
+        <translation>An entry of version &apos;%1&apos; cannot be read</translation>
+    </message>
+    <message>
+        <source>Вид фильтра «%1» неизвестен</source>
+        <translation>The kind of filter &apos;%1&apos; is not known</translation>
+    </message>
+    <message>
+        <source>Столбцы не названы</source>
+        <translation>No columns are named</translation>
+    </message>
+    <message>
+        <source>Фильтр не создан</source>
+        <translation>No filter was made</translation>
+    </message>
+    <message>
+        <source>Фильтр «%1» нельзя сохранить: его вид не зарегистрирован</source>
+        <translation>Filter &apos;%1&apos; cannot be saved: its kind is not registered</translation>
+    </message>
+    <message>
+        <source>%1: фильтр %2 («%3») не восстановлен. %4</source>
+        <translation>%1: filter %2 (&apos;%3&apos;) was not restored. %4</translation>
+    </message>
+    <message>
+        <source>Не удалось прочитать «%1»</source>
+        <translation>Cannot read &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Не удалось записать «%1»</source>
+        <translation>Cannot write &apos;%1&apos;</translation>
+    </message>
+</context>
+<context>
     <name>HeadlessReport</name>
     <message>
         <source>Показано строк: %1</source>
@@ -376,6 +427,25 @@ LANGUAGE
     <message>
         <source>Не удалось записать «%1»: %2</source>
         <translation>Cannot write &apos;%1&apos;: %2</translation>
+    </message>
+</context>
+<context>
+    <name>KeyText</name>
+    <message>
+        <source>Ошибка в JSON: %1</source>
+        <translation>Error in JSON: %1</translation>
+    </message>
+    <message>
+        <source>В JSON не список</source>
+        <translation>The JSON is not a list</translation>
+    </message>
+    <message>
+        <source>В JSON не список строк</source>
+        <translation>The JSON is not a list of texts</translation>
+    </message>
+    <message>
+        <source>Ключ %1 записан не списком строк и null</source>
+        <translation>Key %1 is not written as a list of texts and nulls</translation>
     </message>
 </context>
 <context>
@@ -564,6 +634,21 @@ LANGUAGE
     <message>
         <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
         <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
+    </message>
+</context>
+<context>
+    <name>TableExport</name>
+    <message>
+        <source>«%1» - сама база данных</source>
+        <translation>&apos;%1&apos; is the database itself</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось записать «%1»: %2</source>
+        <translation>Cannot write &apos;%1&apos;: %2</translation>
     </message>
 </context>
 <context>
