@@ -17,6 +17,13 @@
     </message>
 </context>
 <context>
+    <name>ChoiceSettingsEditor</name>
+    <message>
+        <source>Значение</source>
+        <translation>Value</translation>
+    </message>
+</context>
+<context>
     <name>ColumnNotes</name>
     <message>
         <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
@@ -449,6 +456,52 @@ LANGUAGE
     </message>
 </context>
 <context>
+    <name>LineSettingsEditor</name>
+    <message>
+        <source>Значение</source>
+        <translation>Value</translation>
+    </message>
+    <message>
+        <source>Выбрать цвет (Alt+Вниз)</source>
+        <translation>Choose the colour (Alt+Down)</translation>
+    </message>
+    <message>
+        <source>Выбрать шрифт (Alt+Вниз)</source>
+        <translation>Choose the font (Alt+Down)</translation>
+    </message>
+</context>
+<context>
+    <name>ListSettingsEditor</name>
+    <message>
+        <source>Элементы списка</source>
+        <translation>Items of the list</translation>
+    </message>
+    <message>
+        <source>Добавить</source>
+        <translation>Add</translation>
+    </message>
+    <message>
+        <source>Удалить</source>
+        <translation>Remove</translation>
+    </message>
+    <message>
+        <source>Выше</source>
+        <translation>Up</translation>
+    </message>
+    <message>
+        <source>Ниже</source>
+        <translation>Down</translation>
+    </message>
+    <message>
+        <source>Готово</source>
+        <translation>Done</translation>
+    </message>
+    <message>
+        <source>Отмена</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
     <name>SampleDatabase</name>
     <message>
         <source>Не удалось записать пример во временный каталог</source>
@@ -460,6 +513,48 @@ LANGUAGE
     <message>
         <source>Выбрать</source>
         <translation>Select</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsChanges</name>
+    <message>
+        <source>Правка</source>
+        <translation>Edit</translation>
+    </message>
+    <message>
+        <source>Удаление группы</source>
+        <translation>Removal of a group</translation>
+    </message>
+    <message>
+        <source>Удаление</source>
+        <translation>Removal</translation>
+    </message>
+    <message>
+        <source>Что</source>
+        <translation>What</translation>
+    </message>
+    <message>
+        <source>Путь</source>
+        <translation>Path</translation>
+    </message>
+    <message>
+        <source>Было</source>
+        <translation>Before</translation>
+    </message>
+    <message>
+        <source>Станет</source>
+        <translation>After</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsDelegate</name>
+    <message>
+        <source>Значение не принято</source>
+        <translation>The value was not accepted</translation>
+    </message>
+    <message>
+        <source>Значения типа %1 здесь не меняются</source>
+        <translation>Values of type %1 cannot be edited here</translation>
     </message>
 </context>
 <context>
@@ -534,6 +629,120 @@ LANGUAGE
     <message>
         <source>«%1» - не файл INI</source>
         <translation>&apos;%1&apos; is no INI file</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsText</name>
+    <message>
+        <source>Число не помещается в тип значения</source>
+        <translation>The number does not fit the type of the value</translation>
+    </message>
+    <message>
+        <source>Допустимы целые числа от %1 до %2</source>
+        <translation>Whole numbers from %1 to %2 are allowed</translation>
+    </message>
+    <message>
+        <source>Это не число</source>
+        <translation>This is no number</translation>
+    </message>
+    <message>
+        <source>Это не целое число</source>
+        <translation>This is no whole number</translation>
+    </message>
+    <message>
+        <source>Чисел должно быть %1</source>
+        <translation>There must be %1 numbers</translation>
+    </message>
+    <message>
+        <source>Дата и время пишутся так: 2024-12-31T23:59:59.999, дальше можно Z, +03:00 или +03:00[Europe/Moscow]</source>
+        <translation>Date and time are written 2024-12-31T23:59:59.999, then perhaps Z, +03:00 or +03:00[Europe/Moscow]</translation>
+    </message>
+    <message>
+        <source>Смещение от UTC бывает от -14:00 до +14:00</source>
+        <translation>An offset from UTC is between -14:00 and +14:00</translation>
+    </message>
+    <message>
+        <source>Часовой пояс «%1» неизвестен</source>
+        <translation>Time zone &apos;%1&apos; is unknown</translation>
+    </message>
+    <message>
+        <source>Такого времени в этот день нет: часы переводят вперёд</source>
+        <translation>There is no such time on this day: the clocks go forward</translation>
+    </message>
+    <message>
+        <source>Цвет пишется как #RRGGBB, #AARRGGBB или по-английски: red</source>
+        <translation>A colour is written #RRGGBB, #AARRGGBB or by its name: red</translation>
+    </message>
+    <message>
+        <source>После «\» пишется x и две шестнадцатеричные цифры или ещё одна «\»</source>
+        <translation>&apos;\&apos; is followed by x and two hexadecimal digits, or by another &apos;\&apos;</translation>
+    </message>
+    <message>
+        <source>Символ «%1» пишется байтами, как \x0a</source>
+        <translation>Character &apos;%1&apos; is written as bytes, as \x0a</translation>
+    </message>
+    <message>
+        <source>Здесь нужен ровно один символ</source>
+        <translation>Exactly one character is needed here</translation>
+    </message>
+    <message>
+        <source>Дата пишется так: 2024-12-31</source>
+        <translation>A date is written 2024-12-31</translation>
+    </message>
+    <message>
+        <source>Время пишется так: 23:59:59.999</source>
+        <translation>A time is written 23:59:59.999</translation>
+    </message>
+    <message>
+        <source>Шрифт пишется так: семейство,размер - или выбирается кнопкой справа</source>
+        <translation>A font is written family,size - or chosen with the button at the right</translation>
+    </message>
+    <message>
+        <source>Сочетание пишется так: Ctrl+Shift+F5</source>
+        <translation>A key sequence is written Ctrl+Shift+F5</translation>
+    </message>
+    <message>
+        <source>UUID пишется так: %1</source>
+        <translation>A UUID is written %1</translation>
+    </message>
+    <message>
+        <source>Это не адрес: %1</source>
+        <translation>This is no address: %1</translation>
+    </message>
+    <message>
+        <source>Значения этого типа не меняются</source>
+        <translation>Values of this type cannot be edited</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsValue</name>
+    <message>
+        <source>Да</source>
+        <translation>Yes</translation>
+    </message>
+    <message>
+        <source>Нет</source>
+        <translation>No</translation>
+    </message>
+    <message>
+        <source>%1, %2 пт</source>
+        <translation>%1, %2 pt</translation>
+    </message>
+    <message>
+        <source>%1, %2 пикс.</source>
+        <translation>%1, %2 px</translation>
+    </message>
+    <message>
+        <source>, жирный</source>
+        <translation>, bold</translation>
+    </message>
+    <message>
+        <source>, курсив</source>
+        <translation>, italic</translation>
+    </message>
+    <message>
+        <source>(пустой список)</source>
+        <translation>(empty list)</translation>
     </message>
 </context>
 <context>
@@ -751,6 +960,25 @@ Type: %2</translation>
     <message>
         <source>фильтр включён</source>
         <translation>filter on</translation>
+    </message>
+</context>
+<context>
+    <name>TextSettingsEditor</name>
+    <message>
+        <source>Значение</source>
+        <translation>Value</translation>
+    </message>
+    <message>
+        <source>В тексте есть управляющие символы: они записаны как \n, \r, \u0000</source>
+        <translation>The text holds control characters: they are written \n, \r, \u0000</translation>
+    </message>
+    <message>
+        <source>Enter - готово, Shift+Enter - новая строка</source>
+        <translation>Enter - done, Shift+Enter - new line</translation>
+    </message>
+    <message>
+        <source>После «\» пишется n, r, t, ещё одна «\» или u и четыре шестнадцатеричные цифры</source>
+        <translation>&apos;\&apos; is followed by n, r, t, another &apos;\&apos;, or u and four hexadecimal digits</translation>
     </message>
 </context>
 <context>

@@ -1,0 +1,421 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/settingschanges.h>
+
+#include <hostkit/settingsvalue.h>
+#include <settings/settingsmodel.h>
+
+#include <QScopedValueRollback>
+#include <QSet>
+#include <QSettings>
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int valueColumn = 2;
+
+QString pathOf(const QModelIndex &index)
+{
+    return index.data(Qt::ToolTipRole).toString();
+}
+
+QString parentPath(const QString &path)
+{
+    return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
+}
+
+/// Calls \a visit for each row of \a model, top down.
+void visitRows(const SettingsModel &model, const std::function<void(const QModelIndex &)> &visit)
+{
+    QList<QModelIndex> pending;
+    const auto addChildren = [&](const QModelIndex &parent) {
+        for (int row = model.rowCount(parent) - 1; row >= 0; --row)
+            pending.append(model.index(row, 0, parent));
+    };
+    addChildren({});
+    while (!pending.isEmpty()) {
+        const QModelIndex index = pending.takeLast();
+        visit(index);
+        addChildren(index);
+    }
+}
+
+/// Every group of \a store, by path; and every key.
+struct Entries
+{
+    explicit Entries(const QSettings &store)
+    {
+        const QStringList all = store.allKeys();
+        for (const QString &key : all) {
+            keys.insert(key);
+            for (QString group = parentPath(key); !group.isEmpty() && !groups.contains(group);
+                 group = parentPath(group))
+                groups.insert(group);
+        }
+    }
+
+    bool contains(const QString &path, bool group) const
+    {
+        return group ? groups.contains(path) : keys.contains(path);
+    }
+
+    QSet<QString> keys;
+    QSet<QString> groups;
+};
+
+/// Lets a model be changed without a word to its store, whatever its strategy.
+class Unwatched
+{
+public:
+    explicit Unwatched(SettingsModel &model)
+        : m_model(model), m_strategy(model.editStrategy()), m_readOnly(model.readOnly())
+    {
+        m_model.setEditStrategy(SettingsModel::OnManualSubmit);
+        m_model.setReadOnly(false);
+    }
+    ~Unwatched()
+    {
+        m_model.setEditStrategy(m_strategy);
+        m_model.setReadOnly(m_readOnly);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(Unwatched)
+    SettingsModel &m_model;
+    SettingsModel::EditStrategy m_strategy;
+    bool m_readOnly;
+};
+
+} // namespace
+
+SettingsChanges::SettingsChanges(QObject *parent) : QAbstractTableModel(parent) {}
+
+SettingsModel *SettingsChanges::model() const
+{
+    return m_model;
+}
+
+void SettingsChanges::setModel(SettingsModel *model)
+{
+    for (const QMetaObject::Connection &connection : std::exchange(m_connections, {}))
+        disconnect(connection);
+    m_model = model;
+    m_removals.clear();
+    m_base.clear();
+    if (model) {
+        takeBase();
+        using Model = QAbstractItemModel;
+        m_connections = {
+            connect(model, &Model::rowsAboutToBeRemoved, this, &SettingsChanges::noteRemoval),
+            connect(model, &Model::rowsRemoved, this, &SettingsChanges::schedule),
+            connect(model, &Model::rowsInserted, this, &SettingsChanges::schedule),
+            connect(model, &Model::modelReset, this,
+                    [this] {
+                        takeBase();
+                        schedule();
+                    }),
+            connect(model, &Model::dataChanged, this, &SettingsChanges::dataChanged),
+        };
+    }
+    synchronize();
+}
+
+void SettingsChanges::schedule()
+{
+    if (m_working || std::exchange(m_scheduled, true))
+        return;
+    QMetaObject::invokeMethod(this, &SettingsChanges::synchronize, Qt::QueuedConnection);
+}
+
+void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last)
+{
+    if (m_working)
+        return;
+    for (int row = first; row <= last; ++row) {
+        const QModelIndex index = m_model->index(row, 0, parent);
+        Change change;
+        change.path = pathOf(index);
+        change.removal = true;
+        change.group = m_model->hasChildren(index);
+        m_removals.append(change);
+    }
+}
+
+/// What the model holds now was just read from the store.
+void SettingsChanges::takeBase()
+{
+    visitRows(*m_model, [this](const QModelIndex &index) {
+        m_base.insert(pathOf(index), settingsValue(index.siblingAtColumn(valueColumn)));
+    });
+}
+
+/// Whether \a now was put into the model. A value that differs from the store's only because another program
+/// changed that was not.
+bool SettingsChanges::isEdit(const QString &path, const QVariant &now, const QVariant &old)
+{
+    if (isSameSettingsValue(now, old)) {
+        m_base.insert(path, now);
+        return false;
+    }
+    return !isSameSettingsValue(now, m_base.value(path));
+}
+
+void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight)
+{
+    // A merge tells of whole rows, with what it read.
+    if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
+        m_base.insert(pathOf(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
+    const QSettings *store = m_model->settings();
+    // In the middle of a walk the store has a current group.
+    if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !store ||
+        !store->group().isEmpty() || m_scheduled) {
+        schedule();
+        return;
+    }
+    const QString path = pathOf(topLeft);
+    const QVariant now = settingsValue(topLeft);
+    const QVariant old = store->value(path);
+    const qsizetype row = m_edited.value(path, -1);
+    const bool edit = isEdit(path, now, old);
+    if (row >= 0 && edit) {
+        m_changes[row].oldValue = old;
+        m_changes[row].newValue = now;
+        Q_EMIT QAbstractTableModel::dataChanged(index(int(row), 0), index(int(row), ColumnCount - 1));
+        Q_EMIT changed();
+    } else if (row >= 0 || edit) {
+        synchronize();
+    }
+}
+
+void SettingsChanges::synchronize()
+{
+    m_scheduled = false;
+    if (m_working)
+        return;
+    QList<Change> edits;
+    const QSettings *store = m_model ? m_model->settings() : nullptr;
+    if (!store) {
+        m_removals.clear();
+        publish({});
+        return;
+    }
+    QSet<QString> keys;
+    QSet<QString> groups;
+    visitRows(*m_model, [&](const QModelIndex &index) {
+        const QString path = pathOf(index);
+        if (m_model->hasChildren(index)) {
+            groups.insert(path);
+            return;
+        }
+        // The second row of a name that was group and key is a stale one.
+        if (index.data().toString().isEmpty() || keys.contains(path))
+            return;
+        keys.insert(path);
+        Change change;
+        change.path = path;
+        change.newValue = settingsValue(index.siblingAtColumn(valueColumn));
+        change.oldValue = store->value(path);
+        if (isEdit(path, change.newValue, change.oldValue))
+            edits.append(change);
+    });
+    if (!m_removals.isEmpty()) {
+        const Entries entries(*store);
+        const auto isOver = [&](const Change &change) {
+            return !entries.contains(change.path, change.group) ||
+                   (change.group ? groups : keys).contains(change.path);
+        };
+        m_removals.removeIf(isOver);
+        // What was removed with the group around it is no removal of its own any more.
+        const QList<Change> all = m_removals;
+        m_removals.removeIf([&](const Change &change) {
+            return std::any_of(all.begin(), all.end(), [&](const Change &other) {
+                return other.group && change.path.startsWith(other.path + u'/');
+            });
+        });
+        for (Change &change : m_removals)
+            change.oldValue = change.group ? QVariant() : store->value(change.path);
+    }
+    publish(edits);
+}
+
+void SettingsChanges::publish(const QList<Change> &edits)
+{
+    const QList<Change> now = edits + m_removals;
+    const bool same = std::equal(now.begin(), now.end(), m_changes.begin(), m_changes.end(),
+                                 [](const Change &one, const Change &other) {
+                                     return one.path == other.path && one.removal == other.removal &&
+                                            one.group == other.group &&
+                                            isSameSettingsValue(one.oldValue, other.oldValue) &&
+                                            isSameSettingsValue(one.newValue, other.newValue);
+                                 });
+    if (same)
+        return;
+    beginResetModel();
+    m_changes = now;
+    m_edited.clear();
+    m_removalsIn.clear();
+    for (qsizetype row = 0; row < m_changes.size(); ++row) {
+        if (m_changes.at(row).removal)
+            ++m_removalsIn[parentPath(m_changes.at(row).path)];
+        else
+            m_edited.insert(m_changes.at(row).path, row);
+    }
+    endResetModel();
+    Q_EMIT changed();
+}
+
+int SettingsChanges::apply(const QList<Change> &changes)
+{
+    QHash<QString, QPersistentModelIndex> keys;
+    QHash<QString, QPersistentModelIndex> groups;
+    visitRows(*m_model, [&](const QModelIndex &index) {
+        (m_model->hasChildren(index) ? groups : keys).insert(pathOf(index), index);
+    });
+    int failed = 0;
+    for (const Change &change : changes) {
+        const QModelIndex index = (change.group ? groups : keys).value(change.path);
+        const bool done =
+            index.isValid() &&
+            (change.removal ? m_model->removeRow(index.row(), index.parent())
+                            : m_model->setData(index.siblingAtColumn(valueColumn), change.newValue));
+        // What was to be removed and is gone is no loss.
+        failed += done || change.removal ? 0 : 1;
+    }
+    return failed;
+}
+
+void SettingsChanges::dismiss(int row)
+{
+    if (!m_model || m_model->readOnly() || m_model->editStrategy() != SettingsModel::OnManualSubmit ||
+        row < 0 || row >= m_changes.size())
+        return;
+    const Change change = m_changes.at(row);
+    {
+        const QScopedValueRollback working(m_working, true);
+        if (change.removal) {
+            // The model restores all or nothing: the others are made again.
+            QList<Change> others = m_changes;
+            others.removeAt(row);
+            m_removals.removeIf([&](const Change &other) {
+                return other.path == change.path && other.group == change.group;
+            });
+            merge();
+            apply(others);
+        } else {
+            Change back = change;
+            back.newValue = m_model->settings()->value(change.path);
+            apply({back});
+        }
+    }
+    synchronize();
+}
+
+/// Makes the model what the store is.
+void SettingsChanges::merge()
+{
+    const Unwatched unwatched(*m_model);
+    m_model->settings()->sync();
+    const Entries entries(*m_model->settings());
+    // The model would cut rows from the ends of levels in their stead.
+    QList<QPersistentModelIndex> vanished;
+    visitRows(*m_model, [&](const QModelIndex &index) {
+        const bool nameless = index.data().toString().isEmpty();
+        if (!nameless && !entries.contains(pathOf(index), m_model->hasChildren(index)))
+            vanished.append(index);
+    });
+    for (const QPersistentModelIndex &index : std::as_const(vanished)) {
+        if (index.isValid())
+            m_model->removeRow(index.row(), index.parent());
+    }
+    m_model->revertAll();
+    m_base.clear();
+    takeBase();
+}
+
+void SettingsChanges::dismissAll()
+{
+    if (!m_model || !m_model->settings() || m_model->readOnly() ||
+        m_model->editStrategy() != SettingsModel::OnManualSubmit)
+        return;
+    m_removals.clear();
+    {
+        const QScopedValueRollback working(m_working, true);
+        merge();
+    }
+    synchronize();
+}
+
+int SettingsChanges::refresh()
+{
+    if (!m_model || !m_model->settings())
+        return 0;
+    synchronize();
+    const QList<Change> pending = m_changes;
+    int dropped = 0;
+    {
+        const QScopedValueRollback working(m_working, true);
+        merge();
+        if (!pending.isEmpty()) {
+            const Unwatched unwatched(*m_model);
+            dropped = apply(pending);
+        }
+    }
+    synchronize();
+    return dropped;
+}
+
+int SettingsChanges::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_changes.size());
+}
+
+int SettingsChanges::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(ColumnCount);
+}
+
+QVariant SettingsChanges::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const Change &change = m_changes.at(index.row());
+    if (role == Qt::ToolTipRole)
+        return change.path;
+    if (role != Qt::DisplayRole)
+        return {};
+    switch (index.column()) {
+    case KindColumn:
+        return !change.removal ? tr("Правка") : change.group ? tr("Удаление группы") : tr("Удаление");
+    case PathColumn:
+        return change.path;
+    case OldColumn:
+        return settingsValueText(change.oldValue);
+    case NewColumn:
+        return settingsValueText(change.newValue);
+    default:
+        return {};
+    }
+}
+
+QVariant SettingsChanges::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole) {
+        switch (section) {
+        case KindColumn:
+            return tr("Что");
+        case PathColumn:
+            return tr("Путь");
+        case OldColumn:
+            return tr("Было");
+        case NewColumn:
+            return tr("Станет");
+        default:
+            break;
+        }
+    }
+    return QAbstractTableModel::headerData(section, orientation, role);
+}

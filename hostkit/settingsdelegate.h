@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+
+#include <QStyledItemDelegate>
+
+/// Shows and edits the values of a SettingsModel, each in its own type: an edit never turns a number into a
+/// text or a list into a joined string. Works through SettingsViewProxy and any proxy on top of it, and on
+/// any other model whose `Qt::EditRole` gives typed values.
+///
+/// \code
+/// view.setModel(&proxy);
+/// view.setItemDelegate(new SettingsDelegate(&view));
+/// \endcode
+///
+/// **Editors**
+/// | type | editor |
+/// |---|---|
+/// | bool | a choice of "Да" and "Нет" |
+/// | whole numbers of every width, float, double | a line; the full range of the type, nothing is clamped, `inf` and `nan` included, a comma does for the point |
+/// | QString | a text field that grows with its lines: Enter ends, Shift+Enter or Alt+Enter begins a line; texts with characters that no field keeps are shown with escapes (`\r`, `\u0000`) |
+/// | QChar, QByteArray | a line, with escapes (`\xff`) |
+/// | QDate, QTime, QDateTime | a line in ISO form, with milliseconds, offset and zone |
+/// | QColor, QFont | a line and a button for the dialog |
+/// | QSize, QPoint, QRect and their F | a line of numbers |
+/// | QKeySequence, QUuid, QUrl | a line |
+/// | QStringList, QVariantList | a list whose items are edited in their own types, added, removed, moved |
+///
+/// Values of all other types, maps among them, are shown and not edited; their tool tip says so. What an INI
+/// file holds as a plain text ("5", "true") is a text, and stays one.
+///
+/// **Nothing gets lost**
+/// Input that is no value of the type is marked and told of as one types; Enter, Tab and a click elsewhere
+/// keep the editor open then, and only Esc drops it. When the model refuses the value, the editor stays too. A
+/// value that changes below an open editor replaces what is shown only as long as nothing was typed. An editor
+/// that ends with the value it began with writes nothing.
+class HOSTKIT_EXPORT SettingsDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    explicit SettingsDelegate(QObject *parent = nullptr);
+    ~SettingsDelegate() override;
+
+    /// Whether values like \a value have an editor.
+    static bool isEditable(const QVariant &value);
+
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const override;
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override;
+    void setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const override;
+    void updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
+                              const QModelIndex &index) const override;
+    QString displayText(const QVariant &value, const QLocale &locale) const override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override;
+};
