@@ -3,17 +3,5 @@
 
 #include <QString>
 
-#include <optional>
-
-class Field;
-
-/// The value of \a field as text, exact and the same in every time zone, or nothing for an absent one. Texts
-/// are as they are, without the marks of FieldValue::toText().
-std::optional<QString> cellText(const Field &field);
-
 /// \a text in one line that a terminal shows as it is: control characters become U+FFFD.
 QString printable(QString text);
-
-/// \a text as a field of a CSV file: in quotes where it could be misread without them; an absent one is
-/// empty, an empty text a pair of quotes.
-QString csvField(const std::optional<QString> &text);

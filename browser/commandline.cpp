@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "commandline.h"
 
+#include <hostkit/sourcelocation.h>
+
+#include <QRegularExpression>
+
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -53,7 +57,21 @@ private:
     bool m_onlyFiles = false;
 };
 
+/// \a text for a message: an address may hold a password.
+QString shownDatabase(const QString &text)
+{
+    return SourceLocation::isUrl(text) ? text.first(text.indexOf(u':') + 1) + u'…' : text;
+}
+
 } // namespace
+
+QString CommandLine::oneOf(const QString &option, const QString &value, const QStringList &choices)
+{
+    if (!choices.contains(value)) {
+        throw UsageError{tr("параметр %1 ждёт %2, а не «%3»").arg(option, choices.join(tr(" или ")), value)};
+    }
+    return value;
+}
 
 CommandLine::KeyOption CommandLine::keyOption(const QString &option, const QString &value)
 {
@@ -73,34 +91,43 @@ CommandLine::KeyOption CommandLine::keyOption(const QString &option, const QStri
     return result;
 }
 
-bool CommandLine::needsWidgets(int argc, const char *const *argv)
+bool CommandLine::hasDisplay()
 {
-    for (int i = 1; i < argc; ++i) {
-        if (qstrcmp(argv[i], "--settings") == 0 || qstrncmp(argv[i], "--settings=", 11) == 0)
+#ifdef Q_OS_UNIX
+    for (const char *variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
+        if (!qEnvironmentVariableIsEmpty(variable))
             return true;
     }
     return false;
+#else
+    return true;
+#endif
 }
 
-CommandLine CommandLine::parse(const QStringList &arguments)
+CommandLine CommandLine::parse(const QStringList &arguments, bool canShowWindow)
 {
     CommandLine result;
     std::optional<Action> action;
     QString actionOption;
     QString tableOption;
     QString strategyOption;
+    QString pictureOption;
+    QString windowOption;
     bool hasDatabase = false;
 
+    const auto takeDatabase = [&result, &hasDatabase](const QString &text) {
+        if (hasDatabase)
+            throw UsageError{tr("лишний аргумент «%1»").arg(shownDatabase(text))};
+        if (text.isEmpty())
+            throw UsageError{tr("имя базы данных пусто")};
+        hasDatabase = true;
+        result.database = text;
+    };
     ArgumentReader reader(arguments);
     while (reader.next()) {
         const QString word = reader.word();
         if (!reader.isOption()) {
-            if (hasDatabase)
-                throw UsageError{tr("лишний аргумент «%1»").arg(word)};
-            if (word.isEmpty())
-                throw UsageError{tr("имя базы данных пусто")};
-            hasDatabase = true;
-            result.database = word;
+            takeDatabase(word);
             continue;
         }
         const auto value = [&reader, &word] {
@@ -146,6 +173,8 @@ CommandLine CommandLine::parse(const QStringList &arguments)
             result.exportFile = value();
             if (result.exportFile.isEmpty())
                 throw UsageError{tr("параметр %1 ждёт имя файла").arg(word)};
+        } else if (word == "--database"_L1) {
+            takeDatabase(value());
         } else if (word == "--table"_L1) {
             if (!tableOption.isEmpty())
                 throw UsageError{tr("параметр %1 дан дважды").arg(word)};
@@ -160,6 +189,35 @@ CommandLine CommandLine::parse(const QStringList &arguments)
             result.sessionColumns = text.split(u',');
             if (result.sessionColumns.size() != 2)
                 throw UsageError{tr("параметр %1 ждёт два столбца через запятую, а не «%2»").arg(word, text)};
+        } else if (word == "--screenshot"_L1) {
+            choose(Action::Screenshot);
+            result.screenshotFile = value();
+            if (result.screenshotFile.isEmpty())
+                throw UsageError{tr("параметр %1 ждёт имя файла").arg(word)};
+        } else if (word == "--size"_L1) {
+            pictureOption = word;
+            const QString text = value();
+            static const QRegularExpression form(u"^([1-9][0-9]{1,4})x([1-9][0-9]{1,4})$"_s);
+            const QRegularExpressionMatch match = form.match(text);
+            if (!match.hasMatch())
+                throw UsageError{tr("параметр %1 ждёт размер вида 1200x800, а не «%2»").arg(word, text)};
+            result.screenshotSize = {match.captured(1).toInt(), match.captured(2).toInt()};
+        } else if (word == "--scale"_L1) {
+            pictureOption = word;
+            result.scale = oneOf(word, value(), {u"1"_s, u"1.5"_s, u"2"_s});
+        } else if (word == "--show"_L1) {
+            pictureOption = word;
+            const QString text = value();
+            if (text.startsWith("filter:"_L1) && text.size() > 7)
+                result.popupColumn = text.sliced(7);
+            else
+                result.showsSettings = !oneOf(word, text, {u"settings"_s, tr("filter:СТОЛБЕЦ")}).isEmpty();
+        } else if (word == "--language"_L1) {
+            windowOption = word;
+            result.language = oneOf(word, value(), {u"ru"_s, u"en"_s});
+        } else if (word == "--look"_L1) {
+            windowOption = word;
+            result.look = oneOf(word, value(), {u"light"_s, u"dark"_s});
         } else if (word == "--settings"_L1) {
             choose(Action::Settings);
             result.settingsFile = value();
@@ -187,12 +245,19 @@ CommandLine CommandLine::parse(const QStringList &arguments)
             throw UsageError{tr("параметр %1 не принимает значения").arg(word)};
     }
 
+    if (!action && canShowWindow)
+        action = Action::Window;
+    const bool isWindow = action == Action::Window || action == Action::Screenshot;
+    if (!pictureOption.isEmpty() && action != Action::Screenshot)
+        throw UsageError{tr("параметр %1 требует параметра --screenshot").arg(pictureOption)};
+    if (!windowOption.isEmpty() && !isWindow)
+        throw UsageError{tr("параметр %1 требует окна").arg(windowOption)};
     const bool isSettings = action == Action::Settings;
     if (!isSettings && (!strategyOption.isEmpty() || !result.settingsChanges.isEmpty()))
         throw UsageError{tr("параметры --set, --remove и --strategy требуют параметра --settings")};
     if (isSettings) {
         if (hasDatabase)
-            throw UsageError{tr("лишний аргумент «%1»").arg(result.database)};
+            throw UsageError{tr("лишний аргумент «%1»").arg(shownDatabase(result.database))};
         if (!tableOption.isEmpty() || !result.keyOptions.isEmpty() || !result.sessionColumns.isEmpty())
             throw UsageError{tr("параметр %1 несовместим с показом таблиц").arg(actionOption)};
     } else if (action == Action::List) {
@@ -200,6 +265,9 @@ CommandLine CommandLine::parse(const QStringList &arguments)
             throw UsageError{tr("параметры %1 и %2 несовместимы").arg(actionOption, tableOption)};
         if (!result.keyOptions.isEmpty() || !result.sessionColumns.isEmpty())
             throw UsageError{tr("условия отбора требуют параметра --table")};
+    } else if (tableOption.isEmpty() && isWindow) {
+        if (!result.keyOptions.isEmpty() || !result.sessionColumns.isEmpty())
+            throw UsageError{tr("не дана таблица (--table)")};
     } else if (tableOption.isEmpty()) {
         throw UsageError{action || !result.keyOptions.isEmpty() || !result.sessionColumns.isEmpty()
                              ? tr("не дана таблица (--table)")
@@ -213,12 +281,14 @@ QString CommandLine::shortHelp()
 {
     return tr(
         "Вызов:\n"
-        "  sito-browser [БАЗА.sqlite] --list\n"
-        "  sito-browser [БАЗА.sqlite] --table ИМЯ [ОТБОР]... [--count | --head N | --export ФАЙЛ.csv]\n"
+        "  sito-browser [БАЗА] [--table ИМЯ [ОТБОР]...] [--screenshot ФАЙЛ.png]\n"
+        "  sito-browser [БАЗА] --list\n"
+        "  sito-browser [БАЗА] --table ИМЯ [ОТБОР]... [--count | --head N | --export ФАЙЛ.csv]\n"
         "  sito-browser --settings ФАЙЛ.ini [--set ПУТЬ=ЗНАЧЕНИЕ | --remove ПУТЬ]... [--strategy ПОРЯДОК]\n"
         "ОТБОР:\n"
         "  --exclude СТОЛБЦЫ=КЛЮЧИ | --keep СТОЛБЦЫ=КЛЮЧИ | --session-filter БУМАГА,СЕССИЯ\n"
-        "Без базы берётся встроенный пример. Подробно: sito-browser --help\n");
+        "Окно открывается там, где есть экран. Без базы берётся встроенный пример. Подробно: sito-browser "
+        "--help\n");
 }
 
 QString CommandLine::help()
@@ -227,8 +297,11 @@ QString CommandLine::help()
               "    sito-browser - показывает таблицы торговой базы данных, отобранные фильтрами\n"
               "\n"
               "ВЫЗОВ\n"
-              "    sito-browser [БАЗА.sqlite] --list\n"
-              "    sito-browser [БАЗА.sqlite] --table ИМЯ [--exclude СТОЛБЦЫ=КЛЮЧИ]... [--keep "
+              "    sito-browser [БАЗА] [--table ИМЯ] [ОТБОР]... [--language ru | en] [--look light | "
+              "dark]\n"
+              "                 [--screenshot ФАЙЛ.png [--size ШxВ] [--scale 1 | 1.5 | 2] [--show ЧТО]]\n"
+              "    sito-browser [БАЗА] --list\n"
+              "    sito-browser [БАЗА] --table ИМЯ [--exclude СТОЛБЦЫ=КЛЮЧИ]... [--keep "
               "СТОЛБЦЫ=КЛЮЧИ]...\n"
               "                 [--session-filter БУМАГА,СЕССИЯ] [--count | --head N | --export ФАЙЛ.csv]\n"
               "    sito-browser --settings ФАЙЛ.ini [--set ПУТЬ=ЗНАЧЕНИЕ | --remove ПУТЬ]...\n"
@@ -236,13 +309,16 @@ QString CommandLine::help()
               "    sito-browser -h | --help | --version\n"
               "\n") +
            tr("ОПИСАНИЕ\n"
-              "    Программа читает таблицы базы данных SQLite в память, применяет к строкам фильтры и "
+              "    Программа читает таблицы базы данных в память, применяет к строкам фильтры и "
               "сообщает,\n"
               "    сколько строк показано, сколько скрыто и сколько времени занял проход по таблице. База "
               "данных\n"
               "    только читается. Если она не указана, берётся встроенный пример: выдуманные ценные "
               "бумаги\n"
               "    (securities), их торговые сессии (sessions) и котировки (quotes).\n"
+              "\n"
+              "    Там, где есть экран, открывается окно, если не дано параметра, который говорит, что "
+              "делать.\n"
               "\n"
               "    Типы полей следуют из объявленных типов столбцов. Значение, которое поле не может хранить "
               "точно,\n"
@@ -252,7 +328,21 @@ QString CommandLine::help()
               "объявленного;\n"
               "    о таких столбцах сказано после итога.\n"
               "\n") +
+           tr("БАЗА\n"
+              "    Файл SQLite или адрес: sqlite:/путь, postgresql://ПОЛЬЗОВАТЕЛЬ:ПАРОЛЬ@СЕРВЕР:ПОРТ/БАЗА. В "
+              "адресе "
+              "можно\n"
+              "    опустить всё после «//». Пароль лучше дать в переменной PGPASSWORD: аргументы программы "
+              "видны "
+              "другим.\n"
+              "    Знаки «@», «:», «/», «?», «#», «%» в имени и пароле пишутся как %40, %3A, %2F, %3F, %23, "
+              "%25. Таблицы "
+              "других\n"
+              "    схем, чем находит сервер по имени, называются СХЕМА.ТАБЛИЦА.\n"
+              "\n") +
            tr("ПАРАМЕТРЫ\n"
+              "    --database БАЗА\n"
+              "        То же, что БАЗА без параметра.\n"
               "    --list\n"
               "        Таблицы базы, число их строк, имена и типы столбцов; NULL отмечает столбцы, в "
               "которых\n"
@@ -268,7 +358,7 @@ QString CommandLine::help()
               "столбцов\n"
               "        таблицы с номером бумаги и номером сессии.\n"
               "    --count\n"
-              "        Только итог; так и без этого параметра.\n"
+              "        Только итог; так и без этого параметра там, где нет экрана.\n"
               "    --head N\n"
               "        Первые N показанных строк и итог.\n"
               "    --export ФАЙЛ.csv\n"
@@ -288,6 +378,23 @@ QString CommandLine::help()
               "конце.\n"
               "    -h, --help, --version\n"
               "        Краткая справка, эта страница, версия.\n"
+              "\n") +
+           tr("ОКНО\n"
+              "    Клавиши в таблице: Alt+Вниз - выбрать значения столбца, Alt+Вверх - сортировать по "
+              "столбцу,\n"
+              "    Alt+Shift+Вверх - затем ещё по одному, Ctrl+1, Ctrl+2, Ctrl+3 - к таблицам, к строкам, к "
+              "фильтрам.\n"
+              "    Отбор из командной строки действует на этот раз; запомненные фильтры таблицы он заменит, "
+              "только если\n"
+              "    изменить фильтры в окне.\n"
+              "    --language ru | en, --look light | dark\n"
+              "        Язык и оформление на этот раз; иначе - те, что выбраны в окне.\n"
+              "    --screenshot ФАЙЛ.png\n"
+              "        Записать картинку окна с данной таблицей и отбором и закончить; экрана не нужно.\n"
+              "    --size ШxВ, --scale 1 | 1.5 | 2\n"
+              "        Размер окна в точках и масштаб картинки.\n"
+              "    --show filter:СТОЛБЕЦ | settings\n"
+              "        Снять окно с открытым фильтром столбца или окно настроек.\n"
               "\n") +
            tr("КЛЮЧИ\n"
               "    СТОЛБЦЫ - имена через запятую. КЛЮЧИ - один или несколько ключей через «|», в каждом "
@@ -311,9 +418,11 @@ QString CommandLine::help()
               "    0 - выполнено; 2 - ошибка, о которой сказано одной строкой в стандартном потоке ошибок.\n"
               "\n"
               "ЯЗЫК\n"
-              "    Русский или английский, по LC_ALL, LC_MESSAGES или LANG. Вывод всегда в UTF-8.\n"
+              "    Русский или английский, если не выбрано в окне - по LC_ALL, LC_MESSAGES или LANG. Вывод "
+              "всегда в UTF-8.\n"
               "\n") +
            tr("ПРИМЕРЫ\n"
+              "    sito-browser base.sqlite --table quotes\n"
               "    sito-browser --list\n"
               "    sito-browser --table quotes --exclude 'stock_id=1|2' --head 10\n"
               "    sito-browser base.sqlite --table quotes --keep 'stock_id=926|1665' --export two.csv\n"

@@ -4,7 +4,12 @@
 #include "celltext.h"
 #include "sampledatabase.h"
 
+#include <hostkit/celltext.h>
+#include <hostkit/columnnotes.h>
 #include <hostkit/columnsfilter.h>
+#include <hostkit/sourcedatabase.h>
+#include <hostkit/sourcelocation.h>
+#include <hostkit/tableexport.h>
 #include <hostkit/tableloader.h>
 
 #include <database/memorydatabase.h>
@@ -16,18 +21,15 @@
 #include <filters/securitiessessionfilter.h>
 
 #include <QElapsedTimer>
-#include <QFileInfo>
-#include <QSaveFile>
-#include <QSqlError>
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString connectionName = u"sito-browser"_s;
 constexpr qsizetype maxShownWidth = 40;
 
 /// Locks a table as std::lock_guard would.
@@ -41,18 +43,6 @@ public:
 private:
     const Table &m_table;
 };
-
-QString typeText(const ColumnSpec &column)
-{
-    QString text = FieldType::typeName(column.type);
-    if (column.type == FieldType::Decimal || column.type == FieldType::XDecimal)
-        text += u"(%1)"_s.arg(column.length);
-    else if (column.length > 0)
-        text += u"(%1)"_s.arg(column.length);
-    if (column.nullable)
-        text += ", NULL"_L1;
-    return text;
-}
 
 bool isNumber(FieldType::Type type)
 {
@@ -90,8 +80,6 @@ HeadlessReport::~HeadlessReport()
     m_filters.clear();
     MemoryDatabase::instance().clear();
     m_loader.reset();
-    m_connection = QSqlDatabase();
-    QSqlDatabase::removeDatabase(connectionName);
 }
 
 void HeadlessReport::run()
@@ -129,40 +117,23 @@ void HeadlessReport::run()
 
 void HeadlessReport::noteWiderColumns(const MemoryTable &table)
 {
-    const QList<ColumnSpec> declared = m_loader->columns(table.name());
-    for (int column = 0; column < table.columnCount(); ++column) {
-        const ColumnSpec &actual = table.columnSpec(column);
-        if (actual != declared.at(column)) {
-            m_out << printable(tr("Столбец «%1» объявлен как %2, но значениям нужен %3")
-                                   .arg(actual.name, typeText(declared.at(column)), typeText(actual)))
-                  << '\n';
-        }
-    }
+    const QStringList notes = widerColumnNotes(m_loader->columns(table.name()), table);
+    for (const QString &note : notes)
+        m_out << printable(note) << '\n';
 }
 
 void HeadlessReport::openDatabase()
 {
+    SourceLocation location;
     if (m_commandLine.database.isEmpty()) {
         m_sample = std::make_unique<SampleDatabase>();
-        m_file = m_sample->fileName();
+        location = SourceLocation::fromFile(m_sample->fileName());
     } else {
-        m_file = m_commandLine.database;
+        location = SourceLocation::fromText(m_commandLine.database);
     }
-    const QFileInfo info(m_file);
-    if (!info.exists())
-        throw Exception(tr("Файла «%1» нет").arg(m_file));
-    if (info.isDir())
-        throw Exception(tr("«%1» - каталог, а не база данных").arg(m_file));
-    m_connection = QSqlDatabase::addDatabase(u"QSQLITE"_s, connectionName);
-    m_connection.setConnectOptions(u"QSQLITE_OPEN_READONLY"_s);
-    m_connection.setDatabaseName(info.absoluteFilePath());
-    if (!m_connection.open()) {
-        const QSqlError error = m_connection.lastError();
-        throw Exception(
-            tr("Не удалось открыть «%1»: %2")
-                .arg(m_file, error.databaseText().isEmpty() ? error.driverText() : error.databaseText()));
-    }
-    m_loader = std::make_unique<TableLoader>(m_connection);
+    m_file = location.file;
+    m_database = std::make_unique<SourceDatabase>(location);
+    m_loader = std::make_unique<TableLoader>(m_database->connection());
     m_loader->setDigits(TableLoader::Digits::AsNeeded);
 }
 
@@ -182,7 +153,7 @@ void HeadlessReport::list()
         for (const ColumnSpec &column : columns)
             width = std::max(width, column.name.size());
         for (const ColumnSpec &column : columns)
-            m_out << "    " << printable(column.name.leftJustified(width)) << "  " << typeText(column)
+            m_out << "    " << printable(column.name.leftJustified(width)) << "  " << columnTypeText(column)
                   << '\n';
     }
 }
@@ -277,27 +248,7 @@ void HeadlessReport::printRows(const MemoryTable &table, const std::vector<unsig
 
 void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<unsigned char *> &rows) const
 {
-    const QString name = m_commandLine.exportFile;
-    if (QFileInfo(name) == QFileInfo(m_file))
-        throw Exception(tr("«%1» - сама база данных").arg(name));
-    // A device or a pipe would be replaced by a file of its name.
-    const QFileInfo target(name);
-    if (target.exists() && !target.isFile())
-        throw Exception(tr("«%1» - не обычный файл").arg(name));
-    QSaveFile file(name);
-    if (!file.open(QIODevice::WriteOnly))
-        throw Exception(tr("Не удалось записать «%1»: %2").arg(name, file.errorString()));
-    QTextStream stream(&file);
-    const int columnCount = table.columnCount();
-    for (int column = 0; column < columnCount; ++column)
-        stream << (column == 0 ? "" : ",") << csvField(table.columnName(column));
-    stream << "\r\n";
-    for (unsigned char *row : rows) {
-        for (int column = 0; column < columnCount; ++column)
-            stream << (column == 0 ? "" : ",") << csvField(cellText(table.dataPtr(row, column)));
-        stream << "\r\n";
-    }
-    stream.flush();
-    if (stream.status() != QTextStream::Ok || !file.commit())
-        throw Exception(tr("Не удалось записать «%1»: %2").arg(name, file.errorString()));
+    QList<int> columns(table.columnCount());
+    std::iota(columns.begin(), columns.end(), 0);
+    exportCsvFile(m_commandLine.exportFile, TableExport(table, columns, {rows.begin(), rows.end()}), m_file);
 }

@@ -4,7 +4,6 @@
 #include "commandline.h"
 
 #include <QCoreApplication>
-#include <QSqlDatabase>
 #include <QString>
 #include <QTextStream>
 
@@ -14,6 +13,7 @@
 class FilterFunc;
 class MemoryTable;
 class SampleDatabase;
+class SourceDatabase;
 class TableLoader;
 class ValueFilter;
 
@@ -54,8 +54,9 @@ private:
     const CommandLine m_commandLine;
     QTextStream &m_out;
     std::unique_ptr<SampleDatabase> m_sample;
+    /// The database, where it is a file.
     QString m_file;
-    QSqlDatabase m_connection;
+    std::unique_ptr<SourceDatabase> m_database;
     std::unique_ptr<TableLoader> m_loader;
     std::vector<std::unique_ptr<ValueFilter>> m_filters;
     /// A row is shown when none of the first and all of the second say yes.

@@ -2,12 +2,12 @@
 #include "settingsreport.h"
 
 #include "celltext.h"
+#include "inifile.h"
 
 #include <data/exception.h>
 #include <settings/settingsmodel.h>
 
 #include <QDebug>
-#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 
@@ -83,7 +83,7 @@ SettingsReport::SettingsReport(const CommandLine &commandLine, QTextStream &out)
 
 void SettingsReport::run()
 {
-    requireIni();
+    requireIniFile(m_commandLine.settingsFile);
     const QString file = QFileInfo(m_commandLine.settingsFile).absoluteFilePath();
     if (!m_commandLine.settingsChanges.isEmpty()) {
         QSettings store(file, QSettings::IniFormat);
@@ -108,33 +108,9 @@ void SettingsReport::run()
     print(model);
 }
 
-void SettingsReport::requireIni() const
-{
-    const QString name = m_commandLine.settingsFile;
-    const QFileInfo info(name);
-    if (!info.exists())
-        throw Exception(tr("Файла «%1» нет").arg(name));
-    if (info.isDir())
-        throw Exception(tr("«%1» - каталог, а не файл настроек").arg(name));
-    if (!info.isFile())
-        throw Exception(tr("«%1» - не обычный файл").arg(name));
-    QFile file(name);
-    if (!file.open(QIODevice::ReadOnly))
-        throw Exception(tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
-    const QSettings store(info.absoluteFilePath(), QSettings::IniFormat);
-    store.allKeys(); // the file is parsed only as far as it is asked for
-    if (store.status() == QSettings::AccessError)
-        throw Exception(tr("Не удалось прочитать «%1»").arg(name));
-    if (store.status() == QSettings::FormatError || file.readAll().contains('\0'))
-        throw Exception(tr("«%1» - не файл INI").arg(name));
-}
-
 void SettingsReport::requireWritable(const QSettings &store) const
 {
-    constexpr QFile::Permissions anyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
-    // What the file allows to this very user (WriteUser) is everything for the administrator; here the mark
-    // counts.
-    if (!store.isWritable() || !(QFile::permissions(store.fileName()) & anyWrite))
+    if (isReadOnlyStore(store))
         throw Exception(tr("Файл «%1» доступен только для чтения").arg(m_commandLine.settingsFile));
 }
 

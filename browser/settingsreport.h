@@ -25,7 +25,6 @@ public:
     void run();
 
 private:
-    void requireIni() const;
     void requireWritable(const QSettings &store) const;
     void applyChanges(SettingsModel &model) const;
     void print(const SettingsModel &model);

@@ -481,7 +481,7 @@ private Q_SLOTS:
             "There is no file '/nonexistent/a.sqlite'");
         row("directory", {u"/"_s, u"--list"_s}, "'/' is a directory, not a database");
         row("foreign file", {QStringLiteral(SITO_BROWSER), u"--list"_s},
-            "Database '" SITO_BROWSER "': file is not a database");
+            "'" SITO_BROWSER "' is not an SQLite database");
         row("export to a directory", quotes + QStringList{u"--export"_s, u"/"_s},
             "'/' is not a regular file");
         row("export to nowhere", quotes + QStringList{u"--export"_s, u"/nonexistent/a.csv"_s}, nullptr);

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "inifile.h"
+
+#include <data/exception.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(IniFile)
+};
+
+} // namespace
+
+void requireIniFile(const QString &name)
+{
+    const QFileInfo info(name);
+    if (!info.exists())
+        throw Exception(Texts::tr("Файла «%1» нет").arg(name));
+    if (info.isDir())
+        throw Exception(Texts::tr("«%1» - каталог, а не файл настроек").arg(name));
+    if (!info.isFile())
+        throw Exception(Texts::tr("«%1» - не обычный файл").arg(name));
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly))
+        throw Exception(Texts::tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
+    const QSettings store(info.absoluteFilePath(), QSettings::IniFormat);
+    store.allKeys(); // the file is parsed only as far as it is asked for
+    if (store.status() == QSettings::AccessError)
+        throw Exception(Texts::tr("Не удалось прочитать «%1»").arg(name));
+    if (store.status() == QSettings::FormatError || file.readAll().contains('\0'))
+        throw Exception(Texts::tr("«%1» - не файл INI").arg(name));
+}
+
+bool isReadOnlyStore(const QSettings &store)
+{
+    constexpr QFile::Permissions anyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
+    const QString name = store.fileName();
+    return !store.isWritable() || (QFileInfo::exists(name) && !(QFile::permissions(name) & anyWrite));
+}

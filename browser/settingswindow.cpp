@@ -1,0 +1,1079 @@
+// SPDX-License-Identifier: MIT
+#include "settingswindow.h"
+
+#include "icons.h"
+#include "inifile.h"
+#include "noticebar.h"
+
+#include <data/exception.h>
+#include <hostkit/settingschanges.h>
+#include <hostkit/settingsdelegate.h>
+#include <hostkit/settingsvalue.h>
+#include <hostkit/settingsviewproxy.h>
+#include <settings/settingsmodel.h>
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QBoxLayout>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSet>
+#include <QSettings>
+#include <QSortFilterProxyModel>
+#include <QSplitter>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTreeView>
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int valueColumn = 2;
+constexpr int searchDelay = 200; // ms
+constexpr int watchDelay = 150;  // ms; a write is told of several times
+
+/// Tells whether a row holds a pending change, or a removal below it.
+constexpr int pendingRole = Qt::UserRole + 1;
+
+/// Asks before the store is written.
+class StoreModel : public SettingsModel
+{
+public:
+    explicit StoreModel(QObject *parent) : SettingsModel(parent) {}
+
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override
+    {
+        const bool writes = editStrategy() == OnFieldChange && flags(index).testFlag(Qt::ItemIsEditable) &&
+                            (role == Qt::EditRole || role == Qt::DisplayRole);
+        if (writes && !beforeWrite())
+            return false;
+        if (!SettingsModel::setData(index, value, role))
+            return false;
+        if (writes)
+            afterWrite();
+        return true;
+    }
+
+    bool removeRows(int row, int count, const QModelIndex &parent) override
+    {
+        const bool writes = editStrategy() == OnFieldChange && !readOnly() && row >= 0 && count > 0 &&
+                            row <= rowCount(parent) - count;
+        if (writes && !beforeWrite())
+            return false;
+        if (!SettingsModel::removeRows(row, count, parent))
+            return false;
+        if (writes)
+            afterWrite();
+        return true;
+    }
+
+    std::function<bool()> beforeWrite;
+    std::function<void()> afterWrite;
+};
+
+/// The rows that the search finds, with what is above them; marks pending changes.
+class SearchModel : public QSortFilterProxyModel
+{
+public:
+    SearchModel(const SettingsChanges &changes, QObject *parent)
+        : QSortFilterProxyModel(parent), m_changes(changes)
+    {
+        setRecursiveFilteringEnabled(true);
+    }
+
+    void search(const QString &text)
+    {
+        m_text = text;
+        invalidateFilter();
+    }
+    const QString &text() const { return m_text; }
+
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        switch (role) {
+        case Qt::FontRole:
+            if (isPending(index)) {
+                QFont font = QApplication::font("QTreeView");
+                font.setBold(true);
+                return font;
+            }
+            return {};
+        case pendingRole:
+            return isPending(index);
+        case Qt::AccessibleTextRole: {
+            QString text = settingsValueText(settingsValue(index));
+            if (index.column() == 0 && m_changes.isEdited(pathOf(index)))
+                text += SettingsWindow::tr(", правка ждёт записи");
+            else if (index.column() == 0 && isPending(index))
+                text += SettingsWindow::tr(", ждут удаления: %1").arg(m_changes.removalsIn(pathOf(index)));
+            return text;
+        }
+        default:
+            return QSortFilterProxyModel::data(index, role);
+        }
+    }
+
+    Qt::ItemFlags flags(const QModelIndex &index) const override
+    {
+        Qt::ItemFlags flags = QSortFilterProxyModel::flags(index);
+        const bool editable = flags.testFlag(Qt::ItemIsEditable) &&
+                              !index.siblingAtColumn(0).data().toString().isEmpty() &&
+                              SettingsDelegate::isEditable(settingsValue(index));
+        flags.setFlag(Qt::ItemIsEditable, editable);
+        return flags;
+    }
+
+    /// The marks may be others now.
+    void remark(const QModelIndex &parent = {})
+    {
+        const int rows = rowCount(parent);
+        if (rows == 0)
+            return;
+        Q_EMIT dataChanged(index(0, 0, parent), index(rows - 1, valueColumn, parent),
+                           {Qt::FontRole, pendingRole, Qt::AccessibleTextRole});
+        for (int row = 0; row < rows; ++row)
+            remark(index(row, 0, parent));
+    }
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex &parent) const override
+    {
+        if (m_text.isEmpty())
+            return true;
+        const QModelIndex first = sourceModel()->index(row, 0, parent);
+        if (pathOf(first).contains(m_text, Qt::CaseInsensitive))
+            return true;
+        for (int column = 0; column <= valueColumn; ++column) {
+            const QVariant value = settingsValue(first.siblingAtColumn(column));
+            const QString text =
+                value.typeId() == QMetaType::QString ? value.toString() : settingsValueText(value);
+            if (text.contains(m_text, Qt::CaseInsensitive))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    static QString pathOf(const QModelIndex &index) { return index.data(Qt::ToolTipRole).toString(); }
+    bool isPending(const QModelIndex &index) const
+    {
+        const QString path = pathOf(index);
+        return m_changes.removalsIn(path) > 0 ||
+               (m_changes.isEdited(path) && !hasChildren(index.siblingAtColumn(0)));
+    }
+
+    const SettingsChanges &m_changes;
+    QString m_text;
+};
+
+/// Marks pending changes with a bar before the name.
+class MarkingDelegate : public SettingsDelegate
+{
+public:
+    using SettingsDelegate::SettingsDelegate;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        SettingsDelegate::paint(painter, option, index);
+        if (index.column() != 0 || !index.data(pendingRole).toBool())
+            return;
+        QRect bar = option.rect;
+        bar.setWidth(std::max(2, option.fontMetrics.averageCharWidth() / 3));
+        const bool selected = option.state.testFlag(QStyle::State_Selected);
+        painter->fillRect(bar, option.palette.color(selected ? QPalette::HighlightedText : QPalette::Link));
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        // Room for an editor.
+        QSize size = SettingsDelegate::sizeHint(option, index);
+        size.setHeight(std::max(size.height(), option.fontMetrics.height() * 3 / 2));
+        return size;
+    }
+};
+
+QString pathOf(const QModelIndex &index)
+{
+    return index.data(Qt::ToolTipRole).toString();
+}
+
+/// Keeps the rows that a view shows where they are, while others come and go above them.
+class Anchor
+{
+public:
+    explicit Anchor(QTreeView *view) : m_view(view)
+    {
+        for (QModelIndex index = view->indexAt(QPoint(0, 0)); index.isValid();
+             index = view->indexBelow(index)) {
+            const int top = view->visualRect(index).top();
+            if (top > view->viewport()->height())
+                break;
+            m_rows.append({index, top});
+        }
+    }
+    ~Anchor()
+    {
+        for (const Row &row : m_rows) {
+            if (!row.index.isValid())
+                continue;
+            QScrollBar *bar = m_view->verticalScrollBar();
+            // Brings the layout up to date before the bar gets its new value.
+            const int top = m_view->visualRect(row.index).top();
+            bar->setValue(bar->value() + top - row.top);
+            return;
+        }
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(Anchor)
+    struct Row
+    {
+        QPersistentModelIndex index;
+        int top;
+    };
+    QTreeView *m_view;
+    QList<Row> m_rows;
+};
+
+/// The entries below \a index and itself.
+int countEntries(const QModelIndex &index)
+{
+    int count = 1;
+    for (int row = 0; row < index.model()->rowCount(index); ++row)
+        count += countEntries(index.model()->index(row, 0, index));
+    return count;
+}
+
+} // namespace
+
+class SettingsWindowPrivate
+{
+public:
+    explicit SettingsWindowPrivate(SettingsWindow *window)
+        : q(window), changes(window), proxy(window), search(changes, window)
+    {
+        search.setSourceModel(&proxy);
+    }
+
+    void build();
+    QAction *addAction(const QString &name, const QKeySequence &keys, void (SettingsWindowPrivate::*slot)());
+    void retranslate();
+    void updateState();
+
+    bool open(std::unique_ptr<QSettings> newStore);
+    void takeModel();
+    bool mayClose();
+    bool isManual() const { return model && model->editStrategy() == SettingsModel::OnManualSubmit; }
+
+    // Actions.
+    void chooseFile();
+    void submit();
+    void revert();
+    void refresh();
+    void removeSelected();
+    void copyPaths();
+    void editCurrent();
+    void dismissSelected();
+    void focusSearch() { searchLine->setFocus(Qt::ShortcutFocusReason), searchLine->selectAll(); }
+    void expandAll() { tree->expandAll(); }
+    void collapseAll() { tree->collapseAll(); }
+    void chooseImmediate() { setStrategy(SettingsModel::OnFieldChange); }
+    void chooseManual() { setStrategy(SettingsModel::OnManualSubmit); }
+    void setStrategy(SettingsModel::EditStrategy strategy);
+
+    bool trySubmit();
+    bool ensureBackup();
+    void synchronizeStore();
+    void applySearch();
+    QList<QPersistentModelIndex> selectedRows() const;
+
+    // The file.
+    QByteArray fingerprint() const;
+    void watch();
+    void lookAtFile();
+    bool hasAmbiguousNames() const;
+
+    SettingsWindow *q;
+    std::unique_ptr<QSettings> store;
+    StoreModel *model = nullptr;
+    SettingsChanges changes;
+    SettingsViewProxy proxy;
+    SearchModel search;
+    bool ambiguous = false;
+    bool backedUp = false;
+    bool hasWidths = false;
+    QByteArray seen;
+    QFileSystemWatcher watcher;
+    QTimer watchTimer;
+    QTimer searchTimer;
+
+    QMenuBar *menuBar = nullptr;
+    QMenu *fileMenu = nullptr;
+    QMenu *editMenu = nullptr;
+    QMenu *viewMenu = nullptr;
+    QToolBar *toolBar = nullptr;
+    QHash<QString, QAction *> actions;
+    NoticeBar *stateBar = nullptr;
+    NoticeBar *noticeBar = nullptr;
+    QLineEdit *searchLine = nullptr;
+    QTreeView *tree = nullptr;
+    QWidget *panel = nullptr;
+    QLabel *panelTitle = nullptr;
+    QTreeView *pendingList = nullptr;
+    QPushButton *dismissButton = nullptr;
+    QLabel *status = nullptr;
+};
+
+void SettingsWindowPrivate::build()
+{
+    q->setObjectName(u"settingsWindow"_s);
+    menuBar = new QMenuBar(q);
+    fileMenu = menuBar->addMenu(QString());
+    editMenu = menuBar->addMenu(QString());
+    viewMenu = menuBar->addMenu(QString());
+
+    using Self = SettingsWindowPrivate;
+    QAction *open = addAction(u"open"_s, QKeySequence::Open, &Self::chooseFile);
+    QAction *submitAction = addAction(u"submit"_s, QKeySequence::Save, &Self::submit);
+    QAction *revertAction = addAction(u"revert"_s, QKeySequence(u"Ctrl+Shift+Z"_s), &Self::revert);
+    QAction *refreshAction = addAction(u"refresh"_s, QKeySequence::Refresh, &Self::refresh);
+    QAction *immediate = addAction(u"immediate"_s, {}, &Self::chooseImmediate);
+    QAction *manual = addAction(u"manual"_s, {}, &Self::chooseManual);
+    QAction *edit = addAction(u"edit"_s, {}, &Self::editCurrent);
+    QAction *remove = addAction(u"remove"_s, QKeySequence::Delete, &Self::removeSelected);
+    // The list of pending changes has another use for the key.
+    remove->setShortcutContext(Qt::WidgetShortcut);
+    QAction *copy = addAction(u"copyPath"_s, QKeySequence(u"Ctrl+Shift+C"_s), &Self::copyPaths);
+    QAction *find = addAction(u"find"_s, QKeySequence::Find, &Self::focusSearch);
+    QAction *expand = addAction(u"expandAll"_s, QKeySequence(u"Ctrl+Shift+E"_s), &Self::expandAll);
+    QAction *collapse = addAction(u"collapseAll"_s, QKeySequence(u"Ctrl+Shift+W"_s), &Self::collapseAll);
+    QAction *close = addAction(u"close"_s, QKeySequence::Close, nullptr);
+    QObject::connect(close, &QAction::triggered, q, &QWidget::close);
+    auto *strategies = new QActionGroup(q);
+    for (QAction *action : {immediate, manual}) {
+        action->setCheckable(true);
+        strategies->addAction(action);
+    }
+    const auto icon = [](QAction *action, Icons::Shape shape) { action->setIcon(Icons::icon(shape)); };
+    icon(open, Icons::Shape::Open);
+    icon(remove, Icons::Shape::Trash);
+    icon(copy, Icons::Shape::Copy);
+    icon(edit, Icons::Shape::Edit);
+    fileMenu->addActions({open, refreshAction});
+    fileMenu->addSeparator();
+    fileMenu->addActions({submitAction, revertAction});
+    fileMenu->addSeparator();
+    fileMenu->addActions({immediate, manual});
+    fileMenu->addSeparator();
+    fileMenu->addAction(close);
+    editMenu->addActions({edit, remove, copy});
+    editMenu->addSeparator();
+    editMenu->addAction(find);
+    viewMenu->addActions({expand, collapse});
+
+    toolBar = new QToolBar(q);
+    toolBar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    toolBar->addActions({open, refreshAction, submitAction, revertAction, remove});
+    for (QAction *action : toolBar->actions())
+        toolBar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
+
+    stateBar = new NoticeBar(q);
+    stateBar->setObjectName(u"stateBar"_s);
+    stateBar->setClosable(false);
+    noticeBar = new NoticeBar(q);
+    noticeBar->setObjectName(u"noticeBar"_s);
+    QObject::connect(noticeBar, &NoticeBar::triggered, q, [this] { refresh(); });
+
+    searchLine = new QLineEdit(q);
+    searchLine->setObjectName(u"search"_s);
+    searchLine->setClearButtonEnabled(true);
+    searchTimer.setSingleShot(true);
+    searchTimer.setInterval(searchDelay);
+    QObject::connect(searchLine, &QLineEdit::textChanged, &searchTimer, qOverload<>(&QTimer::start));
+    QObject::connect(&searchTimer, &QTimer::timeout, q, [this] { applySearch(); });
+    QObject::connect(searchLine, &QLineEdit::returnPressed, q, [this] {
+        applySearch();
+        tree->setFocus(Qt::OtherFocusReason);
+    });
+
+    tree = new QTreeView(q);
+    tree->setObjectName(u"tree"_s);
+    tree->setModel(&search);
+    tree->setItemDelegate(new MarkingDelegate(tree));
+    tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    tree->setUniformRowHeights(true);
+    tree->setAlternatingRowColors(true);
+    tree->setAllColumnsShowFocus(true);
+    tree->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    tree->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
+    tree->setContextMenuPolicy(Qt::ActionsContextMenu);
+    tree->addActions({edit, remove, copy});
+    tree->header()->setSectionsMovable(false);
+    QObject::connect(tree->selectionModel(), &QItemSelectionModel::selectionChanged, q,
+                     [this] { updateState(); });
+    QObject::connect(&proxy, &QAbstractItemModel::modelReset, q, [this] { updateState(); });
+
+    panel = new QWidget(q);
+    panelTitle = new QLabel(panel);
+    pendingList = new QTreeView(panel);
+    pendingList->setObjectName(u"pending"_s);
+    pendingList->setModel(&changes);
+    pendingList->setRootIsDecorated(false);
+    pendingList->setUniformRowHeights(true);
+    pendingList->setAllColumnsShowFocus(true);
+    panelTitle->setBuddy(pendingList);
+    dismissButton = new QPushButton(panel);
+    dismissButton->setObjectName(u"dismiss"_s);
+    QAction *dismiss = addAction(u"dismiss"_s, QKeySequence::Delete, &Self::dismissSelected);
+    dismiss->setShortcutContext(Qt::WidgetShortcut);
+    pendingList->addAction(dismiss);
+    pendingList->setContextMenuPolicy(Qt::ActionsContextMenu);
+    QObject::connect(dismissButton, &QPushButton::clicked, dismiss, &QAction::trigger);
+    QObject::connect(pendingList, &QTreeView::activated, q, [this](const QModelIndex &index) {
+        // Shows the entry in the tree.
+        const QString path = pathOf(index);
+        const QModelIndexList found =
+            search.match(search.index(0, 0), Qt::ToolTipRole, path, 1, Qt::MatchExactly | Qt::MatchRecursive);
+        if (!found.isEmpty())
+            tree->setCurrentIndex(found.first());
+    });
+    QObject::connect(pendingList->selectionModel(), &QItemSelectionModel::currentChanged, q,
+                     [this] { updateState(); });
+    auto *panelTop = new QHBoxLayout;
+    panelTop->addWidget(panelTitle, 1);
+    panelTop->addWidget(dismissButton);
+    auto *panelLayout = new QVBoxLayout(panel);
+    panelLayout->setContentsMargins({});
+    panelLayout->addLayout(panelTop);
+    panelLayout->addWidget(pendingList);
+    QObject::connect(&changes, &SettingsChanges::changed, q, [this] {
+        search.remark();
+        updateState();
+    });
+
+    status = new QLabel(q);
+    status->setObjectName(u"status"_s);
+    status->setTextFormat(Qt::PlainText);
+    status->setTextInteractionFlags(Qt::TextSelectableByMouse);
+
+    auto *splitter = new QSplitter(Qt::Vertical, q);
+    splitter->addWidget(tree);
+    splitter->addWidget(panel);
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    auto *layout = new QVBoxLayout(q);
+    layout->setMenuBar(menuBar);
+    layout->addWidget(toolBar);
+    layout->addWidget(stateBar);
+    layout->addWidget(noticeBar);
+    layout->addWidget(searchLine);
+    layout->addWidget(splitter, 1);
+    layout->addWidget(status);
+
+    watchTimer.setSingleShot(true);
+    watchTimer.setInterval(watchDelay);
+    QObject::connect(&watcher, &QFileSystemWatcher::fileChanged, &watchTimer, qOverload<>(&QTimer::start));
+    QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, &watchTimer,
+                     qOverload<>(&QTimer::start));
+    QObject::connect(&watchTimer, &QTimer::timeout, q, [this] { lookAtFile(); });
+
+    const int unit = q->fontMetrics().averageCharWidth();
+    q->resize(unit * 150, unit * 105);
+    pendingList->header()->resizeSection(0, unit * 20);
+    pendingList->header()->resizeSection(1, unit * 40);
+    pendingList->header()->resizeSection(2, unit * 30);
+    tree->setFocus();
+    retranslate();
+}
+
+QAction *SettingsWindowPrivate::addAction(const QString &name, const QKeySequence &keys,
+                                          void (SettingsWindowPrivate::*slot)())
+{
+    auto *action = new QAction(q);
+    action->setObjectName(name);
+    action->setShortcut(keys);
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    q->addAction(action);
+    if (slot)
+        QObject::connect(action, &QAction::triggered, q, [this, slot] { (this->*slot)(); });
+    actions.insert(name, action);
+    return action;
+}
+
+void SettingsWindowPrivate::retranslate()
+{
+    const auto text = [this](const QString &name, const QString &label, const QString &tip = QString()) {
+        actions.value(name)->setText(label);
+        if (!tip.isEmpty())
+            actions.value(name)->setToolTip(tip);
+    };
+    fileMenu->setTitle(SettingsWindow::tr("&Файл"));
+    editMenu->setTitle(SettingsWindow::tr("&Правка"));
+    viewMenu->setTitle(SettingsWindow::tr("&Вид"));
+    text(u"open"_s, SettingsWindow::tr("&Открыть…"), SettingsWindow::tr("Открыть файл INI"));
+    text(u"submit"_s, SettingsWindow::tr("&Записать"),
+         SettingsWindow::tr("Записать все ожидающие изменения в файл"));
+    text(u"revert"_s, SettingsWindow::tr("О&тменить всё"),
+         SettingsWindow::tr("Отменить все ожидающие изменения"));
+    text(u"refresh"_s, SettingsWindow::tr("О&бновить"),
+         SettingsWindow::tr("Прочитать файл заново; ожидающие изменения останутся"));
+    text(u"immediate"_s, SettingsWindow::tr("Записывать &сразу"));
+    text(u"manual"_s, SettingsWindow::tr("Записывать по &команде"));
+    text(u"edit"_s, SettingsWindow::tr("&Изменить"));
+    text(u"remove"_s, SettingsWindow::tr("&Удалить…"), SettingsWindow::tr("Удалить выбранные записи"));
+    text(u"copyPath"_s, SettingsWindow::tr("&Копировать путь"));
+    text(u"find"_s, SettingsWindow::tr("&Найти"));
+    text(u"expandAll"_s, SettingsWindow::tr("&Развернуть всё"));
+    text(u"collapseAll"_s, SettingsWindow::tr("&Свернуть всё"));
+    text(u"close"_s, SettingsWindow::tr("&Закрыть"));
+    text(u"dismiss"_s, SettingsWindow::tr("Отменить это изменение"));
+    dismissButton->setText(SettingsWindow::tr("Отменить &это"));
+    dismissButton->setToolTip(SettingsWindow::tr("Отменить выбранное изменение, остальные останутся"));
+    toolBar->setAccessibleName(SettingsWindow::tr("Панель инструментов"));
+    searchLine->setPlaceholderText(SettingsWindow::tr("Поиск по имени, пути, типу и значению"));
+    searchLine->setAccessibleName(SettingsWindow::tr("Поиск"));
+    tree->setAccessibleName(SettingsWindow::tr("Записи"));
+    pendingList->setAccessibleName(SettingsWindow::tr("Изменения, которые ждут записи"));
+    // The headers and marks come with the models' texts.
+    if (model)
+        Q_EMIT model->headerDataChanged(Qt::Horizontal, 0, valueColumn);
+    Q_EMIT changes.headerDataChanged(Qt::Horizontal, 0, SettingsChanges::ColumnCount - 1);
+    tree->viewport()->update();
+    pendingList->viewport()->update();
+    updateState();
+}
+
+void SettingsWindowPrivate::updateState()
+{
+    const bool open = model != nullptr;
+    const bool writable = open && !model->readOnly();
+    const int pending = changes.rowCount();
+    const bool selected = tree->selectionModel()->hasSelection();
+    actions.value(u"submit"_s)->setEnabled(writable && pending > 0);
+    actions.value(u"revert"_s)->setEnabled(writable && pending > 0);
+    actions.value(u"refresh"_s)->setEnabled(open);
+    actions.value(u"immediate"_s)->setEnabled(writable);
+    actions.value(u"manual"_s)->setEnabled(writable && !ambiguous);
+    actions.value(u"immediate"_s)->setChecked(open && !isManual());
+    actions.value(u"manual"_s)->setChecked(isManual());
+    actions.value(u"remove"_s)->setEnabled(writable && selected);
+    actions.value(u"copyPath"_s)->setEnabled(selected);
+    actions.value(u"edit"_s)->setEnabled(
+        writable && tree->currentIndex().siblingAtColumn(valueColumn).flags().testFlag(Qt::ItemIsEditable));
+    const bool canDismiss = writable && pendingList->currentIndex().isValid();
+    actions.value(u"dismiss"_s)->setEnabled(canDismiss);
+    dismissButton->setEnabled(canDismiss);
+    panel->setVisible(isManual());
+    panelTitle->setText(pending > 0 ? SettingsWindow::tr("&Ждут записи: %1").arg(pending)
+                                    : SettingsWindow::tr("Ничто не &ждёт записи"));
+    q->setWindowModified(pending > 0);
+    const QString file = q->fileName();
+    q->setWindowTitle(file.isEmpty()
+                          ? SettingsWindow::tr("Настройки")
+                          : SettingsWindow::tr("%1[*] - настройки").arg(QFileInfo(file).fileName()));
+    status->setText(QFileInfo(file).fileName());
+    status->setToolTip(QDir::toNativeSeparators(file));
+    if (open && model->readOnly())
+        stateBar->tell(Icons::Shape::Information,
+                       SettingsWindow::tr("Файл доступен только для чтения: изменить его нельзя"));
+    else if (ambiguous)
+        stateBar->tell(Icons::Shape::Information,
+                       SettingsWindow::tr("Здесь есть записи без имени или имена, которые сразу и группа, и "
+                                          "ключ: запись по команде потеряла бы часть из них и недоступна"));
+    else
+        stateBar->clear();
+}
+
+// Opening and closing.
+
+bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
+{
+    newStore->setFallbacksEnabled(false);
+    changes.setModel(nullptr);
+    proxy.setSourceModel(nullptr);
+    delete std::exchange(model, nullptr);
+    store = std::move(newStore);
+    backedUp = false;
+    noticeBar->clear();
+    takeModel();
+    tree->expandAll();
+    tree->setCurrentIndex(search.index(0, 0));
+    watch();
+    return true;
+}
+
+/// A new model of the store as it is.
+void SettingsWindowPrivate::takeModel()
+{
+    const SettingsModel::EditStrategy strategy =
+        model ? model->editStrategy() : SettingsModel::OnManualSubmit;
+    auto *old = std::exchange(model, new StoreModel(q));
+    model->beforeWrite = [this] { return ensureBackup(); };
+    model->afterWrite = [this] {
+        QMetaObject::invokeMethod(
+            q, [this] { synchronizeStore(); }, Qt::QueuedConnection);
+    };
+    store->sync();
+    seen = fingerprint();
+    model->setSettings(store.get());
+    ambiguous = hasAmbiguousNames();
+    model->setReadOnly(isReadOnlyStore(*store));
+    model->setEditStrategy(ambiguous ? SettingsModel::OnFieldChange : strategy);
+    proxy.setSourceModel(model);
+    changes.setModel(model);
+    // There are no columns to be given a width before.
+    if (!std::exchange(hasWidths, true)) {
+        const int unit = q->fontMetrics().averageCharWidth();
+        tree->header()->resizeSection(0, unit * 45);
+        tree->header()->resizeSection(1, unit * 20);
+    }
+    delete old;
+    updateState();
+}
+
+bool SettingsWindowPrivate::mayClose()
+{
+    changes.synchronize();
+    if (changes.isEmpty())
+        return true;
+    QMessageBox box(
+        QMessageBox::Question, SettingsWindow::tr("Настройки"),
+        SettingsWindow::tr("Изменений, которые ждут записи: %1. Записать их?").arg(changes.rowCount()),
+        QMessageBox::NoButton, q);
+    QPushButton *save = box.addButton(SettingsWindow::tr("&Записать"), QMessageBox::AcceptRole);
+    QPushButton *discard = box.addButton(SettingsWindow::tr("&Отбросить"), QMessageBox::DestructiveRole);
+    box.addButton(SettingsWindow::tr("От&мена"), QMessageBox::RejectRole);
+    box.setDefaultButton(save);
+    box.exec();
+    if (box.clickedButton() == save)
+        return trySubmit();
+    if (box.clickedButton() != discard)
+        return false;
+    changes.dismissAll();
+    return true;
+}
+
+void SettingsWindowPrivate::chooseFile()
+{
+    const QString name = QFileDialog::getOpenFileName(
+        q, SettingsWindow::tr("Открыть файл настроек"), QFileInfo(q->fileName()).path(),
+        SettingsWindow::tr("Файлы настроек (*.ini *.conf);;Все файлы (*)"));
+    if (!name.isEmpty())
+        q->openFile(name);
+}
+
+// Writing.
+
+/// Whether the file may be written: it was copied, or there is none yet.
+bool SettingsWindowPrivate::ensureBackup()
+{
+    const QString name = store->fileName();
+    if (backedUp || !QFileInfo::exists(name))
+        return true;
+    const QString stem = name + u".bak-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
+    QString copy = stem;
+    for (int i = 2; QFileInfo::exists(copy); ++i)
+        copy = stem + u'-' + QString::number(i);
+    QFile file(name);
+    if (!file.copy(copy)) {
+        noticeBar->tell(Icons::Shape::Warning,
+                        SettingsWindow::tr("Ничего не записано: не удалось сохранить копию «%1»: %2")
+                            .arg(QDir::toNativeSeparators(copy), file.errorString()));
+        return false;
+    }
+    backedUp = true;
+    return true;
+}
+
+void SettingsWindowPrivate::synchronizeStore()
+{
+    if (!store)
+        return;
+    store->sync();
+    seen = fingerprint();
+    watch();
+    if (store->status() != QSettings::NoError)
+        noticeBar->tell(
+            Icons::Shape::Warning,
+            SettingsWindow::tr("Не удалось записать «%1»").arg(QDir::toNativeSeparators(q->fileName())));
+}
+
+bool SettingsWindowPrivate::trySubmit()
+{
+    // What another program wrote meanwhile stays, but for the entries changed here.
+    if (fingerprint() != seen) {
+        if (const int dropped = changes.refresh(); dropped > 0) {
+            noticeBar->tell(
+                Icons::Shape::Warning,
+                SettingsWindow::tr("Ничего не записано: файл изменён другой программой, и записей "
+                                   "ваших правок больше нет: %1")
+                    .arg(dropped));
+            seen = fingerprint();
+            return false;
+        }
+        ambiguous = hasAmbiguousNames();
+        if (ambiguous) {
+            updateState();
+            noticeBar->tell(Icons::Shape::Warning,
+                            SettingsWindow::tr("Ничего не записано: файл изменён другой программой"));
+            return false;
+        }
+    }
+    if (!ensureBackup())
+        return false;
+    const Anchor anchor(tree);
+    model->submitAll();
+    noticeBar->clear();
+    synchronizeStore();
+    changes.refresh();
+    return store->status() == QSettings::NoError;
+}
+
+void SettingsWindowPrivate::submit()
+{
+    trySubmit();
+}
+
+void SettingsWindowPrivate::revert()
+{
+    const Anchor anchor(tree);
+    changes.dismissAll();
+}
+
+void SettingsWindowPrivate::refresh()
+{
+    const QString name = q->fileName();
+    if (!model || name.isEmpty())
+        return;
+    noticeBar->clear();
+    if (!QFileInfo::exists(name) && !seen.isEmpty()) {
+        noticeBar->tell(Icons::Shape::Warning,
+                        SettingsWindow::tr("Файла «%1» больше нет. Показано то, что в нём было")
+                            .arg(QDir::toNativeSeparators(name)),
+                        SettingsWindow::tr("Обновить"));
+        return;
+    }
+    try {
+        if (QFileInfo::exists(name))
+            requireIniFile(name);
+    } catch (const Exception &exception) {
+        noticeBar->tell(Icons::Shape::Warning, exception.message(), SettingsWindow::tr("Обновить"));
+        return;
+    }
+    store->sync();
+    const bool wasAmbiguous = std::exchange(ambiguous, hasAmbiguousNames());
+    if (ambiguous || wasAmbiguous) {
+        // A merge mixes up rows of the same name.
+        QSet<QString> collapsed;
+        const std::function<void(const QModelIndex &)> note = [&](const QModelIndex &parent) {
+            for (int row = 0; row < search.rowCount(parent); ++row) {
+                const QModelIndex index = search.index(row, 0, parent);
+                if (search.hasChildren(index) && !tree->isExpanded(index))
+                    collapsed.insert(pathOf(index));
+                note(index);
+            }
+        };
+        note({});
+        const QString current = pathOf(tree->currentIndex());
+        const int scrolled = tree->verticalScrollBar()->value();
+        takeModel();
+        tree->expandAll();
+        const std::function<void(const QModelIndex &)> restore = [&](const QModelIndex &parent) {
+            for (int row = 0; row < search.rowCount(parent); ++row) {
+                const QModelIndex index = search.index(row, 0, parent);
+                if (pathOf(index) == current)
+                    tree->setCurrentIndex(index);
+                restore(index);
+                tree->setExpanded(index, !collapsed.contains(pathOf(index)));
+            }
+        };
+        restore({});
+        tree->verticalScrollBar()->setValue(scrolled);
+    } else {
+        const Anchor anchor(tree);
+        const int dropped = changes.refresh();
+        model->setReadOnly(isReadOnlyStore(*store));
+        if (dropped > 0)
+            noticeBar->tell(
+                Icons::Shape::Warning,
+                SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(dropped));
+    }
+    seen = fingerprint();
+    watch();
+    updateState();
+    tree->viewport()->update();
+}
+
+// Editing.
+
+QList<QPersistentModelIndex> SettingsWindowPrivate::selectedRows() const
+{
+    QList<QPersistentModelIndex> rows;
+    const QModelIndexList selected = tree->selectionModel()->selectedRows();
+    for (const QModelIndex &index : selected) {
+        bool inside = false;
+        for (QModelIndex above = index.parent(); above.isValid(); above = above.parent())
+            inside = inside || selected.contains(above);
+        if (!inside)
+            rows += index;
+    }
+    return rows;
+}
+
+void SettingsWindowPrivate::removeSelected()
+{
+    const QList<QPersistentModelIndex> rows = selectedRows();
+    if (rows.isEmpty() || !model || model->readOnly())
+        return;
+    int entries = 0;
+    for (const QPersistentModelIndex &row : rows) {
+        if (row.data().toString().isEmpty()) {
+            noticeBar->tell(
+                Icons::Shape::Warning,
+                SettingsWindow::tr("У записи «%1» нет имени, её нельзя удалить").arg(pathOf(row)));
+            return;
+        }
+        // What the search hides goes too.
+        entries += countEntries(search.mapToSource(row));
+    }
+    QString question = rows.size() == 1
+                           ? SettingsWindow::tr("Удалить «%1»?").arg(pathOf(rows.first()))
+                           : SettingsWindow::tr("Удалить выбранное? Записей выбрано: %1").arg(rows.size());
+    QStringList details;
+    if (entries > rows.size())
+        details += SettingsWindow::tr("Вместе с содержимым групп записей: %1.").arg(entries);
+    if (ambiguous)
+        details += SettingsWindow::tr("С ключом удаляется и группа того же имени.");
+    details += isManual() ? SettingsWindow::tr("Файл изменится после команды «Записать».")
+                          : SettingsWindow::tr("Файл изменится сразу.");
+    QMessageBox box(QMessageBox::Question, SettingsWindow::tr("Удаление"), question, QMessageBox::NoButton,
+                    q);
+    box.setInformativeText(details.join(u' '));
+    QPushButton *yes = box.addButton(SettingsWindow::tr("&Удалить"), QMessageBox::DestructiveRole);
+    QPushButton *no = box.addButton(SettingsWindow::tr("От&мена"), QMessageBox::RejectRole);
+    box.setDefaultButton(no);
+    box.setEscapeButton(no);
+    box.exec();
+    if (box.clickedButton() != yes)
+        return;
+    for (const QPersistentModelIndex &row : rows) {
+        if (row.isValid() && !search.removeRow(row.row(), row.parent()))
+            break;
+    }
+    changes.synchronize();
+    if (ambiguous && !isManual())
+        refresh();
+}
+
+void SettingsWindowPrivate::copyPaths()
+{
+    QStringList paths;
+    QModelIndexList rows = tree->selectionModel()->selectedRows();
+    // In the order of the tree, not of the selecting.
+    const auto place = [](const QModelIndex &row) {
+        QList<int> rowPath;
+        for (QModelIndex index = row; index.isValid(); index = index.parent())
+            rowPath.prepend(index.row());
+        return rowPath;
+    };
+    std::sort(rows.begin(), rows.end(),
+              [&](const QModelIndex &one, const QModelIndex &other) { return place(one) < place(other); });
+    for (const QModelIndex &row : std::as_const(rows))
+        paths += pathOf(row);
+    QApplication::clipboard()->setText(paths.join(u'\n'));
+}
+
+void SettingsWindowPrivate::editCurrent()
+{
+    const QModelIndex index = tree->currentIndex().siblingAtColumn(valueColumn);
+    if (index.flags().testFlag(Qt::ItemIsEditable)) {
+        tree->setCurrentIndex(index);
+        tree->edit(index);
+    }
+}
+
+void SettingsWindowPrivate::dismissSelected()
+{
+    const Anchor anchor(tree);
+    const int row = pendingList->currentIndex().row();
+    changes.dismiss(row);
+    pendingList->setCurrentIndex(changes.index(std::min(row, changes.rowCount() - 1), 0));
+}
+
+void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
+{
+    // Pending changes would be stranded.
+    if (model && model->editStrategy() != strategy &&
+        (strategy == SettingsModel::OnManualSubmit || mayClose()))
+        model->setEditStrategy(strategy);
+    updateState();
+}
+
+void SettingsWindowPrivate::applySearch()
+{
+    searchTimer.stop();
+    if (searchLine->text() == search.text())
+        return;
+    search.search(searchLine->text());
+    if (!search.text().isEmpty())
+        tree->expandAll();
+    if (tree->currentIndex().isValid())
+        tree->scrollTo(tree->currentIndex());
+    updateState();
+}
+
+// The file.
+
+/// Empty when there is no file.
+QByteArray SettingsWindowPrivate::fingerprint() const
+{
+    QFile file(q->fileName());
+    if (q->fileName().isEmpty() || !file.open(QIODevice::ReadOnly))
+        return {};
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    hash.addData(&file);
+    return hash.result();
+}
+
+void SettingsWindowPrivate::watch()
+{
+    const QStringList watched = watcher.files() + watcher.directories();
+    QStringList wanted;
+    for (const QString &path : {q->fileName(), QFileInfo(q->fileName()).absolutePath()}) {
+        if (QFileInfo::exists(path))
+            wanted += path;
+    }
+    for (const QString &path : watched) {
+        if (!wanted.contains(path))
+            watcher.removePath(path);
+    }
+    for (const QString &path : std::as_const(wanted)) {
+        if (!watched.contains(path))
+            watcher.addPath(path);
+    }
+}
+
+void SettingsWindowPrivate::lookAtFile()
+{
+    if (!store)
+        return;
+    watch();
+    const QByteArray now = fingerprint();
+    if (now == seen)
+        return;
+    if (now.isEmpty())
+        noticeBar->tell(Icons::Shape::Warning,
+                        SettingsWindow::tr("Файла «%1» больше нет. Показано то, что в нём было")
+                            .arg(QDir::toNativeSeparators(q->fileName())),
+                        SettingsWindow::tr("Обновить"));
+    else
+        noticeBar->tell(Icons::Shape::Information, SettingsWindow::tr("Файл изменён другой программой"),
+                        SettingsWindow::tr("Обновить"));
+}
+
+/// Whether a merge or a submit of this store would mix up entries or lose some.
+bool SettingsWindowPrivate::hasAmbiguousNames() const
+{
+    const std::function<bool()> look = [&] {
+        const QStringList groups = store->childGroups();
+        const QStringList keys = store->childKeys();
+        if (groups.contains(QString()) || keys.contains(QString()))
+            return true;
+        for (const QString &group : groups) {
+            if (keys.contains(group))
+                return true;
+            store->beginGroup(group);
+            const bool found = look();
+            store->endGroup();
+            if (found)
+                return true;
+        }
+        return false;
+    };
+    return look();
+}
+
+SettingsWindow::SettingsWindow(QWidget *parent)
+    : QWidget(parent, Qt::Window), d(std::make_unique<SettingsWindowPrivate>(this))
+{
+    d->build();
+}
+
+SettingsWindow::~SettingsWindow()
+{
+    d->changes.disconnect(this);
+    d->proxy.disconnect(this);
+    d->changes.setModel(nullptr);
+    d->proxy.setSourceModel(nullptr);
+    // Before the store, and the views before the models that they show.
+    delete std::exchange(d->model, nullptr);
+    delete std::exchange(d->tree, nullptr);
+    delete std::exchange(d->pendingList, nullptr);
+}
+
+QString SettingsWindow::fileName() const
+{
+    return d->store ? d->store->fileName() : QString();
+}
+
+bool SettingsWindow::openFile(const QString &fileName)
+{
+    try {
+        requireIniFile(fileName);
+    } catch (const Exception &exception) {
+        d->noticeBar->tell(Icons::Shape::Warning, exception.message());
+        return false;
+    }
+    return d->mayClose() &&
+           d->open(std::make_unique<QSettings>(QFileInfo(fileName).absoluteFilePath(), QSettings::IniFormat));
+}
+
+void SettingsWindow::openStore(std::unique_ptr<QSettings> store)
+{
+    if (d->mayClose())
+        d->open(std::move(store));
+}
+
+bool SettingsWindow::event(QEvent *event)
+{
+    // Not every file system tells of changes.
+    if (event->type() == QEvent::WindowActivate)
+        d->watchTimer.start();
+    return QWidget::event(event);
+}
+
+void SettingsWindow::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange)
+        d->retranslate();
+}
+
+void SettingsWindow::closeEvent(QCloseEvent *event)
+{
+    event->setAccepted(d->mayClose());
+}

@@ -1,0 +1,654 @@
+// SPDX-License-Identifier: MIT
+#include <browser/settingswindow.h>
+
+#include <browser/noticebar.h>
+#include <hostkit/settingsvalue.h>
+#include <support/settingsfixtures.h>
+
+#include <QAbstractItemView>
+#include <QAccessible>
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QTest>
+#include <QTimer>
+#include <QTranslator>
+#include <QTreeView>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray contentOf(const QString &name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// The window with what tests look at.
+class Window
+{
+public:
+    Window()
+    {
+        tree = window.findChild<QTreeView *>(u"tree"_s);
+        pending = window.findChild<QTreeView *>(u"pending"_s);
+        search = window.findChild<QLineEdit *>(u"search"_s);
+        message = window.findChild<NoticeBar *>(u"noticeBar"_s);
+        state = window.findChild<NoticeBar *>(u"stateBar"_s);
+        window.show();
+        window.activateWindow();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("the window did not become active");
+    }
+
+    QModelIndex at(const QString &path, int column = 0) const
+    {
+        return find(*tree->model(), path.split(u'/'), column);
+    }
+    void select(const QString &path, int column = 0)
+    {
+        tree->setFocus();
+        tree->setCurrentIndex(at(path, column));
+    }
+    /// Types \a text as the value of \a path.
+    void edit(const QString &path, const QString &text)
+    {
+        select(path, 2);
+        QTest::keyClick(tree, Qt::Key_F2);
+        QVERIFY2(qobject_cast<QWidget *>(QApplication::focusWidget()) != tree, qPrintable(path));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), text);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    }
+    /// Answers the question that \a action brings by the button whose text begins with \a button; what it
+    /// asked.
+    QString answer(const QString &button, const std::function<void()> &action)
+    {
+        QString asked;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            timer.stop();
+            asked = box->text() + u'|' + box->informativeText();
+            for (QAbstractButton *each : box->buttons()) {
+                if (each->text().remove(u'&').startsWith(button))
+                    QTest::mouseClick(each, Qt::LeftButton);
+            }
+        });
+        timer.start(1);
+        action();
+        window.activateWindow();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("the window did not become active");
+        return asked;
+    }
+    QStringList pendingTexts() const
+    {
+        QStringList texts;
+        for (int row = 0; row < pending->model()->rowCount(); ++row) {
+            QStringList cells;
+            for (int column = 0; column < 4; ++column)
+                cells += pending->model()->index(row, column).data().toString();
+            texts += cells.join(u'|');
+        }
+        return texts;
+    }
+    bool isMarked(const QString &path) const { return at(path).data(Qt::FontRole).value<QFont>().bold(); }
+    QAction *action(const QString &name) const { return window.findChild<QAction *>(name); }
+
+    SettingsWindow window;
+    QTreeView *tree;
+    QTreeView *pending;
+    QLineEdit *search;
+    NoticeBar *message;
+    NoticeBar *state;
+};
+
+} // namespace
+
+class tst_SettingsWindow : public QObject
+{
+    Q_OBJECT
+private:
+    QString makeFile(const QByteArray &content)
+    {
+        QDir(m_directory.path()).mkdir(QString::number(++m_made));
+        const QString name = m_directory.filePath(u"%1/store.ini"_s.arg(m_made));
+        write(name, content);
+        return name;
+    }
+    static void write(const QString &name, const QByteArray &content)
+    {
+        QFile file(name);
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write");
+    }
+    static QStringList copies(const QString &file)
+    {
+        return QFileInfo(file).dir().entryList({u"store.ini.bak-*"_s}, QDir::Files);
+    }
+
+    QTemporaryDir m_directory;
+    int m_made = 0;
+
+private Q_SLOTS:
+    // A platform without windows complains of what dialogs ask of it.
+    void init() { QTest::failOnWarning(QRegularExpression(u"^(?!This plugin does not support)"_s)); }
+
+    void showsAFile()
+    {
+        const QString file = makeFile("top=1\n[g]\nlist=a, b\nk=x\n");
+        Window w;
+
+        QVERIFY(w.window.openFile(file));
+
+        QCOMPARE(treeText(*w.tree->model()), u"g{k=x list=a,b} top=1"_s);
+        QVERIFY(w.tree->isExpanded(w.at(u"g"_s)));
+        QCOMPARE(w.window.windowTitle(), u"store.ini[*] - настройки"_s);
+        QCOMPARE(w.window.findChild<QLabel *>(u"status"_s)->text(), QFileInfo(file).fileName());
+        QCOMPARE(w.window.findChild<QLabel *>(u"status"_s)->toolTip(), QDir::toNativeSeparators(file));
+        QCOMPARE(w.message->text(), QString());
+        QCOMPARE(w.state->text(), QString());
+        QCOMPARE(copies(file), QStringList());
+    }
+
+    void tellsWhatCannotBeOpened_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("missing") << m_directory.filePath(u"none.ini"_s) << u"Файла «%1» нет"_s;
+        QTest::newRow("directory") << m_directory.path() << u"«%1» - каталог, а не файл настроек"_s;
+        QTest::newRow("no INI") << makeFile("just\nwords\n") << u"«%1» - не файл INI"_s;
+    }
+    void tellsWhatCannotBeOpened()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, message);
+        const QString good = makeFile("a=1\n");
+        Window w;
+        w.window.openFile(good);
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: "_s));
+        QVERIFY(!w.window.openFile(name));
+
+        QCOMPARE(w.message->text(), message.arg(name));
+        QCOMPARE(treeText(*w.tree->model()), u"a=1"_s);
+        QCOMPARE(w.window.fileName(), good);
+        QTest::mouseClick(w.message->findChild<QWidget *>(u"close"_s), Qt::LeftButton);
+        QCOMPARE(w.message->text(), QString());
+    }
+
+    void keepsChangesUntilTheyAreSubmitted()
+    {
+        const QByteArray content = "a=1\n[g]\nk=x\nl=y\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        QVERIFY(!w.action(u"submit"_s)->isEnabled());
+
+        w.edit(u"g/k"_s, u"new"_s);
+        w.select(u"g/l"_s);
+        const QString asked = w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); });
+        QCOMPARE(asked, u"Удалить «g/l»?|Файл изменится после команды «Записать»."_s);
+
+        QCOMPARE(w.pendingTexts(), (QStringList{u"Правка|g/k|x|new"_s, u"Удаление|g/l|y|"_s}));
+        QVERIFY(w.isMarked(u"g/k"_s));
+        QVERIFY(w.isMarked(u"g"_s)); // has a removal in it
+        QVERIFY(!w.isMarked(u"a"_s));
+        QCOMPARE(w.at(u"g/k"_s).data(Qt::AccessibleTextRole).toString(), u"k, правка ждёт записи"_s);
+        QCOMPARE(w.at(u"g"_s).data(Qt::AccessibleTextRole).toString(), u"g, ждут удаления: 1"_s);
+        QVERIFY(w.window.isWindowModified());
+        QCOMPARE(contentOf(file), content);
+        QCOMPARE(copies(file), QStringList());
+
+        w.press(Qt::Key_S, Qt::ControlModifier);
+
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=1\n\n[g]\nk=new\n"));
+        QCOMPARE(w.pendingTexts(), QStringList());
+        QVERIFY(!w.isMarked(u"g/k"_s));
+        QVERIFY(!w.window.isWindowModified());
+        QCOMPARE(copies(file).size(), 1);
+        QVERIFY(QRegularExpression(u"^store\\.ini\\.bak-\\d{8}-\\d{6}$"_s)
+                    .match(copies(file).constFirst())
+                    .hasMatch());
+        QCOMPARE(contentOf(QFileInfo(file).dir().filePath(copies(file).constFirst())), content);
+
+        w.edit(u"a"_s, u"2"_s);
+        w.press(Qt::Key_S, Qt::ControlModifier);
+        QVERIFY(contentOf(file).contains("a=2"));
+        QCOMPARE(copies(file).size(), 1);
+    }
+
+    void dismissesOneChangeAlone()
+    {
+        const QByteArray content = "a=1\n[g]\nk=x\nl=y\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"2"_s);
+        w.edit(u"g/k"_s, u"new"_s);
+        w.select(u"g/l"_s);
+        w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); });
+
+        w.pending->setFocus();
+        w.pending->setCurrentIndex(w.pending->model()->index(2, 0));
+        w.press(Qt::Key_Delete);
+        QCOMPARE(w.pendingTexts(), (QStringList{u"Правка|g/k|x|new"_s, u"Правка|a|1|2"_s}));
+        QCOMPARE(treeText(*w.tree->model()), u"g{k=new l=y} a=2"_s);
+        w.pending->setCurrentIndex(w.pending->model()->index(0, 0));
+        QTest::mouseClick(w.window.findChild<QPushButton *>(u"dismiss"_s), Qt::LeftButton);
+
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка|a|1|2"_s});
+        QCOMPARE(treeText(*w.tree->model()), u"g{k=x l=y} a=2"_s);
+        QVERIFY(!w.isMarked(u"g/k"_s));
+        QVERIFY(w.isMarked(u"a"_s));
+        QCOMPARE(contentOf(file), content);
+    }
+
+    void revertsAll()
+    {
+        const QString file = makeFile("a=1\n[g]\nk=x\nl=y\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"2"_s);
+        w.select(u"g"_s);
+        QCOMPARE(
+            w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); }),
+            u"Удалить «g»?|Вместе с содержимым групп записей: 3. Файл изменится после команды «Записать»."_s);
+        QCOMPARE(treeText(*w.tree->model()), u"a=2"_s);
+
+        w.press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+
+        QCOMPARE(treeText(*w.tree->model()), u"g{k=x l=y} a=1"_s);
+        QCOMPARE(w.pendingTexts(), QStringList());
+    }
+
+    void removesNothingWithoutConsent()
+    {
+        const QString file = makeFile("a=1\nb=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.tree->setFocus();
+        w.tree->selectAll();
+
+        QCOMPARE(w.answer(u"Отмена"_s, [&] { w.press(Qt::Key_Delete); }),
+                 u"Удалить выбранное? Записей выбрано: 2|Файл изменится после команды «Записать»."_s);
+
+        QCOMPARE(treeText(*w.tree->model()), u"a=1 b=2"_s);
+        QCOMPARE(w.pendingTexts(), QStringList());
+    }
+
+    void writesAtOnceWhenChosen()
+    {
+        const QByteArray content = "a=1\nb=2\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        QVERIFY(w.pending->isHidden() || !w.pending->isVisible());
+        QCOMPARE(copies(file), QStringList());
+
+        // An editor that changes nothing writes nothing.
+        w.edit(u"a"_s, u"1"_s);
+        QCoreApplication::processEvents();
+        QCOMPARE(contentOf(file), content);
+        QCOMPARE(copies(file), QStringList());
+        w.edit(u"a"_s, u"7"_s);
+        QTRY_COMPARE(contentOf(file), QByteArray("[General]\na=7\nb=2\n"));
+        w.select(u"b"_s);
+        QCOMPARE(w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); }),
+                 u"Удалить «b»?|Файл изменится сразу."_s);
+        QTRY_COMPARE(contentOf(file), QByteArray("[General]\na=7\n"));
+
+        QCOMPARE(copies(file).size(), 1);
+        QCOMPARE(contentOf(QFileInfo(file).dir().filePath(copies(file).constFirst())), content);
+        QCOMPARE(w.pendingTexts(), QStringList());
+    }
+
+    void writesNothingWithoutACopy_data()
+    {
+        QTest::addColumn<bool>("manual");
+        QTest::newRow("on command") << true;
+        QTest::newRow("at once") << false;
+    }
+    void writesNothingWithoutACopy()
+    {
+        QFETCH(bool, manual);
+        // No room in the name for the end that the copy gets.
+        const QString file = QFileInfo(makeFile({})).dir().filePath(QString(245, u'n') + u".ini"_s);
+        const QByteArray content = "a=1\n";
+        write(file, content);
+        Window w;
+        QVERIFY(w.window.openFile(file));
+        if (!manual)
+            w.action(u"immediate"_s)->trigger();
+
+        w.edit(u"a"_s, u"7"_s);
+        w.tree->setFocus();
+        if (manual)
+            w.press(Qt::Key_S, Qt::ControlModifier);
+        QTest::qWait(0);
+
+        QVERIFY2(w.message->text().startsWith(u"Ничего не записано: не удалось сохранить копию «"_s),
+                 qPrintable(w.message->text()));
+        QCOMPARE(contentOf(file), content);
+        if (manual)
+            QCOMPARE(w.pendingTexts(), QStringList{u"Правка|a|1|7"_s});
+        else
+            QVERIFY(w.tree->findChild<QFrame *>(u"settingsEditor"_s)); // with what was typed
+    }
+
+    void asksBeforeChangesAreStranded_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("switches");
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("write") << u"Записать"_s << true << QByteArray("[General]\na=7\n");
+        QTest::newRow("drop") << u"Отбросить"_s << true << QByteArray("a=1\n");
+        QTest::newRow("cancel") << u"Отмена"_s << false << QByteArray("a=1\n");
+    }
+    void asksBeforeChangesAreStranded()
+    {
+        QFETCH(QString, button);
+        QFETCH(bool, switches);
+        QFETCH(QByteArray, content);
+        for (const bool closing : {false, true}) {
+            const QString file = makeFile("a=1\n");
+            Window w;
+            w.window.openFile(file);
+            w.edit(u"a"_s, u"7"_s);
+
+            QCOMPARE(w.answer(button,
+                              [&] {
+                                  if (closing)
+                                      QCOMPARE(w.window.close(), switches);
+                                  else
+                                      w.action(u"immediate"_s)->trigger();
+                                  w.window.show();
+                              }),
+                     u"Изменений, которые ждут записи: 1. Записать их?|"_s);
+
+            QCOMPARE(contentOf(file), content);
+            QCOMPARE(w.pendingTexts().isEmpty(), switches);
+            if (!closing) {
+                QCOMPARE(w.action(u"immediate"_s)->isChecked(), switches);
+                QCOMPARE(w.action(u"manual"_s)->isChecked(), !switches);
+            }
+            w.action(u"revert"_s)->trigger();
+        }
+    }
+
+    void refreshesInPlace()
+    {
+        QByteArray content;
+        for (int group = 10; group < 40; ++group)
+            content += "[g" + QByteArray::number(group) + "]\nk=1\nl=2\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"g21/k"_s, u"mine"_s);
+        w.tree->collapse(w.at(u"g12"_s));
+        w.select(u"g20/l"_s);
+        w.tree->scrollTo(w.at(u"g20/l"_s), QAbstractItemView::PositionAtTop);
+        const int place = w.tree->visualRect(w.at(u"g20/l"_s)).top();
+
+        content.replace("[g11]\nk=1\n", "[g11]\n")
+            .replace("[g15]\nk=1\nl=2\n", "")
+            .replace("[g30]\n", "[g30]\nj=0\n");
+        write(file, content);
+        QTRY_COMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+        QVERIFY(w.at(u"g15"_s).isValid());
+        w.press(Qt::Key_F5);
+
+        QCOMPARE(w.message->text(), QString());
+        QVERIFY(!w.at(u"g15"_s).isValid());
+        QVERIFY(!w.at(u"g11/k"_s).isValid());
+        QVERIFY(w.at(u"g30/j"_s).isValid());
+        QVERIFY(!w.tree->isExpanded(w.at(u"g12"_s)));
+        QVERIFY(w.tree->isExpanded(w.at(u"g39"_s)));
+        QCOMPARE(w.tree->currentIndex(), w.at(u"g20/l"_s));
+        QVERIFY(w.tree->selectionModel()->isSelected(w.at(u"g20/l"_s)));
+        QCOMPARE(w.tree->visualRect(w.at(u"g20/l"_s)).top(), place);
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка|g21/k|1|mine"_s});
+    }
+
+    void submitsOntoWhatAnotherProgramWrote()
+    {
+        const QString file = makeFile("a=1\nb=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"7"_s);
+        write(file, "a=1\nb=3\nc=4\n");
+
+        w.tree->setFocus();
+        w.press(Qt::Key_S, Qt::ControlModifier);
+
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=7\nb=3\nc=4\n"));
+        QCOMPARE(treeText(*w.tree->model()), u"a=7 b=3 c=4"_s);
+    }
+
+    void tellsOfAFileThatIsGone()
+    {
+        const QString file = makeFile("a=1\n");
+        Window w;
+        w.window.openFile(file);
+
+        QVERIFY(QFile::remove(file));
+
+        const QString message = u"Файла «%1» больше нет. Показано то, что в нём было"_s.arg(file);
+        QTRY_COMPARE(w.message->text(), message);
+        w.press(Qt::Key_F5);
+        QCOMPARE(w.message->text(), message);
+        QCOMPARE(treeText(*w.tree->model()), u"a=1"_s);
+        write(file, "a=2\n");
+        QTRY_COMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+        QTest::mouseClick(w.message->findChild<QPushButton *>(u"button"_s), Qt::LeftButton);
+        QCOMPARE(treeText(*w.tree->model()), u"a=2"_s);
+    }
+
+    void showsReadOnlyFilesReadOnly()
+    {
+        const QString file = makeFile("a=1\n");
+        QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
+        Window w;
+        w.window.openFile(file);
+
+        QCOMPARE(w.state->text(), u"Файл доступен только для чтения: изменить его нельзя"_s);
+        QVERIFY(!w.at(u"a"_s, 2).flags().testFlag(Qt::ItemIsEditable));
+        w.select(u"a"_s, 2);
+        QTest::keyClick(w.tree, Qt::Key_F2);
+        QCOMPARE(QApplication::focusWidget(), w.tree);
+        for (const QString &name :
+             {u"submit"_s, u"revert"_s, u"remove"_s, u"immediate"_s, u"manual"_s, u"edit"_s})
+            QVERIFY2(!w.action(name)->isEnabled(), qPrintable(name));
+        QVERIFY(w.action(u"copyPath"_s)->isEnabled());
+    }
+
+    void losesNothingWhereNamesAreAmbiguous_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("group and key") << QByteArray("a=1\nx=2\n[x]\ny=3\n");
+        QTest::newRow("in a group") << QByteArray("a=1\n[g]\nx=2\nx\\y=3\n");
+        QTest::newRow("nameless key") << QByteArray("a=1\n[g]\n=2\n");
+    }
+    void losesNothingWhereNamesAreAmbiguous()
+    {
+        QFETCH(QByteArray, content);
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        const auto before = QSettings(file, QSettings::IniFormat).allKeys();
+
+        QVERIFY(w.state->text().contains(u"запись по команде"_s));
+        QVERIFY(!w.action(u"manual"_s)->isEnabled());
+        QVERIFY(w.action(u"immediate"_s)->isChecked());
+        w.edit(u"a"_s, u"7"_s);
+        QTRY_VERIFY(contentOf(file).contains("a=7"));
+        w.press(Qt::Key_F5);
+
+        QCOMPARE(QSettings(file, QSettings::IniFormat).allKeys(), before);
+        QVERIFY(treeText(*w.tree->model()).contains(u"a=7"_s));
+    }
+
+    void searchesAllColumns_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("tree");
+        QTest::newRow("name") << u"COLO"_s << u"window{colour=#010203}"_s;
+        QTest::newRow("path") << u"window/s"_s << u"window{size=}"_s;
+        QTest::newRow("type") << u"stringlist"_s << u"g{list=a,b}"_s;
+        QTest::newRow("value") << u"hello"_s << u"g{deep{k=Hello world}}"_s;
+        QTest::newRow("text of a value") << u"640 × 4"_s << u"window{size=}"_s;
+        QTest::newRow("group") << u"deep"_s << u"g{deep{k=Hello world}}"_s;
+        QTest::newRow("nothing") << u"none"_s << QString();
+    }
+    void searchesAllColumns()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, tree);
+        const QString file =
+            makeFile("top=1\n[g]\nlist=a, b\ndeep\\k=Hello world\n[window]\nsize=@Size(640 480)\n"
+                     "colour=@Variant(\\0\\0\\0\\x43\\x1\\xff\\xff\\x1\\x1\\x2\\x2\\x3\\x3\\0\\0)\n");
+        Window w;
+        w.window.openFile(file);
+        const QString all = treeText(*w.tree->model());
+
+        w.window.setFocus();
+        w.tree->setFocus();
+        w.press(Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(QApplication::focusWidget(), w.search);
+        QTest::keyClicks(w.search, text.left(1));
+        w.search->setText(text);
+        QCOMPARE(treeText(*w.tree->model()), all); // not yet
+        QTRY_COMPARE(treeText(*w.tree->model()), tree);
+        w.search->clear();
+        w.press(Qt::Key_Return); // at once
+
+        QCOMPARE(treeText(*w.tree->model()), all);
+        QCOMPARE(QApplication::focusWidget(), w.tree);
+    }
+
+    void removesWhatTheSearchHides()
+    {
+        const QString file = makeFile("top=1\n[g]\nfound=1\nother=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.search->setFocus();
+        QTest::keyClicks(w.search, u"found"_s);
+        w.press(Qt::Key_Return);
+        QCOMPARE(treeText(*w.tree->model()), u"g{found=1}"_s);
+
+        w.select(u"g"_s);
+        QVERIFY(w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); }).contains(u"групп записей: 3."_s));
+
+        QCOMPARE(w.pendingTexts(), QStringList{u"Удаление группы|g||"_s});
+    }
+
+    void copiesPaths()
+    {
+        const QString file = makeFile("top=1\n[g]\nk=1\n");
+        Window w;
+        w.window.openFile(file);
+        w.select(u"g/k"_s);
+        w.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(QApplication::clipboard()->text(), u"g/k"_s);
+
+        w.tree->selectAll();
+        w.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(QApplication::clipboard()->text().split(u'\n'), (QStringList{u"g"_s, u"g/k"_s, u"top"_s}));
+    }
+
+    void showsAStoreWhoseFileIsToCome()
+    {
+        const QString file = QFileInfo(makeFile({})).dir().filePath(u"new.conf"_s);
+        auto store = std::make_unique<QSettings>(file, QSettings::IniFormat);
+        Window w;
+
+        w.window.openStore(std::move(store));
+
+        QCOMPARE(w.message->text(), QString());
+        QCOMPARE(w.state->text(), QString());
+        QCOMPARE(w.tree->model()->rowCount(), 0);
+        QSettings other(file, QSettings::IniFormat);
+        other.setValue(u"k"_s, 5);
+        other.sync();
+        QTRY_COMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+        w.press(Qt::Key_F5);
+        QCOMPARE(treeText(*w.tree->model()), u"k=5"_s);
+        w.edit(u"k"_s, u"6"_s);
+        w.press(Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(other.value(u"k"_s), QVariant(6)); // a number still
+    }
+
+    void isReachedByKeyboardAndNamed()
+    {
+        const QString file = makeFile("a=1\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"2"_s);
+
+        QSet<QWidget *> reached;
+        w.tree->setFocus();
+        for (int i = 0; i < 40; ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            reached.insert(QApplication::focusWidget());
+        }
+        for (QWidget *widget : std::initializer_list<QWidget *>{w.tree, w.pending, w.search})
+            QVERIFY2(reached.contains(widget), qPrintable(widget->objectName()));
+        for (QWidget *widget : std::as_const(reached)) {
+            QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(widget);
+            QVERIFY(accessible);
+            QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), widget->metaObject()->className());
+        }
+    }
+
+    void followsTheLanguage()
+    {
+        class Shouting : public QTranslator
+        {
+        public:
+            QString translate(const char *, const char *source, const char *, int) const override
+            {
+                return QString::fromUtf8(source).toUpper();
+            }
+            bool isEmpty() const override { return false; }
+        };
+        const QString file = makeFile("a=1\n");
+        Window w;
+        w.window.openFile(file);
+        const Shouting translator;
+
+        QCoreApplication::installTranslator(const_cast<Shouting *>(&translator));
+        QCoreApplication::processEvents();
+        const QString label = w.action(u"refresh"_s)->text();
+        const QString header = w.tree->model()->headerData(2, Qt::Horizontal).toString();
+        const QString placeholder = w.search->placeholderText();
+        QCoreApplication::removeTranslator(const_cast<Shouting *>(&translator));
+        QCoreApplication::processEvents();
+
+        QCOMPARE(label, u"О&БНОВИТЬ"_s);
+        QCOMPARE(header, u"ЗНАЧЕНИЕ"_s);
+        QCOMPARE(placeholder, u"ПОИСК ПО ИМЕНИ, ПУТИ, ТИПУ И ЗНАЧЕНИЮ"_s);
+        QCOMPARE(w.action(u"refresh"_s)->text(), u"О&бновить"_s);
+    }
+};
+
+QTEST_MAIN(tst_SettingsWindow)
+#include "tst_settingswindow.moc"
