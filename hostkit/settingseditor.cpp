@@ -601,16 +601,29 @@ QVariant ListSettingsEditor::items() const
     return texts;
 }
 
+QList<SettingsEditor *> ListSettingsEditor::openEditors() const
+{
+    QList<SettingsEditor *> editors =
+        m_list->viewport()->findChildren<SettingsEditor *>(QString(), Qt::FindDirectChildrenOnly);
+    // Hidden are those that the view dropped with their rows, until they are deleted.
+    editors.removeIf([](const SettingsEditor *editor) { return editor->hasEnded() || editor->isHidden(); });
+    return editors;
+}
+
 bool ListSettingsEditor::isChanged() const
 {
-    return !isSameSettingsValue(items(), m_loaded);
+    // What is typed in an open item counts too.
+    const QList<SettingsEditor *> open = openEditors();
+    return std::any_of(open.begin(), open.end(),
+                       [](const SettingsEditor *editor) { return editor->isChanged(); }) ||
+           !isSameSettingsValue(items(), m_loaded);
 }
 
 std::optional<QVariant> ListSettingsEditor::value(QString *problem) const
 {
-    const QList<SettingsEditor *> open = m_list->viewport()->findChildren<SettingsEditor *>();
+    const QList<SettingsEditor *> open = openEditors();
     for (SettingsEditor *editor : open) {
-        if (!editor->hasEnded() && !editor->value(problem))
+        if (!editor->value(problem))
             return std::nullopt;
         editor->finish(QAbstractItemDelegate::NoHint);
     }

@@ -165,6 +165,7 @@ protected:
 
 private:
     QVariant items() const;
+    QList<SettingsEditor *> openEditors() const;
     void add();
     void removeCurrent();
     void moveCurrent(int by);

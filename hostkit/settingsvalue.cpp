@@ -2,6 +2,7 @@
 #include <hostkit/settingsvalue.h>
 
 #include <hostkit/settingstext_p.h>
+#include <hostkit/settingsviewproxy.h>
 #include <settings/settingsmodel.h>
 #include <settings/settingsmodelitem.h>
 
@@ -69,8 +70,12 @@ QString itemText(const QVariant &item)
 QVariant settingsValue(const QModelIndex &index)
 {
     QModelIndex source = index;
-    while (const auto *proxy = qobject_cast<const QAbstractProxyModel *>(source.model()))
+    while (const auto *proxy = qobject_cast<const QAbstractProxyModel *>(source.model())) {
+        // It knows its values also while it maps no index.
+        if (source.column() == valueColumn && qobject_cast<const SettingsViewProxy *>(proxy))
+            return source.data(SettingsViewProxy::ValueRole);
         source = proxy->mapToSource(source);
+    }
     if (source.isValid() && source.column() == valueColumn &&
         qobject_cast<const SettingsModel *>(source.model()))
         return static_cast<const SettingsModelItem *>(source.internalPointer())->value;
@@ -131,8 +136,19 @@ bool isSameSettingsValue(const QVariant &left, const QVariant &right)
 {
     if (left.metaType() != right.metaType())
         return false;
-    if (SettingsText::isKnown(left.metaType()))
+    switch (left.typeId()) {
+    // What `==` takes for equal when it is nearly so, or in another form.
+    case QMetaType::Float:
+    case QMetaType::Double:
+    case QMetaType::QDateTime:
+    case QMetaType::QColor:
+    case QMetaType::QSizeF:
+    case QMetaType::QPointF:
+    case QMetaType::QRectF:
         return SettingsText::fromValue(left) == SettingsText::fromValue(right);
+    default:
+        break;
+    }
     if (isList(left)) {
         const QVariantList one = left.toList();
         const QVariantList other = right.toList();

@@ -9,7 +9,8 @@
 
 /// The value behind \a index, of the type it really has. Looks through proxies; for the value column of a
 /// SettingsModel it is the key's value itself, a list as the list, where the model's roles answer with the
-/// items joined. For any other index what it answers for `Qt::EditRole`.
+/// items joined. For any other index what it answers for `Qt::EditRole`. Below a SettingsViewProxy it belongs to
+/// what that shows, at any moment, in slots of the notifications too.
 HOSTKIT_EXPORT QVariant settingsValue(const QModelIndex &index);
 
 /// \a value on one line, for people: "Да" and "Нет", dates in ISO form, items of lists parted by ", " and

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settingsviewproxy.h>
 
+#include <hostkit/settingsvalue.h>
+
 #include <QHash>
 
 #include <algorithm>
@@ -15,6 +17,7 @@ struct Cells
     struct Cell
     {
         QVariant display;
+        QVariant value;
         QVariant decoration;
         QVariant toolTip;
         Qt::ItemFlags flags;
@@ -22,8 +25,8 @@ struct Cells
         friend bool operator==(const Cell &left, const Cell &right)
         {
             // Icons do not compare; they follow `branch`.
-            return left.display == right.display && left.display.metaType() == right.display.metaType() &&
-                   left.toolTip == right.toolTip;
+            return isSameSettingsValue(left.display, right.display) &&
+                   isSameSettingsValue(left.value, right.value) && left.toolTip == right.toolTip;
         }
     };
 
@@ -91,6 +94,14 @@ std::vector<int> matchedRows(const QList<Node *> &nodes, const QStringList &name
     for (int i = ends.empty() ? -1 : ends.back(); i >= 0; i = before[std::size_t(i)])
         result[std::size_t(i)] = place[std::size_t(i)];
     return result;
+}
+
+/// The roles that changed here when \a roles did in the source.
+QList<int> withValueRole(QList<int> roles)
+{
+    if (roles.contains(Qt::DisplayRole) || roles.contains(Qt::EditRole))
+        roles.append(SettingsViewProxy::ValueRole);
+    return roles;
 }
 
 } // namespace
@@ -162,8 +173,8 @@ public:
         const QModelIndex sourceParent = source->parent(sourceIndex);
         for (int column = 0; column < columns; ++column) {
             const QModelIndex cell = source->index(sourceIndex.row(), column, sourceParent);
-            result.cells.append({cell.data(), cell.data(Qt::DecorationRole), cell.data(Qt::ToolTipRole),
-                                 source->flags(cell)});
+            result.cells.append({cell.data(), settingsValue(cell), cell.data(Qt::DecorationRole),
+                                 cell.data(Qt::ToolTipRole), source->flags(cell)});
         }
         return result;
     }
@@ -463,7 +474,7 @@ public:
             const bool wider = left < topLeft.column() || right > bottomRight.column();
             Q_EMIT q->dataChanged(indexOf(parent->children.at(topLeft.row()), left),
                                   indexOf(parent->children.at(bottomRight.row()), right),
-                                  wider ? QList<int>() : roles);
+                                  wider ? QList<int>() : withValueRole(roles));
         });
     }
 
@@ -610,13 +621,17 @@ QVariant SettingsViewProxy::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
-    if (!d->ahead() && sourceModel())
-        return sourceModel()->data(mapToSource(index), role);
+    if (!d->ahead() && sourceModel()) {
+        const QModelIndex source = mapToSource(index);
+        return role == ValueRole ? settingsValue(source) : sourceModel()->data(source, role);
+    }
     const Cells::Cell &cell = d->node(index)->known.cells.at(index.column());
     switch (role) {
     case Qt::DisplayRole:
     case Qt::EditRole:
         return cell.display;
+    case ValueRole:
+        return cell.value;
     case Qt::DecorationRole:
         return cell.decoration;
     case Qt::ToolTipRole:

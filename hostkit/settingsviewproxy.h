@@ -22,7 +22,7 @@ class SettingsViewProxyPrivate;
 /// place and name, so what a view remembers (selection, current row, expansion, an open editor) stays with an
 /// entry as long as the source keeps its row: across refresh(), revertAll() and the resets of clear() and
 /// setSettings(). While the source is in the middle of a change, the proxy shows the state before, refuses
-/// edits, and maps no index.
+/// edits, and maps no index; `ValueRole` answers with the typed values then too.
 ///
 /// Three things are shown otherwise than by the source, because views insist on them: only column 0 has rows
 /// below it, a row with rows below it always has children, also when it is a key, and an empty model has none.
@@ -38,6 +38,14 @@ class HOSTKIT_EXPORT SettingsViewProxy : public QAbstractProxyModel
     Q_OBJECT
 
 public:
+    /// A role beside those of the source, passed on by proxies on top.
+    enum Role {
+        /// The value of the cell in its own type, as settingsValue() answers it: a list as the list, where the
+        /// source's roles may answer with its items joined. Belongs to the rows and cells shown, also while the
+        /// source is in the middle of a change and while one is announced. The number is fixed.
+        ValueRole = Qt::UserRole + 0x5600
+    };
+
     explicit SettingsViewProxy(QObject *parent = nullptr);
     ~SettingsViewProxy() override;
 

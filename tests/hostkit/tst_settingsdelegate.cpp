@@ -694,6 +694,82 @@ private Q_SLOTS:
         QCOMPARE(bits(window.value(u"k"_s)), bits(QStringList{u"new"_s, u"a,b"_s, u"c\nd\ne"_s}));
     }
 
+    void keepsAnOpenListAcrossARefresh_data()
+    {
+        QTest::addColumn<QVariant>("list");
+
+        QTest::newRow("texts") << QVariant(QStringList{u"a, b"_s, u"c"_s});
+        QTest::newRow("anything") << QVariant(QVariantList{u"a"_s, 1, QStringList{u"b"_s, u"c"_s}});
+    }
+
+    void keepsAnOpenListAcrossARefresh()
+    {
+        QFETCH(QVariant, list);
+        auto settings = m_files.empty();
+        settings->setValue(u"a"_s, 1);
+        settings->setValue(u"k"_s, list);
+        Window window(std::move(settings));
+        QSignalSpy changes(&window.model, &QAbstractItemModel::dataChanged);
+
+        // A refresh that changes nothing, and one of another key.
+        QPointer<QListView> field = qobject_cast<QListView *>(window.open(u"k"_s));
+        QVERIFY(field);
+        press(Qt::Key_Down);
+        for (int i = 0; i < 2; ++i) {
+            window.store->setValue(u"a"_s, i + 1);
+            window.model.refresh();
+            QCoreApplication::processEvents();
+            QVERIFY(window.isEditing());
+            QVERIFY(field && field->isVisible());
+            QCOMPARE(QApplication::focusWidget(), field.data());
+            QCOMPARE(field->currentIndex().row(), 1);
+        }
+        changes.clear();
+        press(Qt::Key_Return, Qt::ControlModifier);
+
+        QVERIFY(!window.isEditing());
+        QCOMPARE(changes.size(), 0);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(list));
+    }
+
+    void showsAnotherListAsLongAsNothingWasTyped()
+    {
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, QStringList{u"a"_s});
+        Window window(std::move(settings));
+        auto *field = qobject_cast<QListView *>(window.open(u"k"_s));
+        QVERIFY(field);
+
+        window.store->setValue(u"k"_s, QStringList{u"b"_s, u"c"_s});
+        window.model.refresh();
+
+        QVERIFY(window.isEditing());
+        QCOMPARE(field->model()->rowCount(), 2);
+        QCOMPARE(field->model()->index(1, 0).data().toString(), u"c"_s);
+    }
+
+    void keepsWhatIsTypedInAnItemWhenTheStoreChanges()
+    {
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, QStringList{u"a"_s, u"b"_s});
+        Window window(std::move(settings));
+
+        window.open(u"k"_s);
+        press(Qt::Key_Return);
+        type(u"typed"_s);
+        QPointer<QWidget> item = QApplication::focusWidget();
+        window.store->setValue(u"k"_s, QStringList{u"x"_s, u"y"_s, u"z"_s});
+        window.model.refresh();
+        QCoreApplication::processEvents();
+
+        QVERIFY(window.isEditing());
+        QVERIFY(item);
+        QCOMPARE(textOf(item), u"typed"_s);
+        press(Qt::Key_Return);
+        press(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QStringList{u"typed"_s, u"b"_s}));
+    }
+
     void takesAnOpenItemAlong()
     {
         auto settings = m_files.empty();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <hostkit/settingsvalue.h>
 #include <hostkit/settingsviewproxy.h>
 
 #include <settings/settingsscript.h>
@@ -17,6 +18,7 @@
 #include <QTreeView>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -163,6 +165,34 @@ private:
     QList<Item *> m_live;
     std::vector<std::unique_ptr<Item>> m_dead;
     mutable int m_askedOfTheDead = 0;
+};
+
+/// The types and texts of all values, in the order of rows.
+QStringList typedValues(const QAbstractItemModel &model, const QModelIndex &parent = {})
+{
+    QStringList values;
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QVariant value = settingsValue(model.index(row, 2, parent));
+        if (value.isValid())
+            values += QString::fromLatin1(value.typeName()) + u' ' + settingsValueText(value);
+        values += typedValues(model, model.index(row, 0, parent));
+    }
+    return values;
+}
+
+/// The rows whose value, as people see it, has a text.
+class Search : public QSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    QString text;
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex &parent) const override
+    {
+        return settingsValueText(settingsValue(sourceModel()->index(row, 2, parent))).contains(text);
+    }
 };
 
 class View : public QTreeView
@@ -476,6 +506,143 @@ private Q_SLOTS:
         }
 
         QVERIFY(looks > 1000);
+    }
+
+    void knowsTypedValuesAtAnyMoment()
+    {
+        const auto store = m_files.empty();
+        store->setValue(u"b"_s, QStringList{u"x"_s, u"y"_s});
+        store->setValue(u"c"_s, QVariantList{1, u"z"_s});
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        QSortFilterProxyModel above;
+        above.setSourceModel(&proxy);
+        const Tester tester(&above, Tester::FailureReportingMode::Fatal);
+        ModelRecorder recorder(&proxy);
+        recorder.snapshot = [&] {
+            const QStringList values = typedValues(proxy);
+            // It may be a step ahead or behind.
+            for (const QString &value : typedValues(above)) {
+                if (!values.contains(value))
+                    return u"above: "_s + value;
+            }
+            return values.join(u" | "_s);
+        };
+        const QString b = u"QStringList x, y"_s;
+        const QString c = u"QVariantList 1, z"_s;
+
+        // A new key, a changed one, and one that stays.
+        store->setValue(u"a"_s, QStringList{u"x,y"_s});
+        store->setValue(u"c"_s, QStringList{u"1"_s, u"z"_s});
+        model.refresh();
+        const QString a = u"QStringList \"x,y\""_s;
+        const QString other = u"QStringList 1, z"_s;
+        QCOMPARE(recorder.take(),
+                 (QStringList{u"inserting none 0..0: "_s + b + u" | "_s + c,
+                              u"inserted none 0..0: "_s + b + u" | "_s + c,
+                              u"changed a 0-2 []: "_s + QStringList{a, b, c}.join(u" | "_s),
+                              u"changed b 0-2 []: "_s + QStringList{a, b, c}.join(u" | "_s),
+                              u"changed c 0-2 []: "_s + QStringList{a, b, other}.join(u" | "_s)}));
+
+        // The last row goes, which is another one than that of the removed key.
+        store->remove(u"b"_s);
+        model.refresh();
+        QCOMPARE(recorder.take(),
+                 (QStringList{u"changed a 0-2 []: "_s + QStringList{a, b, other}.join(u" | "_s),
+                              u"changed c 0-2 []: "_s + QStringList{a, b, other}.join(u" | "_s),
+                              u"removing none 2..2: "_s + QStringList{a, b, other}.join(u" | "_s),
+                              u"removed none 2..2: "_s + QStringList{a, b}.join(u" | "_s)}));
+
+        // The source is gone already.
+        connect(&proxy, &QAbstractItemModel::modelAboutToBeReset, this, [&] {
+            QCOMPARE(typedValues(proxy), (QStringList{a, b}));
+        });
+        proxy.setSourceModel(nullptr);
+        QCOMPARE(recorder.take().size(), 2);
+    }
+
+    void announcesAChangeThatOnlyTheTypeOrTheLastBitShows_data()
+    {
+        QTest::addColumn<QVariant>("from");
+        QTest::addColumn<QVariant>("to");
+        QTest::addColumn<bool>("told");
+
+        QTest::newRow("items joined alike")
+            << QVariant(QStringList{u"a,b"_s}) << QVariant(QStringList{u"a"_s, u"b"_s}) << true;
+        QTest::newRow("list and its text")
+            << QVariant(QStringList{u"a"_s, u"b"_s}) << QVariant(u"a,b"_s) << true;
+        QTest::newRow("items that are equal")
+            << QVariant(QVariantList{1, 2.}) << QVariant(QVariantList{1., 2}) << true;
+        QTest::newRow("signed zero") << QVariant(0.) << QVariant(-0.) << true;
+        QTest::newRow("nothing") << QVariant(std::numeric_limits<double>::quiet_NaN())
+                                 << QVariant(std::numeric_limits<double>::quiet_NaN()) << false;
+    }
+
+    void announcesAChangeThatOnlyTheTypeOrTheLastBitShows()
+    {
+        QFETCH(QVariant, from);
+        QFETCH(QVariant, to);
+        QFETCH(bool, told);
+        const auto store = m_files.empty();
+        store->setValue(u"k"_s, from);
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        ModelRecorder recorder(&proxy);
+
+        {
+            const QSignalBlocker blocker(&model);
+            model.setData(model.index(0, 2), to);
+        }
+        proxy.synchronize();
+
+        QCOMPARE(recorder.take(), told ? QStringList{u"changed k 0-2 []"_s} : QStringList());
+    }
+
+    void namesItsRoleWithThoseOfTheSource()
+    {
+        QStandardItemModel model;
+        model.appendRow({new QStandardItem(u"k"_s), new QStandardItem, new QStandardItem(u"v"_s)});
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        QSignalSpy changed(&proxy, &QAbstractItemModel::dataChanged);
+
+        model.item(0, 2)->setText(u"w"_s);
+        model.item(0, 2)->setToolTip(u"t"_s);
+
+        QCOMPARE(changed.size(), 2);
+        QCOMPARE(changed.at(0).at(2).value<QList<int>>(),
+                 (QList<int>{Qt::DisplayRole, Qt::EditRole, SettingsViewProxy::ValueRole}));
+        QCOMPARE(changed.at(1).at(2).value<QList<int>>(), QList<int>{Qt::ToolTipRole});
+        QCOMPARE(proxy.index(0, 2).data(SettingsViewProxy::ValueRole), QVariant(u"w"_s));
+    }
+
+    void keepsARowThatASearchFoundByItsTypedText()
+    {
+        const auto store = m_files.empty();
+        store->setValue(u"k"_s, QStringList{u"a"_s, u"b"_s});
+        store->setValue(u"l"_s, u"a,b"_s);
+        SettingsModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        Search search;
+        search.text = u"a, b"_s;
+        search.setSourceModel(&proxy);
+        const Tester tester(&search, Tester::FailureReportingMode::Fatal);
+        QCOMPARE(search.rowCount(), 1);
+        const QPersistentModelIndex found = search.index(0, 0);
+
+        model.refresh();
+        QCoreApplication::processEvents();
+
+        QVERIFY(found.isValid());
+        QCOMPARE(found.data().toString(), u"k"_s);
+        QCOMPARE(search.rowCount(), 1);
     }
 
     void bearsChangesMadeByItsListeners()
