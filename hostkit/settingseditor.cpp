@@ -24,6 +24,7 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -319,6 +320,8 @@ LineSettingsEditor::LineSettingsEditor(const QVariant &value, QWidget *parent) :
     layout->setContentsMargins({});
     layout->setSpacing(0);
     m_line = new QLineEdit(this);
+    // By itself it cuts what is longer than 32767 characters.
+    m_line->setMaxLength(std::numeric_limits<int>::max());
     m_line->setAccessibleName(tr("Значение"));
     layout->addWidget(m_line);
     setField(m_line);

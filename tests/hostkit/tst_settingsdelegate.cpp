@@ -393,6 +393,60 @@ private Q_SLOTS:
         }
     }
 
+    void keepsLongValuesWhole_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QVariant>("longer");
+
+        constexpr int size = 40000;
+        const QByteArray bytes(size, 'b');
+        const QByteArray controls(size, '\x01');
+        const QString text(size, u'я');
+        const QString path = u"https://example.org/"_s + QString(size, u'p');
+        QTest::newRow("text") << QVariant(text) << QVariant(text + u'x');
+        QTest::newRow("text with escapes")
+            << QVariant(QString(size, u'\r')) << QVariant(QString(size, u'\r') + u'x');
+        QTest::newRow("bytes") << QVariant(bytes) << QVariant(bytes + 'x');
+        QTest::newRow("bytes with escapes") << QVariant(controls) << QVariant(controls + 'x');
+        QTest::newRow("address") << QVariant(QUrl(path)) << QVariant(QUrl(path + u'x'));
+        QTest::newRow("item") << QVariant(QVariantList{bytes, 1}) << QVariant(QVariantList{bytes + 'x', 1});
+    }
+
+    void keepsLongValuesWhole()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(QVariant, longer);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, value);
+        Window window(std::move(settings));
+        QSignalSpy changes(&window.model, &QAbstractItemModel::dataChanged);
+        const bool list = value.typeId() == QMetaType::QVariantList;
+        const auto open = [&] {
+            QVERIFY(window.open(u"k"_s));
+            if (list)
+                press(Qt::Key_Return); // the item
+        };
+        const auto end = [&] {
+            press(Qt::Key_Return);
+            if (list)
+                press(Qt::Key_Return, Qt::ControlModifier);
+            QVERIFY(!window.isEditing());
+        };
+
+        open();
+        end();
+        QCOMPARE(changes.size(), 0);
+        QVERIFY(bits(window.store->value(u"k"_s)) == bits(value));
+
+        open();
+        const bool line = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+        press(Qt::Key_End, line ? Qt::NoModifier : Qt::ControlModifier);
+        type(u"x"_s);
+        end();
+        QCOMPARE(changes.size(), 1);
+        QVERIFY(bits(window.store->value(u"k"_s)) == bits(longer));
+    }
+
     void readsWhatPeopleWrite_data()
     {
         QTest::addColumn<QVariant>("old");
