@@ -34,7 +34,8 @@
 /// Input that is no value of the type is marked and told of as one types; Enter, Tab and a click elsewhere
 /// keep the editor open then, and only Esc drops it. When the model refuses the value, the editor stays too. A
 /// value that changes below an open editor replaces what is shown only as long as nothing was typed. An editor
-/// that ends with the value it began with writes nothing.
+/// that ends with the value it began with writes nothing; neither does a dialog that is accepted as it came up.
+/// What neither the text nor the dialog shows of a font (overline, kerning, further families) stays as it was.
 class HOSTKIT_EXPORT SettingsDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

@@ -57,6 +57,52 @@ bool needsEscapes(const QString &text)
     return false;
 }
 
+/// \a font with what differs between \a shown and \a chosen: a dialog shows nothing of the rest, and not even
+/// a size in pixels as it is.
+QFont changedFont(QFont font, const QFont &shown, const QFont &chosen)
+{
+    if (chosen.families() != shown.families())
+        font.setFamilies(chosen.families());
+    if (chosen.weight() != shown.weight() || chosen.style() != shown.style() ||
+        chosen.styleName() != shown.styleName()) {
+        font.setWeight(chosen.weight());
+        font.setStyle(chosen.style());
+        font.setStyleName(chosen.styleName());
+    }
+    if (chosen.pointSizeF() != shown.pointSizeF() && chosen.pointSizeF() > 0)
+        font.setPointSizeF(chosen.pointSizeF());
+    if (chosen.underline() != shown.underline())
+        font.setUnderline(chosen.underline());
+    if (chosen.strikeOut() != shown.strikeOut())
+        font.setStrikeOut(chosen.strikeOut());
+    return font;
+}
+
+/// In the items of a list. Takes every value that it is given, where a QStandardItem leaves out what is equal
+/// by `==`.
+class ListItem : public QStandardItem
+{
+public:
+    explicit ListItem(const QVariant &value) : m_value(value) {}
+
+    QVariant data(int role) const override
+    {
+        return role == Qt::EditRole || role == Qt::DisplayRole ? m_value : QStandardItem::data(role);
+    }
+    void setData(const QVariant &value, int role) override
+    {
+        if (role != Qt::EditRole && role != Qt::DisplayRole) {
+            QStandardItem::setData(value, role);
+            return;
+        }
+        m_value = value;
+        emitDataChanged();
+    }
+
+private:
+    QVariant m_value;
+};
+
 QToolButton *makeButton(const QString &text, QWidget *parent)
 {
     auto *button = new QToolButton(parent);
@@ -131,7 +177,7 @@ void SettingsEditor::load(const QVariant &value)
     if (!first && isChanged()) {
         // What was typed stays; it is compared with what is there now.
         if (value.metaType() == m_loaded.metaType())
-            m_loaded = value;
+            rebase(value);
         return;
     }
     if (!first && isSameSettingsValue(value, m_loaded))
@@ -348,6 +394,12 @@ void LineSettingsEditor::display(const QVariant &value)
     showSample();
 }
 
+void LineSettingsEditor::rebase(const QVariant &value)
+{
+    SettingsEditor::rebase(value);
+    m_shown = SettingsText::fromValue(value);
+}
+
 bool LineSettingsEditor::isChanged() const
 {
     return m_line->text() != m_shown;
@@ -355,7 +407,13 @@ bool LineSettingsEditor::isChanged() const
 
 std::optional<QVariant> LineSettingsEditor::value(QString *problem) const
 {
-    return isChanged() ? SettingsText::toValue(m_loaded.metaType(), m_line->text(), problem) : m_loaded;
+    if (!isChanged())
+        return m_loaded;
+    const QString text = m_line->text();
+    // Not every font can be read from its text.
+    if (m_chosen.isValid() && text == SettingsText::fromValue(m_chosen))
+        return m_chosen;
+    return SettingsText::toValue(m_loaded, text, problem);
 }
 
 bool LineSettingsEditor::handleKey(QObject *watched, QKeyEvent *event)
@@ -377,23 +435,29 @@ void LineSettingsEditor::choose()
     const QVariant now = value(&problem).value_or(m_loaded);
     const QPointer<LineSettingsEditor> self(this);
     QVariant chosen;
+    // What a dialog shows may be less than the value: accepted as it came up, it changes nothing.
     if (now.typeId() == QMetaType::QColor) {
-        QColorDialog dialog(now.value<QColor>(), this);
+        QColorDialog dialog(this);
         dialog.setOptions(QColorDialog::ShowAlphaChannel | QColorDialog::DontUseNativeDialog);
-        // An invalid colour is shown as white, and is not white.
-        if (dialog.exec() == QDialog::Accepted)
+        dialog.setCurrentColor(now.value<QColor>());
+        const QColor shown = dialog.currentColor();
+        if (dialog.exec() == QDialog::Accepted && dialog.currentColor() != shown)
             chosen = dialog.currentColor();
     } else {
-        QFontDialog dialog(now.value<QFont>(), this);
+        QFontDialog dialog(this);
         dialog.setOptions(QFontDialog::DontUseNativeDialog);
+        dialog.setCurrentFont(now.value<QFont>());
+        const QFont shown = dialog.currentFont();
         if (dialog.exec() == QDialog::Accepted)
-            chosen = dialog.currentFont();
+            chosen = changedFont(now.value<QFont>(), shown, dialog.currentFont());
     }
     if (!self)
         return;
     m_line->setFocus(Qt::OtherFocusReason);
-    if (chosen.isValid() && !isSameSettingsValue(chosen, now))
+    if (chosen.isValid() && !isSameSettingsValue(chosen, now)) {
+        m_chosen = chosen;
         m_line->setText(SettingsText::fromValue(chosen));
+    }
 }
 
 void LineSettingsEditor::showSample()
@@ -492,6 +556,12 @@ void TextSettingsEditor::display(const QVariant &value)
                                  : tr("Enter - готово, Shift+Enter - новая строка"));
 }
 
+void TextSettingsEditor::rebase(const QVariant &value)
+{
+    SettingsEditor::rebase(value);
+    m_shown = m_escaped ? SettingsText::escaped(value.toString()) : value.toString();
+}
+
 QString TextSettingsEditor::text() const
 {
     // The plain text would turn no-break spaces into spaces.
@@ -583,11 +653,8 @@ void ListSettingsEditor::display(const QVariant &value)
 {
     m_items->clear();
     const QVariantList items = value.toList();
-    for (const QVariant &item : items) {
-        auto *row = new QStandardItem;
-        row->setData(item, Qt::EditRole);
-        m_items->appendRow(row);
-    }
+    for (const QVariant &item : items)
+        m_items->appendRow(new ListItem(item));
     m_list->setCurrentIndex(m_items->index(0, 0));
 }
 
@@ -681,8 +748,7 @@ void ListSettingsEditor::add()
         if (exists(neighbour))
             item = neighbour;
     }
-    auto *row = new QStandardItem;
-    row->setData(item, Qt::EditRole);
+    auto *row = new ListItem(item);
     const int at = current.isValid() ? current.row() + 1 : m_items->rowCount();
     m_items->insertRow(at, row);
     m_list->setFocus(Qt::OtherFocusReason);

@@ -61,6 +61,8 @@ protected:
     SettingsEditor(const QVariant &value, QWidget *parent);
 
     virtual void display(const QVariant &value) = 0;
+    /// What is typed stays, and is a change of \a value from now on.
+    virtual void rebase(const QVariant &value) { m_loaded = value; }
     /// What Enter, Tab and others do in \a watched; whether that was all.
     virtual bool handleKey(QObject *watched, QKeyEvent *event);
     virtual QSize neededSize(const QRect &cell) const;
@@ -97,6 +99,7 @@ public:
 
 protected:
     void display(const QVariant &value) override;
+    void rebase(const QVariant &value) override;
     bool handleKey(QObject *watched, QKeyEvent *event) override;
 
 private:
@@ -106,6 +109,8 @@ private:
     QLineEdit *m_line;
     QToolButton *m_button = nullptr;
     QString m_shown;
+    /// In the dialog.
+    QVariant m_chosen;
 };
 
 class ChoiceSettingsEditor : public SettingsEditor
@@ -138,6 +143,7 @@ public:
 
 protected:
     void display(const QVariant &value) override;
+    void rebase(const QVariant &value) override;
     bool handleKey(QObject *watched, QKeyEvent *event) override;
     QSize neededSize(const QRect &cell) const override;
 

@@ -371,6 +371,46 @@ bool isFont(const QString &text)
     return fields.size() >= 10 && fields.size() <= most && weight >= 1 && weight <= 1000;
 }
 
+/// \a old with what \a text tells otherwise than the text of \a old does.
+std::optional<QFont> fontOf(const QFont &old, const QString &text)
+{
+    // Names with commas shift the fields: then only the short form is read.
+    const bool plain = !old.family().contains(u',') && !old.styleName().contains(u',');
+    QFont now = old;
+    if (!isFont(text) || (!plain && text.count(u',') > 1) || !now.fromString(text))
+        return std::nullopt;
+    QFont before = old;
+    if (plain && isFont(old.toString()))
+        before.fromString(old.toString());
+
+    QFont result = old;
+    const auto take = [&](auto get, auto set) {
+        if ((now.*get)() != (before.*get)())
+            (result.*set)((now.*get)());
+    };
+    if (now.family() != before.family())
+        result.setFamilies({now.family()});
+    if (now.pointSizeF() != before.pointSizeF() && now.pointSizeF() > 0)
+        result.setPointSizeF(now.pointSizeF());
+    if (now.pixelSize() != before.pixelSize() && now.pixelSize() > 0)
+        result.setPixelSize(now.pixelSize());
+    if (now.styleHint() != before.styleHint() || now.styleStrategy() != before.styleStrategy())
+        result.setStyleHint(now.styleHint(), now.styleStrategy());
+    take(&QFont::weight, &QFont::setWeight);
+    take(&QFont::style, &QFont::setStyle);
+    take(&QFont::underline, &QFont::setUnderline);
+    take(&QFont::strikeOut, &QFont::setStrikeOut);
+    take(&QFont::fixedPitch, &QFont::setFixedPitch);
+    take(&QFont::capitalization, &QFont::setCapitalization);
+    if (now.letterSpacingType() != before.letterSpacingType() ||
+        now.letterSpacing() != before.letterSpacing())
+        result.setLetterSpacing(now.letterSpacingType(), now.letterSpacing());
+    take(&QFont::wordSpacing, &QFont::setWordSpacing);
+    take(&QFont::stretch, &QFont::setStretch);
+    take(&QFont::styleName, &QFont::setStyleName);
+    return result;
+}
+
 template <typename Value>
 std::optional<QVariant> wrapped(const std::optional<Value> &value)
 {
@@ -508,10 +548,10 @@ QString SettingsText::fromValue(const QVariant &value)
     }
 }
 
-std::optional<QVariant> SettingsText::toValue(QMetaType type, const QString &text, QString *problem)
+std::optional<QVariant> SettingsText::toValue(const QVariant &old, const QString &text, QString *problem)
 {
     const bool blank = text.trimmed().isEmpty();
-    switch (type.id()) {
+    switch (old.typeId()) {
     case QMetaType::Char: {
         // Whatever the sign of char is here.
         const auto number =
@@ -572,9 +612,8 @@ std::optional<QVariant> SettingsText::toValue(QMetaType type, const QString &tex
     case QMetaType::QColor:
         return wrapped(colorOf(text, problem));
     case QMetaType::QFont: {
-        QFont font;
-        if (isFont(text) && font.fromString(text))
-            return QVariant(font);
+        if (const auto font = fontOf(old.value<QFont>(), text))
+            return QVariant(*font);
         *problem = Texts::tr("Шрифт пишется так: семейство,размер - или выбирается кнопкой справа");
         return std::nullopt;
     }

@@ -7,15 +7,17 @@
 
 #include <optional>
 
-/// Texts in which values of one type are edited: exact both ways, the same in every locale.
+/// Texts in which values of one type are edited: exact both ways, the same in every locale; that of a font
+/// leaves some of it out.
 namespace SettingsText {
 
 /// Whether values of \a type have such a text.
 bool isKnown(QMetaType type);
 /// The text of \a value, whose type is known.
 QString fromValue(const QVariant &value);
-/// The value of \a type that \a text means; nothing, and why in \a problem, when there is none.
-std::optional<QVariant> toValue(QMetaType type, const QString &text, QString *problem);
+/// The value that \a text, an edited text of \a old, means; nothing, and why in \a problem, when there is none.
+/// What the text does not tell is as in \a old.
+std::optional<QVariant> toValue(const QVariant &old, const QString &text, QString *problem);
 
 /// Whether a text field would change \a c or show nothing of it.
 bool isLostInTextFields(QChar c);

@@ -45,8 +45,6 @@ QByteArray bits(const QVariant &value)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    if (value.typeId() == QMetaType::QFont)
-        return QByteArray("QFont ") + value.value<QFont>().toString().toUtf8();
     if (value.typeId() == QMetaType::Long || value.typeId() == QMetaType::ULong)
         stream << value.toLongLong();
     else if (value.typeId() == QMetaType::QString && value.toString().isEmpty())
@@ -224,6 +222,39 @@ template <typename Value>
 Maker numbers()
 {
     return [](QRandomGenerator &random) { return QVariant::fromValue(randomNumber<Value>(random)); };
+}
+
+/// Runs \a action on the dialog that comes up next, and accepts it.
+void inDialog(const std::function<void(QWidget *)> &action)
+{
+    QTimer::singleShot(0, qApp, [action] {
+        QTRY_VERIFY(QApplication::activeModalWidget());
+        QWidget *dialog = QApplication::activeModalWidget();
+        action(dialog);
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+}
+
+/// A font with much that neither a text nor a dialog shows.
+QFont richFont()
+{
+    QFont font;
+    font.setFamilies({u"DejaVu Sans"_s, u"Noto Mono"_s});
+    font.setPixelSize(17);
+    font.setWeight(QFont::Weight(640));
+    font.setOverline(true);
+    font.setKerning(false);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setLetterSpacing(QFont::AbsoluteSpacing, 1.23456789);
+    font.setCapitalization(QFont::SmallCaps);
+    font.setFixedPitch(false);
+    return font;
+}
+
+QFont with(QFont font, const std::function<void(QFont &)> &change)
+{
+    change(font);
+    return font;
 }
 
 } // namespace
@@ -916,14 +947,6 @@ private Q_SLOTS:
         settings->setValue(u"c"_s, QColor(1, 2, 3));
         settings->setValue(u"f"_s, QFont(u"Sans"_s, 9));
         Window window(std::move(settings));
-        const auto inDialog = [](const std::function<void(QWidget *)> &action) {
-            QTimer::singleShot(0, qApp, [action] {
-                QTRY_VERIFY(QApplication::activeModalWidget());
-                QWidget *dialog = QApplication::activeModalWidget();
-                action(dialog);
-                QTest::keyClick(dialog, Qt::Key_Return);
-            });
-        };
 
         window.open(u"c"_s);
         inDialog([](QWidget *dialog) {
@@ -947,6 +970,202 @@ private Q_SLOTS:
         press(Qt::Key_Return);
         QCOMPARE(window.value(u"f"_s).value<QFont>().pointSize(), 17);
         QCOMPARE(window.value(u"f"_s).typeId(), int(QMetaType::QFont));
+    }
+
+    void changesNothingByADialogAcceptedAsItCameUp_data()
+    {
+        QTest::addColumn<QVariant>("value");
+
+        QTest::newRow("HSL") << QVariant(QColor::fromHslF(0.123f, 0.4f, 0.5f, 0.6f));
+        QTest::newRow("HSV") << QVariant(QColor::fromHsvF(0.123f, 0.4f, 0.5f, 0.6f));
+        QTest::newRow("CMYK") << QVariant(QColor::fromCmykF(0.1f, 0.2f, 0.3f, 0.4f));
+        QTest::newRow("16 bits") << QVariant(QColor(QRgba64::fromRgba64(1, 2, 3, 40000)));
+        QTest::newRow("beyond RGB") << QVariant(QColor::fromRgbF(1.5f, 0.5f, -0.5f));
+        QTest::newRow("half transparent") << QVariant(QColor(1, 2, 3, 128));
+        QTest::newRow("no colour") << QVariant(QColor());
+        QTest::newRow("font") << QVariant(richFont());
+        QTest::newRow("font of a fractional size")
+            << QVariant(with(QFont(u"DejaVu Sans"_s), [](QFont &font) { font.setPointSizeF(9.123456789); }));
+        QTest::newRow("font that is not there") << QVariant(QFont(u"Nowhere"_s, 1234));
+    }
+
+    void changesNothingByADialogAcceptedAsItCameUp()
+    {
+        QFETCH(QVariant, value);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, value);
+        Window window(std::move(settings));
+        QSignalSpy changes(&window.model, &QAbstractItemModel::dataChanged);
+
+        QPointer<QWidget> field = window.open(u"k"_s);
+        QVERIFY(field);
+        const QString text = textOf(field);
+        bool shown = false;
+        inDialog([&shown](QWidget *) { shown = true; });
+        press(Qt::Key_Down, Qt::AltModifier);
+        QVERIFY(shown);
+        window.activateWindow();
+        QTRY_COMPARE(QApplication::focusWidget(), field.data());
+        QCOMPARE(textOf(field), text);
+        press(Qt::Key_Return);
+
+        QVERIFY(!window.isEditing());
+        QCOMPARE(changes.size(), 0);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(value));
+    }
+
+    void keepsWhatTheFontDialogDoesNotShow_data()
+    {
+        QTest::addColumn<QFont>("old");
+        QTest::addColumn<std::function<void(QFont &)>>("change");
+
+        using Change = std::function<void(QFont &)>;
+        const QFont odd = with(richFont(), [](QFont &font) { font.setFamilies({u"A,B"_s}); });
+        QTest::newRow("size") << richFont() << Change([](QFont &font) { font.setPointSizeF(20); });
+        QTest::newRow("strike") << richFont() << Change([](QFont &font) { font.setStrikeOut(true); });
+        QTest::newRow("underline") << richFont() << Change([](QFont &font) { font.setUnderline(true); });
+        QTest::newRow("name with a comma") << odd << Change([](QFont &font) { font.setUnderline(true); });
+    }
+
+    void keepsWhatTheFontDialogDoesNotShow()
+    {
+        QFETCH(QFont, old);
+        QFETCH(std::function<void(QFont &)>, change);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, old);
+        Window window(std::move(settings));
+        QPointer<QWidget> field = window.open(u"k"_s);
+        QVERIFY(field);
+
+        inDialog([&](QWidget *widget) {
+            auto *dialog = qobject_cast<QFontDialog *>(widget);
+            dialog->setCurrentFont(with(dialog->currentFont(), change));
+        });
+        press(Qt::Key_Down, Qt::AltModifier);
+        window.activateWindow();
+        QTRY_COMPARE(QApplication::focusWidget(), field.data());
+        press(Qt::Key_Return);
+
+        QVERIFY(!window.isEditing());
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(with(old, change)));
+    }
+
+    void keepsWhatTheTextOfAFontDoesNotTell_data()
+    {
+        QTest::addColumn<QFont>("old");
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QString>("to");
+        QTest::addColumn<std::function<void(QFont &)>>("change");
+
+        using Change = std::function<void(QFont &)>;
+        const QFont old = richFont();
+        const QFont sized = with(old, [](QFont &font) { font.setPointSizeF(9.123456789); });
+        const QFont odd = with(old, [](QFont &font) { font.setFamilies({u"A,B"_s}); });
+        QTest::newRow("weight") << old << u",640,"_s << u",300,"_s
+                                << Change([](QFont &font) { font.setWeight(QFont::Light); });
+        QTest::newRow("pixels") << old << u",17,"_s << u",18,"_s
+                                << Change([](QFont &font) { font.setPixelSize(18); });
+        QTest::newRow("pixels to points")
+            << old << u",-1,17,"_s << u",8.5,-1,"_s << Change([](QFont &font) { font.setPointSizeF(8.5); });
+        QTest::newRow("family") << old << u"DejaVu Sans"_s << u"Mine"_s
+                                << Change([](QFont &font) { font.setFamilies({u"Mine"_s}); });
+        QTest::newRow("fractional size")
+            << sized << u",640,"_s << u",300,"_s << Change([](QFont &font) { font.setWeight(QFont::Light); });
+        QTest::newRow("short form") << old << QString() << u"Mine,12"_s << Change([](QFont &font) {
+            font.setFamilies({u"Mine"_s});
+            font.setPointSizeF(12);
+        });
+        QTest::newRow("short form over a name with a comma")
+            << odd << QString() << u"Mine,12"_s << Change([](QFont &font) {
+                   font.setFamilies({u"Mine"_s});
+                   font.setPointSizeF(12);
+               });
+        QTest::newRow("name with a comma") << odd << u",640,"_s << u",300,"_s << Change();
+    }
+
+    void keepsWhatTheTextOfAFontDoesNotTell()
+    {
+        QFETCH(QFont, old);
+        QFETCH(QString, from);
+        QFETCH(QString, to);
+        QFETCH(std::function<void(QFont &)>, change);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, old);
+        Window window(std::move(settings));
+        QPointer<QWidget> field = window.open(u"k"_s);
+        QVERIFY(field);
+
+        const QString text = textOf(field);
+        QVERIFY(from.isEmpty() || text.count(from) == 1);
+        press(Qt::Key_A, Qt::ControlModifier);
+        type(from.isEmpty() ? to : QString(text).replace(from, to));
+        press(Qt::Key_Return);
+
+        // A text that would be misread is told of.
+        QCOMPARE(window.isEditing(), !change);
+        press(Qt::Key_Escape);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(change ? with(old, change) : old));
+    }
+
+    void editsItemsThatStayEqual_data()
+    {
+        QTest::addColumn<QVariant>("from");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QVariant>("to");
+
+        const QDateTime utc = QDateTime(QDate(2026, 1, 1), QTime(1, 0), QTimeZone::utc()).toUTC();
+        QTest::newRow("the same instant")
+            << QVariant(utc) << u"2026-01-01T04:00:00+03:00"_s << QVariant(utc.toOffsetFromUtc(3 * 3600));
+        QTest::newRow("signed zero") << QVariant(0.) << u"-0"_s << QVariant(-0.);
+        QTest::newRow("nearly the same size")
+            << QVariant(QSizeF(1, 1)) << u"1.0000000000000002, 1"_s << QVariant(QSizeF(1 + 0x1p-52, 1));
+        QTest::newRow("hue of a whole turn") << QVariant(QColor::fromHsv(0, 255, 255)) << u"hsv(1, 1, 1, 1)"_s
+                                             << QVariant(QColor::fromHsvF(1, 1, 1, 1));
+    }
+
+    void editsItemsThatStayEqual()
+    {
+        QFETCH(QVariant, from);
+        QFETCH(QString, text);
+        QFETCH(QVariant, to);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, QVariantList{from, u"a"_s});
+        Window window(std::move(settings));
+
+        window.open(u"k"_s);
+        press(Qt::Key_Return);
+        press(Qt::Key_A, Qt::ControlModifier);
+        type(text);
+        press(Qt::Key_Return);
+        press(Qt::Key_Return, Qt::ControlModifier);
+
+        QVERIFY(!window.isEditing());
+        QVERIFY(bits(from) != bits(to));
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QVariantList{to, u"a"_s}));
+    }
+
+    void comparesWhatIsTypedWithTheValueThatCame()
+    {
+        auto settings = m_files.empty();
+        settings->setValue(u"n"_s, 5);
+        settings->setValue(u"t"_s, u"old"_s);
+        Window window(std::move(settings));
+
+        for (const QString &key : {u"n"_s, u"t"_s}) {
+            const QVariant old = window.store->value(key);
+            window.open(key);
+            press(Qt::Key_A, Qt::ControlModifier);
+            type(u"7"_s);
+            window.store->setValue(key, key == u"n"_s ? QVariant(8) : QVariant(u"new"_s));
+            window.model.refresh();
+            press(Qt::Key_A, Qt::ControlModifier);
+            type(old.toString());
+            press(Qt::Key_Return);
+
+            // What the editor showed is written, not taken for untouched.
+            QVERIFY(!window.isEditing());
+            QCOMPARE(bits(window.store->value(key)), bits(old));
+        }
     }
 
     void editsNoMapsAndSaysWhy()
