@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QScrollBar>
@@ -167,6 +168,8 @@ SettingsEditor *SettingsEditor::create(const QVariant &value, QWidget *parent)
 void SettingsEditor::setField(QWidget *field)
 {
     m_field = field;
+    // A click beside the field must not give the focus to the view.
+    setFocusPolicy(Qt::ClickFocus);
     setFocusProxy(field);
     field->installEventFilter(this);
 }
@@ -333,6 +336,21 @@ bool SettingsEditor::eventFilter(QObject *watched, QEvent *event)
         return handleKey(watched, key);
     }
     return false;
+}
+
+void SettingsEditor::keyPressEvent(QKeyEvent *event)
+{
+    event->accept();
+}
+
+void SettingsEditor::mousePressEvent(QMouseEvent *event)
+{
+    event->accept();
+}
+
+void SettingsEditor::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    event->accept();
 }
 
 QSize SettingsEditor::neededSize(const QRect &) const

@@ -70,6 +70,11 @@ protected:
     void setField(QWidget *field);
     void inputChanged();
 
+    // What an editor has no use for would move the view's current index, which closes the editor.
+    void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+
     QVariant m_loaded;
     QRect m_cell;
 

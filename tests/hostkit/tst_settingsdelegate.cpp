@@ -8,6 +8,7 @@
 #include <support/settingsfixtures.h>
 
 #include <QApplication>
+#include <QBitArray>
 #include <QColorDialog>
 #include <QComboBox>
 #include <QDataStream>
@@ -20,6 +21,7 @@
 #include <QLine>
 #include <QLineEdit>
 #include <QListView>
+#include <QLocale>
 #include <QPlainTextEdit>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -610,6 +612,13 @@ private Q_SLOTS:
         press(Qt::Key_Delete);
         type(text);
         QCOMPARE(field->accessibleDescription(), problem);
+        // Keys that a line has no use for do not get to the view.
+        for (Qt::Key key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_PageDown, Qt::Key_F2}) {
+            press(key);
+            QVERIFY(window.isEditing());
+            QCOMPARE(QApplication::focusWidget(), field.data());
+            QCOMPARE(window.currentIndex(), window.cell(u"k"_s));
+        }
         for (Qt::Key key : {Qt::Key_Return, Qt::Key_Tab}) {
             press(key);
             QVERIFY(window.isEditing());
@@ -855,6 +864,50 @@ private Q_SLOTS:
         QCOMPARE(bits(window.store->value(u"k"_s)), bits(QStringList{u"typed"_s, u"b"_s}));
     }
 
+    void keepsAListOverAWrongItem()
+    {
+        auto settings = m_files.empty();
+        for (int i = 0; i < 20; ++i)
+            settings->setValue(u"other%1"_s.arg(i, 2, 10, QLatin1Char('0')), u"text"_s);
+        settings->setValue(u"k"_s, QVariantList{1, 2});
+        Window window(std::move(settings));
+        QSignalSpy changes(&window.model, &QAbstractItemModel::dataChanged);
+        QPointer<QListView> list = qobject_cast<QListView *>(window.open(u"k"_s));
+        QVERIFY(list);
+        press(Qt::Key_Delete);
+        press(Qt::Key_Return);
+        type(u"abc"_s);
+        QPointer<QWidget> item = QApplication::focusWidget();
+
+        // On its frame, on other rows, and on keys that no line has a use for.
+        QWidget *editor = list->parentWidget();
+        const QPoint frame(editor->width() / 2, editor->height() - 1);
+        QTest::mouseClick(editor, Qt::LeftButton, {}, frame);
+        QTest::mouseDClick(editor, Qt::LeftButton, {}, frame);
+        QVERIFY(window.isEditing());
+        QCOMPARE(QApplication::focusWidget(), list.data());
+        const QPoint elsewhere = window.visualRect(window.cell(u"other15"_s)).center();
+        QVERIFY(!editor->geometry().contains(elsewhere));
+        QTest::mouseClick(window.viewport(), Qt::LeftButton, {}, elsewhere);
+        QVERIFY(window.isEditing());
+        QVERIFY(item);
+        item->setFocus();
+        press(Qt::Key_Down);
+        press(Qt::Key_PageUp);
+
+        QVERIFY(window.isEditing());
+        QCOMPARE(window.currentIndex(), window.cell(u"k"_s));
+        QVERIFY(item);
+        QCOMPARE(textOf(item), u"abc"_s);
+        QCOMPARE(changes.size(), 0);
+        press(Qt::Key_A, Qt::ControlModifier);
+        type(u"3"_s);
+        press(Qt::Key_Return);
+        press(Qt::Key_Down); // the last row
+        press(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QVariantList{3}));
+    }
+
     void takesAnOpenItemAlong()
     {
         auto settings = m_files.empty();
@@ -970,6 +1023,34 @@ private Q_SLOTS:
         press(Qt::Key_Return);
         QCOMPARE(window.value(u"f"_s).value<QFont>().pointSize(), 17);
         QCOMPARE(window.value(u"f"_s).typeId(), int(QMetaType::QFont));
+    }
+
+    void choosesTheColourOfAnItem()
+    {
+        const QColor old = QColor::fromHslF(.1f, .2f, .3f);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, QVariantList{old, old});
+        Window window(std::move(settings));
+        window.open(u"k"_s);
+
+        for (int row = 0; row < 2; ++row) {
+            press(Qt::Key_Return);
+            QPointer<QWidget> item = QApplication::focusWidget();
+            inDialog([row](QWidget *dialog) {
+                if (row == 1)
+                    qobject_cast<QColorDialog *>(dialog)->setCurrentColor(QColor(9, 8, 7, 6));
+            });
+            press(Qt::Key_Down, Qt::AltModifier);
+            QVERIFY(window.isEditing());
+            window.activateWindow();
+            QTRY_COMPARE(QApplication::focusWidget(), item.data());
+            press(Qt::Key_Return);
+            press(Qt::Key_Down);
+        }
+        press(Qt::Key_Return, Qt::ControlModifier);
+
+        QVERIFY(!window.isEditing());
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QVariantList{old, QColor(9, 8, 7, 6)}));
     }
 
     void changesNothingByADialogAcceptedAsItCameUp_data()
@@ -1166,6 +1247,195 @@ private Q_SLOTS:
             QVERIFY(!window.isEditing());
             QCOMPARE(bits(window.store->value(key)), bits(old));
         }
+    }
+
+    void keepsEveryKindUntouched_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<bool>("editable");
+
+        using Double = std::numeric_limits<double>;
+        const auto edited = [](const char *name, const QVariant &value) {
+            QTest::newRow(name) << value << true;
+        };
+        const auto shown = [](const char *name, const QVariant &value) {
+            QTest::newRow(name) << value << false;
+        };
+        edited("true", true);
+        edited("false", false);
+        edited("int", std::numeric_limits<int>::min());
+        edited("uint", std::numeric_limits<uint>::max());
+        edited("qlonglong", std::numeric_limits<qlonglong>::min());
+        edited("qulonglong", std::numeric_limits<qulonglong>::max());
+        edited("short", QVariant::fromValue(short(-32768)));
+        edited("char", QVariant::fromValue(char(-128)));
+        edited("float", QVariant::fromValue(0.1f));
+        edited("double", 0.1);
+        edited("double of a third", 1. / 3);
+        edited("NaN", Double::quiet_NaN());
+        edited("negative NaN", -Double::quiet_NaN());
+        edited("NaN with a payload", std::bit_cast<double>(0x7ff8000000000123ull));
+        edited("infinity", -Double::infinity());
+        edited("negative zero", -0.);
+        edited("greatest double", Double::max());
+        edited("least double", Double::denorm_min());
+        edited("empty text", u""_s);
+        edited("null text", QString());
+        edited("text with lines", u"a\n\nb\r\nc\r\n"_s);
+        edited("text with NUL", u"a"_s + QChar(0) + u"b"_s + QChar(0));
+        edited("text with pairs", u"😀 e\u0301 \u202eabc\u202c\ufeff"_s);
+        edited("text with half of a pair", QString(u"a"_s + QChar(0xd83d)));
+        edited("text with blanks", u"  a\t\u00a0\u3000 "_s);
+        edited("text with paragraphs", u"a\u2028b\u2029c\ufffc\ufdd0"_s);
+        edited("text like a value", u"@Variant(\\0\\0)"_s);
+        edited("long text", QString(100000, u'ы') + u"\n"_s);
+        edited("many lines", u"line\n"_s.repeated(5000));
+        edited("no texts", QStringList());
+        edited("one text", QStringList{u"a"_s});
+        edited("one empty text", QStringList{QString()});
+        edited("two texts", QStringList{u"a"_s, QString()});
+        edited("texts with commas", QStringList{u", "_s, u"a, b"_s, u"\"c\""_s, u"d\ne"_s + QChar(0)});
+        edited("no items", QVariantList());
+        edited("items of all sorts", QVariantList{true, 1, 1u, .1, Double::quiet_NaN(), QString(), u"a\nb"_s,
+                                                  QByteArray("\0\xff", 2), QDate(2024, 2, 29),
+                                                  QColor::fromHslF(.1f, .2f, .3f), richFont()});
+        edited("items without an editor",
+               QVariantList{QVariant(), QVariantMap{{u"a"_s, 1}}, QLine(1, 2, 3, 4)});
+        edited("lists in lists",
+               QVariantList{QVariantList{QVariantList{1, 2.}, QStringList{u", "_s}}, QVariantList()});
+        shown("map", QVariantMap{{u"a"_s, -0.}, {QString(), QVariantList{1, QVariantMap()}}});
+        shown("hash", QVariantHash{{u"a"_s, 1}});
+        edited("bytes", QByteArray("a\\x00\0\r\n\xff\xfe", 10));
+        edited("no bytes", QByteArray());
+        edited("every byte", [] {
+            QByteArray bytes;
+            for (int i = 0; i < 256; ++i)
+                bytes += char(i);
+            return bytes;
+        }());
+        edited("date", QDate(2024, 2, 29));
+        edited("date before the era", QDate(-4000, 1, 1));
+        edited("date of the far future", QDate::fromJulianDay(784354017364));
+        edited("no date", QDate());
+        edited("time", QTime(23, 59, 59, 999));
+        edited("midnight", QTime(0, 0));
+        edited("no time", QTime());
+        const QDateTime utc = QDateTime(QDate(2024, 10, 27), QTime(0, 30, 0, 1), QTimeZone::utc()).toUTC();
+        edited("moment in UTC", utc);
+        edited("moment at an offset", utc.toOffsetFromUtc(-3 * 3600 - 1800 - 1));
+        edited("moment at no offset", utc.toOffsetFromUtc(0));
+        edited("moment in a zone", utc.toTimeZone(QTimeZone("Europe/Berlin")));
+        edited("the same reading an hour later", utc.addSecs(3600).toTimeZone(QTimeZone("Europe/Berlin")));
+        edited("moment in the zone of UTC", QDateTime(utc.date(), utc.time(), QTimeZone::utc()));
+        edited("moment in a zone of an offset", utc.toTimeZone(QTimeZone(5400)));
+        edited("local moment", utc.toLocalTime());
+        edited("no moment", QDateTime());
+        edited("date without a time", QDateTime(QDate(2024, 1, 1), QTime(), QTimeZone("Asia/Tokyo")));
+        edited("point", QPoint(-1, std::numeric_limits<int>::max()));
+        edited("exact point", QPointF(.1, -0.));
+        edited("size", QSize(-1, -1));
+        edited("exact size", QSizeF(1. / 3, Double::infinity()));
+        edited("rectangle", QRect(1, 2, -3, 0));
+        edited("rectangle of the full range",
+               QRect(QPoint(std::numeric_limits<int>::min(), 0), QPoint(std::numeric_limits<int>::max(), 0)));
+        edited("exact rectangle", QRectF(.1, .2, -.3, 1e300));
+        edited("colour", QColor(1, 2, 3));
+        edited("transparent colour", QColor(1, 2, 3, 0));
+        edited("colour of 16 bits", QColor(QRgba64::fromRgba64(1, 2, 3, 65534)));
+        edited("HSV", QColor::fromHsvF(.1f, .2f, .3f, .4f));
+        edited("HSV without a hue", QColor::fromHsv(-1, 0, 100));
+        edited("HSL", QColor::fromHslF(.1f, .2f, .3f, .4f));
+        edited("CMYK", QColor::fromCmykF(.1f, .2f, .3f, .4f, .5f));
+        edited("colour beyond RGB", QColor::fromRgbF(1.5f, -.5f, .1f));
+        edited("no colour", QColor());
+        edited("font", QFont(u"Sans"_s, 9));
+        edited("font with all", richFont());
+        edited("font with a comma", QFont(u"A,B"_s, 9));
+        edited("keys", QKeySequence(Qt::CTRL | Qt::Key_K, Qt::SHIFT | Qt::Key_Comma));
+        edited("unknown key", QKeySequence(0x0110abcd));
+        edited("no keys", QKeySequence());
+        edited("address", QUrl(u"https://u:p@example.org:1/a%2Fb%20c?q=%26#ф"_s));
+        edited("relative address", QUrl(u"../a b"_s));
+        edited("wrong address", QUrl(u"http://a:b:c/"_s));
+        edited("no address", QUrl());
+        edited("UUID", QUuid(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11));
+        edited("no UUID", QUuid());
+        edited("character", QChar(u'я'));
+        edited("half of a pair", QChar(0xdc00));
+        edited("NUL character", QChar());
+        shown("locale", QLocale(QLocale::Russian));
+        shown("line", QLineF(.1, .2, .3, .4));
+        shown("bits", QBitArray(9, true));
+        shown("expression", QRegularExpression(u"a+"_s, QRegularExpression::CaseInsensitiveOption));
+        shown("list of bytes", QVariant::fromValue(QByteArrayList{"a", "b"}));
+        shown("nothing", QVariant());
+        for (const int type :
+             {int(QMetaType::Bool), int(QMetaType::Int), int(QMetaType::Double), int(QMetaType::QString),
+              int(QMetaType::QStringList), int(QMetaType::QVariantList), int(QMetaType::QDateTime)})
+            QTest::addRow("null %s", QMetaType(type).name()) << QVariant(QMetaType(type)) << true;
+    }
+
+    void keepsEveryKindUntouched()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(bool, editable);
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, value);
+        Window window(std::move(settings));
+        QSignalSpy changes(&window.model, &QAbstractItemModel::dataChanged);
+        // Opens and ends every item, that of lists within too; ends the list.
+        std::function<void()> visitItems = [&] {
+            auto *list = qobject_cast<QListView *>(QApplication::focusWidget());
+            QVERIFY(list);
+            for (int row = 0; row < list->model()->rowCount(); ++row) {
+                const QVariant item = list->model()->index(row, 0).data(Qt::EditRole);
+                QCOMPARE(list->currentIndex().row(), row);
+                press(Qt::Key_Return);
+                QCOMPARE(QApplication::focusWidget() != list, SettingsDelegate::isEditable(item));
+                if (qobject_cast<QListView *>(QApplication::focusWidget()) != list &&
+                    qobject_cast<QListView *>(QApplication::focusWidget()))
+                    visitItems();
+                else if (QApplication::focusWidget() != list)
+                    press(Qt::Key_Return);
+                QCOMPARE(QApplication::focusWidget(), list);
+                press(Qt::Key_Down);
+            }
+            press(Qt::Key_Return, Qt::ControlModifier);
+        };
+
+        // By itself.
+        QCOMPARE(SettingsDelegate::isEditable(value), editable);
+        QCOMPARE(window.open(u"k"_s) != nullptr, editable);
+        if (qobject_cast<QListView *>(QApplication::focusWidget()))
+            visitItems();
+        else
+            press(Qt::Key_Return);
+        QVERIFY(!window.isEditing());
+        QCOMPARE(changes.size(), 0);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(value));
+        QVERIFY(isSameSettingsValue(window.store->value(u"k"_s), value));
+
+        // Beside an item that is edited.
+        window.store->setValue(u"k"_s, QVariantList{value, u"end"_s});
+        window.model.refresh();
+        changes.clear();
+        QVERIFY(window.open(u"k"_s));
+        visitItems();
+        QVERIFY(!window.isEditing());
+        QCOMPARE(changes.size(), 0);
+        window.open(u"k"_s);
+        press(Qt::Key_Down);
+        press(Qt::Key_Return);
+        type(u"another end"_s);
+        press(Qt::Key_Return);
+        press(Qt::Key_Return, Qt::ControlModifier);
+        QVERIFY(!window.isEditing());
+        QCOMPARE(changes.size(), 1);
+        const QVariantList now = window.store->value(u"k"_s).toList();
+        QCOMPARE(now.size(), 2);
+        QCOMPARE(bits(now.first()), bits(value));
+        QCOMPARE(now.first().isNull(), value.isNull());
+        QCOMPARE(now.last(), QVariant(u"another end"_s));
     }
 
     void editsNoMapsAndSaysWhy()
