@@ -669,6 +669,9 @@ ListSettingsEditor::ListSettingsEditor(const QVariant &value, QWidget *parent) :
 
 void ListSettingsEditor::display(const QVariant &value)
 {
+    // Else it would go from an open item to some button.
+    if (m_list->isAncestorOf(QApplication::focusWidget()))
+        m_list->setFocus(Qt::OtherFocusReason);
     m_items->clear();
     const QVariantList items = value.toList();
     for (const QVariant &item : items)

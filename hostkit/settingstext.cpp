@@ -179,7 +179,7 @@ QDateTime atOffset(QDate date, QTime time, int seconds)
     return seconds == 0 ? instant.toUTC() : instant.toOffsetFromUtc(seconds);
 }
 
-std::optional<QDateTime> dateTimeOf(const QString &text, QString *problem)
+std::optional<QDateTime> dateTimeOf(const QDateTime &old, const QString &text, QString *problem)
 {
     static const QRegularExpression form(
         u"^([^T ]+)[T ]([\\d:.,]+)\\s*(Z|[+-]\\d\\d:?\\d\\d(?::?\\d\\d)?)?(?:\\[(.+)\\])?$"_s);
@@ -206,9 +206,11 @@ std::optional<QDateTime> dateTimeOf(const QString &text, QString *problem)
     if (zoneName.isEmpty() && offset)
         return atOffset(*date, *time, *offset);
     const bool local = zoneName.isEmpty() || zoneName == localZone;
-    const QTimeZone zone = local ? QTimeZone() : QTimeZone(zoneName.toUtf8());
+    // That of the old value may be one that no name leads to.
+    const bool kept = old.timeSpec() == Qt::TimeZone && zoneName.toUtf8() == old.timeZone().id();
+    const QTimeZone zone = kept ? old.timeZone() : local ? QTimeZone() : QTimeZone(zoneName.toUtf8());
     // A zone is also made of texts that are none, as rules without a name.
-    if (!local && !QTimeZone::isTimeZoneIdAvailable(zoneName.toUtf8())) {
+    if (!kept && !local && !QTimeZone::isTimeZoneIdAvailable(zoneName.toUtf8())) {
         *problem = Texts::tr("Часовой пояс «%1» неизвестен").arg(zoneName);
         return std::nullopt;
     }
@@ -608,7 +610,7 @@ std::optional<QVariant> SettingsText::toValue(const QVariant &old, const QString
         *problem = Texts::tr("Время пишется так: 23:59:59.999");
         return std::nullopt;
     case QMetaType::QDateTime:
-        return blank ? QVariant(QDateTime()) : wrapped(dateTimeOf(text, problem));
+        return blank ? QVariant(QDateTime()) : wrapped(dateTimeOf(old.toDateTime(), text, problem));
     case QMetaType::QColor:
         return wrapped(colorOf(text, problem));
     case QMetaType::QFont: {

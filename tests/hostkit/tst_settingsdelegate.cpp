@@ -513,6 +513,11 @@ private Q_SLOTS:
             << QVariant(QDateTime(QDate(2024, 1, 1), QTime(1, 0), QTimeZone("Europe/Berlin")))
             << u"2024-07-01T01:00:00+01:00[Europe/Berlin]"_s
             << QVariant(QDateTime(QDate(2024, 7, 1), QTime(1, 0), QTimeZone("Europe/Berlin")));
+        const QTimeZone own("Sito/Own", 5400, u"Own"_s, u"OWN"_s);
+        QTest::newRow("day in a zone that no name leads to")
+            << QVariant(QDateTime(QDate(2024, 1, 1), QTime(1, 0), own))
+            << u"2024-01-02T01:00:00+01:30[Sito/Own]"_s
+            << QVariant(QDateTime(QDate(2024, 1, 2), QTime(1, 0), own));
         QTest::newRow("colour by name")
             << QVariant(QColor(1, 2, 3)) << u"red"_s << QVariant(QColor(255, 0, 0));
         QTest::newRow("no colour") << QVariant(QColor(1, 2, 3)) << QString() << QVariant(QColor());
@@ -840,6 +845,27 @@ private Q_SLOTS:
         QVERIFY(window.isEditing());
         QCOMPARE(field->model()->rowCount(), 2);
         QCOMPARE(field->model()->index(1, 0).data().toString(), u"c"_s);
+    }
+
+    void showsAnotherListOverAnUntouchedItem()
+    {
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, QStringList{u"a"_s, u"b"_s});
+        Window window(std::move(settings));
+        auto *list = qobject_cast<QListView *>(window.open(u"k"_s));
+        QVERIFY(list);
+        press(Qt::Key_Return);
+
+        window.store->setValue(u"k"_s, QStringList{u"b"_s, u"c"_s, u"d"_s});
+        window.model.refresh();
+
+        QVERIFY(window.isEditing());
+        QCOMPARE(QApplication::focusWidget(), list);
+        press(Qt::Key_Return);
+        type(u"x"_s);
+        press(Qt::Key_Return);
+        press(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QStringList{u"x"_s, u"c"_s, u"d"_s}));
     }
 
     void keepsWhatIsTypedInAnItemWhenTheStoreChanges()
