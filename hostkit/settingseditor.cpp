@@ -672,11 +672,12 @@ void ListSettingsEditor::display(const QVariant &value)
     // Else it would go from an open item to some button.
     if (m_list->isAncestorOf(QApplication::focusWidget()))
         m_list->setFocus(Qt::OtherFocusReason);
+    const int row = std::max(m_list->currentIndex().row(), 0);
     m_items->clear();
     const QVariantList items = value.toList();
     for (const QVariant &item : items)
         m_items->appendRow(new ListItem(item));
-    m_list->setCurrentIndex(m_items->index(0, 0));
+    m_list->setCurrentIndex(m_items->index(std::min(row, m_items->rowCount() - 1), 0));
 }
 
 QVariant ListSettingsEditor::items() const
@@ -759,8 +760,18 @@ QSize ListSettingsEditor::neededSize(const QRect &cell) const
             std::max(least.height(), fontMetrics().lineSpacing() * 9)};
 }
 
+/// Whether no item is open any more. One with a wrong input stays, and must not be closed by another one.
+bool ListSettingsEditor::endItems()
+{
+    const QList<SettingsEditor *> open = openEditors();
+    return std::all_of(open.begin(), open.end(),
+                       [](SettingsEditor *editor) { return editor->finish(QAbstractItemDelegate::NoHint); });
+}
+
 void ListSettingsEditor::add()
 {
+    if (!endItems())
+        return;
     const QModelIndex current = m_list->currentIndex();
     // Of the type of its neighbour, where that has an empty value; else a text.
     QVariant item = QString();
@@ -788,6 +799,8 @@ void ListSettingsEditor::removeCurrent()
 
 void ListSettingsEditor::moveCurrent(int by)
 {
+    if (!endItems())
+        return;
     const int row = m_list->currentIndex().row();
     const int to = row + by;
     if (row < 0 || to < 0 || to >= m_items->rowCount())

@@ -177,6 +177,7 @@ protected:
 private:
     QVariant items() const;
     QList<SettingsEditor *> openEditors() const;
+    bool endItems();
     void add();
     void removeCurrent();
     void moveCurrent(int by);

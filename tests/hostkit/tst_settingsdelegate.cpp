@@ -30,11 +30,13 @@
 #include <QTest>
 #include <QTimeZone>
 #include <QTimer>
+#include <QToolButton>
 #include <QToolTip>
 #include <QTreeView>
 #include <QUrl>
 #include <QUuid>
 
+#include <algorithm>
 #include <bit>
 #include <limits>
 
@@ -834,17 +836,18 @@ private Q_SLOTS:
     void showsAnotherListAsLongAsNothingWasTyped()
     {
         auto settings = m_files.empty();
-        settings->setValue(u"k"_s, QStringList{u"a"_s});
+        settings->setValue(u"k"_s, QStringList{u"a"_s, u"b"_s, u"c"_s});
         Window window(std::move(settings));
         auto *field = qobject_cast<QListView *>(window.open(u"k"_s));
         QVERIFY(field);
+        press(Qt::Key_Down);
 
-        window.store->setValue(u"k"_s, QStringList{u"b"_s, u"c"_s});
+        window.store->setValue(u"k"_s, QStringList{u"d"_s, u"e"_s});
         window.model.refresh();
 
         QVERIFY(window.isEditing());
         QCOMPARE(field->model()->rowCount(), 2);
-        QCOMPARE(field->model()->index(1, 0).data().toString(), u"c"_s);
+        QCOMPARE(field->currentIndex().data().toString(), u"e"_s);
     }
 
     void showsAnotherListOverAnUntouchedItem()
@@ -895,7 +898,7 @@ private Q_SLOTS:
         auto settings = m_files.empty();
         for (int i = 0; i < 20; ++i)
             settings->setValue(u"other%1"_s.arg(i, 2, 10, QLatin1Char('0')), u"text"_s);
-        settings->setValue(u"k"_s, QVariantList{1, 2});
+        settings->setValue(u"k"_s, QVariantList{1, 2, 4});
         Window window(std::move(settings));
         QSignalSpy changes(&window.model, &QAbstractItemModel::dataChanged);
         QPointer<QListView> list = qobject_cast<QListView *>(window.open(u"k"_s));
@@ -920,6 +923,17 @@ private Q_SLOTS:
         item->setFocus();
         press(Qt::Key_Down);
         press(Qt::Key_PageUp);
+        for (const QString &text : {u"Добавить"_s, u"Ниже"_s, u"Готово"_s}) {
+            const QList<QToolButton *> buttons = editor->findChildren<QToolButton *>();
+            const auto button = std::find_if(buttons.begin(), buttons.end(),
+                                             [&](QToolButton *one) { return one->text() == text; });
+            QVERIFY(button != buttons.end());
+            QTest::mouseClick(*button, Qt::LeftButton);
+            QCOMPARE(list->model()->rowCount(), 2);
+            QCOMPARE(list->currentIndex().row(), 0);
+            QVERIFY(item && item->isVisible());
+        }
+        item->setFocus();
 
         QVERIFY(window.isEditing());
         QCOMPARE(window.currentIndex(), window.cell(u"k"_s));
@@ -929,9 +943,10 @@ private Q_SLOTS:
         press(Qt::Key_A, Qt::ControlModifier);
         type(u"3"_s);
         press(Qt::Key_Return);
-        press(Qt::Key_Down); // the last row
+        press(Qt::Key_Down);
+        press(Qt::Key_Down); // from the last row
         press(Qt::Key_Return, Qt::ControlModifier);
-        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QVariantList{3}));
+        QCOMPARE(bits(window.store->value(u"k"_s)), bits(QVariantList{3, 4}));
     }
 
     void takesAnOpenItemAlong()
