@@ -6,7 +6,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QSettings>
 
 namespace {
 
@@ -16,6 +15,27 @@ struct Texts
 };
 
 } // namespace
+
+ScratchStore::ScratchStore(const QByteArray &content, QSettings::Format format)
+{
+    const QString name = m_directory.filePath(QStringLiteral("store"));
+    QFile file(name);
+    m_complete = m_directory.isValid() && file.open(QIODevice::WriteOnly) &&
+                 file.write(content) == content.size() && file.flush();
+    file.close();
+    m_store = std::make_unique<QSettings>(name, format);
+    m_store->setFallbacksEnabled(false);
+}
+
+QByteArray ScratchStore::content() const
+{
+    m_store->sync();
+    QFile file(m_store->fileName());
+    if (!m_complete || m_store->status() != QSettings::NoError || !file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray content = file.readAll();
+    return content.isNull() ? QByteArray("") : content;
+}
 
 void requireIniFile(const QString &name)
 {
@@ -29,11 +49,12 @@ void requireIniFile(const QString &name)
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly))
         throw Exception(Texts::tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
-    const QSettings store(info.absoluteFilePath(), QSettings::IniFormat);
-    store.allKeys(); // the file is parsed only as far as it is asked for
-    if (store.status() == QSettings::AccessError)
+    const QByteArray content = file.readAll();
+    const ScratchStore store(content);
+    store->allKeys(); // the file is parsed only as far as it is asked for
+    if (!store.isComplete() || store->status() == QSettings::AccessError)
         throw Exception(Texts::tr("Не удалось прочитать «%1»").arg(name));
-    if (store.status() == QSettings::FormatError || file.readAll().contains('\0'))
+    if (store->status() == QSettings::FormatError || content.contains('\0'))
         throw Exception(Texts::tr("«%1» - не файл INI").arg(name));
 }
 

@@ -4,6 +4,7 @@
 #include "icons.h"
 #include "inifile.h"
 #include "noticebar.h"
+#include "settingsfile.h"
 
 #include <data/exception.h>
 #include <hostkit/settingschanges.h>
@@ -58,40 +59,84 @@ constexpr int watchDelay = 150;  // ms; a write is told of several times
 /// Tells whether a row holds a pending change, or a removal below it.
 constexpr int pendingRole = Qt::UserRole + 1;
 
-/// Asks before the store is written.
+QString pathOf(const QModelIndex &index)
+{
+    return index.data(Qt::ToolTipRole).toString();
+}
+
+using Changes = QList<SettingsChanges::Change>;
+
+/// With `OnFieldChange`, has changes written by somebody else, and makes them when they are written.
 class StoreModel : public SettingsModel
 {
 public:
     explicit StoreModel(QObject *parent) : SettingsModel(parent) {}
 
+    /// Whether changes wait.
+    bool isManual() const { return editStrategy() == OnManualSubmit && !m_written; }
+
     bool setData(const QModelIndex &index, const QVariant &value, int role) override
     {
-        const bool writes = editStrategy() == OnFieldChange && flags(index).testFlag(Qt::ItemIsEditable) &&
-                            (role == Qt::EditRole || role == Qt::DisplayRole);
-        if (writes && !beforeWrite())
-            return false;
-        if (!SettingsModel::setData(index, value, role))
-            return false;
-        if (writes)
-            afterWrite();
-        return true;
+        if (isManual() || !flags(index).testFlag(Qt::ItemIsEditable) || isNameless(index) ||
+            (role != Qt::EditRole && role != Qt::DisplayRole))
+            return SettingsModel::setData(index, value, role);
+        SettingsChanges::Change change;
+        change.path = pathOf(index);
+        change.newValue = value;
+        const Written written(*this, {change});
+        return written && SettingsModel::setData(index, settings()->value(change.path), role);
     }
 
     bool removeRows(int row, int count, const QModelIndex &parent) override
     {
-        const bool writes = editStrategy() == OnFieldChange && !readOnly() && row >= 0 && count > 0 &&
-                            row <= rowCount(parent) - count;
-        if (writes && !beforeWrite())
-            return false;
-        if (!SettingsModel::removeRows(row, count, parent))
-            return false;
-        if (writes)
-            afterWrite();
-        return true;
+        if (isManual() || readOnly() || row < 0 || count < 1 || row > rowCount(parent) - count)
+            return SettingsModel::removeRows(row, count, parent);
+        Changes removals;
+        for (int i = row; i < row + count; ++i) {
+            const QModelIndex gone = index(i, 0, parent);
+            SettingsChanges::Change change;
+            change.path = pathOf(gone);
+            change.removal = true;
+            change.group = hasChildren(gone);
+            if (!isNameless(gone))
+                removals += change;
+        }
+        const Written written(*this, removals);
+        return written && SettingsModel::removeRows(row, count, parent);
     }
 
-    std::function<bool()> beforeWrite;
-    std::function<void()> afterWrite;
+    std::function<bool(const Changes &)> write;
+
+private:
+    /// Has changes written; then the model keeps away from the store, which has them.
+    class Written
+    {
+    public:
+        Written(StoreModel &model, const Changes &changes) : m_model(model)
+        {
+            if (!m_model.write(changes))
+                return;
+            m_model.m_written = true;
+            m_model.setEditStrategy(OnManualSubmit);
+        }
+        ~Written()
+        {
+            if (std::exchange(m_model.m_written, false))
+                m_model.setEditStrategy(OnFieldChange);
+        }
+        explicit operator bool() const { return m_model.m_written; }
+
+    private:
+        Q_DISABLE_COPY_MOVE(Written)
+        StoreModel &m_model;
+    };
+
+    static bool isNameless(const QModelIndex &index)
+    {
+        return index.siblingAtColumn(0).data().toString().isEmpty();
+    }
+
+    bool m_written = false;
 };
 
 /// The rows that the search finds, with what is above them; marks pending changes.
@@ -215,11 +260,6 @@ public:
     }
 };
 
-QString pathOf(const QModelIndex &index)
-{
-    return index.data(Qt::ToolTipRole).toString();
-}
-
 /// Keeps the rows that a view shows where they are, while others come and go above them.
 class Anchor
 {
@@ -286,7 +326,7 @@ public:
     bool open(std::unique_ptr<QSettings> newStore);
     void takeModel();
     bool mayClose();
-    bool isManual() const { return model && model->editStrategy() == SettingsModel::OnManualSubmit; }
+    bool isManual() const { return model && model->isManual(); }
 
     // Actions.
     void chooseFile();
@@ -305,8 +345,10 @@ public:
     void setStrategy(SettingsModel::EditStrategy strategy);
 
     bool trySubmit();
-    bool ensureBackup();
-    void synchronizeStore();
+    bool writeAtOnce(const Changes &wanted);
+    struct Outcome;
+    Outcome write(const Changes &wanted);
+    void showFile(const Outcome &outcome);
     void applySearch();
     QList<QPersistentModelIndex> selectedRows() const;
 
@@ -314,7 +356,7 @@ public:
     QByteArray fingerprint() const;
     void watch();
     void lookAtFile();
-    bool hasAmbiguousNames() const;
+    bool hasAmbiguousNames(QSettings *of = nullptr) const;
 
     SettingsWindow *q;
     std::unique_ptr<QSettings> store;
@@ -323,7 +365,7 @@ public:
     SettingsViewProxy proxy;
     SearchModel search;
     bool ambiguous = false;
-    bool backedUp = false;
+    QByteArray safe; ///< the fingerprint that needs no copy: of what was copied or written here
     bool hasWidths = false;
     QByteArray seen;
     QFileSystemWatcher watcher;
@@ -617,7 +659,7 @@ bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
     proxy.setSourceModel(nullptr);
     delete std::exchange(model, nullptr);
     store = std::move(newStore);
-    backedUp = false;
+    safe.clear();
     noticeBar->clear();
     takeModel();
     tree->expandAll();
@@ -632,11 +674,7 @@ void SettingsWindowPrivate::takeModel()
     const SettingsModel::EditStrategy strategy =
         model ? model->editStrategy() : SettingsModel::OnManualSubmit;
     auto *old = std::exchange(model, new StoreModel(q));
-    model->beforeWrite = [this] { return ensureBackup(); };
-    model->afterWrite = [this] {
-        QMetaObject::invokeMethod(
-            q, [this] { synchronizeStore(); }, Qt::QueuedConnection);
-    };
+    model->write = [this](const Changes &wanted) { return writeAtOnce(wanted); };
     store->sync();
     seen = fingerprint();
     model->setSettings(store.get());
@@ -688,69 +726,114 @@ void SettingsWindowPrivate::chooseFile()
 
 // Writing.
 
-/// Whether the file may be written: it was copied, or there is none yet.
-bool SettingsWindowPrivate::ensureBackup()
+struct SettingsWindowPrivate::Outcome
 {
-    const QString name = store->fileName();
-    if (backedUp || !QFileInfo::exists(name))
-        return true;
-    const QString stem = name + u".bak-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
-    QString copy = stem;
-    for (int i = 2; QFileInfo::exists(copy); ++i)
-        copy = stem + u'-' + QString::number(i);
-    QFile file(name);
-    if (!file.copy(copy)) {
-        noticeBar->tell(Icons::Shape::Warning,
-                        SettingsWindow::tr("Ничего не записано: не удалось сохранить копию «%1»: %2")
-                            .arg(QDir::toNativeSeparators(copy), file.errorString()));
-        return false;
+    bool written = false;
+    bool outdated = false; ///< the file was not what the window shows
+    bool conflict = false; ///< it may be written all the same, if the user wants that
+    Icons::Shape icon = Icons::Shape::Warning;
+    QString message = {};
+};
+
+/// Brings \a wanted into the file, unless something speaks against it. The tree is left alone.
+SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wanted)
+{
+    const auto refusal = [](const QString &reason) {
+        Outcome outcome;
+        outcome.message = SettingsWindow::tr("Ничего не записано: %1").arg(reason);
+        return outcome;
+    };
+    SettingsFile file(*store);
+    if (!file.error().isEmpty())
+        return refusal(file.error());
+    if (!file.exists() && !seen.isEmpty())
+        return refusal(
+            SettingsWindow::tr("файла «%1» больше нет").arg(QDir::toNativeSeparators(q->fileName())));
+    const bool outdated = file.fingerprint() != seen;
+    if (outdated) {
+        if (isManual() && hasAmbiguousNames(&file.content()))
+            return refusal(
+                SettingsWindow::tr("файл изменён другой программой, и в нём теперь есть записи без "
+                                   "имени или имена, которые сразу и группа, и ключ"));
+        const QStringList conflicts = file.conflicts(wanted, changes.known());
+        if (!conflicts.isEmpty()) {
+            Outcome outcome = refusal(SettingsWindow::tr("изменено и здесь, и в файле другой программой: %1")
+                                          .arg(conflicts.join(u", "_s)));
+            outcome.outdated = outcome.conflict = true;
+            return outcome;
+        }
     }
-    backedUp = true;
-    return true;
+    if (file.exists() && file.fingerprint() != safe) {
+        if (const QString error = file.backUp(); !error.isEmpty())
+            return refusal(error);
+        safe = file.fingerprint();
+    }
+    if (const QString error = file.write(wanted); !error.isEmpty())
+        return refusal(error);
+    safe = seen = file.fingerprint();
+    watch();
+    QStringList told;
+    if (outdated)
+        told += SettingsWindow::tr("Файл был изменён другой программой. Показано то, что в нём теперь");
+    if (!file.flattened().isEmpty())
+        told +=
+            SettingsWindow::tr("Файл INI хранит список из одного элемента как текст, а пустой - как пустое "
+                               "значение: %1")
+                .arg(file.flattened().join(u", "_s));
+    return {true, outdated, false, Icons::Shape::Information, told.join(u". "_s)};
 }
 
-void SettingsWindowPrivate::synchronizeStore()
+/// What the file holds now, and what came of writing it.
+void SettingsWindowPrivate::showFile(const Outcome &outcome)
 {
-    if (!store)
-        return;
-    store->sync();
-    seen = fingerprint();
-    watch();
-    if (store->status() != QSettings::NoError)
-        noticeBar->tell(
-            Icons::Shape::Warning,
-            SettingsWindow::tr("Не удалось записать «%1»").arg(QDir::toNativeSeparators(q->fileName())));
+    int dropped = 0;
+    if (outcome.outdated) {
+        store->sync();
+        if (ambiguous || hasAmbiguousNames()) {
+            refresh();
+        } else {
+            const Anchor anchor(tree);
+            dropped = changes.refresh();
+            seen = fingerprint();
+            watch();
+            updateState();
+        }
+    }
+    noticeBar->clear();
+    QStringList messages(outcome.message);
+    if (dropped > 0)
+        messages += SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(dropped);
+    if (outcome.conflict && (!isManual() || !changes.isEmpty()))
+        messages += SettingsWindow::tr("Повторите, чтобы заменить то, что в файле");
+    messages.removeAll(QString());
+    if (!messages.isEmpty())
+        noticeBar->tell(outcome.icon, messages.join(u". "_s));
+}
+
+/// A view is in the middle of an edit: what else has changed is shown afterwards.
+bool SettingsWindowPrivate::writeAtOnce(const Changes &wanted)
+{
+    const Outcome outcome = write(wanted);
+    if (outcome.outdated)
+        QMetaObject::invokeMethod(
+            model, [this, outcome] { showFile(outcome); }, Qt::QueuedConnection);
+    else
+        showFile(outcome);
+    return outcome.written;
 }
 
 bool SettingsWindowPrivate::trySubmit()
 {
-    // What another program wrote meanwhile stays, but for the entries changed here.
-    if (fingerprint() != seen) {
-        if (const int dropped = changes.refresh(); dropped > 0) {
-            noticeBar->tell(
-                Icons::Shape::Warning,
-                SettingsWindow::tr("Ничего не записано: файл изменён другой программой, и записей "
-                                   "ваших правок больше нет: %1")
-                    .arg(dropped));
-            seen = fingerprint();
-            return false;
-        }
-        ambiguous = hasAmbiguousNames();
-        if (ambiguous) {
-            updateState();
-            noticeBar->tell(Icons::Shape::Warning,
-                            SettingsWindow::tr("Ничего не записано: файл изменён другой программой"));
-            return false;
-        }
+    changes.synchronize();
+    if (changes.isEmpty())
+        return true;
+    const Outcome outcome = write(changes.changes());
+    if (outcome.written) {
+        const Anchor anchor(tree);
+        changes.dismissAll();
     }
-    if (!ensureBackup())
-        return false;
-    const Anchor anchor(tree);
-    model->submitAll();
-    noticeBar->clear();
-    synchronizeStore();
-    changes.refresh();
-    return store->status() == QSettings::NoError;
+    showFile(outcome);
+    return outcome.written;
 }
 
 void SettingsWindowPrivate::submit()
@@ -928,8 +1011,15 @@ void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
 {
     // Pending changes would be stranded.
     if (model && model->editStrategy() != strategy &&
-        (strategy == SettingsModel::OnManualSubmit || mayClose()))
+        (strategy == SettingsModel::OnManualSubmit || mayClose())) {
         model->setEditStrategy(strategy);
+        // What is changed from now on is changed in what the file holds.
+        const SettingsFile file(*store);
+        if (file.exists() && file.error().isEmpty() && file.fingerprint() != seen)
+            showFile(
+                {false, true, false, Icons::Shape::Information,
+                 SettingsWindow::tr("Файл был изменён другой программой. Показано то, что в нём теперь")});
+    }
     updateState();
 }
 
@@ -996,19 +1086,20 @@ void SettingsWindowPrivate::lookAtFile()
 }
 
 /// Whether a merge or a submit of this store would mix up entries or lose some.
-bool SettingsWindowPrivate::hasAmbiguousNames() const
+bool SettingsWindowPrivate::hasAmbiguousNames(QSettings *of) const
 {
+    QSettings *looked = of ? of : store.get();
     const std::function<bool()> look = [&] {
-        const QStringList groups = store->childGroups();
-        const QStringList keys = store->childKeys();
+        const QStringList groups = looked->childGroups();
+        const QStringList keys = looked->childKeys();
         if (groups.contains(QString()) || keys.contains(QString()))
             return true;
         for (const QString &group : groups) {
             if (keys.contains(group))
                 return true;
-            store->beginGroup(group);
+            looked->beginGroup(group);
             const bool found = look();
-            store->endGroup();
+            looked->endGroup();
             if (found)
                 return true;
         }

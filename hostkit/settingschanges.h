@@ -52,6 +52,10 @@ public:
     /// The number of removals right below the group \a path.
     int removalsIn(const QString &path) const { return m_removalsIn.value(path); }
 
+    /// The value of each key as it was last known to be the store's, by path; pending changes do not change it.
+    /// Groups have invalid ones.
+    const QHash<QString, QVariant> &known() const { return m_base; }
+
     /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only.
     void dismiss(int row);
     /// Undoes all, as SettingsModel::revertAll() does, but rightly in one go, see refresh(). Needs the same.
@@ -89,8 +93,7 @@ private:
     QList<QMetaObject::Connection> m_connections;
     QList<Change> m_changes;
     QList<Change> m_removals;
-    /// The value of each key as it was last known to be the store's.
-    QHash<QString, QVariant> m_base;
+    QHash<QString, QVariant> m_base; ///< known()
     QHash<QString, qsizetype> m_edited;
     QHash<QString, int> m_removalsIn;
     bool m_scheduled = false;

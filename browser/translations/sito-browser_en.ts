@@ -1238,6 +1238,41 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
+    <name>SettingsFile</name>
+    <message>
+        <source>не удалось прочитать «%1»: %2</source>
+        <translation>cannot read &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>файл «%1» доступен только для чтения</source>
+        <translation>the file &apos;%1&apos; is read-only</translation>
+    </message>
+    <message>
+        <source>не удалось сохранить копию «%1»: %2</source>
+        <translation>cannot save the copy &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>значения этих записей не прочитать, и запись их потеряла бы: %1</source>
+        <translation>the values of these entries cannot be read, and writing would lose them: %1</translation>
+    </message>
+    <message>
+        <source>не удалось подготовить содержимое файла во временном каталоге</source>
+        <translation>cannot prepare the content of the file in the temporary directory</translation>
+    </message>
+    <message>
+        <source>файл «%1» занят другой программой</source>
+        <translation>another program is using the file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>файл «%1» только что изменён другой программой</source>
+        <translation>another program has just changed the file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>не удалось записать «%1»: %2</source>
+        <translation>cannot write &apos;%1&apos;: %2</translation>
+    </message>
+</context>
+<context>
     <name>SettingsModel</name>
     <message>
         <source>Ключ</source>
@@ -1572,22 +1607,6 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Settings files (*.ini *.conf);;All files (*)</translation>
     </message>
     <message>
-        <source>Ничего не записано: не удалось сохранить копию «%1»: %2</source>
-        <translation>Nothing was written: cannot save the copy &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>Не удалось записать «%1»</source>
-        <translation>Cannot write &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>Ничего не записано: файл изменён другой программой, и записей ваших правок больше нет: %1</source>
-        <translation>Nothing was written: another program changed the file, and entries that you edited are gone: %1</translation>
-    </message>
-    <message>
-        <source>Ничего не записано: файл изменён другой программой</source>
-        <translation>Nothing was written: another program changed the file</translation>
-    </message>
-    <message>
         <source>Файла «%1» больше нет. Показано то, что в нём было</source>
         <translation>The file &apos;%1&apos; is gone. What it held is shown</translation>
     </message>
@@ -1638,6 +1657,34 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Файл изменён другой программой</source>
         <translation>Another program changed the file</translation>
+    </message>
+    <message>
+        <source>Ничего не записано: %1</source>
+        <translation>Nothing was written: %1</translation>
+    </message>
+    <message>
+        <source>файла «%1» больше нет</source>
+        <translation>the file &apos;%1&apos; is gone</translation>
+    </message>
+    <message>
+        <source>файл изменён другой программой, и в нём теперь есть записи без имени или имена, которые сразу и группа, и ключ</source>
+        <translation>another program changed the file, and now it has entries without a name or names that are group and key at once</translation>
+    </message>
+    <message>
+        <source>Файл был изменён другой программой. Показано то, что в нём теперь</source>
+        <translation>Another program had changed the file. What it holds now is shown</translation>
+    </message>
+    <message>
+        <source>Файл INI хранит список из одного элемента как текст, а пустой - как пустое значение: %1</source>
+        <translation>An INI file holds a list of one item as a text, and an empty one as an empty value: %1</translation>
+    </message>
+    <message>
+        <source>Повторите, чтобы заменить то, что в файле</source>
+        <translation>Repeat it to replace what the file holds</translation>
+    </message>
+    <message>
+        <source>изменено и здесь, и в файле другой программой: %1</source>
+        <translation>changed both here and, by another program, in the file: %1</translation>
     </message>
 </context>
 <context>
