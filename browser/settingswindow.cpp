@@ -368,6 +368,7 @@ public:
     QByteArray safe; ///< the fingerprint that needs no copy: of what was copied or written here
     bool hasWidths = false;
     QByteArray seen;
+    bool stale = false; ///< something in the tree is older than what was seen
     QFileSystemWatcher watcher;
     QTimer watchTimer;
     QTimer searchTimer;
@@ -677,6 +678,7 @@ void SettingsWindowPrivate::takeModel()
     model->write = [this](const Changes &wanted) { return writeAtOnce(wanted); };
     store->sync();
     seen = fingerprint();
+    stale = false;
     model->setSettings(store.get());
     ambiguous = hasAmbiguousNames();
     model->setReadOnly(isReadOnlyStore(*store));
@@ -749,7 +751,7 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
     if (!file.exists() && !seen.isEmpty())
         return refusal(
             SettingsWindow::tr("файла «%1» больше нет").arg(QDir::toNativeSeparators(q->fileName())));
-    const bool outdated = file.fingerprint() != seen;
+    const bool outdated = stale || file.fingerprint() != seen;
     if (outdated) {
         if (isManual() && hasAmbiguousNames(&file.content()))
             return refusal(
@@ -771,6 +773,7 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
     if (const QString error = file.write(wanted); !error.isEmpty())
         return refusal(error);
     safe = seen = file.fingerprint();
+    stale = outdated;
     watch();
     QStringList told;
     if (outdated)
@@ -788,6 +791,7 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
 {
     int dropped = 0;
     if (outcome.outdated) {
+        stale = false;
         store->sync();
         if (ambiguous || hasAmbiguousNames()) {
             refresh();
@@ -816,7 +820,12 @@ bool SettingsWindowPrivate::writeAtOnce(const Changes &wanted)
     const Outcome outcome = write(wanted);
     if (outcome.outdated)
         QMetaObject::invokeMethod(
-            model, [this, outcome] { showFile(outcome); }, Qt::QueuedConnection);
+            q,
+            [this, outcome, of = store.get()] {
+                if (store.get() == of)
+                    showFile(outcome);
+            },
+            Qt::QueuedConnection);
     else
         showFile(outcome);
     return outcome.written;
@@ -963,12 +972,11 @@ void SettingsWindowPrivate::removeSelected()
     box.exec();
     if (box.clickedButton() != yes)
         return;
-    for (const QPersistentModelIndex &row : rows) {
-        if (row.isValid() && !search.removeRow(row.row(), row.parent()))
-            break;
-    }
+    const bool removed = std::all_of(rows.begin(), rows.end(), [this](const QPersistentModelIndex &row) {
+        return !row.isValid() || search.removeRow(row.row(), row.parent());
+    });
     changes.synchronize();
-    if (ambiguous && !isManual())
+    if (ambiguous && !isManual() && removed)
         refresh();
 }
 
