@@ -15,6 +15,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 using namespace Qt::StringLiterals;

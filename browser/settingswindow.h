@@ -12,9 +12,20 @@ class SettingsWindowPrivate;
 /// application.
 ///
 /// Changes are written at once or wait until they are submitted, as the user chooses; those that wait are marked
-/// in the tree, listed below it, and each can be dismissed alone. Before the first write the file is copied to
-/// "FILE.bak-YYYYMMDD-hhmmss" beside it; when that fails, nothing is written and a message tells why. What
-/// another program writes meanwhile is told of, never overwritten unseen.
+/// in the tree, listed below it, and each can be dismissed alone.
+///
+/// **The file**
+/// - What is in it for the first time or from another program is copied to "FILE.bak-YYYYMMDD-hhmmss" beside
+///   it before it is overwritten.
+/// - A write brings the changes into what the file holds then, all of them or none. Where it cannot or must not
+///   be (no copy, no INI file any more, marked as read-only, gone, held by another program), nothing is
+///   written, a message tells why, and the changes go on waiting; one that was to be written at once stays in
+///   its editor.
+/// - What another program writes meanwhile is told of, never overwritten unseen: a write that would replace
+///   such a value is refused once, and the value shown.
+/// - Values that QSettings cannot read, such as those of another program's types, stay in the file as they are.
+/// - The types of values are those of the INI form when the file is opened: numbers and choices are texts, and
+///   so is a list of one item; an empty list is no value. A write of such a list tells so.
 class SettingsWindow : public QWidget
 {
     Q_OBJECT

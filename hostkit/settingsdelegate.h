@@ -30,6 +30,11 @@
 /// Values of all other types, maps among them, are shown and not edited; their tool tip says so. What an INI
 /// file holds as a plain text ("5", "true") is a text, and stays one.
 ///
+/// An INI file does not tell a list of one item from a text, nor an empty list from no value: a `QStringList`
+/// that was edited down to one item (or an empty list of either type) is a list until the file is read again,
+/// and a QString (or invalid) from then on. Hosts that read such keys call `toStringList()`, which gives the
+/// one item or none in either case.
+///
 /// **Nothing gets lost**
 /// Input that is no value of the type is marked and told of as one types; Enter, Tab and a click elsewhere
 /// keep the editor open then, and only Esc drops it. When the model refuses the value, the editor stays too. A

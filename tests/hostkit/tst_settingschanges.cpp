@@ -135,6 +135,30 @@ private Q_SLOTS:
         QCOMPARE(entries(*f.store), QStringList{u"a=1"_s});
     }
 
+    void knowsWhatWasReadLast()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\n[g]\nk=3\nl=4\n"));
+        f.edit({u"a"_s}, u"7"_s);
+        f.remove({u"g"_s, u"k"_s});
+        f.remove({u"g"_s});
+        QFile file(f.store->fileName());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.write("a=10\nc=30\n[g]\nl=40\n") > 0);
+        file.close();
+
+        const QHash<QString, QVariant> before = f.changes.known();
+        QCOMPARE(f.changes.refresh(), 0);
+        const QHash<QString, QVariant> after = f.changes.known();
+
+        QCOMPARE(
+            before,
+            (QHash<QString, QVariant>{
+                {u"a"_s, u"1"_s}, {u"b"_s, u"2"_s}, {u"g"_s, {}}, {u"g/k"_s, u"3"_s}, {u"g/l"_s, u"4"_s}}));
+        QCOMPARE(after, (QHash<QString, QVariant>{
+                            {u"a"_s, u"10"_s}, {u"c"_s, u"30"_s}, {u"g"_s, {}}, {u"g/l"_s, u"40"_s}}));
+        QCOMPARE(texts(f.changes), (QStringList{u"edit a 10 -> 7"_s, u"removal g/"_s}));
+    }
+
     void isEmptyWhenChangesAreWrittenAtOnce()
     {
         Fixture f(m_files.parsed("a=1\nb=2\n"));
