@@ -896,6 +896,51 @@ private Q_SLOTS:
         QVERIFY(treeText(*w.tree->model()).contains(u"a=7"_s));
     }
 
+    void keepsWhatAnotherProgramWroteWhereNamesAreAmbiguous()
+    {
+        const QString file = makeFile("a=1\nx=2\n[x]\ny=3\n");
+        Window w;
+        w.window.openFile(file);
+        write(file, "a=1\nx=2\nz=1\n[x]\ny=30\n");
+
+        w.edit(u"a"_s, u"7"_s);
+
+        QTRY_COMPARE(w.message->text(),
+                     u"Файл был изменён другой программой. Показано то, что в нём теперь"_s);
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=7\nx=2\nz=1\n\n[x]\ny=30\n"));
+        QCOMPARE(treeText(*w.tree->model()), u"x{y=30} a=7 x=2 z=1"_s);
+        const QByteArray others = "a=500\nx=2\n[x]\ny=3\n";
+        write(file, others);
+        w.select(u"a"_s);
+        w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); });
+        QTRY_COMPARE(
+            w.message->text(),
+            u"Ничего не записано: изменено и здесь, и в файле другой программой: a. Повторите, чтобы "
+            "заменить то, что в файле"_s);
+        QCOMPARE(contentOf(file), others);
+        QCOMPARE(treeText(*w.tree->model()), u"x{y=3} a=500 x=2"_s);
+    }
+
+    void writesNothingWhereNamesBecameAmbiguous()
+    {
+        const QString file = makeFile("a=1\nx=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"7"_s);
+        const QByteArray others = "a=1\nx=2\n[x]\ny=3\n";
+        write(file, others);
+
+        w.tree->setFocus();
+        w.press(Qt::Key_S, Qt::ControlModifier);
+
+        QCOMPARE(
+            w.message->text(),
+            u"Ничего не записано: файл изменён другой программой, и в нём теперь есть записи без имени или "
+            "имена, которые сразу и группа, и ключ"_s);
+        QCOMPARE(contentOf(file), others);
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка|a|1|7"_s});
+    }
+
     void searchesAllColumns_data()
     {
         QTest::addColumn<QString>("text");
