@@ -919,6 +919,11 @@ private Q_SLOTS:
             "заменить то, что в файле"_s);
         QCOMPARE(contentOf(file), others);
         QCOMPARE(treeText(*w.tree->model()), u"x{y=3} a=500 x=2"_s);
+        QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
+        w.select(u"a"_s);
+        w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); });
+        QCOMPARE(w.message->text(), u"Ничего не записано: файл «%1» доступен только для чтения"_s.arg(file));
+        QCOMPARE(contentOf(file), others);
     }
 
     void writesNothingWhereNamesBecameAmbiguous()
