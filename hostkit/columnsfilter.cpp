@@ -5,6 +5,7 @@
 #include <data/table.h>
 
 #include "keychecks_p.h"
+#include "keypredicates_p.h"
 
 ColumnsFilter::ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent)
     : ValueFilter(table, columns.constFirst(), columns, -1, parent)
@@ -26,6 +27,11 @@ QList<int> ColumnsFilter::columnsByName(const Table &table, const QStringList &n
         columns.append(column);
     }
     return columns;
+}
+
+FilterFunc *ColumnsFilter::createFilterFunc(QObject *parent) const
+{
+    return keypredicates::make(table(), getAllExcludedKeys(), columns(), parent);
 }
 
 QWidget *ColumnsFilter::createFilterWidget(QWidget *)

@@ -3,6 +3,7 @@
 
 #include <database/memorytable.h>
 #include <filterfuncs/filterfunc.h>
+#include <filterfuncs/keyfilterfunc_hash.h>
 
 #include <support/exceptions.h>
 
@@ -166,6 +167,23 @@ private Q_SLOTS:
 
         QVERIFY(func->filter(first));
         QVERIFY(!func->filter(second));
+    }
+
+    void looksManyKeysUpByTheirHash()
+    {
+        MemoryTable table(u"t"_s, {{.name = u"a"_s, .type = FieldType::Int}});
+        QStringList keys;
+        for (int i = 0; i < 1000; ++i)
+            keys += QString::number(2 * i);
+        ColumnsFilter filter(table, {0}, nullptr);
+        filter.setValue(keys.join(u'|'));
+
+        const std::unique_ptr<FilterFunc> func(filter.createFilterFunc(&filter));
+
+        QVERIFY(qobject_cast<KeyFilterFunc_Hash *>(func.get()));
+        QCOMPARE(func->parent(), &filter);
+        for (int i = 0; i < 2000; ++i)
+            QCOMPARE(func->filter(table.append({CellValue(qint32(i))})), i % 2 == 0);
     }
 };
 
