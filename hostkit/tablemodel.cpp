@@ -25,6 +25,8 @@ constexpr int progressInterval = 100;
 /// Texts of more units may well be cut off in their cell.
 constexpr qsizetype longText = 24;
 constexpr qsizetype longestToolTip = 4000;
+// More than fits on a screen; drawing costs time in proportion.
+constexpr qsizetype longestCell = 500;
 
 bool isNumber(FieldType::Type type)
 {
@@ -74,6 +76,7 @@ TableModelPrivate::TableModelPrivate(TableModel &model, Table &modelTable, const
 
 void TableModelPrivate::schedule()
 {
+    isUpToDate = false;
     // What runs would show something older than what is wanted now.
     abandon();
     if (isPending)
@@ -193,6 +196,8 @@ void TableModelPrivate::show(RowPass &finished)
     }
     worker.dispose(shown->rows->takeDeparted());
     isShowing = false;
+    // Whoever was told of the changes may have asked for more.
+    isUpToDate = !isPending;
     Q_EMIT q->passFinished();
 
     // A slot that ran events while the rows were announced may have used up the call that was to start it.
@@ -223,18 +228,24 @@ QVariant TableModelPrivate::absentData(int role) const
     }
 }
 
+/// At most \a length units of \a text, and a mark when that is not all.
+QString TableModelPrivate::shortened(QString text, qsizetype length)
+{
+    if (text.size() <= length)
+        return text;
+    text.truncate(length);
+    if (text.back().isHighSurrogate())
+        text.chop(1);
+    return text += u'…';
+}
+
 /// The text of \a field where its cell may be too narrow for it.
 QVariant TableModelPrivate::toolTip(const Field &field) const
 {
     QString text = cellText(field).value_or(QString());
     if (text.size() <= longText && !text.contains(u'\n'))
         return QVariant();
-    if (text.size() > longestToolTip) {
-        text.truncate(longestToolTip);
-        if (text.back().isHighSurrogate())
-            text.chop(1);
-        text += u'…';
-    }
+    text = shortened(std::move(text), longestToolTip);
     // As rich text, so that long lines are broken and what looks like markup is shown as it is.
     return QString(u"<div style=\"white-space: pre-wrap\">"_s + text.toHtmlEscaped() + u"</div>"_s);
 }
@@ -348,7 +359,7 @@ QList<TableModel::SortKey> TableModel::sortKeys() const
 
 void TableModel::setSortKeys(const QList<SortKey> &keys)
 {
-    if (keys == d->keys)
+    if (keys == d->keys && d->isUpToDate)
         return;
     d->keys = keys;
     d->schedule();
@@ -367,6 +378,11 @@ void TableModel::setThreadCount(int count)
 bool TableModel::isPassRunning() const
 {
     return d->isPending || d->pass;
+}
+
+bool TableModel::isUpToDate() const
+{
+    return d->isUpToDate;
 }
 
 void TableModel::waitForPass()
@@ -444,6 +460,7 @@ QVariant TableModel::data(const QModelIndex &index, int role) const
         return d->absentData(role);
     switch (role) {
     case Qt::DisplayRole:
+        return TableModelPrivate::shortened(*cellText(field), longestCell);
     case Qt::EditRole:
         return *cellText(field);
     case Qt::ToolTipRole:

@@ -43,7 +43,8 @@ class TableModelPrivate;
 /// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header in
 /// the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
 /// painting is some milliseconds for a million rows, but grows with the number of selected rows, since Qt
-/// follows each of them (a second for a million).
+/// follows each of them (a second for a million; several, and some at each step of scrolling, where the selected
+/// rows are not next to each other).
 class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -94,7 +95,7 @@ public:
     /// The keys that were set last; a pass that brings the rows into their order may still run.
     QList<SortKey> sortKeys() const;
     /// Sorts by \a keys, the first one first; none for the order of the master index. A pass follows, unless
-    /// they are the keys that there were. Keys of columns that the table does not have are not allowed.
+    /// they are the keys that there were and what is shown is up to date. Keys of columns that the table does not have are not allowed.
     void setSortKeys(const QList<SortKey> &keys);
 
     /// How many threads share a pass; 0, as it is at first, for one a core.
@@ -102,6 +103,9 @@ public:
     void setThreadCount(int count);
     /// Whether what is shown is to be replaced: a pass runs or is about to.
     bool isPassRunning() const;
+    /// Whether what is shown is as filters(), sortKeys() and the last reload() have it: not while a pass runs
+    /// or is about to, nor after one that failed or was given up, until the next one is shown.
+    bool isUpToDate() const;
     /// Blocks until no pass runs or is about to, and shows the result. Does nothing while a result is being
     /// announced.
     void waitForPass();
@@ -114,7 +118,8 @@ public:
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;
-    /// The cell as people read it: cellText() for display, or a muted dash for an absent value, which also
+    /// The cell as people read it: cellText(), of which at most 500 units are displayed, with "…" behind them,
+    /// and all of them have Qt::EditRole; or a muted dash for an absent value, which also
     /// has AbsentRole, a font and colour of its own, and "нет значения" as tool tip and accessible text.
     /// Long texts have themselves as tool tip. Numbers are aligned to the right.
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;

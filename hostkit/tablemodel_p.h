@@ -31,6 +31,7 @@ public:
     void show(RowPass &pass);
 
     QVariant absentData(int role) const;
+    static QString shortened(QString text, qsizetype length);
     QVariant toolTip(const Field &field) const;
     QString columnToolTip(int column) const;
     /// Whether a filter over \a column takes part.
@@ -49,6 +50,7 @@ public:
     bool isPending = false;
     bool isReloadWanted = false;
     bool isShowing = false;
+    bool isUpToDate = true;
     /// The newest pass, whose result is to be shown; null when none runs.
     std::shared_ptr<RowPass> pass;
     /// Passes that were given up and that the worker has not finished yet.

@@ -16,6 +16,7 @@
 #include <QGuiApplication>
 #include <QPalette>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
@@ -317,6 +318,21 @@ private Q_SLOTS:
         const QString cut = model.index(1, 1).data(Qt::ToolTipRole).toString();
         QCOMPARE(cut.count(u'x'), 4000);
         QVERIFY(cut.contains(u'…'));
+    }
+
+    void displaysNoMoreOfATextThanFitsOnAScreen()
+    {
+        const QString longText(100'000, u'x');
+        append(1, u"short"_s, longText);
+        append(2, u"short"_s, QString(500, u'y'));
+        append(3, u"short"_s, QString(499, u'z') + QString::fromUcs4(U"\U0001F600") + u'z');
+        const TableModel model(m_table, {4});
+
+        QCOMPARE(model.index(0, 0).data().toString(), longText.left(500) + u'…');
+        QCOMPARE(model.index(1, 0).data().toString(), QString(500, u'y'));
+        // Never in the middle of a surrogate pair.
+        QCOMPARE(model.index(2, 0).data().toString(), QString(499, u'z') + u'…');
+        QCOMPARE(model.index(0, 0).data(Qt::EditRole).toString(), longText);
     }
 
     void allocatesNothingThatCanBeAvoided()
@@ -743,6 +759,58 @@ private Q_SLOTS:
         model.reload();
         model.waitForPass();
         QCOMPARE(log.take().join(u", "), u"cancelled, started, about, layout 0 1, removed 2-2, finished"_s);
+    }
+
+    void tellsWhetherWhatIsShownIsWhatIsWanted()
+    {
+        append(1);
+        append(2);
+        append(3);
+        TableModel model(m_table, {0});
+        FilterList filters(m_table);
+        auto *filter = new LambdaFilter([](const Record &row) { return id(row) == 2; });
+        filters.add(filter);
+        QVERIFY(model.isUpToDate());
+        const QList<TableModel::SortKey> descending{{.column = 0, .order = Qt::DescendingOrder}};
+
+        model.setSortKeys(descending);
+        QVERIFY(!model.isUpToDate());
+        model.cancelPass();
+        QVERIFY(!model.isUpToDate());
+        QCOMPARE(shown(model), u"1 2 3"_s);
+
+        // The same again is a second attempt now, and nothing once it has succeeded.
+        model.setSortKeys(descending);
+        model.waitForPass();
+        QVERIFY(model.isUpToDate());
+        QCOMPARE(shown(model), u"3 2 1"_s);
+        model.setSortKeys(descending);
+        QVERIFY(!model.isPassRunning());
+
+        model.setFilters(&filters);
+        model.waitForPass();
+        QVERIFY(model.isUpToDate());
+        filter->setFunction([](const Record &) -> bool { throw std::runtime_error("no answer"); });
+        model.reload();
+        model.waitForPass();
+        QVERIFY(!model.isUpToDate());
+        QCOMPARE(shown(model), u"3 1"_s);
+        // Nor is it while the next one is already wanted.
+        filter->setFunction([](const Record &row) { return id(row) != 2; });
+        model.reload();
+        connect(
+            &model, &QAbstractItemModel::rowsRemoved, &model, [&] { model.setSortKeys({}); },
+            Qt::SingleShotConnection);
+        QSignalSpy finished(&model, &TableModel::passFinished);
+        bool isUpToDate = true;
+        connect(
+            &model, &TableModel::passFinished, &model, [&] { isUpToDate = model.isUpToDate(); },
+            Qt::SingleShotConnection);
+        model.waitForPass();
+        QCOMPARE(finished.size(), 2);
+        QVERIFY(!isUpToDate);
+        QVERIFY(model.isUpToDate());
+        QCOMPARE(shown(model), u"2"_s);
     }
 
     void showsProgressOfPassesThatLast()
