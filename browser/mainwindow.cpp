@@ -235,6 +235,7 @@ void MainWindow::onOpened(const QList<SourceConnection::TableInfo> &tables)
 {
     Operation operation = takeOperation();
     saveFilters();
+    stopWaiting();
     closePages();
     m_connection->closeTables();
     m_sample = std::move(operation.sample);
@@ -296,7 +297,6 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
         wanted.append(sessionsTable);
     Operation operation;
     operation.showsTable = true;
-    operation.tables = wanted;
     operation.then = [this, name, request] { makePage(name, request); };
     m_tableList->setCurrent(name);
     begin(
@@ -309,14 +309,18 @@ void MainWindow::onLoaded(const QStringList &)
     const Operation operation = takeOperation();
     if (operation.then)
         operation.then();
+    serveWaiting();
     updateActions();
     checkSettled();
 }
 
 void MainWindow::onFailed(const QString &message)
 {
-    takeOperation();
+    const Operation operation = takeOperation();
     report(message);
+    if (operation.isForWaiting)
+        stopWaiting();
+    serveWaiting();
     m_tableList->setCurrent(m_page ? m_page->table()->name() : QString());
     updateEmptyText();
     updateActions();
@@ -329,6 +333,7 @@ void MainWindow::onCancelled()
     if (!m_operations.isEmpty()) // superseded
         return;
     statusBar()->showMessage(tr("Прервано"), 5000);
+    serveWaiting();
     m_tableList->setCurrent(m_page ? m_page->table()->name() : QString());
     updateEmptyText();
     updateActions();
@@ -497,7 +502,7 @@ TablePage *MainWindow::page() const
 
 bool MainWindow::isSettled() const
 {
-    return m_operations.isEmpty() && (!m_page || !m_page->model()->isPassRunning());
+    return m_operations.isEmpty() && m_waiting.isEmpty() && (!m_page || !m_page->model()->isPassRunning());
 }
 
 void MainWindow::checkSettled()
@@ -519,31 +524,57 @@ bool MainWindow::hasSessionsTable() const
     });
 }
 
-void MainWindow::withSessions(const std::function<void()> &then)
+void MainWindow::withSessions(TablePage &page, bool isSwitch, const std::function<void()> &work)
 {
     if (m_connection->loadedTables().contains(sessionsTable)) {
-        then();
+        work();
+        return;
+    }
+    m_waiting.append({&page, isSwitch, work});
+    // To begin another operation would cancel the one under way.
+    if (isOpeningSource())
+        statusBar()->showMessage(tr("Сначала должна открыться база данных"), 10000);
+    serveWaiting();
+}
+
+void MainWindow::serveWaiting()
+{
+    if (!m_operations.isEmpty() || m_waiting.isEmpty())
+        return;
+    if (m_connection->loadedTables().contains(sessionsTable)) {
+        const QList<Waiting> waiting = std::exchange(m_waiting, {});
+        for (const Waiting &one : waiting)
+            one.work();
         return;
     }
     Operation operation;
-    operation.tables = QStringList{sessionsTable};
-    operation.then = then;
-    if (!m_operations.isEmpty() && m_operations.last()->showsTable) {
-        // To begin another load cancels the one under way: go on with both.
-        const Operation &running = *m_operations.last();
-        operation.showsTable = true;
-        operation.tables = running.tables;
-        if (!operation.tables.contains(sessionsTable))
-            operation.tables.append(sessionsTable);
-        operation.then = [first = then, second = running.then] {
-            first();
-            second();
-        };
-    }
-    const QStringList wanted = operation.tables;
+    operation.isForWaiting = true;
     begin(
-        std::move(operation), [this, wanted] { m_connection->load(wanted); },
+        std::move(operation), [this] { m_connection->load({sessionsTable}); },
         tr("Загружается таблица %1").arg(sessionsTable));
+}
+
+void MainWindow::stopWaiting()
+{
+    m_waiting.clear();
+}
+
+bool MainWindow::isSessionFilterAwaited(const TablePage *page) const
+{
+    return std::any_of(m_waiting.begin(), m_waiting.end(),
+                       [page](const Waiting &one) { return one.isSwitch && one.page == page; });
+}
+
+void MainWindow::interrupt()
+{
+    if (m_connection->isBusy()) {
+        // Else it would be loaded again at once.
+        if (m_operations.last()->isForWaiting)
+            stopWaiting();
+        m_connection->cancel();
+    } else if (m_page) {
+        m_page->model()->cancelPass();
+    }
 }
 
 void MainWindow::switchSessions(bool on)
@@ -558,8 +589,9 @@ void MainWindow::switchSessions(bool on)
         });
         updateActions();
     };
+    m_waiting.removeIf([&page](const Waiting &one) { return one.isSwitch && one.page == page; });
     if (on)
-        withSessions(change);
+        withSessions(*page, true, change);
     else
         change();
     updateActions();
@@ -652,7 +684,7 @@ void MainWindow::restoreSet(const QString &name)
             report(message);
     };
     if (m_store.value(viewGroup(table) + "/sessions"_L1).toBool() && hasSessionsTable())
-        withSessions(restore);
+        withSessions(*page, false, restore);
     else
         restore();
 }
@@ -1028,7 +1060,8 @@ void MainWindow::updateActions()
     const bool isOpening = !m_operations.isEmpty() && m_operations.last()->isOpen;
     m_actions.sessions->setEnabled(hasPage && !isOpening && m_page->hasSessionColumns() &&
                                    hasSessionsTable());
-    m_actions.sessions->setChecked(hasPage && m_page->isSessionFilterOn());
+    m_actions.sessions->setChecked(hasPage &&
+                                   (m_page->isSessionFilterOn() || isSessionFilterAwaited(m_page)));
 }
 
 void MainWindow::updateStatus()

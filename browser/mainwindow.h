@@ -104,10 +104,18 @@ private:
         bool showsTable = false;
         std::unique_ptr<SampleDatabase> sample;
         ShowRequest request;
-        /// What a load loads.
-        QStringList tables;
+        /// A load of the table "sessions" for what waits for it.
+        bool isForWaiting = false;
         /// After a load.
         std::function<void()> then;
+    };
+    /// What is done with a page once the table "sessions" is loaded.
+    struct Waiting
+    {
+        QPointer<TablePage> page;
+        /// Whether it is to switch the filter of the sessions on.
+        bool isSwitch = false;
+        std::function<void()> work;
     };
 
     void makeActions();
@@ -134,8 +142,15 @@ private:
     void restoreFilters(TablePage &page);
 
     bool hasSessionsTable() const;
-    /// Calls \a then as soon as the table "sessions" is loaded.
-    void withSessions(const std::function<void()> &then);
+    /// Calls \a work, which is about \a page, as soon as the table "sessions" is loaded, which happens after what
+    /// is under way. Not at all if it cannot be loaded, its load is interrupted or another source is opened.
+    void withSessions(TablePage &page, bool isSwitch, const std::function<void()> &work);
+    /// Goes on with what waits for the table "sessions", unless something is under way.
+    void serveWaiting();
+    void stopWaiting();
+    /// Whether the filter of \a page will be switched on.
+    bool isSessionFilterAwaited(const TablePage *page) const;
+    void interrupt();
     void switchSessions(bool on);
     void editFilter(Filter *filter, QWidget *button);
     void askSetName();
@@ -173,6 +188,8 @@ private:
     FilterStorage m_storage;
     SourceConnection *m_connection;
     QList<std::shared_ptr<Operation>> m_operations;
+    /// While there are any, something is under way.
+    QList<Waiting> m_waiting;
     /// Whether rows of the page are on their way out; its table must stay.
     int m_exports = 0;
     /// Answers to operations that came meanwhile, in order.

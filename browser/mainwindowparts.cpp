@@ -257,12 +257,7 @@ void MainWindow::makeStatusBar()
     m_cancel->setIcon(Icons::icon(Shape::Close));
     m_cancel->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_cancel->setFocusPolicy(Qt::StrongFocus);
-    connect(m_cancel, &QToolButton::clicked, this, [this] {
-        if (m_connection->isBusy())
-            m_connection->cancel();
-        else if (m_page)
-            m_page->model()->cancelPass();
-    });
+    connect(m_cancel, &QToolButton::clicked, this, &MainWindow::interrupt);
     m_rowsLabel = new QLabel;
     m_rowsLabel->setObjectName(u"rows"_s);
     m_timeLabel = new QLabel;

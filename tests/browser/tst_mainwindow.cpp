@@ -1138,6 +1138,105 @@ private Q_SLOTS:
         QVERIFY(quotes->isSessionFilterOn());
     }
 
+    void switchesTheSessionsWhileATableIsChosen()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        const QPointer<TablePage> quotes = m_fixture->window().page();
+
+        action(u"sessionFilter"_s)->trigger();
+        QVERIFY(action(u"sessionFilter"_s)->isChecked());
+        m_fixture->window().showTable(u"securities"_s);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->window().page()->table()->name(), u"securities"_s);
+        QVERIFY(!action(u"sessionFilter"_s)->isChecked());
+        QVERIFY(quotes->isSessionFilterOn());
+        QVERIFY(m_fixture->window().messageBar()->isHidden());
+    }
+
+    void switchesTheSessionsWhenTheUserReturnsToTheTable()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+
+        m_fixture->window().showTable(u"securities"_s);
+        action(u"sessionFilter"_s)->trigger();
+        m_fixture->window().showTable(u"quotes"_s);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->window().page()->table()->name(), u"quotes"_s);
+        QVERIFY(m_fixture->window().page()->isSessionFilterOn());
+    }
+
+    void switchesTheSessionsOffWhileTheyLoad()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+
+        action(u"sessionFilter"_s)->trigger();
+        action(u"sessionFilter"_s)->trigger();
+        QVERIFY(!action(u"sessionFilter"_s)->isChecked());
+        QVERIFY(m_fixture->settle());
+
+        QVERIFY(!action(u"sessionFilter"_s)->isChecked());
+        QVERIFY(!m_fixture->window().page()->isSessionFilterOn());
+    }
+
+    void tellsThatTheSessionsWereInterrupted()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+
+        action(u"sessionFilter"_s)->trigger();
+        QTest::mouseClick(m_fixture->window().findChild<QToolButton *>(u"cancel"_s), Qt::LeftButton);
+        QVERIFY(m_fixture->settle());
+
+        QVERIFY(!action(u"sessionFilter"_s)->isChecked());
+        QVERIFY(!m_fixture->window().page()->isSessionFilterOn());
+        QCOMPARE(m_fixture->window().statusBar()->currentMessage(), u"Прервано"_s);
+        action(u"sessionFilter"_s)->trigger();
+        QVERIFY(m_fixture->settle());
+        QVERIFY(m_fixture->window().page()->isSessionFilterOn());
+    }
+
+    void restoresASetWithoutCancellingAnOpen_data()
+    {
+        QTest::addColumn<bool>("opens");
+        QTest::newRow("opens") << true;
+        QTest::newRow("fails to open") << false;
+    }
+    void restoresASetWithoutCancellingAnOpen()
+    {
+        QFETCH(const bool, opens);
+        const QString file = opens ? smallDatabase() : m_fixture->path(u"none.sqlite"_s);
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        action(u"sessionFilter"_s)->trigger();
+        QVERIFY(m_fixture->settle());
+        Q_EMIT m_fixture->window().panel()->saveRequested();
+        auto *dialog = m_fixture->window().findChild<QInputDialog *>(u"setNameDialog"_s);
+        QVERIFY(dialog);
+        dialog->setTextValue(u"mine"_s);
+        dialog->accept();
+        action(u"clearFilters"_s)->trigger();
+        m_fixture->closeWindow();
+        const QString mark = u"views/sample/quotes/sessions"_s;
+        QVERIFY(m_fixture->store().contains(mark));
+        m_fixture->store().remove(mark);
+        m_fixture->makeWindow();
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        m_fixture->store().setValue(mark, true); // as another window does that saves the set meanwhile
+
+        m_fixture->window().openText(file);
+        Q_EMIT m_fixture->window().panel()->restoreRequested(u"mine"_s);
+        QVERIFY(m_fixture->settle());
+
+        if (opens) {
+            QCOMPARE(m_fixture->window().page()->table()->name(), u"t"_s);
+            QVERIFY(m_fixture->window().messageBar()->isHidden());
+        } else {
+            QCOMPARE(m_fixture->window().page()->table()->name(), u"quotes"_s);
+            QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
+            QVERIFY(m_fixture->window().page()->isSessionFilterOn());
+        }
+    }
+
     void exportsTheTableThatTheQuestionWasAbout()
     {
         QVERIFY(m_fixture->openSample(u"securities"_s));
