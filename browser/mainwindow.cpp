@@ -147,6 +147,7 @@ MainWindow::MainWindow(QSettings &store, Languages &languages, QWidget *parent)
     resize(fontMetrics().averageCharWidth() * 170, fontMetrics().height() * 44);
     restoreGeometry(m_store.value(u"window/geometry"_s).toByteArray());
     restoreState(m_store.value(u"window/state"_s).toByteArray());
+    ValueListFilter::setPopupSize(m_store.value(u"window/valueList"_s).toSize());
     updateActions();
     updateStatus();
 }
@@ -801,6 +802,8 @@ void MainWindow::closeEvent(QCloseEvent *event)
         saveView(*page);
     m_store.setValue(u"window/geometry"_s, saveGeometry());
     m_store.setValue(u"window/state"_s, saveState());
+    if (ValueListFilter::popupSize().isValid())
+        m_store.setValue(u"window/valueList"_s, ValueListFilter::popupSize());
     m_store.sync();
     QMainWindow::closeEvent(event);
 }

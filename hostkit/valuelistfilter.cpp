@@ -133,3 +133,13 @@ void ValueListFilter::select(QWidget *parent, const QRect &place)
     init(list);
     popup->popup(place);
 }
+
+QSize ValueListFilter::popupSize()
+{
+    return ValueListPopup::wantedSize();
+}
+
+void ValueListFilter::setPopupSize(const QSize &size)
+{
+    ValueListPopup::setWantedSize(size);
+}

@@ -6,6 +6,7 @@
 
 #include <QPointer>
 #include <QRect>
+#include <QSize>
 
 class FilterList;
 class QDialog;
@@ -55,6 +56,11 @@ public:
     void select(QWidget *parent) override;
     /// The same below \a place, a rectangle on the screen.
     void select(QWidget *parent, const QRect &place);
+
+    /// The size that the user gave the popups, which all of them share; not valid as long as they have their own.
+    /// For hosts that keep it from one run to the next, as is setPopupSize(), which popups to come go by.
+    static QSize popupSize();
+    static void setPopupSize(const QSize &size);
 
 private:
     QPointer<FilterList> m_siblings;

@@ -2080,6 +2080,14 @@ Type: %2</translation>
         <source>%1 (ещё %2)</source>
         <translation>%1 (%2 more)</translation>
     </message>
+    <message>
+        <source>Размер</source>
+        <translation>Size</translation>
+    </message>
+    <message>
+        <source>Размер: тяните мышью или нажимайте стрелки</source>
+        <translation>Size: drag it or press the arrow keys</translation>
+    </message>
 </context>
 <context>
     <name>ValueListWidget</name>

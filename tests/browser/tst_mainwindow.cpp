@@ -26,6 +26,7 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QProgressBar>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QStatusBar>
@@ -378,6 +379,34 @@ private Q_SLOTS:
         QVERIFY(m_fixture->settle());
         QCOMPARE(m_fixture->rows(), 5086);
         QVERIFY(m_fixture->window().page()->filters()->filters().isEmpty());
+    }
+
+    void keepsTheSizeOfTheListOfValues()
+    {
+        const auto restore = qScopeGuard([] { ValueListFilter::setPopupSize(QSize()); });
+        const auto openPopup = [this] {
+            m_fixture->clickFilterButton(0);
+            return QPointer<QWidget>(QApplication::activePopupWidget());
+        };
+        QVERIFY(openSmall());
+        QPointer<QWidget> popup = openPopup();
+        QVERIFY(popup);
+        const QSize before = popup->size();
+        QTest::keyClick(popup->findChild<QWidget *>(u"grip"_s), Qt::Key_Right);
+        const QSize larger = popup->size();
+        QVERIFY(larger != before);
+        popup->close();
+        m_fixture->closeWindow();
+        ValueListFilter::setPopupSize(QSize()); // as in another run
+
+        m_fixture->makeWindow();
+        m_fixture->window().openText(m_fixture->path(u"small.sqlite"_s));
+        QVERIFY(m_fixture->settle());
+        popup = openPopup();
+
+        QVERIFY(popup);
+        QCOMPARE(popup->size(), larger);
+        popup->close();
     }
 
     void opensTheFilterByKeyboard()

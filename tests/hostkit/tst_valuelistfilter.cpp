@@ -12,17 +12,23 @@
 #include <support/exceptions.h>
 #include <support/seed.h>
 
+#include <QApplication>
 #include <QDialog>
 #include <QGuiApplication>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QTest>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <map>
 #include <memory>
@@ -684,6 +690,151 @@ private Q_SLOTS:
                 QCOMPARE(geometry.bottom(), place.top() - 1);
         }
         QApplication::activePopupWidget()->close();
+    }
+
+    void showsTheEdgeOfThePopup_data()
+    {
+        QTest::addColumn<QColor>("window");
+        QTest::addColumn<QColor>("text");
+        QTest::newRow("dark") << QColor(0x2b, 0x2d, 0x30) << QColor(0xe6, 0xe7, 0xe8);
+        QTest::newRow("light") << QColor(0xf3, 0xf3, 0xf2) << QColor(0x1d, 0x1f, 0x21);
+    }
+    void showsTheEdgeOfThePopup()
+    {
+        QFETCH(const QColor, window);
+        QFETCH(const QColor, text);
+        const QString style = QApplication::style()->name();
+        const auto restore = qScopeGuard([&style] {
+            QApplication::setPalette(QPalette());
+            QApplication::setStyle(style);
+        });
+        QApplication::setStyle(u"fusion"_s);
+        QPalette palette(window);
+        palette.setColor(QPalette::Window, window);
+        palette.setColor(QPalette::WindowText, text);
+        QApplication::setPalette(palette);
+        MemoryTable table(u"t"_s, columns());
+        ValueListFilter filter(table, {Code});
+
+        filter.select(nullptr, QRect(50, 50, 10, 10));
+        QWidget *popup = QApplication::activePopupWidget();
+        const QImage image = popup->grab().toImage();
+        popup->close();
+
+        // As the guidelines for accessible contents want it of what is no text.
+        const auto luminance = [](const QColor &colour) {
+            const auto linear = [](qreal part) {
+                return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+            };
+            return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+                   0.0722 * linear(colour.blueF());
+        };
+        const auto contrast = [&luminance](const QColor &one, const QColor &other) {
+            const std::pair<qreal, qreal> both = std::minmax({luminance(one), luminance(other)});
+            return (both.second + 0.05) / (both.first + 0.05);
+        };
+        const QPoint middle = image.rect().center();
+        const QPoint last = image.rect().bottomRight();
+        for (const QPoint &point : {QPoint(0, middle.y()), QPoint(last.x(), middle.y()),
+                                    QPoint(middle.x(), 0), QPoint(middle.x(), last.y()), last}) {
+            const QColor edge = image.pixelColor(point);
+            QVERIFY2(contrast(edge, window) > 3,
+                     qPrintable(u"%1,%2 %3"_s.arg(point.x()).arg(point.y()).arg(edge.name())));
+        }
+        QCOMPARE(image.pixelColor(4, 4), window);
+    }
+
+    void popupIsResizedByTheGrip_data()
+    {
+        QTest::addColumn<QPoint>("place");
+        QTest::addColumn<bool>("left");
+        QTest::addColumn<bool>("top");
+        const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+        QTest::newRow("at the top left") << room.topLeft() + QPoint(40, 40) << false << false;
+        QTest::newRow("at the right") << room.topRight() + QPoint(-20, 40) << true << false;
+        QTest::newRow("at the bottom") << room.bottomLeft() + QPoint(40, -20) << false << true;
+        QTest::newRow("at the bottom right") << room.bottomRight() - QPoint(20, 20) << true << true;
+    }
+    void popupIsResizedByTheGrip()
+    {
+        QFETCH(const QPoint, place);
+        QFETCH(const bool, left);
+        QFETCH(const bool, top);
+        const auto restore = qScopeGuard([] { ValueListFilter::setPopupSize(QSize()); });
+        MemoryTable table(u"t"_s, columns());
+        ValueListFilter filter(table, {Code});
+        filter.select(nullptr, QRect(place, QSize(10, 10)));
+        QWidget *popup = QApplication::activePopupWidget();
+        const QRect before = popup->geometry();
+        auto *grip = popup->findChild<QWidget *>(u"grip"_s);
+        QVERIFY(grip);
+        const QPoint middle = grip->rect().center();
+        const QSize by(60, 25);
+
+        QCOMPARE(grip->x() < popup->width() / 2, left);
+        QCOMPARE(grip->y() < popup->height() / 2, top);
+        QVERIFY(!ValueListFilter::popupSize().isValid());
+        QTest::mousePress(grip, Qt::LeftButton, {}, middle);
+        QTest::mouseMove(grip,
+                         middle + QPoint(left ? -by.width() : by.width(), top ? -by.height() : by.height()));
+        QTest::mouseRelease(grip, Qt::LeftButton, {}, grip->rect().center());
+
+        const QRect after = popup->geometry();
+        QCOMPARE(after.size(), before.size() + by);
+        QCOMPARE(left ? after.right() : after.left(), left ? before.right() : before.left());
+        QCOMPARE(top ? after.bottom() : after.top(), top ? before.bottom() : before.top());
+        QTest::mouseMove(grip, QPoint(0, 0));
+        QCOMPARE(popup->geometry(), after);
+        QCOMPARE(ValueListFilter::popupSize(), after.size());
+
+        popup->close();
+        filter.select(nullptr, QRect(place, QSize(10, 10)));
+        popup = QApplication::activePopupWidget();
+        QCOMPARE(popup->size(), after.size());
+        popup->close();
+        ValueListFilter::setPopupSize(QSize());
+        filter.select(nullptr, QRect(place, QSize(10, 10)));
+        popup = QApplication::activePopupWidget();
+        QCOMPARE(popup->size(), before.size());
+        popup->close();
+    }
+
+    void popupIsResizedByKeyboard()
+    {
+        const auto restore = qScopeGuard([] { ValueListFilter::setPopupSize(QSize()); });
+        MemoryTable table(u"t"_s, columns());
+        fill(table);
+        ValueListFilter filter(table, {Code});
+        filter.select(nullptr, QRect(50, 50, 10, 10));
+        QPointer<QWidget> popup = QApplication::activePopupWidget();
+        waitUntilReady(popup->findChild<ValueListWidget *>());
+        auto *grip = popup->findChild<QWidget *>(u"grip"_s);
+        QVERIFY(grip);
+        QVERIFY(!grip->accessibleName().isEmpty());
+        const QSize before = popup->size();
+        const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+
+        popup->findChild<QPushButton *>(u"cancel"_s)->setFocus();
+        QTest::keyClick(popup->focusWidget(), Qt::Key_Tab);
+        QCOMPARE(popup->focusWidget(), grip);
+        QTest::keyClick(grip, Qt::Key_Down);
+        QTest::keyClick(grip, Qt::Key_Right);
+        const QSize larger = popup->size();
+        QVERIFY(larger.width() > before.width() && larger.height() > before.height());
+        QTest::keyClick(grip, Qt::Key_Up);
+        QTest::keyClick(grip, Qt::Key_Left);
+        QCOMPARE(popup->size(), before);
+        for (int i = 0; i < 200; ++i)
+            QTest::keyClick(grip, i % 2 ? Qt::Key_Down : Qt::Key_Right);
+        QCOMPARE(popup->geometry().bottomRight(), room.bottomRight());
+        for (int i = 0; i < 200; ++i)
+            QTest::keyClick(grip, i % 2 ? Qt::Key_Up : Qt::Key_Left);
+        QCOMPARE(popup->size(), popup->minimumSizeHint());
+        QTest::keyClick(grip, Qt::Key_Tab);
+        QVERIFY(popup->findChild<QLineEdit *>()->hasFocus());
+        grip->setFocus();
+        QTest::keyClick(grip, Qt::Key_Escape);
+        QTRY_VERIFY(!popup);
     }
 
     void hasOnePopupThatGoesWithIt()
