@@ -1049,8 +1049,9 @@ void MainWindow::updateActions()
 {
     const bool hasPage = m_page;
     const bool hasSelection = hasPage && m_page->hasSelection();
-    for (QAction *action : {m_actions.selectAll, m_actions.resizeColumns, m_actions.columnFilter,
-                            m_actions.sortAscending, m_actions.sortDescending, m_actions.goRows})
+    for (QAction *action :
+         {m_actions.selectAll, m_actions.resizeColumns, m_actions.moveLeft, m_actions.moveRight,
+          m_actions.columnFilter, m_actions.sortAscending, m_actions.sortDescending, m_actions.goRows})
         action->setEnabled(hasPage);
     m_actions.exportCsv->setEnabled(hasPage && !isOpeningSource());
     for (QAction *action : {m_actions.hideValues, m_actions.showOnly})

@@ -241,7 +241,7 @@ private:
     {
         QAction *openFile, *openServer, *openSample, *exportCsv, *quit;
         QAction *copy, *copyWithHeaders, *selectAll;
-        QAction *sortAscending, *sortDescending, *unsort, *resizeColumns;
+        QAction *sortAscending, *sortDescending, *unsort, *resizeColumns, *moveLeft, *moveRight;
         QAction *goTables, *goRows, *goFilters;
         QAction *columnFilter, *hideValues, *showOnly, *sessions, *clearFilters;
         QAction *settings, *settingsFile, *about, *aboutQt;

@@ -83,6 +83,15 @@ void MainWindow::makeActions()
                   onColumn([this](int section) { m_page->setSorting(section, Qt::DescendingOrder, false); }));
     m_actions.unsort = makePlain("unsort", {}, onPage(&TablePage::clearSorting));
     m_actions.resizeColumns = makePlain("resizeColumns", {}, onPage(&TablePage::resizeColumns));
+    const auto moveColumn = [this, &onColumn](bool toRight) {
+        return onColumn([this, toRight](int section) {
+            if (m_page->moveColumn(section, toRight))
+                m_page->view()->scrollTo(m_page->view()->currentIndex());
+        });
+    };
+    m_actions.moveLeft = makePlain("moveColumnLeft", {QKeySequence(u"Ctrl+Shift+Left"_s)}, moveColumn(false));
+    m_actions.moveRight =
+        makePlain("moveColumnRight", {QKeySequence(u"Ctrl+Shift+Right"_s)}, moveColumn(true));
 
     m_actions.goTables = makePlain("goTables", {QKeySequence(u"Ctrl+1"_s)}, [this] {
         m_tablesDock->show();
@@ -165,7 +174,7 @@ void MainWindow::makeMenus()
     m_columnsMenu = m_viewMenu->addMenu(Icons::icon(Shape::Columns), QString());
     m_columnsMenu->setObjectName(u"columnsMenu"_s);
     connect(m_columnsMenu, &QMenu::aboutToShow, this, &MainWindow::fillColumnsMenu);
-    m_viewMenu->addAction(m_actions.resizeColumns);
+    m_viewMenu->addActions({m_actions.moveLeft, m_actions.moveRight, m_actions.resizeColumns});
     m_sortMenu = m_viewMenu->addMenu(QString());
     m_sortMenu->addActions({m_actions.sortAscending, m_actions.sortDescending, m_actions.unsort});
     m_viewMenu->addSeparator();
@@ -301,6 +310,8 @@ void MainWindow::retranslate()
     m_viewMenu->setTitle(tr("&Вид"));
     m_columnsMenu->setTitle(tr("&Столбцы"));
     name(m_actions.resizeColumns, tr("Подобрать &ширину столбцов"));
+    name(m_actions.moveLeft, tr("Переместить столбец в&лево"));
+    name(m_actions.moveRight, tr("Переместить столбец впр&аво"));
     m_sortMenu->setTitle(tr("С&ортировка"));
     name(m_actions.sortAscending, tr("По &возрастанию"));
     name(m_actions.sortDescending, tr("По &убыванию"));

@@ -351,6 +351,29 @@ void TablePage::showAllColumns()
         m_header->showSection(section);
 }
 
+int TablePage::neighbour(int section, bool atRight) const
+{
+    if (section < 0 || m_header->isSectionHidden(section))
+        return -1;
+    const int step = atRight == m_header->isLeftToRight() ? 1 : -1;
+    for (int visual = m_header->visualIndex(section) + step; visual >= 0 && visual < m_header->count();
+         visual += step) {
+        const int other = m_header->logicalIndex(visual);
+        if (!m_header->isSectionHidden(other))
+            return other;
+    }
+    return -1;
+}
+
+bool TablePage::moveColumn(int section, bool toRight)
+{
+    const int other = neighbour(section, toRight);
+    if (other < 0)
+        return false;
+    m_header->moveSection(m_header->visualIndex(section), m_header->visualIndex(other));
+    return true;
+}
+
 void TablePage::resizeColumns()
 {
     m_header->setResizeContentsPrecision(100);
@@ -546,6 +569,15 @@ void TablePage::fillHeaderMenu(QMenu &menu, int section)
         hide->setObjectName(u"hideColumn"_s);
         hide->setEnabled(m_header->hiddenSectionCount() < m_header->count() - 1);
         connect(hide, &QAction::triggered, this, [this, section] { m_header->hideSection(section); });
+        const auto addMove = [&](const QString &text, const QString &name, bool toRight) {
+            QAction *action = menu.addAction(text);
+            action->setObjectName(name);
+            action->setEnabled(neighbour(section, toRight) >= 0);
+            connect(action, &QAction::triggered, this,
+                    [this, section, toRight] { moveColumn(section, toRight); });
+        };
+        addMove(tr("Переместить влево"), u"moveLeft"_s, false);
+        addMove(tr("Переместить вправо"), u"moveRight"_s, true);
     }
     QMenu *columns = menu.addMenu(Icons::icon(Shape::Columns), tr("Столбцы"));
     columns->setObjectName(u"columns"_s);

@@ -74,6 +74,9 @@ public:
     /// Fills \a menu with one checkable action for each column.
     void fillColumnsMenu(QMenu &menu);
     void showAllColumns();
+    /// Moves the column of \a section past the next shown one at its left or, with \a toRight, at its right;
+    /// whether there is one. A hidden column does not move.
+    bool moveColumn(int section, bool toRight);
     void resizeColumns();
 
     /// Order, width and visibility of the columns and the sorting, as a text for restoreLayout(). Columns are
@@ -104,6 +107,8 @@ private:
     /// At the current cell, or at \a otherPlace when there is none.
     void showCurrentCellMenu(const QPoint &otherPlace);
     void popUpCellMenu(const QModelIndex &index, const QPoint &place);
+    /// The section at the left or at the right of the shown \a section, of those that are shown; else -1.
+    int neighbour(int section, bool atRight) const;
     void updateHeader();
     void updateNote();
     void guarded(const std::function<void()> &work);

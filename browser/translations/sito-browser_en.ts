@@ -1056,6 +1056,14 @@ Open an SQLite file, or drop one here.</translation>
         <source>Сначала должна открыться база данных</source>
         <translation>Wait until the database is open</translation>
     </message>
+    <message>
+        <source>Переместить столбец в&amp;лево</source>
+        <translation>Move Column L&amp;eft</translation>
+    </message>
+    <message>
+        <source>Переместить столбец впр&amp;аво</source>
+        <translation>Move Column Righ&amp;t</translation>
+    </message>
 </context>
 <context>
     <name>MessageBar</name>
@@ -2017,6 +2025,14 @@ Type: %2</translation>
     <message>
         <source>скрыто сессий: %1</source>
         <translation>sessions hidden: %1</translation>
+    </message>
+    <message>
+        <source>Переместить влево</source>
+        <translation>Move Left</translation>
+    </message>
+    <message>
+        <source>Переместить вправо</source>
+        <translation>Move Right</translation>
     </message>
 </context>
 <context>

@@ -595,6 +595,90 @@ private Q_SLOTS:
         QVERIFY(!header->isSectionHidden(Low));
     }
 
+    void movesColumnsByKeyboard()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        FilterHeader *header = m_fixture->window().page()->header();
+        QTableView *view = m_fixture->window().page()->view();
+        const auto order = [header] {
+            QList<int> sections;
+            for (int visual = 0; visual < header->count(); ++visual)
+                sections.append(header->logicalIndex(visual));
+            return sections;
+        };
+        const auto press = [view](Qt::Key key) {
+            QTest::keyClick(view, key, Qt::ControlModifier | Qt::ShiftModifier);
+        };
+        m_fixture->clickCell(3, High);
+        header->hideSection(Open);
+
+        press(Qt::Key_Left); // past the hidden one
+        QCOMPARE(order(), (QList<int>{StockId, High, SessId, Open, Low, Close, Change, Volume}));
+        press(Qt::Key_Left);
+        press(Qt::Key_Left); // nowhere to go
+        QCOMPARE(order(), (QList<int>{High, StockId, SessId, Open, Low, Close, Change, Volume}));
+        QCOMPARE(view->currentIndex(), view->model()->index(3, High));
+        QCOMPARE(view->selectionModel()->selectedIndexes(), QModelIndexList{view->currentIndex()});
+        for (int i = 0; i < 8; ++i)
+            press(Qt::Key_Right);
+        QCOMPARE(order(), (QList<int>{StockId, SessId, Open, Low, Close, Change, Volume, High}));
+        QVERIFY(view->viewport()->rect().contains(view->visualRect(view->currentIndex())));
+
+        m_fixture->closeWindow();
+        m_fixture->makeWindow();
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        QCOMPARE(m_fixture->window().page()->header()->logicalIndex(7), int(High));
+    }
+
+    void movesNoColumnWhileTextIsTyped()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        m_fixture->clickCell(3, High);
+        auto *search = m_fixture->window().findChild<QLineEdit *>(u"tableSearch"_s);
+        search->setFocus();
+        QTest::keyClicks(search, u"quotes"_s);
+
+        QTest::keyClick(search, Qt::Key_Left, Qt::ControlModifier | Qt::ShiftModifier);
+
+        QCOMPARE(search->selectedText(), u"quotes"_s);
+        QCOMPARE(m_fixture->window().page()->header()->visualIndex(High), int(High));
+    }
+
+    void movesColumnsByTheMenuOfTheHeader()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        FilterHeader *header = m_fixture->window().page()->header();
+
+        Q_EMIT header->menuRequested(Low, QPoint(300, 100));
+        QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"moveRight"_s));
+        QCOMPARE(header->visualIndex(Low), int(Close));
+        Q_EMIT header->menuRequested(StockId, QPoint(300, 100));
+        QMenu *menu = WindowFixture::openMenu();
+        QVERIFY(menu);
+        QVERIFY(!menu->findChild<QAction *>(u"moveLeft"_s)->isEnabled());
+        QVERIFY(menu->findChild<QAction *>(u"moveRight"_s)->isEnabled());
+        menu->close();
+
+        header->setLayoutDirection(Qt::RightToLeft);
+        Q_EMIT header->menuRequested(StockId, QPoint(300, 100));
+        QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"moveLeft"_s));
+        QCOMPARE(header->visualIndex(StockId), 1);
+    }
+
+    void hidesAndShowsColumnsByKeyboard()
+    {
+        QVERIFY(openSmall());
+        FilterHeader *header = m_fixture->window().page()->header();
+        auto *columns = m_fixture->window().findChild<QMenu *>(u"columnsMenu"_s);
+
+        columns->popup(QPoint(10, 10));
+        QVERIFY(WindowFixture::chooseInMenu(columns, u"b"_s));
+        QVERIFY(header->isSectionHidden(1));
+        columns->popup(QPoint(10, 10));
+        QVERIFY(WindowFixture::chooseInMenu(columns, u"b"_s));
+        QVERIFY(!header->isSectionHidden(1));
+    }
+
     void keepsAtLeastOneColumn()
     {
         QVERIFY(openSmall());
