@@ -51,8 +51,8 @@ public:
 
     explicit SourceConnection(QObject *parent = nullptr);
     /// Cancels what is under way and waits for the threads, which end with the statement that the database is
-    /// working on: a moment as a rule; for the rows of a very large table to be counted, as long as that
-    /// takes; ten seconds for a server that does not let itself be connected to and for a table that somebody
+    /// working on: a moment as a rule, but for the rows of a very large table of SQLite WITHOUT ROWID to be
+    /// counted as long as that takes; ten seconds for a server that does not let itself be connected to and for a table that somebody
     /// else has locked.
     ~SourceConnection() override;
 

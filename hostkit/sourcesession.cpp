@@ -46,10 +46,15 @@ std::optional<QList<SourceConnection::TableInfo>> tablesOf(const TableLoader &lo
         if (stop.stop_requested())
             return std::nullopt;
         SourceConnection::TableInfo info{.name = name};
-        const auto error = messageOf([&info, &loader, &name] {
+        bool isStopped = false;
+        const auto error = messageOf([&] {
             info.columns = loader.columns(name);
-            info.rowCount = loader.rowCount(name);
+            const std::optional<qint64> count = loader.rowCount(name, stop);
+            isStopped = !count;
+            info.rowCount = count.value_or(-1);
         });
+        if (isStopped)
+            return std::nullopt;
         if (error) {
             info.columns.clear();
             info.error = *error;

@@ -10,6 +10,7 @@
 
 #include <data/exception.h>
 
+#include <QElapsedTimer>
 #include <QMetaType>
 #include <QScopeGuard>
 #include <QSqlDriver>
@@ -95,20 +96,20 @@ struct TableLoader::Private
 {
     enum class Dialect { Sqlite, Postgres, Other };
 
+    struct NamedTable
+    {
+        QString name;
+        QString quotedName;
+        /// PostgreSQL: of the object. SQLite: of the first page; virtual tables have none.
+        qint64 number = 0;
+    };
     /// How a table is asked for.
     struct Source
     {
         std::vector<SourceColumn> columns = {};
         /// What to select for each column.
         QStringList expressions = {};
-        QString quotedName = {};
-    };
-    struct NamedTable
-    {
-        QString name;
-        QString quotedName;
-        /// PostgreSQL only.
-        qint64 number = 0;
+        NamedTable table = {};
     };
 
     explicit Private(const QSqlDatabase &database) : connection(database), dialect(dialectOf(database)) {}
@@ -121,6 +122,9 @@ struct TableLoader::Private
     NamedTable require(const QString &table) const;
     QString quoted(const QString &name, QSqlDriver::IdentifierType type) const;
     Source source(const QString &table) const;
+    std::optional<qint64> count(const NamedTable &table, const std::stop_token &stop) const;
+    QString rowNumberName(const NamedTable &table) const;
+    bool isLarge(const NamedTable &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop) const;
     bool read(const QString &table, Source &source, const std::stop_token &stop,
               std::unique_ptr<MemoryTable> &result) const;
@@ -235,11 +239,11 @@ QList<TableLoader::Private::NamedTable> TableLoader::Private::tables() const
     query.setForwardOnly(true);
     switch (dialect) {
     case Dialect::Sqlite:
-        execute(query, u"SELECT name FROM sqlite_master WHERE type = 'table' "
+        execute(query, u"SELECT name, rootpage FROM sqlite_master WHERE type = 'table' "
                        "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s);
         while (query.next()) {
             const QString name = query.value(0).toString();
-            result.append({name, quoted(name, QSqlDriver::TableName)});
+            result.append({name, quoted(name, QSqlDriver::TableName), query.value(1).toLongLong()});
         }
         break;
     case Dialect::Postgres:
@@ -288,7 +292,7 @@ TableLoader::Private::NamedTable TableLoader::Private::require(const QString &ta
 TableLoader::Private::Source TableLoader::Private::source(const QString &table) const
 {
     const NamedTable named = require(table);
-    Source result{.quotedName = named.quotedName};
+    Source result{.table = named};
     const auto add = [this, &result, &table](const QString &name, const QString &type, bool nullable) {
         auto column = SourceColumn::fromDeclaredType(name, type, nullable);
         if (!column) {
@@ -347,16 +351,6 @@ QList<ColumnSpec> TableLoader::columns(const QString &table) const
     for (const SourceColumn &column : source.columns)
         result.append(column.spec());
     return result;
-}
-
-qint64 TableLoader::rowCount(const QString &table) const
-{
-    const Private::NamedTable named = d->require(table);
-    QSqlQuery query(d->connection);
-    query.setForwardOnly(true);
-    if (!query.exec(u"SELECT count(*) FROM "_s + named.quotedName) || !query.next())
-        d->fail(query.lastError());
-    return query.value(0).toLongLong();
 }
 
 void TableLoader::setDigits(Digits digits)
@@ -519,6 +513,128 @@ private:
 
 } // namespace
 
+namespace {
+
+/// Sizes portions of a work so that each takes a moment.
+class Portion
+{
+public:
+    qint64 size() const { return m_size; }
+    void begin() { m_timer.start(); }
+    void end()
+    {
+        if (m_timer.elapsed() < 30)
+            m_size = std::min<qint64>(m_size * 2, 1 << 22);
+        else if (m_timer.elapsed() > 120)
+            m_size = std::max<qint64>(m_size / 2, 256);
+    }
+
+private:
+    QElapsedTimer m_timer;
+    qint64 m_size = 16384;
+};
+
+} // namespace
+
+/// What SQLite calls the number of a row of \a table; columns may have taken the names, and then it is empty.
+QString TableLoader::Private::rowNumberName(const NamedTable &table) const
+{
+    QSqlQuery query(connection);
+    query.setForwardOnly(true);
+    if (table.number == 0 || !query.prepare(u"SELECT name FROM pragma_table_xinfo(?)"_s))
+        return {};
+    query.addBindValue(table.name);
+    if (!query.exec())
+        return {};
+    QStringList columns;
+    while (query.next())
+        columns.append(query.value(0).toString());
+    for (const QString &name : {u"rowid"_s, u"_rowid_"_s, u"oid"_s}) {
+        if (!columns.contains(name, Qt::CaseInsensitive))
+            return name;
+    }
+    return {};
+}
+
+/// Whether \a table of PostgreSQL, or what it consists of, may be more than the server reads in a moment.
+bool TableLoader::Private::isLarge(const NamedTable &table) const
+{
+    constexpr qint64 readInAMoment = 32 << 20;
+    QSqlQuery query(connection);
+    query.setForwardOnly(true);
+    // What is wrong with the table, or in the way, is told with its name since it is named here, early.
+    execute(query, u"SELECT EXISTS (SELECT FROM "_s + table.quotedName +
+                       u" LIMIT 0), pg_catalog.pg_relation_size(oid) FROM pg_catalog.pg_class "
+                       "WHERE relkind = 'r' AND NOT relhassubclass AND oid = "_s +
+                       QString::number(table.number));
+    return !query.next() || query.value(1).toLongLong() > readInAMoment;
+}
+
+/// The number of the rows of \a table; nothing when stopped. No driver lets one interrupt a statement, so a large
+/// table is counted by many.
+std::optional<qint64> TableLoader::Private::count(const NamedTable &table, const std::stop_token &stop) const
+{
+    if (stop.stop_requested())
+        return std::nullopt;
+    qint64 counted = 0;
+    QString rest;
+    Portion portion;
+    std::optional<Snapshot> snapshot;
+    if (dialect == Dialect::Sqlite) {
+        snapshot.emplace(connection, false);
+        const QString number = rowNumberName(table);
+        // Where there are so many rows, and the first one after them. Without row numbers this fails, and all rows
+        // remain.
+        while (!number.isEmpty()) {
+            portion.begin();
+            QSqlQuery query(connection);
+            query.setForwardOnly(true);
+            if (!query.exec(u"SELECT "_s + number + u" FROM "_s + table.quotedName + rest + u" ORDER BY "_s +
+                            number + u" LIMIT 1 OFFSET "_s + QString::number(portion.size())) ||
+                !query.next())
+                break;
+            if (stop.stop_requested())
+                return std::nullopt;
+            counted += portion.size();
+            rest = u" WHERE "_s + number + u" >= "_s + QString::number(query.value(0).toLongLong());
+            portion.end();
+        }
+    } else if (dialect == Dialect::Postgres && isLarge(table)) {
+        snapshot.emplace(connection, true);
+        QSqlQuery query(connection);
+        execute(query, u"DECLARE sito_count NO SCROLL CURSOR FOR SELECT 1 FROM "_s + table.quotedName);
+        while (true) {
+            portion.begin();
+            execute(query, u"MOVE FORWARD %1 IN sito_count"_s.arg(portion.size()));
+            if (stop.stop_requested())
+                return std::nullopt;
+            counted += query.numRowsAffected();
+            if (query.numRowsAffected() < portion.size())
+                break;
+            portion.end();
+        }
+        execute(query, u"CLOSE sito_count"_s);
+        return counted;
+    }
+    QSqlQuery query(connection);
+    query.setForwardOnly(true);
+    if (!query.exec(u"SELECT count(*) FROM "_s + table.quotedName + rest) || !query.next())
+        fail(query.lastError());
+    if (stop.stop_requested())
+        return std::nullopt;
+    return counted + query.value(0).toLongLong();
+}
+
+qint64 TableLoader::rowCount(const QString &table) const
+{
+    return *d->count(d->require(table), {});
+}
+
+std::optional<qint64> TableLoader::rowCount(const QString &table, const std::stop_token &stop) const
+{
+    return d->count(d->require(table), stop);
+}
+
 std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
                                                         const std::stop_token &stop) const
 {
@@ -549,16 +665,12 @@ bool TableLoader::Private::read(const QString &table, Source &source, const std:
     const bool isSqlite = dialect == Dialect::Sqlite;
     const bool isPostgres = dialect == Dialect::Postgres;
 
-    const QString from = u" FROM "_s + source.quotedName;
-    Progress state{.table = table};
-    {
-        QSqlQuery query(connection);
-        query.setForwardOnly(true);
-        if (!query.exec(u"SELECT count(*)"_s + from) || !query.next())
-            fail(query.lastError());
-        state.rowsTotal = query.value(0).toLongLong();
-    }
-    if (stop.stop_requested() || (progress && !progress(state)))
+    const QString from = u" FROM "_s + source.table.quotedName;
+    const std::optional<qint64> total = count(source.table, stop);
+    if (!total)
+        return true;
+    Progress state{.table = table, .rowsTotal = *total};
+    if (progress && !progress(state))
         return true;
 
     RowReader rows(connection, isPostgres);

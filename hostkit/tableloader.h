@@ -101,6 +101,10 @@ public:
     /// but for the digits that Digits::AsNeeded adds.
     QList<ColumnSpec> columns(const QString &table) const;
     qint64 rowCount(const QString &table) const;
+    /// The same; nothing when \a stop was requested, which is looked at several times a second while the rows of a
+    /// large table are counted. (Not for tables of SQLite without row numbers, and of other databases than SQLite and
+    /// PostgreSQL.)
+    std::optional<qint64> rowCount(const QString &table, const std::stop_token &stop) const;
 
     /// Digits::AsDeclared until it is set.
     void setDigits(Digits digits);

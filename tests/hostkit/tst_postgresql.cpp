@@ -20,8 +20,12 @@
 #include <QSqlQuery>
 #include <QTest>
 
+#include <algorithm>
+#include <chrono>
 #include <memory>
 #include <optional>
+#include <stop_token>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -442,6 +446,60 @@ private Q_SLOTS:
             QCOMPARE(cellText(*table, row, 0), QString::number(row + 1));
             QCOMPARE(cellText(*table, row, 2), u"row %1"_s.arg(row + 1));
         }
+    }
+
+    void countsLargeTablesInPortions()
+    {
+        execute(u"CREATE TABLE t (c integer, d text)"_s);
+        execute(u"INSERT INTO t SELECT i, repeat('x', 200) FROM generate_series(1, 200000) i"_s);
+        execute(u"CREATE TABLE parts (c integer) PARTITION BY LIST (c)"_s);
+        execute(u"CREATE TABLE part PARTITION OF parts FOR VALUES IN (1)"_s);
+        execute(u"INSERT INTO parts SELECT 1 FROM generate_series(1, 40000)"_s);
+        execute(u"CREATE TABLE heir (e integer) INHERITS (t)"_s);
+        execute(u"INSERT INTO heir SELECT i FROM generate_series(1, 7) i"_s);
+        const TableLoader loader(m_database->connection());
+        std::stop_source stopped;
+        stopped.request_stop();
+
+        QCOMPARE(loader.rowCount(u"t"_s), 200'007);
+        QCOMPARE(loader.rowCount(u"heir"_s), 7);
+        QCOMPARE(loader.rowCount(u"parts"_s), 40'000);
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s)); // in no transaction
+        QCOMPARE(loader.rowCount(u"t"_s, stopped.get_token()), std::nullopt);
+
+        QVERIFY(m_database->connection().transaction());
+        execute(u"DELETE FROM t WHERE c = 1 OR c = 100000"_s);
+        QCOMPARE(loader.rowCount(u"t"_s), 200'004);
+        execute(u"SAVEPOINT x"_s); // still in the caller's
+        QVERIFY(m_database->connection().rollback());
+        QCOMPARE(loader.rowCount(u"t"_s), 200'007);
+        execute(u"DROP TABLE heir, t"_s);
+    }
+
+    void interruptsTheCountingOfRows()
+    {
+        execute(u"CREATE TABLE t (c text)"_s);
+        execute(u"INSERT INTO t SELECT repeat('x', 100) FROM generate_series(1, 500000) i"_s);
+        const TableLoader loader(m_database->connection());
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(loader.rowCount(u"t"_s), 500'000);
+        const qint64 whole = timer.nsecsElapsed();
+
+        qint64 shortest = whole;
+        for (int i = 0; i < 10; ++i) {
+            std::stop_source stop;
+            const std::jthread stopper([&] {
+                std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
+                stop.request_stop();
+            });
+            timer.start();
+            if (!loader.rowCount(u"t"_s, stop.get_token()))
+                shortest = std::min(shortest, timer.nsecsElapsed());
+        }
+
+        QVERIFY2(shortest < whole * 2 / 3, qPrintable(u"%1 of %2"_s.arg(shortest).arg(whole)));
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
     }
 
     void leavesTheTransactionOfItsCallerAlone()

@@ -10,6 +10,7 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QSqlDatabase>
 #include <QSqlDriver>
@@ -23,7 +24,9 @@
 #include <QTest>
 #include <QTimeZone>
 
+#include <chrono>
 #include <limits>
+#include <optional>
 #include <stop_token>
 #include <thread>
 
@@ -621,6 +624,86 @@ private Q_SLOTS:
         QCOMPARE(exceptionMessage([&] { loader.columns(u"T"_s); }), expected);
         QCOMPARE(exceptionMessage([&] { loader.rowCount(u"T"_s); }), expected);
         QCOMPARE(exceptionMessage([&] { loader.load(u"T"_s); }), expected);
+    }
+
+    void countsLargeTablesExactly_data()
+    {
+        QTest::addColumn<QString>("definition");
+        QTest::addColumn<QString>("value");
+        const QString columns = u"(a BIGINT, b INTEGER)"_s;
+        QTest::newRow("row numbers from 1 on") << columns << u"i, 0"_s;
+        QTest::newRow("row numbers with gaps")
+            << u"(a BIGINT, b INTEGER PRIMARY KEY)"_s << u"i, i * 1000003 + i * i"_s;
+        QTest::newRow("row numbers from end to end")
+            << u"(a BIGINT, b INTEGER PRIMARY KEY)"_s
+            << u"i, CASE i WHEN 1 THEN -9223372036854775808 WHEN 2 THEN 9223372036854775807 ELSE -50000 + i END"_s;
+        QTest::newRow("a column named as the row number")
+            << u"(rowid INTEGER, OID INTEGER)"_s << u"i % 7, 1"_s;
+        QTest::newRow("columns named as the row number")
+            << u"(rowid INTEGER, oid INTEGER, _ROWID_ INTEGER)"_s << u"i % 7, 1, NULL"_s;
+        QTest::newRow("without row numbers")
+            << u"(a BIGINT PRIMARY KEY, b INTEGER) WITHOUT ROWID"_s << u"i, 0"_s;
+    }
+    void countsLargeTablesExactly()
+    {
+        QFETCH(const QString, definition);
+        QFETCH(const QString, value);
+        execute(u"CREATE TABLE t "_s + definition);
+        const TableLoader loader(connection());
+        QCOMPARE(loader.rowCount(u"t"_s), 0);
+
+        // About as many as are counted at once, and several times as many.
+        int rows = 0;
+        for (const int more : {16'383, 1, 1, 60'000, 40'000}) {
+            execute(u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT %1 UNION ALL SELECT i + 1 FROM n WHERE i "
+                    u"< %2) "
+                    "SELECT %3 FROM n"_s.arg(rows + 1)
+                        .arg(rows + more)
+                        .arg(value));
+            rows += more;
+            QCOMPARE(loader.rowCount(u"t"_s), rows);
+        }
+        QVERIFY(connection().transaction()); // none is left open
+        execute(u"DELETE FROM t WHERE %1 % 3 = 0"_s.arg(value.startsWith(u"i,"_s) ? u"a"_s : u"rowid"_s));
+        QSqlQuery query(connection());
+        QVERIFY(query.exec(u"SELECT count(*) FROM t"_s) && query.next());
+        QCOMPARE(loader.rowCount(u"t"_s), query.value(0).toLongLong());
+        query.finish();
+        QVERIFY(connection().rollback()); // nor is the caller's ended
+        QCOMPARE(loader.rowCount(u"t"_s), rows);
+    }
+
+    void countingIsInterrupted()
+    {
+        execute(u"CREATE TABLE t (c BIGINT)"_s);
+        execute(u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < "
+                u"2000000) "
+                "SELECT i FROM n"_s);
+        const TableLoader loader(connection());
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(loader.rowCount(u"t"_s, std::stop_token()), 2'000'000);
+        const qint64 whole = timer.nsecsElapsed();
+        std::stop_source stopped;
+        stopped.request_stop();
+        QCOMPARE(loader.rowCount(u"t"_s, stopped.get_token()), std::nullopt);
+
+        // At a tenth of the time, and then well before the end; whoever else uses the machine may delay either.
+        qint64 shortest = whole;
+        for (int i = 0; i < 10; ++i) {
+            std::stop_source stop;
+            const std::jthread stopper([&] {
+                std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
+                stop.request_stop();
+            });
+            timer.start();
+            const std::optional<qint64> count = loader.rowCount(u"t"_s, stop.get_token());
+            if (!count)
+                shortest = std::min(shortest, timer.nsecsElapsed());
+        }
+
+        QVERIFY2(shortest < whole / 2, qPrintable(u"%1 of %2"_s.arg(shortest).arg(whole)));
+        execute(u"DROP TABLE t"_s); // no statement is left open
     }
 
     void tellsHowFarItHasCome()
