@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -482,9 +483,12 @@ private Q_SLOTS:
         execute(u"INSERT INTO t SELECT repeat('x', 100) FROM generate_series(1, 500000) i"_s);
         const TableLoader loader(m_database->connection());
         QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(loader.rowCount(u"t"_s), 500'000);
-        const qint64 whole = timer.nsecsElapsed();
+        qint64 whole = std::numeric_limits<qint64>::max();
+        for (int i = 0; i < 4; ++i) { // the first one finds nothing in the cache
+            timer.start();
+            QCOMPARE(loader.rowCount(u"t"_s), 500'000);
+            whole = std::min(whole, timer.nsecsElapsed());
+        }
 
         qint64 shortest = whole;
         for (int i = 0; i < 10; ++i) {
