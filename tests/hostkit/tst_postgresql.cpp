@@ -466,7 +466,7 @@ private Q_SLOTS:
         QCOMPARE(loader.rowCount(u"heir"_s), 7);
         QCOMPARE(loader.rowCount(u"parts"_s), 40'000);
         QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s)); // in no transaction
-        QCOMPARE(loader.rowCount(u"t"_s, stopped.get_token()), std::nullopt);
+        QVERIFY(!loader.rowCount(u"t"_s, stopped.get_token()));
 
         QVERIFY(m_database->connection().transaction());
         execute(u"DELETE FROM t WHERE c = 1 OR c = 100000"_s);

@@ -682,11 +682,11 @@ private Q_SLOTS:
         const TableLoader loader(connection());
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(loader.rowCount(u"t"_s, std::stop_token()), 2'000'000);
+        QCOMPARE(loader.rowCount(u"t"_s), 2'000'000);
         const qint64 whole = timer.nsecsElapsed();
         std::stop_source stopped;
         stopped.request_stop();
-        QCOMPARE(loader.rowCount(u"t"_s, stopped.get_token()), std::nullopt);
+        QVERIFY(!loader.rowCount(u"t"_s, stopped.get_token()));
 
         // At a tenth of the time, and then well before the end; whoever else uses the machine may delay either.
         qint64 shortest = whole;
