@@ -2,10 +2,12 @@
 #include "inifile.h"
 
 #include <data/exception.h>
+#include <hostkit/scratchstore.h>
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QSettings>
 
 namespace {
 
@@ -15,27 +17,6 @@ struct Texts
 };
 
 } // namespace
-
-ScratchStore::ScratchStore(const QByteArray &content, QSettings::Format format)
-{
-    const QString name = m_directory.filePath(QStringLiteral("store"));
-    QFile file(name);
-    m_complete = m_directory.isValid() && file.open(QIODevice::WriteOnly) &&
-                 file.write(content) == content.size() && file.flush();
-    file.close();
-    m_store = std::make_unique<QSettings>(name, format);
-    m_store->setFallbacksEnabled(false);
-}
-
-QByteArray ScratchStore::content() const
-{
-    m_store->sync();
-    QFile file(m_store->fileName());
-    if (!m_complete || m_store->status() != QSettings::NoError || !file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray content = file.readAll();
-    return content.isNull() ? QByteArray("") : content;
-}
 
 void requireIniFile(const QString &name)
 {
@@ -51,7 +32,6 @@ void requireIniFile(const QString &name)
         throw Exception(Texts::tr("Не удалось прочитать «%1»: %2").arg(name, file.errorString()));
     const QByteArray content = file.readAll();
     const ScratchStore store(content);
-    store->allKeys(); // the file is parsed only as far as it is asked for
     if (!store.isComplete() || store->status() == QSettings::AccessError)
         throw Exception(Texts::tr("Не удалось прочитать «%1»").arg(name));
     if (store->status() == QSettings::FormatError || content.contains('\0'))

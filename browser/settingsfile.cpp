@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "settingsfile.h"
 
+#include "inifile.h"
+
 #include <data/exception.h>
 #include <hostkit/settingsvalue.h>
 

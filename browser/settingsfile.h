@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "inifile.h"
-
+#include <hostkit/scratchstore.h>
 #include <hostkit/settingschanges.h>
 
 #include <QByteArray>

@@ -7,6 +7,7 @@
 #include "settingsfile.h"
 
 #include <data/exception.h>
+#include <hostkit/scratchstore.h>
 #include <hostkit/settingschanges.h>
 #include <hostkit/settingsdelegate.h>
 #include <hostkit/settingsvalue.h>
@@ -240,6 +241,16 @@ class MarkingDelegate : public SettingsDelegate
 public:
     using SettingsDelegate::SettingsDelegate;
 
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const override
+    {
+        QWidget *editor = SettingsDelegate::createEditor(parent, option, index);
+        editorMade();
+        return editor;
+    }
+
+    std::function<void()> editorMade;
+
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         SettingsDelegate::paint(painter, option, index);
@@ -326,6 +337,7 @@ public:
     bool open(std::unique_ptr<QSettings> newStore);
     void takeModel();
     bool mayClose();
+    bool finishEditing();
     bool isManual() const { return model && model->isManual(); }
 
     // Actions.
@@ -333,6 +345,7 @@ public:
     void submit();
     void revert();
     void refresh();
+    void reload();
     void removeSelected();
     void copyPaths();
     void editCurrent();
@@ -340,7 +353,7 @@ public:
     void focusSearch() { searchLine->setFocus(Qt::ShortcutFocusReason), searchLine->selectAll(); }
     void expandAll() { tree->expandAll(); }
     void collapseAll() { tree->collapseAll(); }
-    void chooseImmediate() { setStrategy(SettingsModel::OnFieldChange); }
+    void chooseImmediate();
     void chooseManual() { setStrategy(SettingsModel::OnManualSubmit); }
     void setStrategy(SettingsModel::EditStrategy strategy);
 
@@ -350,13 +363,19 @@ public:
     Outcome write(const Changes &wanted);
     void showFile(const Outcome &outcome);
     void applySearch();
+    void noteExpanded(const QModelIndex &index);
+    void expandAgain(const QModelIndex &index, bool withChildren);
     QList<QPersistentModelIndex> selectedRows() const;
 
     // The file.
     QByteArray fingerprint() const;
     void watch();
     void lookAtFile();
-    bool hasAmbiguousNames(QSettings *of = nullptr) const;
+    bool isFileGone() const;
+    QString fileProblem() const;
+    bool becameAmbiguous() const;
+    bool hasAmbiguousNames() const { return hasAmbiguousNames(*store); }
+    static bool hasAmbiguousNames(QSettings &content);
 
     SettingsWindow *q;
     std::unique_ptr<QSettings> store;
@@ -367,6 +386,8 @@ public:
     bool ambiguous = false;
     QByteArray safe; ///< the fingerprint that needs no copy: of what was copied or written here
     bool hasWidths = false;
+    /// Paths of the groups that were expanded when they went.
+    QSet<QString> wereExpanded;
     QByteArray seen;
     bool stale = false; ///< something in the tree is older than what was seen
     QFileSystemWatcher watcher;
@@ -465,7 +486,28 @@ void SettingsWindowPrivate::build()
     tree = new QTreeView(q);
     tree->setObjectName(u"tree"_s);
     tree->setModel(&search);
-    tree->setItemDelegate(new MarkingDelegate(tree));
+    auto *delegate = new MarkingDelegate(tree);
+    delegate->editorMade = [this] { updateState(); };
+    QObject::connect(delegate, &QAbstractItemDelegate::closeEditor, q, [this] { updateState(); });
+    tree->setItemDelegate(delegate);
+    // The view forgets what it does not show. A group that is new in the model gets its name after the row.
+    QObject::connect(&search, &QAbstractItemModel::rowsAboutToBeRemoved, q,
+                     [this](const QModelIndex &parent, int first, int last) {
+                         for (int row = first; row <= last; ++row)
+                             noteExpanded(search.index(row, 0, parent));
+                     });
+    const auto expandRows = [this](const QModelIndex &parent, int first, int last, bool withChildren) {
+        for (int row = first; row <= last && !wereExpanded.isEmpty(); ++row)
+            expandAgain(search.index(row, 0, parent), withChildren);
+    };
+    QObject::connect(&search, &QAbstractItemModel::rowsInserted, q,
+                     [expandRows](const QModelIndex &parent, int first, int last) {
+                         expandRows(parent, first, last, true);
+                     });
+    QObject::connect(&search, &QAbstractItemModel::dataChanged, q,
+                     [expandRows](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
+                         expandRows(topLeft.parent(), topLeft.row(), bottomRight.row(), false);
+                     });
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree->setUniformRowHeights(true);
     tree->setAlternatingRowColors(true);
@@ -615,8 +657,9 @@ void SettingsWindowPrivate::updateState()
     const bool open = model != nullptr;
     const bool writable = open && !model->readOnly();
     const int pending = changes.rowCount();
+    const bool submits = pending > 0 || SettingsDelegate::isEditing(tree) || (isManual() && isFileGone());
     const bool selected = tree->selectionModel()->hasSelection();
-    actions.value(u"submit"_s)->setEnabled(writable && pending > 0);
+    actions.value(u"submit"_s)->setEnabled(writable && submits);
     actions.value(u"revert"_s)->setEnabled(writable && pending > 0);
     actions.value(u"refresh"_s)->setEnabled(open);
     actions.value(u"immediate"_s)->setEnabled(writable);
@@ -661,6 +704,7 @@ bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
     delete std::exchange(model, nullptr);
     store = std::move(newStore);
     safe.clear();
+    wereExpanded.clear();
     noticeBar->clear();
     takeModel();
     tree->expandAll();
@@ -695,8 +739,25 @@ void SettingsWindowPrivate::takeModel()
     updateState();
 }
 
+/// Whether no editor is open any more: what is typed was taken. Tells why not.
+bool SettingsWindowPrivate::finishEditing()
+{
+    const QString told = noticeBar->text();
+    if (SettingsDelegate::finishEditing(tree))
+        return true;
+    tree->scrollTo(tree->currentIndex());
+    // The model may have told more.
+    if (noticeBar->text() == told)
+        noticeBar->tell(
+            Icons::Shape::Warning,
+            SettingsWindow::tr("Сначала исправьте введённое значение или отмените его правку (Esc)"));
+    return false;
+}
+
 bool SettingsWindowPrivate::mayClose()
 {
+    if (!finishEditing())
+        return false;
     changes.synchronize();
     if (changes.isEmpty())
         return true;
@@ -748,12 +809,26 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
     SettingsFile file(*store);
     if (!file.error().isEmpty())
         return refusal(file.error());
-    if (!file.exists() && !seen.isEmpty())
-        return refusal(
-            SettingsWindow::tr("файла «%1» больше нет").arg(QDir::toNativeSeparators(q->fileName())));
-    const bool outdated = stale || file.fingerprint() != seen;
+    Changes all;
+    const bool gone = isFileGone();
+    if (gone && !isManual()) {
+        Outcome outcome;
+        outcome.message = SettingsWindow::tr("Ничего не записано. %1").arg(fileProblem());
+        return outcome;
+    }
+    if (gone) {
+        for (auto entry = changes.known().cbegin(); entry != changes.known().cend(); ++entry) {
+            SettingsChanges::Change change;
+            change.path = entry.key();
+            change.newValue = entry.value();
+            if (change.newValue.isValid())
+                all += change;
+        }
+    }
+    all += wanted;
+    const bool outdated = !gone && (stale || file.fingerprint() != seen);
     if (outdated) {
-        if (isManual() && hasAmbiguousNames(&file.content()))
+        if (isManual() && hasAmbiguousNames(file.content()))
             return refusal(
                 SettingsWindow::tr("файл изменён другой программой, и в нём теперь есть записи без "
                                    "имени или имена, которые сразу и группа, и ключ"));
@@ -770,7 +845,7 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
             return refusal(error);
         safe = file.fingerprint();
     }
-    if (const QString error = file.write(wanted); !error.isEmpty())
+    if (const QString error = file.write(all); !error.isEmpty())
         return refusal(error);
     safe = seen = file.fingerprint();
     stale = outdated;
@@ -794,7 +869,7 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
         stale = false;
         store->sync();
         if (ambiguous || hasAmbiguousNames()) {
-            refresh();
+            reload();
         } else {
             const Anchor anchor(tree);
             dropped = changes.refresh();
@@ -833,8 +908,10 @@ bool SettingsWindowPrivate::writeAtOnce(const Changes &wanted)
 
 bool SettingsWindowPrivate::trySubmit()
 {
+    if (!finishEditing())
+        return false;
     changes.synchronize();
-    if (changes.isEmpty())
+    if (changes.isEmpty() && !isFileGone())
         return true;
     const Outcome outcome = write(changes.changes());
     if (outcome.written) {
@@ -847,34 +924,71 @@ bool SettingsWindowPrivate::trySubmit()
 
 void SettingsWindowPrivate::submit()
 {
-    trySubmit();
+    // An editor may hold all there is to be written.
+    if (!finishEditing())
+        return;
+    changes.synchronize();
+    if (isManual() && (!changes.isEmpty() || isFileGone()))
+        trySubmit();
 }
 
 void SettingsWindowPrivate::revert()
 {
+    if (!model)
+        return;
+    if (const QString problem = fileProblem(); !problem.isEmpty()) {
+        noticeBar->tell(Icons::Shape::Warning, SettingsWindow::tr("Ничего не отменено. %1").arg(problem),
+                        SettingsWindow::tr("Обновить"));
+        return;
+    }
+    if (becameAmbiguous()) {
+        reload();
+        return;
+    }
+    // An open editor keeps what is typed, as long as its entry is there.
+    const bool editing = SettingsDelegate::isEditing(tree);
     const Anchor anchor(tree);
     changes.dismissAll();
+    if (editing && !SettingsDelegate::isEditing(tree))
+        noticeBar->tell(Icons::Shape::Warning,
+                        SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(1));
 }
 
 void SettingsWindowPrivate::refresh()
 {
-    const QString name = q->fileName();
-    if (!model || name.isEmpty())
-        return;
+    if (model && !q->fileName().isEmpty() && finishEditing())
+        reload();
+}
+
+void SettingsWindowPrivate::reload()
+{
     noticeBar->clear();
-    if (!QFileInfo::exists(name) && !seen.isEmpty()) {
-        noticeBar->tell(Icons::Shape::Warning,
-                        SettingsWindow::tr("Файла «%1» больше нет. Показано то, что в нём было")
-                            .arg(QDir::toNativeSeparators(name)),
-                        SettingsWindow::tr("Обновить"));
+    if (const QString problem = fileProblem(); !problem.isEmpty()) {
+        noticeBar->tell(Icons::Shape::Warning, problem, SettingsWindow::tr("Обновить"));
         return;
     }
-    try {
-        if (QFileInfo::exists(name))
-            requireIniFile(name);
-    } catch (const Exception &exception) {
-        noticeBar->tell(Icons::Shape::Warning, exception.message(), SettingsWindow::tr("Обновить"));
-        return;
+    changes.synchronize();
+    const int pending = changes.rowCount();
+    if (pending > 0 && becameAmbiguous()) {
+        QMessageBox box(
+            QMessageBox::Warning, SettingsWindow::tr("Настройки"),
+            SettingsWindow::tr("Обновление отбросит изменения, которые ждут записи: %1. Обновить?")
+                .arg(pending),
+            QMessageBox::NoButton, q);
+        box.setInformativeText(SettingsWindow::tr(
+            "Другая программа записала в файл записи без имени или имена, которые сразу и группа, и ключ."));
+        QPushButton *drop = box.addButton(SettingsWindow::tr("&Обновить"), QMessageBox::DestructiveRole);
+        QPushButton *keep = box.addButton(SettingsWindow::tr("От&мена"), QMessageBox::RejectRole);
+        box.setDefaultButton(keep);
+        box.setEscapeButton(keep);
+        box.exec();
+        if (box.clickedButton() != drop) {
+            noticeBar->tell(Icons::Shape::Information, SettingsWindow::tr("Файл изменён другой программой"),
+                            SettingsWindow::tr("Обновить"));
+            return;
+        }
+        noticeBar->tell(Icons::Shape::Information,
+                        SettingsWindow::tr("Отброшено изменений, которые ждали записи: %1").arg(pending));
     }
     store->sync();
     const bool wasAmbiguous = std::exchange(ambiguous, hasAmbiguousNames());
@@ -939,9 +1053,11 @@ QList<QPersistentModelIndex> SettingsWindowPrivate::selectedRows() const
 void SettingsWindowPrivate::removeSelected()
 {
     const QList<QPersistentModelIndex> rows = selectedRows();
-    if (rows.isEmpty() || !model || model->readOnly())
+    if (rows.isEmpty() || !model || model->readOnly() || !finishEditing())
         return;
     int entries = 0;
+    qsizetype edits = 0;
+    changes.synchronize();
     for (const QPersistentModelIndex &row : rows) {
         if (row.data().toString().isEmpty()) {
             noticeBar->tell(
@@ -951,6 +1067,11 @@ void SettingsWindowPrivate::removeSelected()
         }
         // What the search hides goes too.
         entries += countEntries(search.mapToSource(row));
+        const QString path = pathOf(row);
+        edits += std::count_if(
+            changes.changes().begin(), changes.changes().end(), [&](const SettingsChanges::Change &change) {
+                return !change.removal && (change.path == path || change.path.startsWith(path + u'/'));
+            });
     }
     QString question = rows.size() == 1
                            ? SettingsWindow::tr("Удалить «%1»?").arg(pathOf(rows.first()))
@@ -958,6 +1079,8 @@ void SettingsWindowPrivate::removeSelected()
     QStringList details;
     if (entries > rows.size())
         details += SettingsWindow::tr("Вместе с содержимым групп записей: %1.").arg(entries);
+    if (edits > 0)
+        details += SettingsWindow::tr("Правки, которые ждут записи, пропадут: %1.").arg(edits);
     if (ambiguous)
         details += SettingsWindow::tr("С ключом удаляется и группа того же имени.");
     details += isManual() ? SettingsWindow::tr("Файл изменится после команды «Записать».")
@@ -1009,10 +1132,33 @@ void SettingsWindowPrivate::editCurrent()
 
 void SettingsWindowPrivate::dismissSelected()
 {
-    const Anchor anchor(tree);
     const int row = pendingList->currentIndex().row();
-    changes.dismiss(row);
+    if (row < 0)
+        return;
+    const Anchor anchor(tree);
+    const int dropped = changes.dismiss(row);
+    if (dropped < 0)
+        noticeBar->tell(Icons::Shape::Warning,
+                        SettingsWindow::tr("Ничего не отменено. %1").arg(fileProblem()),
+                        SettingsWindow::tr("Обновить"));
+    else if (dropped > 0)
+        noticeBar->tell(Icons::Shape::Warning,
+                        SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(dropped));
     pendingList->setCurrentIndex(changes.index(std::min(row, changes.rowCount() - 1), 0));
+}
+
+void SettingsWindowPrivate::chooseImmediate()
+{
+    // Pending changes that cannot be dropped would be stranded.
+    QString problem = isManual() ? fileProblem() : QString();
+    if (problem.isEmpty() && isManual() && becameAmbiguous())
+        problem = SettingsWindow::tr("Файл изменён другой программой");
+    if (problem.isEmpty()) {
+        setStrategy(SettingsModel::OnFieldChange);
+        return;
+    }
+    noticeBar->tell(Icons::Shape::Warning, problem, SettingsWindow::tr("Обновить"));
+    updateState();
 }
 
 void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
@@ -1031,10 +1177,27 @@ void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
     updateState();
 }
 
+void SettingsWindowPrivate::noteExpanded(const QModelIndex &index)
+{
+    if (tree->isExpanded(index))
+        wereExpanded.insert(pathOf(index));
+    for (int row = 0; row < search.rowCount(index); ++row)
+        noteExpanded(search.index(row, 0, index));
+}
+
+void SettingsWindowPrivate::expandAgain(const QModelIndex &index, bool withChildren)
+{
+    if (search.hasChildren(index) && wereExpanded.remove(pathOf(index)))
+        tree->expand(index);
+    for (int row = 0; withChildren && row < search.rowCount(index); ++row)
+        expandAgain(search.index(row, 0, index), true);
+}
+
 void SettingsWindowPrivate::applySearch()
 {
     searchTimer.stop();
-    if (searchLine->text() == search.text())
+    // Its row may be hidden.
+    if (searchLine->text() == search.text() || !finishEditing())
         return;
     search.search(searchLine->text());
     if (!search.text().isEmpty())
@@ -1083,31 +1246,62 @@ void SettingsWindowPrivate::lookAtFile()
     const QByteArray now = fingerprint();
     if (now == seen)
         return;
-    if (now.isEmpty())
-        noticeBar->tell(Icons::Shape::Warning,
-                        SettingsWindow::tr("Файла «%1» больше нет. Показано то, что в нём было")
-                            .arg(QDir::toNativeSeparators(q->fileName())),
-                        SettingsWindow::tr("Обновить"));
+    if (isFileGone())
+        noticeBar->tell(Icons::Shape::Warning, fileProblem(), SettingsWindow::tr("Обновить"));
     else
         noticeBar->tell(Icons::Shape::Information, SettingsWindow::tr("Файл изменён другой программой"),
                         SettingsWindow::tr("Обновить"));
+    updateState();
+}
+
+bool SettingsWindowPrivate::isFileGone() const
+{
+    return !QFileInfo::exists(q->fileName()) && changes.storeState() == SettingsChanges::StoreState::Missing;
+}
+
+/// Why the file cannot be read now; empty when it can, and for a file that is still to come.
+QString SettingsWindowPrivate::fileProblem() const
+{
+    const QString name = q->fileName();
+    if (isFileGone()) {
+        const QString gone = SettingsWindow::tr("Файла «%1» больше нет. Показано то, что в нём было")
+                                 .arg(QDir::toNativeSeparators(name));
+        if (ambiguous || model->readOnly())
+            return gone;
+        return isManual() ? SettingsWindow::tr("%1. Команда «Записать» создаст его заново").arg(gone)
+                          : SettingsWindow::tr("%1. Чтобы создать его заново, перейдите к записи по команде")
+                                .arg(gone);
+    }
+    try {
+        if (QFileInfo::exists(name))
+            requireIniFile(name);
+    } catch (const Exception &exception) {
+        return exception.message();
+    }
+    return {};
+}
+
+/// Whether the file got names that a merge would mix up. The store is left alone.
+bool SettingsWindowPrivate::becameAmbiguous() const
+{
+    const auto content = ambiguous ? nullptr : ScratchStore::ofFile(store->fileName(), store->format());
+    return content && hasAmbiguousNames(**content);
 }
 
 /// Whether a merge or a submit of this store would mix up entries or lose some.
-bool SettingsWindowPrivate::hasAmbiguousNames(QSettings *of) const
+bool SettingsWindowPrivate::hasAmbiguousNames(QSettings &content)
 {
-    QSettings *looked = of ? of : store.get();
     const std::function<bool()> look = [&] {
-        const QStringList groups = looked->childGroups();
-        const QStringList keys = looked->childKeys();
+        const QStringList groups = content.childGroups();
+        const QStringList keys = content.childKeys();
         if (groups.contains(QString()) || keys.contains(QString()))
             return true;
         for (const QString &group : groups) {
             if (keys.contains(group))
                 return true;
-            looked->beginGroup(group);
+            content.beginGroup(group);
             const bool found = look();
-            looked->endGroup();
+            content.endGroup();
             if (found)
                 return true;
         }

@@ -18,7 +18,7 @@ class SettingsWindowPrivate;
 /// - What is in it for the first time or from another program is copied to "FILE.bak-YYYYMMDD-hhmmss" beside
 ///   it before it is overwritten.
 /// - A write brings the changes into what the file holds then, all of them or none. Where it cannot or must not
-///   be (no copy, no INI file any more, marked as read-only, gone, held by another program), nothing is
+///   be (no copy, no INI file any more, marked as read-only, held by another program), nothing is
 ///   written, a message tells why, and the changes go on waiting; one that was to be written at once stays in
 ///   its editor.
 /// - What another program writes meanwhile is told of, never overwritten unseen: a write that would replace
@@ -26,6 +26,10 @@ class SettingsWindowPrivate;
 /// - Values that QSettings cannot read, such as those of another program's types, stay in the file as they are.
 /// - The types of values are those of the INI form when the file is opened: numbers and choices are texts, and
 ///   so is a list of one item; an empty list is no value. A write of such a list tells so.
+/// - When it is gone or spoilt, what it held stays in the tree and all changes go on waiting. A file that is
+///   gone is written anew, with all that the tree knows of it, by a write on command.
+///
+/// An editor that is open takes part in writing, closing and refreshing as if Enter had been pressed.
 class SettingsWindow : public QWidget
 {
     Q_OBJECT

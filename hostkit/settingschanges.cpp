@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settingschanges.h>
 
+#include <hostkit/scratchstore.h>
 #include <hostkit/settingsvalue.h>
 #include <settings/settingsmodel.h>
 
+#include <QFileInfo>
 #include <QScopedValueRollback>
 #include <QSet>
 #include <QSettings>
@@ -106,6 +108,7 @@ void SettingsChanges::setModel(SettingsModel *model)
     m_model = model;
     m_removals.clear();
     m_base.clear();
+    m_hadFile = false;
     if (model) {
         takeBase();
         using Model = QAbstractItemModel;
@@ -151,6 +154,23 @@ void SettingsChanges::takeBase()
     visitRows(*m_model, [this](const QModelIndex &index) {
         m_base.insert(pathOf(index), settingsValue(index.siblingAtColumn(valueColumn)));
     });
+}
+
+void SettingsChanges::noteFile()
+{
+    m_hadFile = m_hadFile || QFileInfo::exists(m_model->settings()->fileName());
+}
+
+SettingsChanges::StoreState SettingsChanges::storeState() const
+{
+    const QSettings *store = m_model ? m_model->settings() : nullptr;
+    if (!store)
+        return StoreState::Readable;
+    if (!QFileInfo::exists(store->fileName()))
+        return m_hadFile ? StoreState::Missing : StoreState::Readable;
+    const auto content = ScratchStore::ofFile(store->fileName(), store->format());
+    return content && (*content)->status() == QSettings::NoError ? StoreState::Readable
+                                                                 : StoreState::Unreadable;
 }
 
 /// Whether \a now was put into the model. A value that differs from the store's only because another program
@@ -203,6 +223,7 @@ void SettingsChanges::synchronize()
         publish({});
         return;
     }
+    noteFile();
     QSet<QString> keys;
     QSet<QString> groups;
     visitRows(*m_model, [&](const QModelIndex &index) {
@@ -224,11 +245,16 @@ void SettingsChanges::synchronize()
     });
     if (!m_removals.isEmpty()) {
         const Entries entries(*store);
-        const auto isOver = [&](const Change &change) {
-            return !entries.contains(change.path, change.group) ||
-                   (change.group ? groups : keys).contains(change.path);
+        const auto isGone = [&](const Change &change) {
+            return !entries.contains(change.path, change.group);
         };
-        m_removals.removeIf(isOver);
+        const auto isBack = [&](const Change &change) {
+            return (change.group ? groups : keys).contains(change.path);
+        };
+        m_removals.removeIf(isBack);
+        // A store that could not be read says nothing of what is in it.
+        if (std::any_of(m_removals.begin(), m_removals.end(), isGone) && storeState() == StoreState::Readable)
+            m_removals.removeIf(isGone);
         // What was removed with the group around it is no removal of its own any more.
         const QList<Change> all = m_removals;
         m_removals.removeIf([&](const Change &change) {
@@ -237,7 +263,8 @@ void SettingsChanges::synchronize()
             });
         });
         for (Change &change : m_removals)
-            change.oldValue = change.group ? QVariant() : store->value(change.path);
+            change.oldValue =
+                change.group ? QVariant() : store->value(change.path, m_base.value(change.path));
     }
     publish(edits);
 }
@@ -288,37 +315,46 @@ int SettingsChanges::apply(const QList<Change> &changes)
     return failed;
 }
 
-void SettingsChanges::dismiss(int row)
+int SettingsChanges::dismiss(int row)
 {
     if (!m_model || m_model->readOnly() || m_model->editStrategy() != SettingsModel::OnManualSubmit ||
         row < 0 || row >= m_changes.size())
-        return;
+        return -1;
     const Change change = m_changes.at(row);
+    if (change.removal && storeState() != StoreState::Readable)
+        return -1;
+    // The store may have been read while the file was away.
+    if (change.removal && !Entries(*m_model->settings()).contains(change.path, change.group))
+        m_model->settings()->sync();
+    // What is not listed yet would not be made again.
+    synchronize();
+    int dropped = 0;
     {
         const QScopedValueRollback working(m_working, true);
         if (change.removal) {
             // The model restores all or nothing: the others are made again.
             QList<Change> others = m_changes;
-            others.removeAt(row);
-            m_removals.removeIf([&](const Change &other) {
-                return other.path == change.path && other.group == change.group;
-            });
+            const auto isIt = [&](const Change &other) {
+                return other.removal && other.path == change.path && other.group == change.group;
+            };
+            others.removeIf(isIt);
+            m_removals.removeIf(isIt);
             merge();
-            apply(others);
+            dropped = apply(others);
         } else {
             Change back = change;
-            back.newValue = m_model->settings()->value(change.path);
+            back.newValue = m_model->settings()->value(change.path, m_base.value(change.path));
             apply({back});
         }
     }
     synchronize();
+    return dropped;
 }
 
-/// Makes the model what the store is.
+/// Makes the model what the store is in memory.
 void SettingsChanges::merge()
 {
     const Unwatched unwatched(*m_model);
-    m_model->settings()->sync();
     const Entries entries(*m_model->settings());
     // The model would cut rows from the ends of levels in their stead.
     QList<QPersistentModelIndex> vanished;
@@ -336,28 +372,33 @@ void SettingsChanges::merge()
     takeBase();
 }
 
-void SettingsChanges::dismissAll()
+bool SettingsChanges::dismissAll()
 {
     if (!m_model || !m_model->settings() || m_model->readOnly() ||
-        m_model->editStrategy() != SettingsModel::OnManualSubmit)
-        return;
+        m_model->editStrategy() != SettingsModel::OnManualSubmit || storeState() != StoreState::Readable)
+        return false;
     m_removals.clear();
     {
         const QScopedValueRollback working(m_working, true);
+        m_model->settings()->sync();
         merge();
     }
     synchronize();
+    return true;
 }
 
 int SettingsChanges::refresh()
 {
     if (!m_model || !m_model->settings())
         return 0;
+    if (storeState() != StoreState::Readable)
+        return -1;
     synchronize();
     const QList<Change> pending = m_changes;
     int dropped = 0;
     {
         const QScopedValueRollback working(m_working, true);
+        m_model->settings()->sync();
         merge();
         if (!pending.isEmpty()) {
             const Unwatched unwatched(*m_model);

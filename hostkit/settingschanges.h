@@ -19,6 +19,13 @@ class SettingsModel;
 /// the old value is none, what another program wrote is none either, and with `OnFieldChange` the list is
 /// empty. The store must have no current group.
 ///
+/// **When the file is gone**
+/// A store whose file was deleted or spoilt meanwhile reads as an empty one, and a model that follows it loses
+/// all rows and all that is pending. So what has to read the store looks at storeState() first, does nothing
+/// unless that is `Readable`, and says so by its result; the list stays as it is. Hosts tell the user then, and
+/// look at storeState() themselves before they call SettingsModel::revertAll() or refresh(). submitAll() with a
+/// following QSettings::sync() writes a missing file anew.
+///
 /// The list follows single edits at once and everything else with the event loop; synchronize() does it at
 /// once. Neither model nor store are owned; nothing here writes to the store.
 class HOSTKIT_EXPORT SettingsChanges : public QAbstractTableModel
@@ -38,6 +45,12 @@ public:
 
     enum Column { KindColumn, PathColumn, OldColumn, NewColumn, ColumnCount };
 
+    enum class StoreState {
+        Readable,  ///< also a store whose file is still to come, or that has none
+        Missing,   ///< the file was there, and is not any more
+        Unreadable ///< the file cannot be opened or is not of the store's format
+    };
+
     explicit SettingsChanges(QObject *parent = nullptr);
 
     /// The model to be watched, or null. Removals are known from now on.
@@ -56,13 +69,21 @@ public:
     /// Groups have invalid ones.
     const QHash<QString, QVariant> &known() const { return m_base; }
 
-    /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only.
-    void dismiss(int row);
+    /// Looks at the store's file as it is now, without a change to what the store holds.
+    StoreState storeState() const;
+
+    /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only. An
+    /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that has
+    /// to be `Readable`. Reads nothing anew from the file. Returns the number of other changes that had to be
+    /// dropped, since the store itself holds their entries no more; -1, with nothing changed, when refused.
+    int dismiss(int row);
     /// Undoes all, as SettingsModel::revertAll() does, but rightly in one go, see refresh(). Needs the same.
-    void dismissAll();
+    /// False, with nothing changed, when refused.
+    bool dismissAll();
     /// Merges the store into the model, as SettingsModel::refresh() does, but rightly in one go: entries that
     /// vanished go first. Pending changes stay pending. Returns the number of those that had to be dropped,
-    /// since their entries are gone. For stores in which no name is group and key at once.
+    /// since their entries are gone; -1, with nothing changed, when storeState() is not `Readable`. For stores
+    /// in which no name is group and key at once.
     int refresh();
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
@@ -83,6 +104,7 @@ private:
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight);
     void schedule();
     void takeBase();
+    void noteFile();
     void merge();
     bool isEdit(const QString &path, const QVariant &now, const QVariant &old);
     void publish(const QList<Change> &edits);
@@ -98,4 +120,5 @@ private:
     QHash<QString, int> m_removalsIn;
     bool m_scheduled = false;
     bool m_working = false;
+    bool m_hadFile = false;
 };

@@ -11,6 +11,20 @@
 #include <QPainter>
 #include <QToolTip>
 
+#include <algorithm>
+
+namespace {
+
+/// Those that only wait to be deleted left out.
+QList<SettingsEditor *> openEditors(const QAbstractItemView *view)
+{
+    auto editors = view->viewport()->findChildren<SettingsEditor *>(QString(), Qt::FindDirectChildrenOnly);
+    editors.removeIf([](const SettingsEditor *editor) { return !editor->isOpen(); });
+    return editors;
+}
+
+} // namespace
+
 SettingsDelegate::SettingsDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
 
 SettingsDelegate::~SettingsDelegate() = default;
@@ -20,12 +34,25 @@ bool SettingsDelegate::isEditable(const QVariant &value)
     return SettingsEditor::exists(value);
 }
 
+bool SettingsDelegate::isEditing(const QAbstractItemView *view)
+{
+    return !openEditors(view).isEmpty();
+}
+
+bool SettingsDelegate::finishEditing(const QAbstractItemView *view)
+{
+    const QList<SettingsEditor *> editors = openEditors(view);
+    return std::all_of(editors.begin(), editors.end(),
+                       [](SettingsEditor *editor) { return editor->finish(SubmitModelCache); });
+}
+
 QWidget *SettingsDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &,
                                         const QModelIndex &index) const
 {
     SettingsEditor *editor = SettingsEditor::create(settingsValue(index), parent);
     if (!editor)
         return nullptr;
+    editor->setIndex(index);
     auto *self = const_cast<SettingsDelegate *>(this);
     connect(editor, &SettingsEditor::ended, this, [self, editor](SettingsEditor::EndHint hint) {
         if (hint != RevertModelCache)

@@ -5,6 +5,8 @@
 
 #include <QStyledItemDelegate>
 
+class QAbstractItemView;
+
 /// Shows and edits the values of a SettingsModel, each in its own type: an edit never turns a number into a
 /// text or a list into a joined string. Works through SettingsViewProxy and any proxy on top of it, and on
 /// any other model whose `Qt::EditRole` gives typed values.
@@ -41,6 +43,7 @@
 /// value that changes below an open editor replaces what is shown only as long as nothing was typed. An editor
 /// that ends with the value it began with writes nothing; neither does a dialog that is accepted as it came up.
 /// What neither the text nor the dialog shows of a font (overline, kerning, further families) stays as it was.
+/// Before a host writes, closes or replaces the store of a view, it calls finishEditing().
 class HOSTKIT_EXPORT SettingsDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -51,6 +54,12 @@ public:
 
     /// Whether values like \a value have an editor.
     static bool isEditable(const QVariant &value);
+
+    /// Whether an editor made here is open in \a view.
+    static bool isEditing(const QAbstractItemView *view);
+    /// Ends the editor that is open in \a view as Enter does: the model gets what is typed. False when the
+    /// editor stays open and tells why: what is typed is no value, or the model refuses it.
+    static bool finishEditing(const QAbstractItemView *view);
 
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                           const QModelIndex &index) const override;

@@ -3,6 +3,7 @@
 
 #include <QAbstractItemDelegate>
 #include <QFrame>
+#include <QPersistentModelIndex>
 #include <QPointer>
 #include <QVariant>
 
@@ -30,6 +31,10 @@ public:
     static bool exists(const QVariant &value);
 
     ~SettingsEditor() override;
+
+    void setIndex(const QModelIndex &index) { m_index = index; }
+    /// Whether there is a value to be had for a cell that is still there.
+    bool isOpen() const { return !m_ended && m_index.isValid(); }
 
     /// Shows \a value, unless something else was typed already.
     void load(const QVariant &value);
@@ -83,6 +88,7 @@ private:
     void placeMessage();
     void focusField();
 
+    QPersistentModelIndex m_index;
     QWidget *m_field = nullptr;
     QLabel *m_mark = nullptr;
     /// In the parent, so that it may be wider than the editor.

@@ -1671,10 +1671,6 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Nothing was written: %1</translation>
     </message>
     <message>
-        <source>файла «%1» больше нет</source>
-        <translation>the file &apos;%1&apos; is gone</translation>
-    </message>
-    <message>
         <source>файл изменён другой программой, и в нём теперь есть записи без имени или имена, которые сразу и группа, и ключ</source>
         <translation>another program changed the file, and now it has entries without a name or names that are group and key at once</translation>
     </message>
@@ -1689,6 +1685,46 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Повторите, чтобы заменить то, что в файле</source>
         <translation>Repeat it to replace what the file holds</translation>
+    </message>
+    <message>
+        <source>Сначала исправьте введённое значение или отмените его правку (Esc)</source>
+        <translation>Correct the value typed first, or give up editing it (Esc)</translation>
+    </message>
+    <message>
+        <source>Ничего не записано. %1</source>
+        <translation>Nothing was written. %1</translation>
+    </message>
+    <message>
+        <source>Ничего не отменено. %1</source>
+        <translation>Nothing was reverted. %1</translation>
+    </message>
+    <message>
+        <source>Обновление отбросит изменения, которые ждут записи: %1. Обновить?</source>
+        <translation>Refreshing drops changes that wait to be written: %1. Refresh?</translation>
+    </message>
+    <message>
+        <source>Другая программа записала в файл записи без имени или имена, которые сразу и группа, и ключ.</source>
+        <translation>Another program wrote entries without a name to the file, or names that are group and key at once.</translation>
+    </message>
+    <message>
+        <source>&amp;Обновить</source>
+        <translation>&amp;Refresh</translation>
+    </message>
+    <message>
+        <source>Отброшено изменений, которые ждали записи: %1</source>
+        <translation>Changes dropped that waited to be written: %1</translation>
+    </message>
+    <message>
+        <source>%1. Команда «Записать» создаст его заново</source>
+        <translation>%1. The command &apos;Write&apos; creates it anew</translation>
+    </message>
+    <message>
+        <source>%1. Чтобы создать его заново, перейдите к записи по команде</source>
+        <translation>%1. To create it anew, switch to writing on command</translation>
+    </message>
+    <message>
+        <source>Правки, которые ждут записи, пропадут: %1.</source>
+        <translation>Edits that wait to be written and are lost: %1.</translation>
     </message>
     <message>
         <source>изменено и здесь, и в файле другой программой: %1</source>

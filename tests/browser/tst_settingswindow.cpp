@@ -24,6 +24,7 @@
 #include <QTranslator>
 #include <QTreeView>
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 
@@ -68,12 +69,35 @@ public:
     /// Types \a text as the value of \a path.
     void edit(const QString &path, const QString &text)
     {
+        type(path, text);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    }
+    /// The same, and leaves the editor open.
+    void type(const QString &path, const QString &text)
+    {
         select(path, 2);
         QTest::keyClick(tree, Qt::Key_F2);
         QVERIFY2(qobject_cast<QWidget *>(QApplication::focusWidget()) != tree, qPrintable(path));
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_A, Qt::ControlModifier);
         QTest::keyClicks(QApplication::focusWidget(), text);
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    }
+    /// Those that have ended are hidden.
+    bool isEditing() const
+    {
+        const QList<QFrame *> editors = tree->findChildren<QFrame *>(u"settingsEditor"_s);
+        return std::any_of(editors.begin(), editors.end(),
+                           [](const QFrame *editor) { return editor->isVisible(); });
+    }
+    void remove(const QString &path)
+    {
+        select(path);
+        answer(u"Удалить"_s, [&] { press(Qt::Key_Delete); });
+    }
+    void dismiss(int row)
+    {
+        pending->setFocus();
+        pending->setCurrentIndex(pending->model()->index(row, 0));
+        press(Qt::Key_Delete);
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
@@ -293,6 +317,21 @@ private Q_SLOTS:
 
         QCOMPARE(treeText(*w.tree->model()), u"g{k=x l=y} a=1"_s);
         QCOMPARE(w.pendingTexts(), QStringList());
+    }
+
+    void tellsOfEditsThatGoWithAGroup()
+    {
+        const QString file = makeFile("a=1\n[g]\nk=x\nl=y\n[gg]\nk=z\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"g/k"_s, u"new"_s);
+        w.edit(u"gg/k"_s, u"new"_s);
+        w.remove(u"g/l"_s);
+
+        w.select(u"g"_s);
+        QCOMPARE(w.answer(u"Отмена"_s, [&] { w.press(Qt::Key_Delete); }),
+                 u"Удалить «g»?|Вместе с содержимым групп записей: 2. Правки, которые ждут записи, "
+                 "пропадут: 1. Файл изменится после команды «Записать»."_s);
     }
 
     void removesNothingWithoutConsent()
@@ -641,11 +680,18 @@ private Q_SLOTS:
             };
             row("no INI", u"«%1» - не файл INI"_s);
             row("directory", u"«%1» - каталог, а не файл настроек"_s);
-            row("gone", u"файла «%1» больше нет"_s);
-            row("dangling link", u"файла «%1» больше нет"_s);
+            if (manual)
+                row("dangling link", u"не удалось записать «%1»: "_s);
             row("marked", u"файл «%1» доступен только для чтения"_s);
             row("locked", u"файл «%1» занят другой программой"_s);
             row("closed directory", u"не удалось записать «%1»: "_s);
+        }
+        for (const char *gone : {"gone", "dangling link"}) {
+            QTest::addRow("%s, at once", gone)
+                << QString::fromLatin1(gone)
+                << u"Ничего не записано. Файла «%1» больше нет. Показано то, что в нём было. "
+                   "Чтобы создать его заново, перейдите к записи по команде"_s
+                << false;
         }
     }
     void writesNothingWhereItMustNot()
@@ -841,8 +887,10 @@ private Q_SLOTS:
 
         QVERIFY(QFile::remove(file));
 
-        const QString message = u"Файла «%1» больше нет. Показано то, что в нём было"_s.arg(file);
+        const QString message = u"Файла «%1» больше нет. Показано то, что в нём было. "
+                                "Команда «Записать» создаст его заново"_s.arg(file);
         QTRY_COMPARE(w.message->text(), message);
+        QVERIFY(w.action(u"submit"_s)->isEnabled());
         w.press(Qt::Key_F5);
         QCOMPARE(w.message->text(), message);
         QCOMPARE(treeText(*w.tree->model()), u"a=1"_s);
@@ -850,6 +898,295 @@ private Q_SLOTS:
         QTRY_COMPARE(w.message->text(), u"Файл изменён другой программой"_s);
         QTest::mouseClick(w.message->findChild<QPushButton *>(u"button"_s), Qt::LeftButton);
         QCOMPARE(treeText(*w.tree->model()), u"a=2"_s);
+    }
+
+    void losesNoChangeWithTheFile_data()
+    {
+        QTest::addColumn<bool>("gone");
+        QTest::newRow("gone") << true;
+        QTest::newRow("no INI any more") << false;
+    }
+    void losesNoChangeWithTheFile()
+    {
+        QFETCH(bool, gone);
+        const QByteArray broken = "just\nwords\n";
+        const QString file = makeFile("a=1\nb=2\n[g]\nk=x\n[h]\nl=y\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"9"_s);
+        w.edit(u"g/k"_s, u"new"_s);
+        w.remove(u"b"_s);
+        const QStringList pending{u"Правка|g/k|x|new"_s, u"Правка|a|1|9"_s, u"Удаление|b|2|"_s};
+        QCOMPARE(w.pendingTexts(), pending);
+        QString problem = u"«%1» - не файл INI"_s.arg(file);
+        if (gone) {
+            QVERIFY(QFile::remove(file));
+            problem = u"Файла «%1» больше нет. Показано то, что в нём было. "
+                      "Команда «Записать» создаст его заново"_s.arg(file);
+        } else {
+            write(file, broken);
+        }
+        const auto told = [gone](const std::function<void()> &action) {
+            if (!gone)
+                QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: "_s));
+            action();
+        };
+
+        told([&] { w.action(u"revert"_s)->trigger(); });
+        QCOMPARE(w.message->text(), u"Ничего не отменено. "_s + problem);
+        QCOMPARE(w.message->findChild<QPushButton *>(u"button"_s)->text(), u"Обновить"_s);
+        w.message->clear();
+        told([&] { w.dismiss(2); });
+        QCOMPARE(w.message->text(), u"Ничего не отменено. "_s + problem);
+        told([&] { w.press(Qt::Key_F5); });
+        QCOMPARE(w.message->text(), problem);
+        told([&] { w.action(u"immediate"_s)->trigger(); });
+        QCOMPARE(w.message->text(), problem);
+        QVERIFY(w.action(u"manual"_s)->isChecked());
+        QCOMPARE(w.pendingTexts(), pending);
+        QCOMPARE(treeText(*w.tree->model()), u"g{k=new} h{l=y} a=9"_s);
+
+        w.dismiss(0);
+        QCOMPARE(w.pendingTexts(), pending.mid(1));
+        QCOMPARE(treeText(*w.tree->model()), u"g{k=x} h{l=y} a=9"_s);
+
+        problem = u"Ничего не записано: "_s + problem;
+        told([&] { w.press(Qt::Key_S, Qt::ControlModifier); });
+        if (gone) {
+            QCOMPARE(contentOf(file), QByteArray("[General]\na=9\n\n[g]\nk=x\n\n[h]\nl=y\n"));
+            QCOMPARE(w.pendingTexts(), QStringList());
+            QCOMPARE(w.message->text(), QString());
+            QVERIFY(!w.action(u"submit"_s)->isEnabled());
+        } else {
+            QCOMPARE(contentOf(file), broken);
+            QCOMPARE(w.message->text(), problem);
+            QCOMPARE(w.pendingTexts(), pending.mid(1));
+        }
+    }
+
+    void writesNoLoneEntryAtOnce()
+    {
+        const QString file = makeFile("a=1\nb=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        QVERIFY(QFile::remove(file));
+
+        w.edit(u"a"_s, u"9"_s);
+        QTest::qWait(0);
+
+        QVERIFY(!QFile::exists(file));
+        QCOMPARE(w.message->text(),
+                 u"Ничего не записано. Файла «%1» больше нет. Показано то, что в нём было. "
+                 "Чтобы создать его заново, перейдите к записи по команде"_s.arg(file));
+        QVERIFY(w.isEditing());
+        w.action(u"manual"_s)->trigger();
+        w.press(Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=9\nb=2\n"));
+    }
+
+    void takesAlongWhatIsTyped_data()
+    {
+        QTest::addColumn<std::function<void(Window &)>>("action");
+        QTest::addColumn<bool>("asks");
+        QTest::addColumn<bool>("writes");
+
+        const QString other = makeFile("z=1\n");
+        const auto row = [](const char *name, const std::function<void(Window &)> &action, bool asks,
+                            bool writes) { QTest::newRow(name) << action << asks << writes; };
+        row(
+            "write", [](Window &w) { w.press(Qt::Key_S, Qt::ControlModifier); }, false, true);
+        row(
+            "close", [](Window &w) { w.window.close(), w.window.show(); }, true, true);
+        row(
+            "write at once", [](Window &w) { w.action(u"immediate"_s)->trigger(); }, true, true);
+        row(
+            "another file", [other](Window &w) { w.window.openFile(other); }, true, true);
+        row(
+            "refresh", [](Window &w) { w.press(Qt::Key_F5); }, false, false);
+        row(
+            "search",
+            [](Window &w) {
+                w.search->setText(u"k"_s);
+                QTRY_COMPARE(treeText(*w.tree->model()), u"g{k=new}"_s);
+            },
+            false, false);
+    }
+    void takesAlongWhatIsTyped()
+    {
+        QFETCH(std::function<void(Window &)>, action);
+        QFETCH(bool, asks);
+        QFETCH(bool, writes);
+        const QByteArray content = "a=1\n[g]\nk=x\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.type(u"g/k"_s, u"new"_s);
+
+        if (asks)
+            QCOMPARE(w.answer(u"Записать"_s, [&] { action(w); }),
+                     u"Изменений, которые ждут записи: 1. Записать их?|"_s);
+        else
+            action(w);
+
+        QVERIFY(!w.isEditing());
+        QCOMPARE(contentOf(file), writes ? QByteArray("[General]\na=1\n\n[g]\nk=new\n") : content);
+        QCOMPARE(w.pendingTexts(), writes ? QStringList() : QStringList{u"Правка|g/k|x|new"_s});
+    }
+
+    void waitsForWhatIsNoValueYet_data() { takesAlongWhatIsTyped_data(); }
+    void waitsForWhatIsNoValueYet()
+    {
+        QFETCH(std::function<void(Window &)>, action);
+        const QByteArray content = "a=1\nsize=@Size(1 2)\n[g]\nk=x\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"9"_s);
+        w.type(u"size"_s, u"words"_s);
+        auto *line = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+        QVERIFY(line);
+        w.message->clear();
+
+        if (QByteArray(QTest::currentDataTag()) == "search") {
+            w.search->setText(u"none"_s);
+            QTRY_VERIFY(!w.message->text().isEmpty());
+        } else {
+            action(w);
+        }
+
+        QCOMPARE(w.message->text(), u"Сначала исправьте введённое значение или отмените его правку (Esc)"_s);
+        QVERIFY(w.isEditing());
+        QCOMPARE(line->text(), u"words"_s);
+        QCOMPARE(w.window.fileName(), file);
+        QVERIFY(w.window.isVisible());
+        QVERIFY(w.action(u"manual"_s)->isChecked());
+        QCOMPARE(contentOf(file), content);
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка|a|1|9"_s});
+        w.press(Qt::Key_Escape);
+        QVERIFY(!w.isEditing());
+    }
+
+    void keepsAnEditorWhenAllIsReverted()
+    {
+        const QString file = makeFile("a=1\nb=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"9"_s);
+        w.type(u"b"_s, u"typed"_s);
+
+        w.action(u"revert"_s)->trigger();
+
+        QCOMPARE(w.pendingTexts(), QStringList());
+        QVERIFY(w.isEditing());
+        w.press(Qt::Key_Return);
+        QCOMPARE(treeText(*w.tree->model()), u"a=1 b=typed"_s);
+        w.edit(u"a"_s, u"9"_s);
+        w.type(u"b"_s, u"more"_s);
+        write(file, "a=1\n");
+        w.action(u"revert"_s)->trigger();
+        QVERIFY(!w.isEditing());
+        QCOMPARE(w.message->text(), u"Отброшено правок, записей которых больше нет: 1"_s);
+    }
+
+    void dismissesWhatItWasAskedToAlone()
+    {
+        const QString file = makeFile("a=1\nb=2\nc=3\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"9"_s);
+        w.remove(u"b"_s);
+        w.remove(u"c"_s);
+
+        // What another program removed is found with the next refresh.
+        write(file, "b=2\nc=3\n");
+        w.dismiss(1);
+        QCOMPARE(w.pendingTexts(), (QStringList{u"Правка|a|1|9"_s, u"Удаление|c|3|"_s}));
+
+        // A store of the same file in this program holds the same.
+        QSettings(file, QSettings::IniFormat).sync();
+        w.dismiss(1);
+        QCOMPARE(w.pendingTexts(), QStringList());
+        QCOMPARE(treeText(*w.tree->model()), u"b=2 c=3"_s);
+        QCOMPARE(w.message->text(), u"Отброшено правок, записей которых больше нет: 1"_s);
+    }
+
+    void asksBeforeARefreshDropsChanges()
+    {
+        const QByteArray content = "a=1\nx=2\n[x]\ny=3\n";
+        const QString file = makeFile("a=1\nx=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"9"_s);
+        w.remove(u"x"_s);
+        const QStringList pending{u"Правка|a|1|9"_s, u"Удаление|x|2|"_s};
+        write(file, content);
+        const QString question =
+            u"Обновление отбросит изменения, которые ждут записи: 2. Обновить?|Другая программа записала "
+            "в файл записи без имени или имена, которые сразу и группа, и ключ."_s;
+
+        for (const QString &name : {u"refresh"_s, u"revert"_s}) {
+            w.message->clear();
+            QCOMPARE(w.answer(u"Отмена"_s, [&] { w.action(name)->trigger(); }), question);
+            QCOMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+            QCOMPARE(w.pendingTexts(), pending);
+            QCOMPARE(treeText(*w.tree->model()), u"a=9"_s);
+        }
+        w.tree->setFocus();
+        w.press(Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(w.message->text(),
+                 u"Ничего не записано: файл изменён другой программой, и в нём теперь есть записи без "
+                 "имени или имена, которые сразу и группа, и ключ"_s);
+        w.action(u"immediate"_s)->trigger();
+        QCOMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+        QVERIFY(w.action(u"manual"_s)->isChecked());
+        w.dismiss(1);
+        QCOMPARE(treeText(*w.tree->model()), u"a=9 x=2"_s);
+        QCOMPARE(w.pendingTexts(), pending.mid(0, 1));
+        QCOMPARE(contentOf(file), content);
+
+        w.answer(u"Обновить"_s, [&] { w.press(Qt::Key_F5); });
+
+        QCOMPARE(w.message->text(), u"Отброшено изменений, которые ждали записи: 1"_s);
+        QCOMPARE(w.pendingTexts(), QStringList());
+        QCOMPARE(treeText(*w.tree->model()), u"x{y=3} a=1 x=2"_s);
+        QVERIFY(w.action(u"immediate"_s)->isChecked());
+    }
+
+    void keepsGroupsExpandedThatWereAway()
+    {
+        const QString file = makeFile("a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
+        Window w;
+        w.window.openFile(file);
+        w.tree->collapse(w.at(u"g/flat"_s));
+        w.tree->collapse(w.at(u"h"_s));
+        const auto expanded = [&w] {
+            QStringList paths;
+            for (const QString &path : {u"g"_s, u"g/deep"_s, u"g/flat"_s, u"h"_s}) {
+                if (w.tree->isExpanded(w.at(path)))
+                    paths += path;
+            }
+            return paths.join(u' ');
+        };
+        QCOMPARE(expanded(), u"g g/deep"_s);
+
+        w.remove(u"g"_s);
+        w.remove(u"h"_s);
+        QCOMPARE(expanded(), QString());
+        w.action(u"revert"_s)->trigger();
+        QCOMPARE(expanded(), u"g g/deep"_s);
+
+        w.remove(u"g/deep"_s);
+        w.dismiss(0);
+        QCOMPARE(expanded(), u"g g/deep"_s);
+
+        w.search->setFocus();
+        for (const QString &text : {u"nothing at all"_s, QString()}) {
+            w.search->setText(text);
+            w.press(Qt::Key_Return);
+            w.search->setFocus();
+        }
+        QCOMPARE(expanded(), u"g g/deep"_s);
     }
 
     void showsReadOnlyFilesReadOnly()

@@ -9,6 +9,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
+#include <QDir>
 #include <QMap>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -16,6 +17,7 @@
 #include <QTreeView>
 
 #include <algorithm>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -33,6 +35,13 @@ QStringList texts(const SettingsChanges &changes)
                                                 settingsValueText(change.newValue));
     }
     return result;
+}
+
+void write(const QString &name, const QByteArray &content)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write");
 }
 
 /// Store, model and list.
@@ -260,6 +269,156 @@ private Q_SLOTS:
         f.model.submitAll();
         QCOMPARE(entries(*f.store),
                  (QStringList{u"b=9"_s, u"c=3"_s, u"e=7"_s, u"f/new=0"_s, u"g/j=0"_s, u"g/k=5"_s}));
+    }
+
+    void dismissesWithoutReadingTheFile()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\nc=3\n"));
+        f.edit({u"a"_s}, u"9"_s);
+        f.remove({u"b"_s});
+        write(f.store->fileName(), "b=2\nc=4\n");
+
+        QCOMPARE(f.changes.dismiss(1), 0);
+
+        QCOMPARE(treeText(f.model), u"a=9 b=2 c=3"_s);
+        QCOMPARE(texts(f.changes), QStringList{u"edit a 1 -> 9"_s});
+    }
+
+    void tellsWhatADismissalDropped()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\nc=3\n"));
+        f.edit({u"a"_s}, u"9"_s);
+        f.edit({u"c"_s}, u"8"_s);
+        f.remove({u"b"_s});
+        f.store->remove(u"a"_s);
+
+        QCOMPARE(f.changes.dismiss(2), 1);
+
+        QCOMPARE(treeText(f.model), u"b=2 c=8"_s);
+        QCOMPARE(texts(f.changes), QStringList{u"edit c 3 -> 8"_s});
+    }
+
+    void dismissesBesideWhatIsNotListedYet()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\nc=3\n"));
+        f.remove({u"a"_s});
+        f.model.removeRow(0); // b
+
+        QCOMPARE(f.changes.dismiss(0), 0);
+
+        QCOMPARE(treeText(f.model), u"a=1 c=3"_s);
+        QCOMPARE(texts(f.changes), QStringList{u"removal b"_s});
+    }
+
+    void losesNothingWithTheFile_data()
+    {
+        using State = SettingsChanges::StoreState;
+        QTest::addColumn<std::function<void(const QString &)>>("spoil");
+        QTest::addColumn<State>("state");
+        QTest::addColumn<bool>("readAgain");
+
+        const std::function<void(const QString &)> remove = [](const QString &file) { QFile::remove(file); };
+        const std::function<void(const QString &)> overwrite = [](const QString &file) {
+            write(file, "just\nwords\n");
+        };
+        const std::function<void(const QString &)> block = [](const QString &file) {
+            QFile::remove(file);
+            QDir().mkdir(file);
+        };
+        QTest::newRow("deleted") << remove << State::Missing << false;
+        QTest::newRow("deleted, and somebody else in this process read it")
+            << remove << State::Missing << true;
+        QTest::newRow("no INI any more") << overwrite << State::Unreadable << false;
+        QTest::newRow("no INI any more, and somebody else in this process read it")
+            << overwrite << State::Unreadable << true;
+        QTest::newRow("a directory in its place") << block << State::Unreadable << false;
+    }
+
+    void losesNothingWithTheFile()
+    {
+        QFETCH(std::function<void(const QString &)>, spoil);
+        QFETCH(SettingsChanges::StoreState, state);
+        QFETCH(bool, readAgain);
+        Fixture f(m_files.parsed("a=1\nb=2\nc=3\n[g]\nk=4\n[h]\nl=5\n"));
+        QVERIFY(f.changes.storeState() == SettingsChanges::StoreState::Readable);
+        f.edit({u"a"_s}, u"9"_s);
+        f.edit({u"g"_s, u"k"_s}, u"8"_s);
+        f.remove({u"b"_s});
+        f.remove({u"h"_s});
+        const QStringList pending{u"edit g/k 4 -> 8"_s, u"edit a 1 -> 9"_s, u"removal b"_s, u"removal h/"_s};
+        QCOMPARE(texts(f.changes), pending);
+        const QString oldValue = f.changes.index(2, SettingsChanges::OldColumn).data().toString();
+        QSignalSpy changed(&f.changes, &SettingsChanges::changed);
+
+        spoil(f.store->fileName());
+        if (readAgain)
+            QSettings(f.store->fileName(), QSettings::IniFormat).allKeys();
+
+        QVERIFY(f.changes.storeState() == state);
+        QVERIFY(!f.changes.dismissAll());
+        QCOMPARE(f.changes.dismiss(2), -1);
+        QCOMPARE(f.changes.dismiss(3), -1);
+        QCOMPARE(f.changes.refresh(), -1);
+        if (!readAgain) {
+            QCOMPARE(texts(f.changes), pending);
+            QCOMPARE(changed.size(), 0);
+        }
+        QCOMPARE(treeText(f.model), u"g{k=8} a=9 c=3"_s);
+
+        f.changes.synchronize();
+        QCOMPARE(f.changes.rowCount(), 4);
+        QCOMPARE(f.changes.index(2, SettingsChanges::OldColumn).data().toString(), oldValue);
+        QCOMPARE(f.changes.dismiss(0), 0);
+        QCOMPARE(treeText(f.model), u"g{k=4} a=9 c=3"_s);
+        QCOMPARE(f.changes.rowCount(), 3);
+        QVERIFY(!f.changes.isEdited(u"g/k"_s));
+    }
+
+    void findsAFileThatIsBack()
+    {
+        const QByteArray content = "a=1\nb=2\nc=3\n";
+        Fixture f(m_files.parsed(content));
+        f.edit({u"a"_s}, u"9"_s);
+        f.remove({u"b"_s});
+        QFile::remove(f.store->fileName());
+        QSettings(f.store->fileName(), QSettings::IniFormat).allKeys(); // reads for both
+        write(f.store->fileName(), content);
+
+        QCOMPARE(f.changes.dismiss(1), 0);
+
+        QCOMPARE(treeText(f.model), u"a=9 b=2 c=3"_s);
+        QCOMPARE(texts(f.changes), QStringList{u"edit a 1 -> 9"_s});
+    }
+
+    void writesAMissingFileAnew()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\nc=3\n"));
+        f.edit({u"a"_s}, u"9"_s);
+        f.remove({u"b"_s});
+        QFile::remove(f.store->fileName());
+
+        f.model.submitAll();
+        f.store->sync();
+
+        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.isEmpty());
+        QCOMPARE(entries(*m_files.reparsed(*f.store)), (QStringList{u"a=9"_s, u"c=3"_s}));
+    }
+
+    void mergesAStoreWhoseFileIsToCome()
+    {
+        Fixture f(m_files.empty());
+        QVERIFY(f.changes.storeState() == SettingsChanges::StoreState::Readable);
+        QCOMPARE(f.changes.refresh(), 0);
+        write(f.store->fileName(), "a=1\n");
+
+        QCOMPARE(f.changes.refresh(), 0);
+
+        QCOMPARE(treeText(f.model), u"a=1"_s);
+        QFile::remove(f.store->fileName());
+        QVERIFY(f.changes.storeState() == SettingsChanges::StoreState::Missing);
+        QCOMPARE(f.changes.refresh(), -1);
+        QCOMPARE(treeText(f.model), u"a=1"_s);
     }
 
     void refreshesWhatIsReadOnly()

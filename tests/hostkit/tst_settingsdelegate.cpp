@@ -759,6 +759,50 @@ private Q_SLOTS:
         QVERIFY(qobject_cast<QPlainTextEdit *>(window.open(u"k"_s)));
     }
 
+    void endsWhenTheHostAsks()
+    {
+        SettingsFiles files;
+        auto settings = files.empty();
+        settings->setValue(u"number"_s, 5);
+        settings->setValue(u"list"_s, QStringList{u"a"_s, u"b"_s});
+        Window window(std::move(settings));
+        QVERIFY(!SettingsDelegate::isEditing(&window));
+        QVERIFY(SettingsDelegate::finishEditing(&window));
+
+        QVERIFY(window.open(u"number"_s));
+        type(u"12"_s);
+        QVERIFY(SettingsDelegate::isEditing(&window));
+        QVERIFY(SettingsDelegate::finishEditing(&window));
+        QVERIFY(!SettingsDelegate::isEditing(&window));
+        QVERIFY(!window.isEditing());
+        QCOMPARE(window.value(u"number"_s), QVariant(12));
+
+        QVERIFY(window.open(u"number"_s));
+        type(u"words"_s);
+        QVERIFY(!SettingsDelegate::finishEditing(&window));
+        QVERIFY(SettingsDelegate::isEditing(&window));
+        QVERIFY(window.isEditing());
+        QCOMPARE(window.value(u"number"_s), QVariant(12));
+        press(Qt::Key_Escape);
+        QVERIFY(!SettingsDelegate::isEditing(&window));
+
+        QVERIFY(window.open(u"number"_s));
+        type(u"13"_s);
+        window.model.setReadOnly(true);
+        QVERIFY(!SettingsDelegate::finishEditing(&window));
+        QVERIFY(window.isEditing());
+        window.model.setReadOnly(false);
+        QVERIFY(SettingsDelegate::finishEditing(&window));
+        QCOMPARE(window.value(u"number"_s), QVariant(13));
+
+        // The item that is open in the list goes along.
+        QVERIFY(window.open(u"list"_s));
+        press(Qt::Key_Return);
+        type(u"x"_s);
+        QVERIFY(SettingsDelegate::finishEditing(&window));
+        QCOMPARE(window.value(u"list"_s), QVariant(QStringList{u"x"_s, u"b"_s}));
+    }
+
     void editsListsItemByItem()
     {
         auto settings = m_files.empty();
