@@ -187,6 +187,80 @@ bool isEpoch(const QString &text)
            text == "1970.01.01 00:00:00.000"_L1;
 }
 
+/// Takes a whole number of at least so many digits off the front of \a text.
+std::optional<int> takeNumber(QStringView &text, qsizetype digits)
+{
+    qsizetype size = 0;
+    int number = 0;
+    while (size < text.size() && size < 8 && text[size] >= u'0' && text[size] <= u'9')
+        number = number * 10 + (text[size++].unicode() - u'0');
+    if (size < digits)
+        return std::nullopt;
+    text = text.sliced(size);
+    return number;
+}
+
+bool take(QStringView &text, QLatin1StringView expected)
+{
+    if (!text.startsWith(expected))
+        return false;
+    text = text.sliced(expected.size());
+    return true;
+}
+
+/// Reads "2017-01-31", "2017-01-31 14:30:00.125" and, where \a isServers, "0044-03-15 BC"; elsewhere also "T" in the
+/// place of the blank, a time without seconds, and "Z" behind it.
+CellProblem readIso(QStringView text, bool isServers, qint64 &milliseconds)
+{
+    const auto year = takeNumber(text, 4);
+    const bool hasMonth = year && take(text, "-"_L1);
+    const auto month = hasMonth ? takeNumber(text, 2) : std::nullopt;
+    const bool hasDay = month && take(text, "-"_L1);
+    const auto day = hasDay ? takeNumber(text, 2) : std::nullopt;
+    if (!day)
+        return CellProblem::Date;
+    QTime time(0, 0);
+    bool isTooFine = false;
+    if (text.size() >= 2 && text[1].isDigit() && (take(text, " "_L1) || (!isServers && take(text, "T"_L1)))) {
+        const auto hours = takeNumber(text, 2);
+        const auto minutes = hours && take(text, ":"_L1) ? takeNumber(text, 2) : std::nullopt;
+        if (!minutes)
+            return CellProblem::Date;
+        int seconds = 0;
+        int fraction = 0;
+        if (take(text, ":"_L1)) {
+            const auto read = takeNumber(text, 2);
+            if (!read)
+                return CellProblem::Date;
+            seconds = *read;
+            if (take(text, "."_L1)) {
+                int unit = 100;
+                for (; !text.isEmpty() && text[0] >= u'0' && text[0] <= u'9';
+                     text = text.sliced(1), unit /= 10) {
+                    const int digit = text[0].unicode() - u'0';
+                    fraction += digit * unit;
+                    isTooFine = isTooFine || (unit == 0 && digit != 0);
+                }
+            }
+        } else if (isServers) {
+            return CellProblem::Date;
+        }
+        time = QTime(*hours, *minutes, seconds, fraction);
+        if (!isServers)
+            take(text, "Z"_L1);
+    }
+    const bool isBeforeChrist = isServers && take(text, " BC"_L1);
+    const QDate date(isBeforeChrist ? -*year : *year, *month, *day);
+    if (!text.isEmpty() || !date.isValid() || !time.isValid())
+        return CellProblem::Date;
+    if (isTooFine)
+        return CellProblem::Fraction;
+    constexpr qint64 epoch = 2'440'588;
+    constexpr qint64 millisecondsPerDay = 86'400'000;
+    milliseconds = (date.toJulianDay() - epoch) * millisecondsPerDay + time.msecsSinceStartOfDay();
+    return milliseconds == 0 ? CellProblem::EpochDate : CellProblem::None;
+}
+
 } // namespace
 
 std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, const QString &declaredType,
@@ -415,6 +489,7 @@ CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
     m_neededScale = number->scale;
     m_neededWhole = number->digits.size() - number->scale;
     m_widestWhole = std::max(m_widestWhole, m_neededWhole);
+    m_widestScale = std::max(m_widestScale, m_neededScale);
     if (m_neededScale > m_spec.length || m_neededWhole > m_digits - m_spec.length)
         return CellProblem::Digits;
 
@@ -438,18 +513,27 @@ CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
 
 bool SourceColumn::widen()
 {
+    if (m_spec.type == FieldType::Int) {
+        m_spec.type = FieldType::Int64;
+        m_reader = &SourceColumn::readInt64;
+        return true;
+    }
     if (isText()) {
-        // A character takes at most two units.
-        if (2 * m_spec.length <= maxVarChar)
-            m_spec.length *= 2;
+        // A character takes at most two units, where characters are what is declared.
+        const qsizetype length = std::max<qsizetype>(2 * m_spec.length, m_neededLength);
+        if (length <= maxVarChar)
+            m_spec.length = int(length);
         else
             m_spec = {.name = m_spec.name, .type = FieldType::String, .nullable = m_spec.nullable};
         return true;
     }
-    const qint64 scale = std::max<qint64>(m_neededScale, m_spec.length);
     // The quick ways read no number of more digits before the point than the least here.
     const qint64 whole = m_isOpen ? std::max(m_widestWhole, openWhole)
                                   : std::max<qint64>(m_neededWhole, m_digits - m_spec.length);
+    qint64 scale = std::max<qint64>(m_neededScale, m_spec.length);
+    // Nobody asked for more than the values need. One that was read the quick way asks again.
+    if (m_isOpen && whole + scale > xdecimalDigits)
+        scale = m_widestScale;
     if (scale > decimal::maxScale || whole + scale > xdecimalDigits)
         return false;
     m_spec.length = int(scale);
@@ -471,8 +555,10 @@ CellProblem SourceColumn::readText(const QVariant &value, CellValue &cell)
         return CellProblem::WrongKind;
     const auto &text = *static_cast<const QString *>(value.constData());
     if (m_spec.type == FieldType::VarChar) {
-        if (text.size() > m_spec.length)
+        if (text.size() > m_spec.length) {
+            m_neededLength = std::max(m_neededLength, text.size());
             return CellProblem::TextLength;
+        }
         if (text.contains(QChar(u'\0')))
             return CellProblem::NulInText;
     }
@@ -487,8 +573,10 @@ CellProblem SourceColumn::readDateTime(const QVariant &value, CellValue &cell)
     case QMetaType::QString: {
         const auto &text = *static_cast<const QString *>(value.constData());
         milliseconds = datetime(text).milliseconds();
-        if (milliseconds == 0 && !text.isEmpty())
-            return isEpoch(text) ? CellProblem::EpochDate : CellProblem::Date;
+        if (milliseconds == 0 && !text.isEmpty()) {
+            if (const CellProblem problem = readIso(text, false, milliseconds); problem != CellProblem::None)
+                return isEpoch(text) ? CellProblem::EpochDate : problem;
+        }
         cell = datetime(milliseconds);
         return CellProblem::None;
     }
@@ -524,77 +612,15 @@ void SourceColumn::takeServerTexts()
         m_reader = &SourceColumn::readServerDateTime;
 }
 
-namespace {
-
-/// Takes a whole number of at least so many digits off the front of \a text.
-std::optional<int> takeNumber(QStringView &text, qsizetype digits)
-{
-    qsizetype size = 0;
-    int number = 0;
-    while (size < text.size() && size < 8 && text[size] >= u'0' && text[size] <= u'9')
-        number = number * 10 + (text[size++].unicode() - u'0');
-    if (size < digits)
-        return std::nullopt;
-    text = text.sliced(size);
-    return number;
-}
-
-bool take(QStringView &text, QLatin1StringView expected)
-{
-    if (!text.startsWith(expected))
-        return false;
-    text = text.sliced(expected.size());
-    return true;
-}
-
-} // namespace
-
-/// Reads "2017-01-31", "2017-01-31 14:30:00.125" and "0044-03-15 BC".
 CellProblem SourceColumn::readServerDateTime(const QVariant &value, CellValue &cell)
 {
     if (value.typeId() != QMetaType::QString)
         return CellProblem::WrongKind;
-    QStringView text = *static_cast<const QString *>(value.constData());
-    const auto year = takeNumber(text, 4);
-    const bool hasMonth = year && take(text, "-"_L1);
-    const auto month = hasMonth ? takeNumber(text, 2) : std::nullopt;
-    const bool hasDay = month && take(text, "-"_L1);
-    const auto day = hasDay ? takeNumber(text, 2) : std::nullopt;
-    if (!day)
-        return CellProblem::Date;
-    qint64 time = 0;
-    bool isTooFine = false;
-    if (text.size() >= 9 && text[0] == u' ' && text[1].isDigit()) {
-        text = text.sliced(1);
-        for (const bool isLast : {false, false, true}) {
-            const auto part = takeNumber(text, 2);
-            if (!part || (!isLast && !take(text, ":"_L1)))
-                return CellProblem::Date;
-            time = time * 60 + *part;
-        }
-        time *= 1000;
-        if (take(text, "."_L1)) {
-            int unit = 100;
-            for (; !text.isEmpty() && text[0] >= u'0' && text[0] <= u'9'; text = text.sliced(1), unit /= 10) {
-                const int digit = text[0].unicode() - u'0';
-                time += digit * unit;
-                isTooFine = isTooFine || (unit == 0 && digit != 0);
-            }
-        }
-    }
-    const bool isBeforeChrist = take(text, " BC"_L1);
-    const QDate date(isBeforeChrist ? -*year : *year, *month, *day);
-    if (!text.isEmpty() || !date.isValid())
-        return CellProblem::Date;
-    if (isTooFine)
-        return CellProblem::Fraction;
-    constexpr qint64 epoch = 2'440'588;
-    constexpr qint64 millisecondsPerDay = 86'400'000;
-    const qint64 milliseconds = (date.toJulianDay() - epoch) * millisecondsPerDay + time;
-    if (milliseconds == 0)
-        return CellProblem::EpochDate;
-    cell = datetime(milliseconds);
-    return CellProblem::None;
+    qint64 milliseconds = 0;
+    const CellProblem problem = readIso(*static_cast<const QString *>(value.constData()), true, milliseconds);
+    if (problem == CellProblem::None)
+        cell = datetime(milliseconds);
+    return problem;
 }
 
 CellProblem SourceColumn::readBytes(const QVariant &value, CellValue &cell)

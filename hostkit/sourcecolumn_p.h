@@ -52,8 +52,8 @@ public:
     }
 
     /// Gives a decimal column the digits that the value needs which was just refused with
-    /// CellProblem::Digits, on either side of the point; and a VarChar column that counts characters the
-    /// UTF-16 units that as many of them may take. False, and nothing changed, when no type holds so many.
+    /// CellProblem::Digits, on either side of the point; a VarChar column the UTF-16 units of a text refused with
+    /// CellProblem::TextLength; and an Int column 64 bits. False, and nothing changed, when no type holds so many.
     bool widen();
 
     /// Takes dates as PostgreSQL writes them, for a column that has not read anything yet.
@@ -92,5 +92,7 @@ private:
     /// so far.
     bool m_isOpen = false;
     qint64 m_widestWhole = 0;
+    qint64 m_widestScale = 0;     ///< of those read as texts
+    qsizetype m_neededLength = 0; ///< the longest text refused
     Reader m_reader = nullptr;
 };

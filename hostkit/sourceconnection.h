@@ -27,7 +27,7 @@
 /// **Loaded tables** belong to MemoryDatabase and stay there when another source is opened and when this
 /// object is destroyed. The host drops them with closeTables(), once nothing refers to them any more.
 ///
-/// Decimal columns get the digits that their values need (TableLoader::Digits::AsNeeded); columnNotes() tells
+/// Columns get the room that their values need (TableLoader::Digits::AsNeeded); columnNotes() tells
 /// of which that is so. After a server went away during a load(), the next load() connects anew.
 ///
 /// All members are called in the thread in which the object lives, which needs an event loop.

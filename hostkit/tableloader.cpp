@@ -689,7 +689,8 @@ bool TableLoader::Private::read(const QString &table, Source &source, const std:
                 value = PostgresDialect::text(value.toString());
             CellProblem problem = columns[i].read(value, cells[i]);
             const bool needsRoom =
-                (problem == CellProblem::Digits) || (problem == CellProblem::TextLength && isPostgres);
+                problem == CellProblem::Digits || problem == CellProblem::TextLength ||
+                (problem == CellProblem::OutOfRange && columns[i].spec().type == FieldType::Int);
             if (needsRoom && digits == Digits::AsNeeded && columns[i].widen()) {
                 isWidened = true;
                 continue;

@@ -46,10 +46,11 @@ class MemoryTable;
 ///
 /// **Values are never damaged.** What a database holds in a column need not be what the column declares. A
 /// value that its field cannot hold exactly makes the load fail: a text or a fraction in an integer, an
-/// integer of more than 32 bits in an Int (declare such a column BIGINT), more digits than declared, a text
-/// that is too long or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
+/// integer of more than 32 bits in an Int, more digits than declared, a text
+/// that is too long (for these three see Digits) or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
 /// absent value where none is admitted. A binary floating-point number in a decimal column counts as the
-/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &); the empty
+/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &), and as ISO 8601
+/// has them: "2017-01-31T14:30", "2017-01-31 14:30:00.125", "2017-01-31T14:30:00Z"; the empty
 /// text means no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no
 /// date". Numbers are no dates.
 ///
@@ -81,13 +82,14 @@ public:
     /// Is told how far the load has come, in the thread of the loader; false cancels the load.
     using ProgressFunction = std::function<bool(const Progress &)>;
 
-    /// What becomes of a decimal column whose values have more digits than it declares. SQLite, for one, does
-    /// not hold its columns to that.
+    /// What becomes of a column whose values need more room than it declares. SQLite, for one, does not hold its
+    /// columns to that.
     enum class Digits {
         /// The load fails.
         AsDeclared,
-        /// The column gets as many digits, on either side of the point, as its values need, up to 36. So
-        /// does a VARCHAR(n) or CHAR(n) column of PostgreSQL, which counts characters, get as many UTF-16 units.
+        /// A decimal column gets as many digits, on either side of the point, as its values need, up to 36; a
+        /// VARCHAR(n) or CHAR(n) column as many UTF-16 units (PostgreSQL counts characters); an Int column with an
+        /// integer of more than 32 bits becomes an Int64.
         AsNeeded,
     };
 

@@ -424,6 +424,18 @@ private Q_SLOTS:
             "'a\u013D' не подходит к типу String (байты не составляют текста)");
         row("unreadable date", "DATE", "'03.01.2017'", "'03.01.2017' не подходит к типу DateTime (не дата)");
         row("day that is not", "DATE", "'2017-02-29'", "'2017-02-29' не подходит к типу DateTime (не дата)");
+        row("minutes that are not", "DATE", "'2017-01-31T14:60'",
+            "'2017-01-31T14:60' не подходит к типу DateTime (не дата)");
+        row("hours that are not", "DATE", "'2017-01-31 24:00:00.5'",
+            "'2017-01-31 24:00:00.5' не подходит к типу DateTime (не дата)");
+        row("date with a tail", "DATE", "'2017-01-31T14:30:00Zulu'",
+            "'2017-01-31T14:30:00Zulu' не подходит к типу DateTime (не дата)");
+        row("date of a server", "DATE", "'0044-03-15 BC'",
+            "'0044-03-15 BC' не подходит к типу DateTime (не дата)");
+        row("too fine a time", "DATE", "'2017-01-31 14:30:00.1234'",
+            "'2017-01-31 14:30:00.1234' не подходит к типу DateTime (время точнее миллисекунды)");
+        row("the epoch with a T", "DATE", "'1970-01-01T00:00'",
+            "'1970-01-01T00:00' не подходит к типу DateTime (это мгновение обозначает отсутствие даты)");
         row("number as date", "DATE", "20170103",
             "20170103 не подходит к типу DateTime (значение другого рода)");
         row("the epoch", "DATE", "'1970-01-01'",
@@ -575,6 +587,64 @@ private Q_SLOTS:
         QCOMPARE(typeText(table->columnSpec(3)), u"c Decimal(2)?"_s);
         QCOMPARE(typeText(loader.columns(u"t"_s).at(1)), u"a Decimal(2)?"_s);
         QCOMPARE(progress, QStringList({u"0"_s, u"0"_s, u"3"_s}));
+    }
+
+    void readsIsoDates()
+    {
+        execute(u"CREATE TABLE t (d DATETIME)"_s);
+        for (const QString &date :
+             {u"2017-01-31T14:30:00"_s, u"2017-01-31 14:30"_s, u"2017-01-31T14:30"_s,
+              u"2017-01-31T14:30:00Z"_s, u"2017-01-31 14:30:00.5"_s, u"2017-01-31 14:30:00.125"_s,
+              u"2017-01-31 14:30:00.125000"_s, u"9999-12-31 23:59:59.999"_s})
+            execute(u"INSERT INTO t VALUES ('%1')"_s.arg(date));
+
+        const auto table = TableLoader(connection()).load(u"t"_s);
+
+        const QString halfPastTwo = u"2017.01.31 14:30:00.000"_s;
+        QCOMPARE(texts(*table), QStringList({halfPastTwo, halfPastTwo, halfPastTwo, halfPastTwo,
+                                             u"2017.01.31 14:30:00.500"_s, u"2017.01.31 14:30:00.125"_s,
+                                             u"2017.01.31 14:30:00.125"_s, u"9999.12.31 23:59:59.999"_s}));
+    }
+
+    void givesColumnsTheRoomThatTheirValuesNeed()
+    {
+        execute(u"CREATE TABLE t (id INTEGER, name VARCHAR(3), note VARCHAR(2), n INTEGER)"_s);
+        execute(u"INSERT INTO t VALUES (1, 'abc', 'x', 7)"_s);
+        execute(u"INSERT INTO t VALUES (9223372036854775807, 'ab😀', '%1', 8)"_s.arg(QString(40'000, u'y')));
+        execute(u"INSERT INTO t VALUES (-2147483649, 'ten units.', '', 9)"_s);
+        TableLoader loader(connection());
+        loader.setDigits(TableLoader::Digits::AsNeeded);
+
+        const auto table = loader.load(u"t"_s);
+
+        QCOMPARE(texts(*table),
+                 QStringList({u"1 | abc | x | 7"_s,
+                              u"9223372036854775807 | ab😀 | %1 | 8"_s.arg(QString(40'000, u'y')),
+                              u"-2147483649 | ten units. |  | 9"_s}));
+        QCOMPARE(typeText(table->columnSpec(0)), u"id Int64(0)?"_s);
+        QCOMPARE(typeText(table->columnSpec(1)), u"name VarChar(12)?"_s);
+        QCOMPARE(typeText(table->columnSpec(2)), u"note String(0)?"_s);
+        QCOMPARE(typeText(table->columnSpec(3)), u"n Int(0)?"_s);
+    }
+
+    void keepsNoDigitsThatNobodyAskedFor()
+    {
+        execute(u"CREATE TABLE t (n NUMERIC, m NUMERIC)"_s);
+        execute(u"INSERT INTO t VALUES (1.25, 0.5)"_s);
+        execute(u"INSERT INTO t VALUES (1e27, 123456789012345678901234567890)"_s);
+        execute(u"INSERT INTO t VALUES (0.00000001, 0.123456)"_s);
+        TableLoader loader(connection());
+        loader.setDigits(TableLoader::Digits::AsNeeded);
+
+        const auto table = loader.load(u"t"_s);
+
+        QCOMPARE(
+            texts(*table),
+            QStringList({u"1.25000000 | 0.500000"_s,
+                         u"1000000000000000000000000000.00000000 | 123456789012345680000000000000.000000"_s,
+                         u"0.00000001 | 0.123456"_s}));
+        QCOMPARE(typeText(table->columnSpec(0)), u"n XDecimal(8)?"_s);
+        QCOMPARE(typeText(table->columnSpec(1)), u"m XDecimal(6)?"_s);
     }
 
     void refusesDigitsThatNoTypeHolds()
