@@ -35,7 +35,8 @@ struct HOSTKIT_EXPORT SourceLocation
 
     /// Whether it is a file and not a server.
     bool isFile() const;
-    /// The address without the password. fromUrl() gives the same location again, but for the password.
+    /// The address without the password, of a file or a PostgreSQL server. fromUrl() gives the same location again,
+    /// but for the password.
     QString toUrl() const;
     /// In one line for people: the file's name as given, or "user@host:port/database".
     QString displayName() const;

@@ -341,6 +341,8 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
     }
     if (query.lastError().isValid())
         fail(query.lastError());
+    if (result.columns.empty())
+        throw Exception(TableLoader::tr("Таблица «%1» не имеет столбцов").arg(table));
     return result;
 }
 

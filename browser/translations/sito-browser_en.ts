@@ -1939,6 +1939,10 @@ Open an SQLite file, or drop one here.</translation>
         <source>время точнее миллисекунды</source>
         <translation>a time finer than a millisecond</translation>
     </message>
+    <message>
+        <source>Таблица «%1» не имеет столбцов</source>
+        <translation>Table &apos;%1&apos; has no columns</translation>
+    </message>
 </context>
 <context>
     <name>TableModel</name>

@@ -173,6 +173,16 @@ private Q_SLOTS:
         QCOMPARE(message, u"Таблица «t», столбец «c»: тип «%1» не поддерживается"_s.arg(shown));
     }
 
+    void refusesATableWithoutColumns()
+    {
+        execute(u"CREATE TABLE t ()"_s);
+
+        const QString message =
+            exceptionMessage([&] { TableLoader(m_database->connection()).columns(u"t"_s); });
+
+        QCOMPARE(message, u"Таблица «t» не имеет столбцов"_s);
+    }
+
     void domainsAreWhatTheyRestOn()
     {
         execute(u"CREATE DOMAIN price AS numeric(9,3)"_s);
