@@ -43,8 +43,7 @@ class TableModelPrivate;
 /// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header in
 /// the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
 /// painting is some milliseconds for a million rows, but grows with the number of selected rows, since Qt
-/// follows each of them (a second for a million; several, and some at each step of scrolling, where the selected
-/// rows are not next to each other).
+/// follows each of them (a second or more for a million); a ViewAnchor sees to that.
 class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
 {
     Q_OBJECT

@@ -8,6 +8,15 @@
 #include <QTableView>
 
 #include <algorithm>
+#include <map>
+#include <utility>
+
+namespace {
+
+constexpr qsizetype manyRows = 2000;
+constexpr size_t manyPieces = 2000;
+
+} // namespace
 
 ViewAnchor::ViewAnchor(QTableView *view, TableModel *model) : QObject(view), m_view(view), m_model(model)
 {
@@ -24,6 +33,7 @@ void ViewAnchor::remember()
         return;
 
     moveCurrent();
+    takeSelection();
     const QScrollBar *bar = m_view->verticalScrollBar();
     const int top = m_view->rowAt(0);
     if (bar->value() == bar->minimum() || top < 0)
@@ -46,8 +56,70 @@ void ViewAnchor::remember()
     m_offset = 0;
 }
 
+void ViewAnchor::takeSelection()
+{
+    const QItemSelection selection = m_view->selectionModel()->selection();
+    qsizetype rows = 0;
+    for (const QItemSelectionRange &range : selection)
+        rows += range.height();
+    if (rows <= manyRows)
+        return;
+
+    // For each extent of columns the rows after the pass.
+    std::map<std::pair<int, int>, std::vector<bool>> places;
+    for (const QItemSelectionRange &range : selection) {
+        std::vector<bool> &selected = places[{range.left(), range.right()}];
+        selected.resize(size_t(m_model->rowCount() + 1));
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            const int place = m_model->rowAfterPass(row);
+            if (place >= 0 && size_t(place) >= selected.size())
+                selected.resize(size_t(place) + 1);
+            if (place >= 0)
+                selected[size_t(place)] = true;
+        }
+    }
+    m_pieces.clear();
+    for (const auto &[columns, selected] : places) {
+        for (size_t row = 0; row < selected.size() && m_pieces.size() <= manyPieces; ++row) {
+            if (!selected[row])
+                continue;
+            const size_t first = row;
+            while (row + 1 < selected.size() && selected[row + 1])
+                ++row;
+            m_pieces.push_back({int(first), int(row), columns.first, columns.second});
+        }
+    }
+    m_isDropped = m_pieces.size() > manyPieces;
+    if (m_isDropped) {
+        m_pieces.clear();
+        const QModelIndex current = m_view->currentIndex();
+        const int place = current.isValid() ? m_model->rowAfterPass(current.row()) : -1;
+        const auto holds = [&current](const QItemSelectionRange &range) { return range.contains(current); };
+        const auto range = std::find_if(selection.begin(), selection.end(), holds);
+        if (place >= 0 && range != selection.end())
+            m_pieces.push_back({place, place, range->left(), range->right()});
+    }
+    m_isTaken = true;
+    m_view->selectionModel()->clearSelection();
+}
+
+void ViewAnchor::giveSelectionBack()
+{
+    if (!std::exchange(m_isTaken, false) || m_view->model() != m_model)
+        return;
+    QItemSelection selection;
+    for (const Piece &piece : std::exchange(m_pieces, {})) {
+        selection.append(QItemSelectionRange(m_model->index(piece.firstRow, piece.firstColumn),
+                                             m_model->index(piece.lastRow, piece.lastColumn)));
+    }
+    m_view->selectionModel()->select(selection, QItemSelectionModel::Select);
+    if (std::exchange(m_isDropped, false))
+        Q_EMIT selectionDropped();
+}
+
 void ViewAnchor::restore()
 {
+    giveSelectionBack();
     if (m_row < 0 || m_view->model() != m_model)
         return;
 

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <vector>
+
 class QTableView;
 class TableModel;
 
@@ -17,6 +19,12 @@ class TableModel;
 ///
 /// **Current index.** When its row vanishes, the nearest surviving row becomes current, first of those below,
 /// then of those above, in the same column; nothing is selected and nothing scrolls by that.
+///
+/// **Selection.** It stays with its rows. Qt follows every selected row by itself, which takes seconds for hundreds
+/// of thousands of them: a selection of more than 2000 rows is taken away while the rows move and made anew afterwards,
+/// with selectionChanged() for both. A view also looks at all pieces of a selection for each cell that it paints, so
+/// that one which would fall into more than 2000 pieces is given up, but for the current row; selectionDropped()
+/// tells of it.
 class HOSTKIT_EXPORT ViewAnchor : public QObject
 {
     Q_OBJECT
@@ -25,8 +33,22 @@ public:
     ViewAnchor(QTableView *view, TableModel *model);
     ~ViewAnchor() override;
 
+Q_SIGNALS:
+    void selectionDropped();
+
 private:
+    /// Selected cells, by the rows as they will be after the pass.
+    struct Piece
+    {
+        int firstRow;
+        int lastRow;
+        int firstColumn;
+        int lastColumn;
+    };
+
     void remember();
+    void takeSelection();
+    void giveSelectionBack();
     void restore();
     int nearestSurvivor(int row) const;
     void moveCurrent();
@@ -37,4 +59,8 @@ private:
     int m_row = -1;
     /// Where the row stands below the top of the viewport.
     int m_offset = 0;
+    /// The selection while it is taken away.
+    std::vector<Piece> m_pieces;
+    bool m_isTaken = false;
+    bool m_isDropped = false;
 };

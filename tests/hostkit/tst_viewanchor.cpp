@@ -14,6 +14,7 @@
 #include <QHeaderView>
 #include <QRandomGenerator>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
 
@@ -52,6 +53,53 @@ std::set<int> ids(int first, int last)
         result.insert(id);
     return result;
 }
+
+/// A view of more rows than are selected one by one.
+struct Large
+{
+    static constexpr int rowCount = 10'000;
+
+    MemoryTable table{u"t"_s,
+                      {{.name = u"id"_s, .type = FieldType::Int}, {.name = u"b"_s, .type = FieldType::Int}}};
+    FilterList filters{table};
+    IdFilter *filter = new IdFilter;
+    std::unique_ptr<TableModel> owner;
+    TableModel &model;
+    QTableView view;
+    ViewAnchor *anchor;
+
+    Large() : owner(makeModel()), model(*owner)
+    {
+        view.setModel(&model);
+        anchor = new ViewAnchor(&view, &model);
+        filters.add(filter);
+        model.setFilters(&filters);
+        model.waitForPass();
+    }
+
+    std::unique_ptr<TableModel> makeModel()
+    {
+        for (int id = 0; id < rowCount; ++id)
+            table.append({qint32(id), qint32(0)});
+        return std::make_unique<TableModel>(table, QList<int>{0, 1});
+    }
+
+    void showAgain()
+    {
+        filters.notifyChanged(filter);
+        model.waitForPass();
+    }
+
+    std::set<int> selectedIds() const
+    {
+        std::set<int> result;
+        for (const QItemSelectionRange &range : view.selectionModel()->selection()) {
+            for (int row = range.top(); row <= range.bottom(); ++row)
+                result.insert(model.record(row).field(0).value<qint32>());
+        }
+        return result;
+    }
+};
 
 } // namespace
 
@@ -277,6 +325,83 @@ private Q_SLOTS:
 
         QCOMPARE(topId(), 500);
         QCOMPARE(idOf(m_view->currentIndex().row()), 21);
+    }
+
+    void keepsLargeSelections_data()
+    {
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("small") << 2000 << false;
+        QTest::newRow("large") << 2001 << true;
+    }
+    void keepsLargeSelections()
+    {
+        QFETCH(int, rows);
+        QFETCH(bool, taken);
+        Large large;
+        QItemSelectionModel *selection = large.view.selectionModel();
+        selection->select(QItemSelection(large.model.index(100, 0), large.model.index(99 + rows, 0)),
+                          QItemSelectionModel::Select);
+        std::set<int> expected = ids(100, 99 + rows);
+        large.view.setCurrentIndex(large.model.index(3, 1));
+        selection->select(large.model.index(3, 1), QItemSelectionModel::Deselect);
+        selection->select(QItemSelection(large.model.index(100, 0), large.model.index(99 + rows, 0)),
+                          QItemSelectionModel::Select);
+        QSignalSpy dropped(large.anchor, &ViewAnchor::selectionDropped);
+        QList<bool> isEmpty;
+        connect(&large.model, &QAbstractItemModel::layoutAboutToBeChanged, this,
+                [&] { isEmpty.append(selection->selection().isEmpty()); });
+
+        for (int id = 150; id < 1000; id += 10) {
+            large.filter->hidden.insert(id);
+            expected.erase(id);
+        }
+        large.showAgain();
+        QCOMPARE(large.selectedIds(), expected);
+        QCOMPARE(isEmpty, QList<bool>{taken});
+
+        large.model.setSortKeys({{.column = 0, .order = Qt::DescendingOrder}});
+        large.model.waitForPass();
+        QCOMPARE(large.selectedIds(), expected);
+        QVERIFY(selection->isSelected(large.model.index(large.model.rowCount() - 101, 0)));
+        QVERIFY(!selection->isSelected(large.model.index(large.model.rowCount() - 101, 1)));
+
+        large.filter->hidden.clear();
+        large.showAgain();
+        QCOMPARE(large.selectedIds(), expected);
+        QCOMPARE(dropped.size(), 0);
+        QCOMPARE(large.view.currentIndex(), large.model.index(Large::rowCount - 4, 1));
+    }
+
+    void dropsSelectionsThatFallApart()
+    {
+        Large large;
+        for (int id = 0; id < Large::rowCount; id += 2)
+            large.filter->hidden.insert(id);
+        large.showAgain();
+        large.view.selectAll();
+        large.view.selectionModel()->setCurrentIndex(large.model.index(7, 1), QItemSelectionModel::NoUpdate);
+        QSignalSpy dropped(large.anchor, &ViewAnchor::selectionDropped);
+
+        // 2000 pieces are not too many.
+        for (int id = 0; id < 4000; id += 2)
+            large.filter->hidden.erase(id);
+        large.showAgain();
+        QCOMPARE(dropped.size(), 0);
+        QCOMPARE(large.selectedIds().size(), size_t(Large::rowCount / 2));
+        large.filter->hidden.erase(4000);
+        large.showAgain();
+        QCOMPARE(dropped.size(), 1);
+        QCOMPARE(large.selectedIds(), std::set<int>({15}));
+
+        // Nor is the current row selected that was not.
+        large.view.selectAll();
+        large.view.selectionModel()->select(large.view.currentIndex(),
+                                            QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+        large.filter->hidden.clear();
+        large.showAgain();
+        QCOMPARE(dropped.size(), 2);
+        QCOMPARE(large.selectedIds(), std::set<int>());
     }
 
     void leavesViewsOfOtherModelsAlone()
