@@ -851,16 +851,39 @@ void MainWindow::askExportFile()
     dialog->selectFile(m_page->table()->name() + ".csv"_L1);
     connect(dialog, &QFileDialog::fileSelected, this,
             [this, dialog, withHeaders, page = m_page](const QString &file) {
-                // A load that ended meanwhile may have shown another table, or another source.
-                if (!page) {
-                    report(tr("Таблица уже закрыта, файл не записан"));
-                    return;
-                }
-                if (page != m_page)
-                    showTable(page->table()->name());
-                exportTo(file, dialog->selectedNameFilter() == withHeaders);
+                const bool hasHeaders = dialog->selectedNameFilter() == withHeaders;
+                const auto write = [this, page, file, hasHeaders] {
+                    // A load that ended meanwhile may have shown another table, or another source.
+                    if (!page) {
+                        report(tr("Таблица уже закрыта, файл не записан"));
+                        return;
+                    }
+                    if (page != m_page)
+                        showTable(page->table()->name());
+                    exportTo(file, hasHeaders);
+                };
+                if (page && !page->model()->isUpToDate())
+                    askOldRows(write);
+                else
+                    write();
             });
     dialog->open();
+}
+
+/// Calls \a write if the user wants the rows that are shown, though they are not what the filters say.
+void MainWindow::askOldRows(const std::function<void()> &write)
+{
+    auto *box = new QMessageBox(this);
+    box->setObjectName(u"oldRowsBox"_s);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setIcon(QMessageBox::Warning);
+    box->setWindowTitle(tr("Записать показанные строки"));
+    box->setText(tr("Показаны не те строки, что задают фильтры и сортировка."));
+    box->setInformativeText(tr("Записать всё же те, что показаны?"));
+    QPushButton *accept = box->addButton(tr("&Записать показанные"), QMessageBox::AcceptRole);
+    box->setDefaultButton(box->addButton(QMessageBox::Cancel));
+    connect(accept, &QPushButton::clicked, this, write);
+    box->open();
 }
 
 void MainWindow::askSettingsFile()

@@ -171,6 +171,7 @@ private:
     /// Asks for a server, beginning with \a location if it has a driver.
     void askServer(const SourceLocation &location = {});
     void askExportFile();
+    void askOldRows(const std::function<void()> &write);
     void askSettingsFile();
     void showAbout();
     void report(const QString &message);

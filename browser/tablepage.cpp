@@ -2,6 +2,7 @@
 #include "tablepage.h"
 
 #include "icons.h"
+#include "noticebar.h"
 
 #include <hostkit/cellfilters.h>
 #include <hostkit/filterheader.h>
@@ -54,6 +55,7 @@ TablePage::TablePage(MemoryTable &table, QWidget *parent)
       m_table(&table),
       m_filters(new FilterList(table, this)),
       m_model(new TableModel(table, allColumns(table), this)),
+      m_notice(new NoticeBar(this)),
       m_view(new QTableView(this)),
       m_header(new FilterHeader(m_view)),
       m_note(new QLabel(m_view->viewport()))
@@ -79,6 +81,8 @@ TablePage::TablePage(MemoryTable &table, QWidget *parent)
     disconnect(m_header, &QHeaderView::sectionEntered, m_view, nullptr);
     new ViewAnchor(m_view, m_model);
 
+    m_notice->setObjectName(u"passNotice"_s);
+    m_notice->setClosable(false);
     m_note->setObjectName(u"note"_s);
     m_note->setAlignment(Qt::AlignCenter);
     m_note->setWordWrap(true);
@@ -89,6 +93,8 @@ TablePage::TablePage(MemoryTable &table, QWidget *parent)
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_notice);
     layout->addWidget(m_view);
     setFocusProxy(m_view);
 
@@ -121,11 +127,26 @@ TablePage::TablePage(MemoryTable &table, QWidget *parent)
         }
     });
     connect(m_filters, &FilterList::changed, this, &TablePage::updateHeader);
+    connect(m_model, &TableModel::passStarted, this, &TablePage::updateNotice);
     connect(m_model, &TableModel::passFinished, this, [this] {
         updateNote();
+        updateNotice();
         Q_EMIT rowsChanged();
     });
-    connect(m_model, &TableModel::passFailed, this, &TablePage::failed);
+    connect(m_model, &TableModel::passCancelled, this, [this] {
+        m_hasFailed = false;
+        updateNotice();
+    });
+    connect(m_model, &TableModel::passFailed, this, [this](const QString &message) {
+        m_hasFailed = true;
+        updateNotice();
+        Q_EMIT failed(message);
+    });
+    connect(m_notice, &NoticeBar::triggered, this, [this] {
+        m_view->setFocus(Qt::OtherFocusReason); // the button goes away
+        m_model->setSortKeys(m_model->sortKeys());
+        updateNotice();
+    });
     m_model->setFilters(m_filters);
     updateNote();
     QEvent event(QEvent::FontChange);
@@ -617,6 +638,18 @@ void TablePage::updateNote()
     m_note->setVisible(!m_note->text().isEmpty());
 }
 
+void TablePage::updateNotice()
+{
+    if (m_model->isUpToDate() || m_model->isPassRunning()) {
+        m_notice->clear();
+        return;
+    }
+    m_notice->tell(Icons::Shape::Warning,
+                   m_hasFailed ? tr("Отбор не удался: строки не те, что задают фильтры и сортировка")
+                               : tr("Отбор прерван: строки не те, что задают фильтры и сортировка"),
+                   tr("Повторить"));
+}
+
 bool TablePage::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Resize)
@@ -638,6 +671,7 @@ void TablePage::changeEvent(QEvent *event)
     if (event->type() == QEvent::LanguageChange) {
         m_view->setAccessibleName(tr("Строки таблицы %1").arg(m_table->name()));
         updateNote();
+        updateNotice();
     } else if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         m_view->verticalHeader()->setDefaultSectionSize(m_view->fontMetrics().height() + 7);
         m_view->setAccessibleName(tr("Строки таблицы %1").arg(m_table->name()));

@@ -16,6 +16,7 @@ class Filter;
 class FilterHeader;
 class FilterList;
 class MemoryTable;
+class NoticeBar;
 class QLabel;
 class QMenu;
 class QTableView;
@@ -24,6 +25,9 @@ class TableModel;
 
 /// One table of the source: its rows in a view with filter buttons in the header, its filters, and the menus
 /// of cells and columns.
+///
+/// When a pass was interrupted or failed, a notice above the rows says that they are not what the filters and the
+/// sorting say, until a pass is shown; its button starts one.
 class TablePage : public QWidget
 {
     Q_OBJECT
@@ -111,14 +115,18 @@ private:
     int neighbour(int section, bool atRight) const;
     void updateHeader();
     void updateNote();
+    void updateNotice();
     void guarded(const std::function<void()> &work);
 
     MemoryTable *m_table;
     FilterList *m_filters;
     TableModel *m_model;
+    NoticeBar *m_notice;
     QTableView *m_view;
     FilterHeader *m_header;
     QLabel *m_note;
+    /// Whether the last pass that ended failed.
+    bool m_hasFailed = false;
     /// Filters that were asked for and have no value yet.
     QList<QPointer<ValueListFilter>> m_spareFilters;
 };

@@ -1064,6 +1064,18 @@ Open an SQLite file, or drop one here.</translation>
         <source>Переместить столбец впр&amp;аво</source>
         <translation>Move Column Righ&amp;t</translation>
     </message>
+    <message>
+        <source>Показаны не те строки, что задают фильтры и сортировка.</source>
+        <translation>The rows shown are not what the filters and the sorting say.</translation>
+    </message>
+    <message>
+        <source>Записать всё же те, что показаны?</source>
+        <translation>Write those that are shown all the same?</translation>
+    </message>
+    <message>
+        <source>&amp;Записать показанные</source>
+        <translation>&amp;Write the Shown Rows</translation>
+    </message>
 </context>
 <context>
     <name>MessageBar</name>
@@ -2073,6 +2085,18 @@ Type: %2</translation>
     <message>
         <source>Переместить вправо</source>
         <translation>Move Right</translation>
+    </message>
+    <message>
+        <source>Отбор не удался: строки не те, что задают фильтры и сортировка</source>
+        <translation>Filtering failed: the rows are not what the filters and the sorting say</translation>
+    </message>
+    <message>
+        <source>Отбор прерван: строки не те, что задают фильтры и сортировка</source>
+        <translation>Filtering was interrupted: the rows are not what the filters and the sorting say</translation>
+    </message>
+    <message>
+        <source>Повторить</source>
+        <translation>Repeat</translation>
     </message>
 </context>
 <context>
