@@ -69,6 +69,8 @@ namespace {
 
 constexpr qsizetype maxRecent = 10;
 const QString sessionsTable = u"sessions"_s;
+/// The filters that read it, in the storage of filters.
+const QString sessionKind = u"session"_s;
 
 QString withoutMnemonics(QString text)
 {
@@ -296,9 +298,24 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
         !request.sessionColumns.isEmpty() || m_store.value(viewGroup(name) + "/sessions"_L1).toBool();
     if (needsSessions && name != sessionsTable && hasSessionsTable())
         wanted.append(sessionsTable);
+    loadTable(name, wanted, request);
+}
+
+void MainWindow::loadTable(const QString &name, const QStringList &wanted, const ShowRequest &request,
+                           const QString &earlierError)
+{
     Operation operation;
     operation.showsTable = true;
-    operation.then = [this, name, request] { makePage(name, request); };
+    operation.then = [this, name, request, earlierError] {
+        if (!earlierError.isEmpty())
+            report(earlierError);
+        makePage(name, request);
+    };
+    // Whatever is wrong with the others, the table itself may be fine; if not, the second failure tells so.
+    if (wanted.size() > 1)
+        operation.otherwise = [this, name, request](const QString &error) {
+            loadTable(name, {name}, request, error);
+        };
     m_tableList->setCurrent(name);
     begin(
         std::move(operation), [this, wanted] { m_connection->load(wanted); },
@@ -318,9 +335,16 @@ void MainWindow::onLoaded(const QStringList &)
 void MainWindow::onFailed(const QString &message)
 {
     const Operation operation = takeOperation();
+    // To begin another load would cancel what is under way.
+    if (operation.otherwise && m_operations.isEmpty()) {
+        operation.otherwise(message);
+        return;
+    }
     report(message);
-    if (operation.isForWaiting)
-        stopWaiting();
+    if (operation.isForWaiting) {
+        m_waiting.removeIf([](const Waiting &one) { return one.isSwitch; });
+        finishWaiting();
+    }
     serveWaiting();
     m_tableList->setCurrent(m_page ? m_page->table()->name() : QString());
     updateEmptyText();
@@ -543,9 +567,7 @@ void MainWindow::serveWaiting()
     if (!m_operations.isEmpty() || m_waiting.isEmpty())
         return;
     if (m_connection->loadedTables().contains(sessionsTable)) {
-        const QList<Waiting> waiting = std::exchange(m_waiting, {});
-        for (const Waiting &one : waiting)
-            one.work();
+        finishWaiting();
         return;
     }
     Operation operation;
@@ -558,6 +580,13 @@ void MainWindow::serveWaiting()
 void MainWindow::stopWaiting()
 {
     m_waiting.clear();
+}
+
+void MainWindow::finishWaiting()
+{
+    const QList<Waiting> waiting = std::exchange(m_waiting, {});
+    for (const Waiting &one : waiting)
+        one.work();
 }
 
 bool MainWindow::isSessionFilterAwaited(const TablePage *page) const
@@ -662,8 +691,7 @@ void MainWindow::saveSet(TablePage &page, const QString &name)
     guarded([&] {
         const QString table = page.table()->name();
         m_storage.saveSet(viewKey(table), name.trimmed(), *page.filters());
-        if (page.isSessionFilterOn())
-            m_store.setValue(viewGroup(table) + "/sessions"_L1, true);
+        saveNeedOfSessions(table);
         if (&page == m_page)
             m_panel->setSetNames(m_storage.setNames(viewKey(table)));
         statusBar()->showMessage(tr("Набор «%1» сохранён").arg(name.trimmed()), 5000);
@@ -697,6 +725,7 @@ void MainWindow::deleteSet(const QString &name)
     guarded([&] {
         const QString view = viewKey(m_page->table()->name());
         m_storage.removeSet(view, name);
+        saveNeedOfSessions(m_page->table()->name());
         m_panel->setSetNames(m_storage.setNames(view));
         statusBar()->showMessage(tr("Набор «%1» удалён").arg(name), 5000);
     });
@@ -737,11 +766,13 @@ void MainWindow::saveFilters()
     guarded([&] {
         const QString table = page->table()->name();
         m_storage.save(viewKey(table), *page->filters());
-        for (const Filter *filter : page->filters()->filters()) {
-            if (qobject_cast<const SecuritiesSessionFilter *>(filter))
-                m_store.setValue(viewGroup(table) + "/sessions"_L1, true);
-        }
+        saveNeedOfSessions(table);
     });
+}
+
+void MainWindow::saveNeedOfSessions(const QString &table)
+{
+    m_store.setValue(viewGroup(table) + "/sessions"_L1, m_storage.containsKind(viewKey(table), sessionKind));
 }
 
 void MainWindow::addRecent(const SourceLocation &location)

@@ -108,6 +108,8 @@ private:
         bool isForWaiting = false;
         /// After a load.
         std::function<void()> then;
+        /// After a load that failed, with the reason; it reports it or tries something else.
+        std::function<void(const QString &error)> otherwise;
     };
     /// What is done with a page once the table "sessions" is loaded.
     struct Waiting
@@ -132,6 +134,9 @@ private:
     void onFailed(const QString &message);
     void onCancelled();
     bool isOpeningSource() const;
+    /// Loads the table \a name, with \a wanted, and shows it.
+    void loadTable(const QString &name, const QStringList &wanted, const ShowRequest &request,
+                   const QString &earlierError = QString());
     /// Calls \a work, which answers an operation, once no rows are on their way out.
     void whenPagesMayGo(const std::function<void()> &work);
     void exportRows(const std::function<void()> &work);
@@ -143,11 +148,14 @@ private:
 
     bool hasSessionsTable() const;
     /// Calls \a work, which is about \a page, as soon as the table "sessions" is loaded, which happens after what
-    /// is under way. Not at all if it cannot be loaded, its load is interrupted or another source is opened.
+    /// is under way. If it cannot be loaded, only for what is no switch; not at all if its load is interrupted or
+    /// another source is opened.
     void withSessions(TablePage &page, bool isSwitch, const std::function<void()> &work);
     /// Goes on with what waits for the table "sessions", unless something is under way.
     void serveWaiting();
     void stopWaiting();
+    /// Does all that waits for the table "sessions".
+    void finishWaiting();
     /// Whether the filter of \a page will be switched on.
     bool isSessionFilterAwaited(const TablePage *page) const;
     void interrupt();
@@ -163,6 +171,8 @@ private:
     QString viewGroup(const QString &table) const;
     void saveView(TablePage &page);
     void saveFilters();
+    /// Notes in the store whether filters that are kept for \a table read the table "sessions".
+    void saveNeedOfSessions(const QString &table);
     void addRecent(const SourceLocation &location);
     void fillRecentMenu();
     void fillColumnsMenu();

@@ -194,6 +194,20 @@ bool FilterStorage::contains(const QString &view) const
     return isStored(m_store, currentGroup(view));
 }
 
+bool FilterStorage::containsKind(const QString &view, const QString &kind) const
+{
+    const auto hasKind = [this, &kind](const QString &group) {
+        const QList<Entry> entries = read(group);
+        return std::any_of(entries.begin(), entries.end(),
+                           [&kind](const Entry &entry) { return entry.text(kindKey) == kind; });
+    };
+    if (hasKind(currentGroup(view)))
+        return true;
+    const QStringList names = setNames(view);
+    return std::any_of(names.begin(), names.end(),
+                       [&](const QString &name) { return hasKind(setGroup(view, name)); });
+}
+
 QStringList FilterStorage::restore(const QString &view, FilterList &filters)
 {
     return restoreFrom(currentGroup(view), tr("Вид «%1»").arg(view), filters);

@@ -70,6 +70,9 @@ public:
     void save(const QString &view, const FilterList &filters);
     /// Whether anything is stored for \a view, be it no filter at all.
     bool contains(const QString &view) const;
+    /// Whether a filter of the kind \a kind is stored for \a view, among its own or in one of its sets, be it
+    /// that it fits or not.
+    bool containsKind(const QString &view, const QString &kind) const;
     /// Replaces the filters of \a filters by those stored for \a view; does nothing when none were ever
     /// stored. Returns one message per stored filter that does not fit, and one more when the store could
     /// not be read.

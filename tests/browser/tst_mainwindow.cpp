@@ -89,6 +89,37 @@ private:
         return m_fixture->settle() && m_fixture->rows() == 5;
     }
 
+    /// Makes a database with the tables "quotes" and "sessions", a value of which cannot be read if \a isBad.
+    QString sessionsDatabase(bool isBad)
+    {
+        return m_fixture->makeDatabase(
+            u"sessions.sqlite"_s,
+            {u"DROP TABLE IF EXISTS quotes"_s, u"DROP TABLE IF EXISTS sessions"_s,
+             u"CREATE TABLE quotes (stock_id INTEGER NOT NULL, sess_id INTEGER NOT NULL)"_s,
+             u"INSERT INTO quotes VALUES (1, 1), (1, 2), (2, 1)"_s,
+             u"CREATE TABLE sessions (stock_id INTEGER NOT NULL, sess_id INTEGER NOT NULL)"_s,
+             u"INSERT INTO sessions VALUES (1, 2), (2, %1)"_s.arg(isBad ? u"'bad'"_s : u"2"_s)});
+    }
+    bool openSessions(bool isBad)
+    {
+        m_fixture->window().openText(sessionsDatabase(isBad));
+        return m_fixture->settle() && m_fixture->window().page() &&
+               m_fixture->window().page()->table()->name() == "quotes"_L1;
+    }
+    bool areSessionsNeeded()
+    {
+        const QStringList keys = m_fixture->store().allKeys().filter(u"/quotes/sessions"_s);
+        return keys.size() == 1 && m_fixture->store().value(keys.constFirst()).toBool();
+    }
+    void saveSet(const QString &name)
+    {
+        Q_EMIT m_fixture->window().panel()->saveRequested();
+        auto *dialog = m_fixture->window().findChild<QInputDialog *>(u"setNameDialog"_s);
+        QVERIFY(dialog);
+        dialog->setTextValue(name);
+        dialog->accept();
+    }
+
     std::unique_ptr<WindowFixture> m_fixture;
 
 private Q_SLOTS:
@@ -1513,6 +1544,104 @@ private Q_SLOTS:
         QVERIFY(select);
         QVERIFY2(select->text().contains(u"close"_s), qPrintable(select->text()));
         menu->close();
+    }
+
+    void readsTheSessionsAsLongAsAFilterNeedsThem()
+    {
+        QVERIFY(openSessions(false));
+        action(u"sessionFilter"_s)->trigger();
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 2);
+        saveSet(u"mine"_s);
+        action(u"clearFilters"_s)->trigger();
+        m_fixture->closeWindow();
+        QVERIFY(areSessionsNeeded()); // by the set
+
+        m_fixture->makeWindow();
+        QVERIFY(openSessions(false));
+        Q_EMIT m_fixture->window().panel()->deletionRequested(u"mine"_s);
+        QVERIFY(!areSessionsNeeded());
+        action(u"sessionFilter"_s)->trigger();
+        m_fixture->closeWindow();
+        QVERIFY(areSessionsNeeded());
+
+        m_fixture->makeWindow();
+        QVERIFY(openSessions(false));
+        action(u"sessionFilter"_s)->trigger(); // switched off, and kept
+        m_fixture->closeWindow();
+        QVERIFY(areSessionsNeeded());
+
+        m_fixture->makeWindow();
+        QVERIFY(openSessions(false));
+        action(u"clearFilters"_s)->trigger();
+        m_fixture->closeWindow();
+        QVERIFY(!areSessionsNeeded());
+    }
+
+    void opensATableWhoseSessionsCannotBeRead()
+    {
+        QVERIFY(openSessions(false));
+        action(u"sessionFilter"_s)->trigger();
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 2);
+        m_fixture->closeWindow();
+
+        m_fixture->makeWindow();
+        QVERIFY(openSessions(true));
+        QCOMPARE(m_fixture->rows(), 3);
+        const QStringList messages = m_fixture->window().messageBar()->messages();
+        QCOMPARE(messages.size(), 2);
+        QVERIFY2(messages.first().contains(u"sessions"_s), qPrintable(messages.first()));
+        QVERIFY2(messages.last().contains(u"stock_id, sess_id"_s), qPrintable(messages.last()));
+        QVERIFY(!m_fixture->window().page()->isSessionFilterOn());
+        m_fixture->clickCell(0, 0);
+        action(u"hideSelected"_s)->trigger();
+        m_fixture->closeWindow();
+
+        // What could not be restored is there when it can be.
+        m_fixture->makeWindow();
+        QVERIFY(openSessions(false));
+        QVERIFY(m_fixture->window().page()->isSessionFilterOn());
+        QCOMPARE(m_fixture->window().page()->filters()->filters().size(), 2);
+        QVERIFY(m_fixture->window().messageBar()->isHidden());
+    }
+
+    void tellsOnceOfATableThatCannotBeReadEither()
+    {
+        QVERIFY(openSessions(false));
+        action(u"sessionFilter"_s)->trigger();
+        m_fixture->closeWindow();
+
+        m_fixture->makeWindow();
+        m_fixture->window().openText(
+            m_fixture->makeDatabase(u"sessions.sqlite"_s, {u"UPDATE quotes SET stock_id = 'bad'"_s}));
+        QVERIFY(m_fixture->settle());
+
+        QVERIFY(!m_fixture->window().page());
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
+        QVERIFY(m_fixture->window().messageBar()->messages().first().contains(u"quotes"_s));
+    }
+
+    void restoresASetWithoutTheSessionsThatCannotBeRead()
+    {
+        QVERIFY(openSessions(false));
+        action(u"sessionFilter"_s)->trigger();
+        m_fixture->clickCell(0, 0);
+        action(u"hideSelected"_s)->trigger();
+        QVERIFY(m_fixture->settle());
+        saveSet(u"mine"_s);
+        action(u"clearFilters"_s)->trigger();
+        m_fixture->closeWindow();
+        m_fixture->makeWindow();
+        QVERIFY(openSessions(true));
+        m_fixture->window().messageBar()->showMessages({});
+
+        Q_EMIT m_fixture->window().panel()->restoreRequested(u"mine"_s);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 2);
+        QCOMPARE(m_fixture->window().page()->filters()->filters().size(), 1);
+        QCOMPARE(m_fixture->rows(), 1);
     }
 };
 

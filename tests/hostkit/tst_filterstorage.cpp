@@ -329,6 +329,40 @@ private Q_SLOTS:
         QVERIFY(store->allKeys().isEmpty());
     }
 
+    void tellsOfWhichKindsTheStoredFiltersAre()
+    {
+        const auto store = open();
+        FilterStorage storage(*store);
+        storage.registerHostKinds();
+        FilterList none(m_table);
+        FilterList filters(m_table);
+        add(filters, {0}, u"1"_s, false);
+        QVERIFY(!storage.containsKind(u"quotes"_s, u"columns"_s));
+
+        storage.save(u"quotes"_s, filters);
+        QVERIFY(storage.containsKind(u"quotes"_s, u"columns"_s));
+        QVERIFY(!storage.containsKind(u"quotes"_s, u"values"_s));
+        QVERIFY(!storage.containsKind(u"other"_s, u"columns"_s));
+        storage.save(u"quotes"_s, none);
+        QVERIFY(!storage.containsKind(u"quotes"_s, u"columns"_s));
+
+        storage.saveSet(u"quotes"_s, u"empty"_s, none);
+        storage.saveSet(u"quotes"_s, u"Some Set"_s, filters);
+        QVERIFY(storage.containsKind(u"quotes"_s, u"columns"_s));
+        storage.removeSet(u"quotes"_s, u"Some Set"_s);
+        QVERIFY(!storage.containsKind(u"quotes"_s, u"columns"_s));
+    }
+
+    void tellsOfTheKindOfAFilterThatDoesNotFit()
+    {
+        spoil(u"kind"_s, u"later"_s);
+        const auto store = open();
+        FilterStorage storage(*store);
+
+        QVERIFY(storage.containsKind(u"quotes"_s, u"later"_s));
+        QVERIFY(storage.containsKind(u"quotes"_s, u"columns"_s));
+    }
+
     void replacesWhatWasStored()
     {
         const auto store = open();
