@@ -443,8 +443,9 @@ void MainWindow::makePage(const QString &name, const ShowRequest &request)
         if (!request.hasFilters())
             restoreFilters(*page);
         setPage(page);
-        if (request.hasFilters())
-            applyRequest(*page, request);
+        // Else the next change by the user would overwrite the kept filters.
+        if (request.hasFilters() && !applyRequest(*page, request))
+            restoreFilters(*page);
     });
 }
 
@@ -479,14 +480,14 @@ void MainWindow::restoreFilters(TablePage &page)
         report(message);
 }
 
-void MainWindow::applyRequest(TablePage &page, const ShowRequest &request)
+bool MainWindow::applyRequest(TablePage &page, const ShowRequest &request)
 {
     // What the user changed before is kept; these filters are not, until the user changes them.
     saveFilters();
     const QScopedValueRollback restoring(m_restoring, true);
+    bool isApplied = false;
     guarded([&] {
         MemoryTable &table = *page.table();
-        // All or none: what is wrong with the last one leaves the filters as they are.
         std::vector<std::unique_ptr<ValueFilter>> made;
         for (const CommandLine::KeyOption &option : request.keyOptions) {
             const QList<int> columns = ColumnsFilter::columnsByName(table, option.columns);
@@ -517,7 +518,9 @@ void MainWindow::applyRequest(TablePage &page, const ShowRequest &request)
         page.filters()->clear();
         for (auto &filter : made)
             page.filters()->add(filter.release());
+        isApplied = true;
     });
+    return isApplied;
 }
 
 TablePage *MainWindow::page() const

@@ -38,8 +38,8 @@ struct ShowRequest
 {
     /// Empty: the table that was shown last, or else the first one.
     QString table = {};
-    /// Filters in the place of those that were kept for the table. They are for this time: what was kept stays
-    /// so until the user changes the filters.
+    /// Filters in the place of those that were kept for the table, unless one of them is wrong. They are for this
+    /// time: what was kept stays so until the user changes the filters.
     QList<CommandLine::KeyOption> keyOptions = {};
     QStringList sessionColumns = {};
 
@@ -143,7 +143,8 @@ private:
     void closePages();
     void makePage(const QString &name, const ShowRequest &request);
     void setPage(TablePage *page);
-    void applyRequest(TablePage &page, const ShowRequest &request);
+    /// Whether the filters of \a request have taken the place of those of \a page; all or none.
+    bool applyRequest(TablePage &page, const ShowRequest &request);
     void restoreFilters(TablePage &page);
 
     bool hasSessionsTable() const;

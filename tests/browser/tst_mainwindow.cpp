@@ -1643,6 +1643,33 @@ private Q_SLOTS:
         QCOMPARE(m_fixture->window().page()->filters()->filters().size(), 1);
         QCOMPARE(m_fixture->rows(), 1);
     }
+
+    void keepsTheFiltersWhenThoseOfTheCommandLineAreWrong()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s, {{}, {{false, {u"stock_id"_s}, u"1|2"_s}}, {}}));
+        m_fixture->clickCell(0, StockId);
+        action(u"hideSelected"_s)->trigger();
+        m_fixture->closeWindow();
+        const auto texts = [this] {
+            QStringList result;
+            for (const Filter *filter : m_fixture->window().page()->filters()->filters())
+                result.append(static_cast<const ValueFilter *>(filter)->value());
+            return result;
+        };
+
+        m_fixture->makeWindow();
+        QVERIFY(m_fixture->openSample(u"quotes"_s, {{}, {{false, {u"nothing"_s}, u"1"_s}}, {}}));
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
+        QCOMPARE(texts(), QStringList{u"1|2|3"_s});
+        QVERIFY(m_fixture->rows() < 5086);
+        m_fixture->clickCell(0, StockId);
+        action(u"hideSelected"_s)->trigger();
+        m_fixture->closeWindow();
+
+        m_fixture->makeWindow();
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        QCOMPARE(texts(), QStringList{u"1|2|3|4"_s});
+    }
 };
 
 QTEST_MAIN(tst_MainWindow)
