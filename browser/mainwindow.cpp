@@ -292,6 +292,12 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
         m_tableList->setCurrent(m_page ? m_page->table()->name() : QString());
         return;
     }
+    // To begin another operation would cancel the opening.
+    if (isOpeningSource()) {
+        statusBar()->showMessage(tr("Сначала должна открыться база данных"), 10000);
+        m_tableList->setCurrent(m_page ? m_page->table()->name() : QString());
+        return;
+    }
     QStringList wanted{name};
     // Filters of sessions among the kept ones read it.
     const bool needsSessions =

@@ -66,7 +66,8 @@ public:
     void openSample(const ShowRequest &request = {});
     /// Opens a file or an address, as \a text says.
     void openText(const QString &text, const ShowRequest &request = {});
-    /// Shows the table \a name of the source, loading it if it is not loaded yet.
+    /// Shows the table \a name of the source, loading it if it is not loaded yet; refuses with a message to load
+    /// while another source is being opened.
     void showTable(const QString &name, const ShowRequest &request = {});
 
     /// The page that is shown; null when there is none.

@@ -1670,6 +1670,35 @@ private Q_SLOTS:
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         QCOMPARE(texts(), QStringList{u"1|2|3|4"_s});
     }
+
+    void goesOnOpeningWhenATableIsChosen_data()
+    {
+        QTest::addColumn<QString>("table");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("not loaded") << u"securities"_s << u"Сначала должна открыться база данных"_s;
+        QTest::newRow("loaded") << u"sessions"_s << QString();
+    }
+    void goesOnOpeningWhenATableIsChosen()
+    {
+        QFETCH(const QString, table);
+        QFETCH(const QString, message);
+        QVERIFY(m_fixture->openSample(u"sessions"_s));
+        m_fixture->window().showTable(u"quotes"_s);
+        QVERIFY(m_fixture->settle());
+
+        m_fixture->window().openText(smallDatabase());
+        const QList<QTreeWidgetItem *> items = tree()->findItems(table, Qt::MatchExactly);
+        QCOMPARE(items.size(), 1);
+        QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {},
+                          tree()->visualItemRect(items.constFirst()).center());
+        QCOMPARE(m_fixture->window().statusBar()->currentMessage(), message);
+        QCOMPARE(tree()->currentItem()->text(0), message.isEmpty() ? table : u"quotes"_s);
+        QVERIFY(label(u"activity"_s)->text().startsWith(u"Открывается"_s));
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->rows(), 5);
+        QCOMPARE(listedTables(), QStringList{u"t 5"_s});
+    }
 };
 
 QTEST_MAIN(tst_MainWindow)
