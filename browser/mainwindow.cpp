@@ -220,6 +220,12 @@ MainWindow::Operation MainWindow::takeOperation()
     return std::move(*operation);
 }
 
+void MainWindow::cancelOperation()
+{
+    m_operations.last()->table.clear();
+    m_connection->cancel();
+}
+
 bool MainWindow::isOpeningSource() const
 {
     return std::any_of(m_operations.begin(), m_operations.end(),
@@ -273,7 +279,7 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
     if (TablePage *page = m_pages.value(name)) {
         // The table that was chosen before must not take the place of this one.
         if (!m_operations.isEmpty() && m_operations.last()->showsTable)
-            m_connection->cancel();
+            cancelOperation();
         setPage(page);
         if (request.hasFilters())
             applyRequest(*page, request);
@@ -298,6 +304,9 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
         m_tableList->setCurrent(m_page ? m_page->table()->name() : QString());
         return;
     }
+    // A double click asks twice.
+    if (!m_operations.isEmpty() && m_operations.last()->table == name && !request.hasFilters())
+        return;
     QStringList wanted{name};
     // Filters of sessions among the kept ones read it.
     const bool needsSessions =
@@ -312,6 +321,7 @@ void MainWindow::loadTable(const QString &name, const QStringList &wanted, const
 {
     Operation operation;
     operation.showsTable = true;
+    operation.table = name;
     operation.then = [this, name, request, earlierError] {
         if (!earlierError.isEmpty())
             report(earlierError);
@@ -610,7 +620,7 @@ void MainWindow::interrupt()
         // Else it would be loaded again at once.
         if (m_operations.last()->isForWaiting)
             stopWaiting();
-        m_connection->cancel();
+        cancelOperation();
     } else if (m_page) {
         m_page->model()->cancelPass();
     }

@@ -103,6 +103,8 @@ private:
         bool isSample = false;
         /// A load whose end shows a table.
         bool showsTable = false;
+        /// Which one it is; empty once the load is cancelled.
+        QString table;
         std::unique_ptr<SampleDatabase> sample;
         ShowRequest request;
         /// A load of the table "sessions" for what waits for it.
@@ -130,6 +132,8 @@ private:
 
     void begin(Operation operation, const std::function<void()> &start, const QString &activity);
     Operation takeOperation();
+    /// Cancels the operation that began last.
+    void cancelOperation();
     void onOpened(const QList<SourceConnection::TableInfo> &tables);
     void onLoaded(const QStringList &tables);
     void onFailed(const QString &message);

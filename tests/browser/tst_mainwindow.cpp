@@ -1699,6 +1699,46 @@ private Q_SLOTS:
         QCOMPARE(m_fixture->rows(), 5);
         QCOMPARE(listedTables(), QStringList{u"t 5"_s});
     }
+
+    void loadsATableOnceWhenItIsChosenTwice()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        auto *connection = m_fixture->window().findChild<SourceConnection *>();
+        const QSignalSpy cancelled(connection, &SourceConnection::cancelled);
+        const QSignalSpy loaded(connection, &SourceConnection::loaded);
+        const QPoint place = tree()->visualItemRect(tree()->topLevelItem(1)).center();
+
+        QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {}, place);
+        QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, {}, place);
+        QTest::keyClick(tree(), Qt::Key_Return);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(cancelled.size(), 0);
+        QCOMPARE(loaded.size(), 1);
+        QCOMPARE(m_fixture->window().page()->table()->name(), u"securities"_s);
+    }
+
+    void loadsATableAnewThatWasInterrupted_data()
+    {
+        QTest::addColumn<bool>("byButton");
+        QTest::newRow("by the button") << true;
+        QTest::newRow("by another table") << false;
+    }
+    void loadsATableAnewThatWasInterrupted()
+    {
+        QFETCH(const bool, byButton);
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+
+        m_fixture->window().showTable(u"securities"_s);
+        if (byButton)
+            QTest::mouseClick(m_fixture->window().findChild<QToolButton *>(u"cancel"_s), Qt::LeftButton);
+        else
+            m_fixture->window().showTable(u"quotes"_s);
+        m_fixture->window().showTable(u"securities"_s);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->window().page()->table()->name(), u"securities"_s);
+    }
 };
 
 QTEST_MAIN(tst_MainWindow)
