@@ -168,6 +168,9 @@ void FilterPanel::updateState()
 void FilterPanel::fillSetsMenu()
 {
     m_setsMenu->clear();
+    // The submenu owns its entry, so it outlives that; and something in it may just have been chosen.
+    for (QMenu *old : m_setsMenu->findChildren<QMenu *>())
+        old->deleteLater();
     QAction *save = m_setsMenu->addAction(tr("Сохранить набор…"));
     save->setObjectName(u"saveSet"_s);
     save->setEnabled(m_filters && !m_items.isEmpty());

@@ -21,6 +21,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLocale>
 #include <QMenu>
@@ -662,6 +663,10 @@ bool TablePage::eventFilter(QObject *watched, QEvent *event)
             return true;
         }
     }
+    // It comes here when there is nothing to copy now; Qt would copy the text of the current cell's display.
+    if (watched == m_view && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent *>(event)->matches(QKeySequence::Copy))
+        return true;
     return QWidget::eventFilter(watched, event);
 }
 
