@@ -22,6 +22,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <mutex>
 #include <thread>
 
 #include <sys/stat.h>
@@ -421,6 +422,25 @@ private Q_SLOTS:
         QCOMPARE(taken(QItemSelection()), QString());
     }
 
+    void takesRowsOfOverlappingRangesOnce()
+    {
+        MemoryTable table(u"t"_s, columns());
+        fill(table, {u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s, u"f"_s});
+        TableModel model(table, {0, 1, 2});
+        const auto range = [&model](int top, int bottom) {
+            return QItemSelectionRange(model.index(top, 1), model.index(bottom, 1));
+        };
+        const auto taken = [&model](const QItemSelection &selection) {
+            TableExport rows = TableExport::selected(model, {0, 1, 2}, selection);
+            rows.setHeaders(false);
+            return rows.clipboardText().replace(u'\n', u' ');
+        };
+
+        QCOMPARE(taken(QItemSelection{range(0, 3), range(1, 1), range(2, 4)}), u"a b c d e "_s);
+        QCOMPARE(taken(QItemSelection{range(2, 4), range(0, 5), range(1, 3)}), u"a b c d e f "_s);
+        QCOMPARE(taken(QItemSelection{range(1, 2), range(1, 2)}), u"b c "_s);
+    }
+
     void tellsItsProgress()
     {
         MemoryTable table(u"t"_s, {{u"a"_s, FieldType::Int}});
@@ -512,6 +532,59 @@ private Q_SLOTS:
         worker.join();
 
         QCOMPARE(csv, expected);
+    }
+
+    void readsNothingWhileSomebodyElseHoldsTheLock_data()
+    {
+        QTest::addColumn<int>("form");
+        QTest::newRow("CSV") << 0;
+        QTest::newRow("text") << 1;
+        QTest::newRow("HTML") << 2;
+    }
+    void readsNothingWhileSomebodyElseHoldsTheLock()
+    {
+        QFETCH(const int, form);
+        MemoryTable table(u"t"_s, columns());
+        fill(table, {u"old"_s, u"old"_s});
+        const TableExport rows = all(table, {1});
+        QString text;
+        std::atomic<bool> done = false;
+        std::unique_lock lock(table);
+
+        std::jthread worker([&rows, &text, &done, form] {
+            text = form == 0 ? csvOf(rows) : form == 1 ? rows.clipboardText() : rows.html();
+            done = true;
+        });
+        // Time enough to read two rows.
+        QTest::qWait(150);
+        QVERIFY(!done);
+        for (qint64 row = 0; row < table.rowCount(); ++row)
+            table.update(table.row(row), 1, u"new"_s);
+        lock.unlock();
+        worker.join();
+
+        QCOMPARE(text.count(u"new"_s), 2);
+        QCOMPARE(text.count(u"old"_s), 0);
+    }
+
+    void callsNobodyWithTheLockHeld()
+    {
+        MemoryTable table(u"t"_s, columns());
+        fill(table, QStringList(1200, u"text"_s));
+        const TableExport rows = all(table, {0, 1, 2, 3});
+        QList<bool> isFree;
+
+        rows.mimeData([&table, &isFree](qint64, qint64) {
+            std::jthread([&table, &isFree] {
+                isFree.append(table.tryLock());
+                if (isFree.constLast())
+                    table.unlock();
+            }).join();
+            return true;
+        });
+
+        QVERIFY(isFree.size() > 3);
+        QCOMPARE(isFree, QList<bool>(isFree.size(), true));
     }
 
     void reportsADeviceThatTakesNoMore()

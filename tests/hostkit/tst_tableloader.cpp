@@ -12,6 +12,7 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QSqlError>
@@ -880,6 +881,57 @@ private Q_SLOTS:
         database.clear();
         QVERIFY(!exceptionMessage([&] { loader.load({u"a"_s, u"a"_s}, database); }).isEmpty());
         QVERIFY(database.tableNames().isEmpty());
+    }
+
+    void loadsSeveralTablesAsTheyAreAtOneMoment()
+    {
+        const QString reading = u"reading"_s;
+        const QString writing = u"writing"_s;
+        QTemporaryDir directory;
+        const auto remove = qScopeGuard([&] {
+            QSqlDatabase::removeDatabase(reading);
+            QSqlDatabase::removeDatabase(writing);
+        });
+        const auto open = [&directory](const QString &name) {
+            auto database = QSqlDatabase::addDatabase(u"QSQLITE"_s, name);
+            database.setDatabaseName(directory.filePath(u"shared.sqlite"_s));
+            return database.open();
+        };
+        const auto write = [&writing](const QString &statement) {
+            return QSqlQuery(QSqlDatabase::database(writing)).exec(statement);
+        };
+        QVERIFY(open(writing));
+        QVERIFY(write(u"PRAGMA journal_mode = WAL"_s));
+        for (const QString &table : {u"a"_s, u"b"_s}) {
+            QVERIFY(write(u"CREATE TABLE %1 (c INTEGER)"_s.arg(table)));
+            QVERIFY(write(u"INSERT INTO %1 VALUES (1)"_s.arg(table)));
+        }
+        QVERIFY(open(reading));
+        const QStringList tables{u"a"_s, u"b"_s};
+        int written = 0;
+        {
+            TableLoader loader(QSqlDatabase::database(reading));
+            loader.setProgress([&](const TableLoader::Progress &state) {
+                // Once all of the first table was read.
+                if (state.table == "a"_L1 && state.rowsRead == 1 && written == 0) {
+                    written += write(u"INSERT INTO a VALUES (2)"_s);
+                    written += write(u"INSERT INTO b VALUES (2)"_s);
+                }
+                return true;
+            });
+
+            const auto loaded = loader.loadAll(tables);
+
+            QVERIFY(loaded);
+            QCOMPARE(written, 2);
+            QCOMPARE(texts(*loaded->at(0)), QStringList{u"1"_s});
+            QCOMPARE(texts(*loaded->at(1)), QStringList{u"1"_s});
+            // The next moment is another one.
+            const auto later = loader.loadAll(tables);
+            QVERIFY(later);
+            QCOMPARE(texts(*later->at(0)), QStringList({u"1"_s, u"2"_s}));
+            QCOMPARE(texts(*later->at(1)), QStringList({u"1"_s, u"2"_s}));
+        }
     }
 
     void leavesTheTransactionOfItsCallerAlone()

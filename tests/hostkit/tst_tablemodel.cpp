@@ -20,9 +20,15 @@
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <limits>
+#include <mutex>
+#include <set>
 #include <stdexcept>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -483,6 +489,122 @@ private Q_SLOTS:
 
         QCOMPARE(log.take(), QStringList({u"about"_s, u"layout 0 1"_s, u"removed 4-4"_s, u"finished"_s}));
         QCOMPARE(shown(model), u"1 2 4 5"_s);
+    }
+
+    void stopsWhatIsSuperseded_data()
+    {
+        QTest::addColumn<int>("change");
+        QTest::newRow("by a filter") << 0;
+        QTest::newRow("by a sorting") << 1;
+        QTest::newRow("by a reload") << 2;
+    }
+    void stopsWhatIsSuperseded()
+    {
+        QFETCH(const int, change);
+        constexpr int count = 20'000;
+        TableModel &model = makeModel(count);
+        model.setThreadCount(1);
+        const auto gate = std::make_shared<Gate>();
+        const auto opener = qScopeGuard([gate] { gate->open(); });
+        std::atomic<int> asked = 0;
+        FilterList filters(m_table);
+        auto *filter = new LambdaFilter([gate, &asked](const Record &) {
+            ++asked;
+            gate->wait();
+            return true;
+        });
+        filters.add(filter);
+        model.setFilters(&filters);
+        QTRY_VERIFY(gate->isReached());
+
+        filter->setFunction([](const Record &row) { return id(row) > 2; });
+        if (change == 0)
+            filters.notifyChanged(filter);
+        else if (change == 1)
+            model.setSortKeys({{0, Qt::AscendingOrder}});
+        else
+            model.reload();
+        gate->open();
+        QTRY_VERIFY(!model.isPassRunning());
+
+        QCOMPARE(shown(model), u"1 2"_s);
+        // Not even what a thread takes on in one go.
+        QVERIFY2(asked < 1000, qPrintable(QString::number(asked)));
+    }
+
+    void splitsAPassOverThreads_data()
+    {
+        QTest::addColumn<int>("threads");
+        QTest::newRow("one") << 1;
+        QTest::newRow("two") << 2;
+        QTest::newRow("four") << 4;
+    }
+    void splitsAPassOverThreads()
+    {
+        QFETCH(const int, threads);
+        TableModel &model = makeModel(40'000);
+        model.setThreadCount(threads);
+        std::mutex mutex;
+        std::condition_variable arrived;
+        std::set<std::thread::id> seen;
+        bool isLate = false;
+        FilterList filters(m_table);
+        // Each thread waits for the others, or one of them might do all the work on a busy machine.
+        filters.add(new LambdaFilter([&](const Record &) {
+            std::unique_lock lock(mutex);
+            seen.insert(std::this_thread::get_id());
+            arrived.notify_all();
+            const auto areAllThere = [&] { return isLate || seen.size() >= size_t(threads); };
+            if (!arrived.wait_for(lock, std::chrono::seconds(10), areAllThere)) {
+                isLate = true;
+                arrived.notify_all();
+            }
+            return false;
+        }));
+
+        model.setFilters(&filters);
+        model.waitForPass();
+
+        QVERIFY(!isLate);
+        QCOMPARE(seen.size(), size_t(threads));
+        QVERIFY(!seen.contains(std::this_thread::get_id()));
+    }
+
+    void holdsTheTablesLockDuringAPass_data()
+    {
+        QTest::addColumn<bool>("reloads");
+        QTest::newRow("over the rows it knows") << false;
+        QTest::newRow("over the rows listed anew") << true;
+    }
+    void holdsTheTablesLockDuringAPass()
+    {
+        QFETCH(const bool, reloads);
+        TableModel &model = makeModel(3);
+        const auto gate = std::make_shared<Gate>();
+        const auto opener = qScopeGuard([gate] { gate->open(); });
+        FilterList filters(m_table);
+        filters.add(new LambdaFilter([gate](const Record &row) {
+            gate->wait();
+            return id(row) == 2;
+        }));
+        const auto isFree = [this] {
+            if (!m_table.tryLock())
+                return false;
+            m_table.unlock();
+            return true;
+        };
+        QVERIFY(isFree());
+
+        model.setFilters(&filters);
+        if (reloads)
+            model.reload();
+        QTRY_VERIFY(gate->isReached());
+        QVERIFY(!isFree());
+        gate->open();
+        QTRY_VERIFY(!model.isPassRunning());
+
+        QVERIFY(isFree());
+        QCOMPARE(shown(model), u"1 3"_s);
     }
 
     void keepsTheRowsWhenAPredicateThrows_data()
