@@ -415,6 +415,9 @@ void MainWindow::makePage(const QString &name, const ShowRequest &request)
         m_stack->addWidget(page);
         connect(page, &TablePage::failed, this, &MainWindow::report);
         connect(page, &TablePage::copyRequested, this, &MainWindow::copySelection);
+        connect(page, &TablePage::selectionDropped, this, [this] {
+            statusBar()->showMessage(tr("Выделение снято: выделенные строки стоят теперь вразброс"), 10000);
+        });
         connect(page, &TablePage::rowsChanged, this, &MainWindow::updateStatus);
         connect(page->view()->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                 &MainWindow::updateActions);

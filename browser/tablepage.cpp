@@ -80,7 +80,8 @@ TablePage::TablePage(MemoryTable &table, QWidget *parent)
     // A click on a title sorts; it does not select.
     disconnect(m_header, &QHeaderView::sectionPressed, m_view, nullptr);
     disconnect(m_header, &QHeaderView::sectionEntered, m_view, nullptr);
-    new ViewAnchor(m_view, m_model);
+    connect(new ViewAnchor(m_view, m_model), &ViewAnchor::selectionDropped, this,
+            &TablePage::selectionDropped);
 
     m_notice->setObjectName(u"passNotice"_s);
     m_notice->setClosable(false);

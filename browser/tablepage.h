@@ -95,6 +95,8 @@ Q_SIGNALS:
     void copyRequested(bool withHeaders);
     /// The rows that are shown, or their order, have changed.
     void rowsChanged();
+    /// What was selected fell apart; see ViewAnchor.
+    void selectionDropped();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

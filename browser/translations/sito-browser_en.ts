@@ -1076,6 +1076,10 @@ Open an SQLite file, or drop one here.</translation>
         <source>&amp;Записать показанные</source>
         <translation>&amp;Write the Shown Rows</translation>
     </message>
+    <message>
+        <source>Выделение снято: выделенные строки стоят теперь вразброс</source>
+        <translation>Selection cleared: the selected rows are scattered now</translation>
+    </message>
 </context>
 <context>
     <name>MessageBar</name>

@@ -5,6 +5,7 @@
 #include <data/exception.h>
 #include <database/memorytable.h>
 #include <hostkit/columnsfilter.h>
+#include <hostkit/filterlist.h>
 
 #include <QDialogButtonBox>
 #include <QFile>
@@ -12,6 +13,8 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStatusBar>
+#include <QTableView>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -178,6 +181,31 @@ private Q_SLOTS:
         QTRY_VERIFY(notice()->text() != interrupted);
         QVERIFY(notice()->isVisible());
         QCOMPARE(notice()->accessibleName(), notice()->text());
+    }
+
+    void tellsThatASelectionFellApart()
+    {
+        m_fixture->window().openText(m_fixture->makeDatabase(
+            u"large.sqlite"_s,
+            {u"CREATE TABLE t (a INTEGER NOT NULL, b INTEGER NOT NULL)"_s,
+             u"WITH RECURSIVE n(a) AS (SELECT 0 UNION ALL SELECT a + 1 FROM n WHERE a < 5999) "
+             "INSERT INTO t SELECT a, a % 2 FROM n"_s}));
+        QVERIFY(m_fixture->settle());
+        auto *filter = new ColumnsFilter(*page()->table(), {1});
+        filter->setValue(u"1"_s);
+        filter->setEnabled(true);
+        page()->filters()->add(filter);
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 3000);
+        page()->view()->selectAll();
+
+        filter->setEnabled(false);
+        page()->filters()->notifyChanged(filter);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->rows(), 6000);
+        QCOMPARE(m_fixture->window().statusBar()->currentMessage(),
+                 u"Выделение снято: выделенные строки стоят теперь вразброс"_s);
     }
 
     void asksBeforeItExportsOtherRows_data()
