@@ -670,6 +670,15 @@ void MainWindow::editFilter(Filter *filter, QWidget *button)
     auto *layout = new QVBoxLayout(dialog);
     layout->addWidget(editor);
     layout->addWidget(buttons);
+    if (auto *kept = qobject_cast<ShowOnlyWidget *>(editor)) {
+        QPushButton *ok = buttons->button(QDialogButtonBox::Ok);
+        const auto update = [kept, ok] {
+            ok->setEnabled(kept->isComplete());
+            ok->setToolTip(kept->error());
+        };
+        connect(kept, &ShowOnlyWidget::completeChanged, ok, update);
+        update();
+    }
     filter->init(editor);
     connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);

@@ -8,9 +8,13 @@
 #include "valuetext_p.h"
 
 #include <QAbstractListModel>
+#include <QEvent>
+#include <QLabel>
 #include <QListView>
 #include <QStringList>
+#include <QVBoxLayout>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -41,7 +45,7 @@ class KeysModel final : public QAbstractListModel
 public:
     using QAbstractListModel::QAbstractListModel;
 
-    void fill(const ShowOnlyFilter &filter)
+    void fill(const ValueFilter &filter)
     {
         beginResetModel();
         m_keys = filter.getAllExcludedKeys();
@@ -51,6 +55,10 @@ public:
         for (const KeyValue &key : std::as_const(m_keys))
             m_texts.append(filter.keyToText(key));
         endResetModel();
+    }
+    bool isAnyChecked() const
+    {
+        return std::find(m_isChecked.begin(), m_isChecked.end(), true) != m_isChecked.end();
     }
     QList<KeyValue> checkedKeys() const
     {
@@ -95,13 +103,80 @@ private:
     std::vector<bool> m_isChecked;
 };
 
-KeysModel *keysModel(QWidget *widget)
+const KeysModel &keysModel(const QListView &view)
 {
-    const auto *view = qobject_cast<QListView *>(widget);
-    return view ? qobject_cast<KeysModel *>(view->model()) : nullptr;
+    return *static_cast<const KeysModel *>(view.model());
 }
 
 } // namespace
+
+ShowOnlyWidget::ShowOnlyWidget(QWidget *parent)
+    : QWidget(parent), m_view(new QListView(this)), m_error(new QLabel(this))
+{
+    m_view->setObjectName(u"keptKeys"_s);
+    m_view->setUniformItemSizes(true);
+    m_view->setModel(new KeysModel(m_view));
+    m_error->setObjectName(u"error"_s);
+    m_error->setWordWrap(true);
+    QSizePolicy policy = m_error->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    m_error->setSizePolicy(policy);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(m_error);
+    setFocusProxy(m_view);
+    connect(m_view->model(), &QAbstractItemModel::dataChanged, this, &ShowOnlyWidget::updateState);
+    connect(m_view->model(), &QAbstractItemModel::modelReset, this, &ShowOnlyWidget::updateState);
+    retranslate();
+}
+
+ShowOnlyWidget::~ShowOnlyWidget() = default;
+
+void ShowOnlyWidget::setKeys(const ValueFilter &filter)
+{
+    auto *keys = static_cast<KeysModel *>(m_view->model());
+    keys->fill(filter);
+    m_view->setCurrentIndex(keys->index(0));
+}
+
+QList<KeyValue> ShowOnlyWidget::checkedKeys() const
+{
+    return keysModel(*m_view).checkedKeys();
+}
+
+bool ShowOnlyWidget::isComplete() const
+{
+    return keysModel(*m_view).isAnyChecked();
+}
+
+QString ShowOnlyWidget::error() const
+{
+    return isComplete() ? QString() : tr("Отметьте хотя бы одно значение");
+}
+
+void ShowOnlyWidget::updateState()
+{
+    const bool isNow = isComplete();
+    m_error->setVisible(!isNow);
+    m_view->setAccessibleDescription(error());
+    if (std::exchange(m_isComplete, isNow) != isNow)
+        Q_EMIT completeChanged(isNow);
+}
+
+void ShowOnlyWidget::retranslate()
+{
+    m_view->setAccessibleName(tr("Показываемые значения"));
+    m_error->setText(tr("Отметьте хотя бы одно значение"));
+    updateState();
+}
+
+void ShowOnlyWidget::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+}
 
 ShowOnlyFilter::ShowOnlyFilter(Table &table, const QList<int> &columns, QObject *parent)
     : ColumnsFilter(table, columns, parent)
@@ -120,26 +195,20 @@ FilterFunc *ShowOnlyFilter::createFilterFunc(QObject *parent) const
 
 QWidget *ShowOnlyFilter::createFilterWidget(QWidget *parent)
 {
-    auto *view = new QListView(parent);
-    view->setObjectName(u"keptKeys"_s);
-    view->setAccessibleName(tr("Показываемые значения"));
-    view->setUniformItemSizes(true);
-    view->setModel(new KeysModel(view));
-    return view;
+    return new ShowOnlyWidget(parent);
 }
 
 void ShowOnlyFilter::apply(QWidget *widget)
 {
-    if (const KeysModel *keys = keysModel(widget))
-        setAllExcludedKeys(keys->checkedKeys());
+    const auto *editor = qobject_cast<ShowOnlyWidget *>(widget);
+    if (editor && editor->isComplete())
+        setAllExcludedKeys(editor->checkedKeys());
 }
 
 void ShowOnlyFilter::init(QWidget *widget)
 {
-    if (KeysModel *keys = keysModel(widget)) {
-        keys->fill(*this);
-        static_cast<QListView *>(widget)->setCurrentIndex(keys->index(0));
-    }
+    if (auto *editor = qobject_cast<ShowOnlyWidget *>(widget))
+        editor->setKeys(*this);
 }
 
 QString ShowOnlyFilter::name() const

@@ -1753,6 +1753,13 @@ Open an SQLite file, or drop one here.</translation>
         <source>только: %1</source>
         <translation>only: %1</translation>
     </message>
+</context>
+<context>
+    <name>ShowOnlyWidget</name>
+    <message>
+        <source>Отметьте хотя бы одно значение</source>
+        <translation>Check at least one value</translation>
+    </message>
     <message>
         <source>Показываемые значения</source>
         <translation>Values shown</translation>

@@ -15,6 +15,7 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QDialogButtonBox>
 #include <QDropEvent>
 #include <QFile>
 #include <QFileDialog>
@@ -26,6 +27,7 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -1738,6 +1740,38 @@ private Q_SLOTS:
         QVERIFY(m_fixture->settle());
 
         QCOMPARE(m_fixture->window().page()->table()->name(), u"securities"_s);
+    }
+
+    void keepsAtLeastOneValueOfWhatIsShownOnly()
+    {
+        QVERIFY(openSmall());
+        m_fixture->clickCell(0, 0);
+        action(u"showOnlySelected"_s)->trigger();
+        QVERIFY(m_fixture->settle());
+        auto *item = m_fixture->window().panel()->findChild<FilterPanelItem *>();
+        QVERIFY(item);
+        QTest::mouseClick(item->findChild<QToolButton *>(u"edit"_s), Qt::LeftButton);
+        auto *dialog = m_fixture->window().findChild<QDialog *>(u"filterDialog"_s);
+        QVERIFY(dialog);
+        const auto *ok = dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+        auto *keys = dialog->findChild<QListView *>(u"keptKeys"_s);
+        QVERIFY(ok->isEnabled());
+        QCOMPARE(ok->toolTip(), QString());
+
+        QTest::keyClick(keys, Qt::Key_Space);
+        QVERIFY(!ok->isEnabled());
+        QCOMPARE(ok->toolTip(), u"Отметьте хотя бы одно значение"_s);
+        QVERIFY(dialog->findChild<QLabel *>(u"error"_s)->isVisible());
+        QTest::keyClick(keys, Qt::Key_Return);
+        QVERIFY(dialog->isVisible());
+
+        QTest::keyClick(keys, Qt::Key_Space);
+        QVERIFY(ok->isEnabled());
+        QVERIFY(!dialog->findChild<QLabel *>(u"error"_s)->isVisible());
+        QTest::keyClick(keys, Qt::Key_Return);
+        QTRY_VERIFY(!m_fixture->window().findChild<QDialog *>(u"filterDialog"_s));
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 1);
     }
 };
 

@@ -7,6 +7,8 @@
 #include <support/exceptions.h>
 #include <support/seed.h>
 
+#include <QLabel>
+#include <QListView>
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -138,7 +140,67 @@ private Q_SLOTS:
         QVERIFY(!func->filter(zero));
         QVERIFY(func->filter(one));
     }
+
+    void editsItsKeys()
+    {
+        ShowOnlyFilter filter(m_table, {0});
+        filter.setValue(u"1|2"_s);
+        const std::unique_ptr<QWidget> widget(filter.createFilterWidget(nullptr));
+        auto *editor = qobject_cast<ShowOnlyWidget *>(widget.get());
+        QVERIFY(editor);
+        auto *keys = editor->findChild<QListView *>(u"keptKeys"_s)->model();
+
+        filter.init(editor);
+        QVERIFY(editor->isComplete());
+        QVERIFY(keys->setData(keys->index(0, 0), Qt::Unchecked, Qt::CheckStateRole));
+        filter.apply(editor);
+
+        QCOMPARE(filter.value(), u"2"_s);
+    }
+
+    void wantsAtLeastOneKey()
+    {
+        ShowOnlyFilter filter(m_table, {0});
+        filter.setValue(u"1|2"_s);
+        const std::unique_ptr<QWidget> widget(filter.createFilterWidget(nullptr));
+        auto *editor = qobject_cast<ShowOnlyWidget *>(widget.get());
+        QVERIFY(editor);
+        QList<bool> changes;
+        connect(editor, &ShowOnlyWidget::completeChanged, editor,
+                [&changes](bool isComplete) { changes.append(isComplete); });
+        filter.init(editor);
+        const auto *error = editor->findChild<QLabel *>(u"error"_s);
+        auto *keys = editor->findChild<QListView *>(u"keptKeys"_s)->model();
+        QVERIFY(error->isHidden());
+        QCOMPARE(editor->error(), QString());
+
+        for (int row : {0, 1})
+            QVERIFY(keys->setData(keys->index(row, 0), Qt::Unchecked, Qt::CheckStateRole));
+
+        QVERIFY(!editor->isComplete());
+        QVERIFY(!error->isHidden());
+        QCOMPARE(error->text(), u"Отметьте хотя бы одно значение"_s);
+        QCOMPARE(editor->error(), error->text());
+        QCOMPARE(editor->findChild<QListView *>(u"keptKeys"_s)->accessibleDescription(), error->text());
+        filter.apply(editor);
+        QCOMPARE(filter.value(), u"1|2"_s);
+
+        QVERIFY(keys->setData(keys->index(1, 0), Qt::Checked, Qt::CheckStateRole));
+        QVERIFY(editor->isComplete());
+        QVERIFY(error->isHidden());
+        QCOMPARE(changes, (QList<bool>{true, false, true}));
+    }
+
+    void hasNothingToApplyWithoutKeys()
+    {
+        ShowOnlyFilter filter(m_table, {0});
+        const std::unique_ptr<QWidget> widget(filter.createFilterWidget(nullptr));
+
+        filter.init(widget.get());
+
+        QVERIFY(!qobject_cast<ShowOnlyWidget *>(widget.get())->isComplete());
+    }
 };
 
-QTEST_GUILESS_MAIN(tst_ShowOnlyFilter)
+QTEST_MAIN(tst_ShowOnlyFilter)
 #include "tst_showonlyfilter.moc"
