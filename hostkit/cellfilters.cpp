@@ -13,8 +13,10 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -83,6 +85,130 @@ KeyValue keyOf(const Record &record, const QList<int> &columns)
     return key;
 }
 
+/// Calls \a take with the stored form of a present \a field: its bits, or its text. Values of one form are equal;
+/// equal ones may still have several, as 0.0 and -0.0.
+template <typename Take>
+auto withStoredForm(const Field &field, Take take)
+{
+    switch (field.def->type) {
+    case FieldType::Int:
+        return take(field.value<quint32>());
+    case FieldType::XDecimal:
+        return take(field.value<std::array<quint64, 2>>());
+    case FieldType::VarChar:
+        return take(field.asStaticString());
+    case FieldType::String:
+        return take(field.toString());
+    default:
+        return take(field.value<quint64>());
+    }
+}
+
+size_t hashOf(const QString &text, size_t seed)
+{
+    return qHash(text, seed);
+}
+
+size_t hashOf(const std::array<quint64, 2> &words, size_t seed)
+{
+    return qHashMulti(seed, words[0], words[1]);
+}
+
+/// Spreads also the bits at the top, where doubles differ.
+size_t hashOf(quint64 bits, size_t seed)
+{
+    const quint64 product = (bits ^ seed) * 0x9E3779B97F4A7C15u;
+    return size_t(product ^ product >> 32);
+}
+
+/// Tells rows of one table apart by the stored forms of their values in some columns.
+struct StoredForms
+{
+    const Table *table;
+    const QList<int> *columns;
+
+    /// The hash value of \a row.
+    size_t operator()(unsigned char *row) const
+    {
+        size_t seed = 0;
+        for (const int column : *columns) {
+            const Field field = table->dataPtr(row, column);
+            seed = field.isPresent()
+                       ? withStoredForm(field, [seed](const auto &form) { return hashOf(form, seed); })
+                       : ~seed;
+        }
+        return seed;
+    }
+    /// Whether \a a and \a b have the same.
+    bool operator()(unsigned char *a, unsigned char *b) const
+    {
+        return std::all_of(columns->begin(), columns->end(), [this, a, b](int column) {
+            const Field one = table->dataPtr(a, column);
+            const Field two = table->dataPtr(b, column);
+            if (!one.isPresent() || !two.isPresent())
+                return one.isPresent() == two.isPresent();
+            return withStoredForm(one, [&two](const auto &form) {
+                return withStoredForm(two, [&form](const auto &other) {
+                    if constexpr (std::is_same_v<decltype(form), decltype(other)>)
+                        return form == other;
+                    else
+                        return false;
+                });
+            });
+        });
+    }
+};
+
+/// The rows that differ from all that were added before.
+class DifferentRows
+{
+public:
+    explicit DifferentRows(const StoredForms &forms) : m_forms(forms), m_slots(1024) {}
+
+    /// Whether no row like \a row was added before.
+    bool add(unsigned char *row)
+    {
+        const size_t hash = m_forms(row);
+        Slot *slot = &m_slots[hash & (m_slots.size() - 1)];
+        while (slot->row) {
+            if (slot->hash == hash && m_forms(slot->row, row))
+                return false;
+            slot = next(slot);
+        }
+        *slot = {hash, row};
+        if (++m_size * 2 > m_slots.size())
+            grow();
+        return true;
+    }
+
+private:
+    struct Slot
+    {
+        size_t hash = 0;
+        /// Null in a free slot.
+        unsigned char *row = nullptr;
+    };
+
+    Slot *next(Slot *slot) { return slot == &m_slots.back() ? &m_slots.front() : slot + 1; }
+    void grow()
+    {
+        const std::vector<Slot> old = std::exchange(m_slots, std::vector<Slot>(m_slots.size() * 4));
+        for (const Slot &one : old) {
+            if (!one.row)
+                continue;
+            Slot *slot = &m_slots[one.hash & (m_slots.size() - 1)];
+            while (slot->row)
+                slot = next(slot);
+            *slot = one;
+        }
+    }
+
+    const StoredForms m_forms;
+    /// A power of two of them, half of them free at least.
+    std::vector<Slot> m_slots;
+    size_t m_size = 0;
+};
+
 /// Whether \a key, which has a value for each of \a columns, is in strict order with the keys of rows.
 bool isOrdered(const Table &table, const QList<int> &columns, const KeyValue &key)
 {
@@ -103,15 +229,19 @@ QList<KeyValue> keysOf(const TableModel &model, const Selection &selection, cons
 {
     QList<KeyValue> keys;
     QList<KeyValue> unordered;
-    keys.reserve(others.size() + qsizetype(selection.rows.size()));
     for (KeyValue key : others) {
         keychecks::requireWhole(key, columns.size());
         // Predicates ignore what is behind the last column.
         key.remove(columns.size(), key.size() - columns.size());
         (isOrdered(*model.table(), columns, key) ? keys : unordered).append(key);
     }
-    for (const int row : selection.rows)
-        keys.append(keyOf(model.record(row), columns));
+    // A key costs far more than a look at the row, and most rows hold what another one held.
+    DifferentRows seen({model.table(), &columns});
+    for (const int row : selection.rows) {
+        const Record record = model.record(row);
+        if (seen.add(record.row()))
+            keys.append(keyOf(record, columns));
+    }
     std::sort(keys.begin(), keys.end());
     const auto last = std::unique(keys.begin(), keys.end(),
                                   [](const KeyValue &a, const KeyValue &b) { return !(a < b) && !(b < a); });

@@ -9,12 +9,16 @@
 #include <hostkit/valuelistwidget.h>
 
 #include <support/exceptions.h>
+#include <support/seed.h>
 
 #include <QListView>
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <limits>
 #include <memory>
+#include <numeric>
+#include <set>
 
 using namespace Qt::StringLiterals;
 
@@ -283,6 +287,49 @@ private Q_SLOTS:
 
         QCOMPARE(static_cast<const ValueListFilter *>(filter)->getAllExcludedKeys().size(), 20'000);
         QCOMPARE(shown(), u"1 2 3 4 5"_s);
+    }
+
+    void takesEachValueOfManyRowsOnce()
+    {
+        const quint64 seed = testSeed();
+        QRandomGenerator random(quint32(seed ^ seed >> 32));
+        MemoryTable table(u"many"_s, {{.name = u"int"_s, .type = FieldType::Int, .nullable = true},
+                                      {.name = u"long"_s, .type = FieldType::Int64},
+                                      {.name = u"text"_s, .type = FieldType::String, .nullable = true},
+                                      {.name = u"short"_s, .type = FieldType::VarChar, .length = 8},
+                                      {.name = u"real"_s, .type = FieldType::Double},
+                                      {.name = u"price"_s, .type = FieldType::Decimal, .length = 2},
+                                      {.name = u"wide"_s, .type = FieldType::XDecimal, .length = 2}});
+        for (int i = 0; i < 6000; ++i) {
+            const int number = random.bounded(40);
+            table.append({random.bounded(9) ? CellValue(number) : CellValue(), qint64(number) << 40,
+                          random.bounded(9) ? CellValue(u"text %1"_s.arg(number)) : CellValue(),
+                          QString::number(random.bounded(40)),
+                          (random.bounded(9) - 4) * (number % 2 ? 0.0 : 0.5),
+                          decimal::fromUnscaled(random.bounded(40), 2), xdecimal(random.bounded(40), 2)});
+        }
+        QList<int> all(table.columnCount());
+        std::iota(all.begin(), all.end(), 0);
+        FilterList filters(table);
+        const TableModel model(table, all);
+
+        for (QList<int> columns :
+             {QList<int>{0}, {1}, {2}, {3}, {4}, {5}, {6}, {0, 2}, {4, 5}, {0, 1, 2, 3, 4, 5, 6}}) {
+            QItemSelection selection;
+            for (const int column : columns)
+                selection.append({model.index(0, column), model.index(model.rowCount() - 1, column)});
+            const auto *filter = static_cast<ValueFilter *>(showOnlyValues(filters, model, selection));
+
+            std::set<KeyValue> expected;
+            for (int row = 0; row < model.rowCount(); ++row)
+                expected.insert(filter->keyFromRecord(model.record(row)));
+            const QList<KeyValue> keys = filter->getAllExcludedKeys();
+            QCOMPARE(size_t(keys.size()), expected.size());
+            for (const KeyValue &key : keys) {
+                QVERIFY2(expected.erase(key) == 1,
+                         seedMessage(seed, QString::number(columns.constFirst())).constData());
+            }
+        }
     }
 };
 
