@@ -285,7 +285,7 @@ std::unique_ptr<ValueFilter> FilterStorage::make(const Entry &entry, Table &tabl
         throw Exception(tr("Фильтр не создан"));
     if (kind->keys == Keys::Stored)
         keysFromJson(*filter, entry.text(keysKey));
-    // A key that reads well may still be too large for its column; no pass over the rows must fail by it.
+    // A predicate may still refuse a key that reads well; no pass over the rows must fail by it.
     const std::unique_ptr<FilterFunc> func(filter->createFilterFunc(nullptr));
     filter->setEnabled(entry.values.value(enabledKey, true).toBool());
     return filter;

@@ -48,6 +48,20 @@ public:
     using OddFilter::OddFilter;
 };
 
+/// A filter of a host's own kind whose predicate does not take every key that can be read.
+class PickyFilter : public ColumnsFilter
+{
+    Q_OBJECT
+public:
+    using ColumnsFilter::ColumnsFilter;
+    FilterFunc *createFilterFunc(QObject *parent) const override
+    {
+        if (value().contains(u"bad"_s))
+            throw Exception(u"Ключ «bad» не годится"_s);
+        return ColumnsFilter::createFilterFunc(parent);
+    }
+};
+
 /// Not a value filter.
 class OtherFilter : public Filter
 {
@@ -905,6 +919,46 @@ private Q_SLOTS:
                  qPrintable(messages.constFirst()));
         QCOMPARE(shownFilters(filters), QStringList({u"ColumnsFilter 0 on 1"_s, u"ColumnsFilter 1 on a"_s}));
         filters.createFilterFuncs();
+    }
+
+    void refusesKeysThatReadWellButMakeNoPredicate_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("switched on") << true;
+        QTest::newRow("switched off, and on again later") << false;
+    }
+    void refusesKeysThatReadWellButMakeNoPredicate()
+    {
+        QFETCH(const bool, enabled);
+        const auto store = open();
+        FilterStorage storage(*store);
+        storage.registerHostKinds();
+        storage.registerKind(u"picky"_s, PickyFilter::staticMetaObject,
+                             [](Table &table, const QList<int> &columns) {
+                                 return std::make_unique<PickyFilter>(table, columns);
+                             });
+        FilterList filters(m_table);
+        add(filters, {0}, u"1"_s, true);
+        for (const int column : {1, 2}) {
+            auto *filter = new PickyFilter(m_table, {column});
+            filter->setValue(column == 1 ? u"good"_s : u"1.50"_s);
+            filter->setEnabled(enabled);
+            filters.add(filter);
+        }
+        storage.save(u"quotes"_s, filters);
+        store->setValue(u"filters/quotes/current/2/keys"_s, u"[[\"bad\"]]"_s);
+        FilterList others(m_table);
+
+        const QStringList messages = restored(1, [&] { return storage.restore(u"quotes"_s, others); });
+
+        QCOMPARE(messages, QStringList{u"Вид «quotes»: фильтр 2 («code») не восстановлен. "
+                                       "Ключ «bad» не годится"_s});
+        const QString state = enabled ? u"on"_s : u"off"_s;
+        QCOMPARE(shownFilters(others),
+                 QStringList({u"ColumnsFilter 0 on 1"_s, u"PickyFilter 2 %1 1.50"_s.arg(state)}));
+        for (Filter *filter : others.filters())
+            filter->setEnabled(true);
+        QCOMPARE(others.createFilterFuncs().size(), size_t(2));
     }
 
     void ownsUpToEveryMisfitOfASet()
