@@ -506,10 +506,10 @@ private Q_SLOTS:
         model.setThreadCount(1);
         const auto gate = std::make_shared<Gate>();
         const auto opener = qScopeGuard([gate] { gate->open(); });
-        std::atomic<int> asked = 0;
+        const auto asked = std::make_shared<std::atomic<int>>(0);
         FilterList filters(m_table);
-        auto *filter = new LambdaFilter([gate, &asked](const Record &) {
-            ++asked;
+        auto *filter = new LambdaFilter([gate, asked](const Record &) {
+            ++*asked;
             gate->wait();
             return true;
         });
@@ -529,7 +529,7 @@ private Q_SLOTS:
 
         QCOMPARE(shown(model), u"1 2"_s);
         // Not even what a thread takes on in one go.
-        QVERIFY2(asked < 1000, qPrintable(QString::number(asked)));
+        QVERIFY2(*asked < 1000, qPrintable(QString::number(*asked)));
     }
 
     void splitsAPassOverThreads_data()
