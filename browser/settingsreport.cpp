@@ -5,6 +5,7 @@
 #include "inifile.h"
 
 #include <data/exception.h>
+#include <hostkit/settingsvalue.h>
 #include <settings/settingsmodel.h>
 
 #include <QDebug>
@@ -20,11 +21,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int valueColumn = 2;
-
-QString pathOf(const QModelIndex &index)
-{
-    return index.data(Qt::ToolTipRole).toString();
-}
 
 bool isGroup(const QModelIndex &index)
 {
@@ -56,7 +52,7 @@ QModelIndex find(const SettingsModel &model, const QString &path)
 {
     QModelIndex group;
     for (const QModelIndex &index : allRows(model)) {
-        if (pathOf(index) != path)
+        if (settingsPath(index) != path)
             continue;
         if (!isGroup(index))
             return index;
@@ -117,6 +113,10 @@ void SettingsReport::requireWritable(const QSettings &store) const
 void SettingsReport::applyChanges(SettingsModel &model) const
 {
     model.setReadOnly(false);
+    // By path, the model would write some names that hold "%" to another entry.
+    const SettingsModel::EditStrategy strategy = model.editStrategy();
+    QSettings *atOnce = strategy == SettingsModel::OnFieldChange ? model.settings() : nullptr;
+    model.setEditStrategy(SettingsModel::OnManualSubmit);
     for (const CommandLine::SettingsChange &change : m_commandLine.settingsChanges) {
         const QModelIndex index = find(model, change.path);
         if (!index.isValid())
@@ -127,12 +127,17 @@ void SettingsReport::applyChanges(SettingsModel &model) const
         if (change.remove) {
             if (!model.removeRow(index.row(), index.parent()))
                 throw Exception(tr("Не удалось удалить «%1»").arg(change.path));
+            if (atOnce)
+                atOnce->remove(change.path);
         } else if (isGroup(index)) {
             throw Exception(tr("«%1» - группа, у неё нет значения").arg(change.path));
         } else if (!model.setData(index.siblingAtColumn(valueColumn), change.value)) {
             throw Exception(tr("Не удалось изменить «%1»").arg(change.path));
+        } else if (atOnce) {
+            atOnce->setValue(change.path, change.value);
         }
     }
+    model.setEditStrategy(strategy);
 }
 
 void SettingsReport::print(const SettingsModel &model)
@@ -140,7 +145,7 @@ void SettingsReport::print(const SettingsModel &model)
     std::vector<std::array<QString, 3>> lines{{tr("Путь"), model.headerData(1, Qt::Horizontal).toString(),
                                                model.headerData(valueColumn, Qt::Horizontal).toString()}};
     for (const QModelIndex &index : allRows(model)) {
-        const QString path = pathOf(index) + (isGroup(index) ? "/"_L1 : QLatin1StringView());
+        const QString path = settingsPath(index) + (isGroup(index) ? "/"_L1 : QLatin1StringView());
         lines.push_back({printable(path), index.siblingAtColumn(1).data().toString(),
                          printable(valueText(index.siblingAtColumn(valueColumn).data()))});
     }

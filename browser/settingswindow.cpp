@@ -60,11 +60,6 @@ constexpr int watchDelay = 150;  // ms; a write is told of several times
 /// Tells whether a row holds a pending change, or a removal below it.
 constexpr int pendingRole = Qt::UserRole + 1;
 
-QString pathOf(const QModelIndex &index)
-{
-    return index.data(Qt::ToolTipRole).toString();
-}
-
 using Changes = QList<SettingsChanges::Change>;
 
 /// With `OnFieldChange`, has changes written by somebody else, and makes them when they are written.
@@ -82,7 +77,7 @@ public:
             (role != Qt::EditRole && role != Qt::DisplayRole))
             return SettingsModel::setData(index, value, role);
         SettingsChanges::Change change;
-        change.path = pathOf(index);
+        change.path = settingsPath(index);
         change.newValue = value;
         const Written written(*this, {change});
         return written && SettingsModel::setData(index, settings()->value(change.path), role);
@@ -96,7 +91,7 @@ public:
         for (int i = row; i < row + count; ++i) {
             const QModelIndex gone = index(i, 0, parent);
             SettingsChanges::Change change;
-            change.path = pathOf(gone);
+            change.path = settingsPath(gone);
             change.removal = true;
             change.group = hasChildren(gone);
             if (!isNameless(gone))
@@ -169,12 +164,15 @@ public:
             return {};
         case pendingRole:
             return isPending(index);
+        case Qt::ToolTipRole:
+            return settingsPath(index);
         case Qt::AccessibleTextRole: {
             QString text = settingsValueText(settingsValue(index));
-            if (index.column() == 0 && m_changes.isEdited(pathOf(index)))
+            if (index.column() == 0 && m_changes.isEdited(settingsPath(index)))
                 text += SettingsWindow::tr(", правка ждёт записи");
             else if (index.column() == 0 && isPending(index))
-                text += SettingsWindow::tr(", ждут удаления: %1").arg(m_changes.removalsIn(pathOf(index)));
+                text +=
+                    SettingsWindow::tr(", ждут удаления: %1").arg(m_changes.removalsIn(settingsPath(index)));
             return text;
         }
         default:
@@ -210,7 +208,7 @@ protected:
         if (m_text.isEmpty())
             return true;
         const QModelIndex first = sourceModel()->index(row, 0, parent);
-        if (pathOf(first).contains(m_text, Qt::CaseInsensitive))
+        if (settingsPath(first).contains(m_text, Qt::CaseInsensitive))
             return true;
         for (int column = 0; column <= valueColumn; ++column) {
             const QVariant value = settingsValue(first.siblingAtColumn(column));
@@ -223,10 +221,9 @@ protected:
     }
 
 private:
-    static QString pathOf(const QModelIndex &index) { return index.data(Qt::ToolTipRole).toString(); }
     bool isPending(const QModelIndex &index) const
     {
-        const QString path = pathOf(index);
+        const QString path = settingsPath(index);
         return m_changes.removalsIn(path) > 0 ||
                (m_changes.isEdited(path) && !hasChildren(index.siblingAtColumn(0)));
     }
@@ -539,7 +536,7 @@ void SettingsWindowPrivate::build()
     QObject::connect(dismissButton, &QPushButton::clicked, dismiss, &QAction::trigger);
     QObject::connect(pendingList, &QTreeView::activated, q, [this](const QModelIndex &index) {
         // Shows the entry in the tree.
-        const QString path = pathOf(index);
+        const QString path = changes.changes().at(index.row()).path;
         const QModelIndexList found =
             search.match(search.index(0, 0), Qt::ToolTipRole, path, 1, Qt::MatchExactly | Qt::MatchRecursive);
         if (!found.isEmpty())
@@ -999,22 +996,22 @@ void SettingsWindowPrivate::reload()
             for (int row = 0; row < search.rowCount(parent); ++row) {
                 const QModelIndex index = search.index(row, 0, parent);
                 if (search.hasChildren(index) && !tree->isExpanded(index))
-                    collapsed.insert(pathOf(index));
+                    collapsed.insert(settingsPath(index));
                 note(index);
             }
         };
         note({});
-        const QString current = pathOf(tree->currentIndex());
+        const QString current = settingsPath(tree->currentIndex());
         const int scrolled = tree->verticalScrollBar()->value();
         takeModel();
         tree->expandAll();
         const std::function<void(const QModelIndex &)> restore = [&](const QModelIndex &parent) {
             for (int row = 0; row < search.rowCount(parent); ++row) {
                 const QModelIndex index = search.index(row, 0, parent);
-                if (pathOf(index) == current)
+                if (settingsPath(index) == current)
                     tree->setCurrentIndex(index);
                 restore(index);
-                tree->setExpanded(index, !collapsed.contains(pathOf(index)));
+                tree->setExpanded(index, !collapsed.contains(settingsPath(index)));
             }
         };
         restore({});
@@ -1062,19 +1059,19 @@ void SettingsWindowPrivate::removeSelected()
         if (row.data().toString().isEmpty()) {
             noticeBar->tell(
                 Icons::Shape::Warning,
-                SettingsWindow::tr("У записи «%1» нет имени, её нельзя удалить").arg(pathOf(row)));
+                SettingsWindow::tr("У записи «%1» нет имени, её нельзя удалить").arg(settingsPath(row)));
             return;
         }
         // What the search hides goes too.
         entries += countEntries(search.mapToSource(row));
-        const QString path = pathOf(row);
+        const QString path = settingsPath(row);
         edits += std::count_if(
             changes.changes().begin(), changes.changes().end(), [&](const SettingsChanges::Change &change) {
                 return !change.removal && (change.path == path || change.path.startsWith(path + u'/'));
             });
     }
     QString question = rows.size() == 1
-                           ? SettingsWindow::tr("Удалить «%1»?").arg(pathOf(rows.first()))
+                           ? SettingsWindow::tr("Удалить «%1»?").arg(settingsPath(rows.first()))
                            : SettingsWindow::tr("Удалить выбранное? Записей выбрано: %1").arg(rows.size());
     QStringList details;
     if (entries > rows.size())
@@ -1117,7 +1114,7 @@ void SettingsWindowPrivate::copyPaths()
     std::sort(rows.begin(), rows.end(),
               [&](const QModelIndex &one, const QModelIndex &other) { return place(one) < place(other); });
     for (const QModelIndex &row : std::as_const(rows))
-        paths += pathOf(row);
+        paths += settingsPath(row);
     QApplication::clipboard()->setText(paths.join(u'\n'));
 }
 
@@ -1180,14 +1177,14 @@ void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
 void SettingsWindowPrivate::noteExpanded(const QModelIndex &index)
 {
     if (tree->isExpanded(index))
-        wereExpanded.insert(pathOf(index));
+        wereExpanded.insert(settingsPath(index));
     for (int row = 0; row < search.rowCount(index); ++row)
         noteExpanded(search.index(row, 0, index));
 }
 
 void SettingsWindowPrivate::expandAgain(const QModelIndex &index, bool withChildren)
 {
-    if (search.hasChildren(index) && wereExpanded.remove(pathOf(index)))
+    if (search.hasChildren(index) && wereExpanded.remove(settingsPath(index)))
         tree->expand(index);
     for (int row = 0; withChildren && row < search.rowCount(index); ++row)
         expandAgain(search.index(row, 0, index), true);

@@ -20,29 +20,32 @@ namespace {
 
 constexpr int valueColumn = 2;
 
-QString pathOf(const QModelIndex &index)
-{
-    return index.data(Qt::ToolTipRole).toString();
-}
-
 QString parentPath(const QString &path)
 {
     return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
 }
 
-/// Calls \a visit for each row of \a model, top down.
-void visitRows(const SettingsModel &model, const std::function<void(const QModelIndex &)> &visit)
+/// Calls \a visit for each row of \a model, with its path, top down.
+void visitRows(const SettingsModel &model,
+               const std::function<void(const QModelIndex &, const QString &)> &visit)
 {
-    QList<QModelIndex> pending;
-    const auto addChildren = [&](const QModelIndex &parent) {
-        for (int row = model.rowCount(parent) - 1; row >= 0; --row)
-            pending.append(model.index(row, 0, parent));
+    struct Row
+    {
+        QModelIndex index;
+        QString path;
     };
-    addChildren({});
+    QList<Row> pending;
+    const auto addChildren = [&](const QModelIndex &parent, const QString &prefix) {
+        for (int row = model.rowCount(parent) - 1; row >= 0; --row) {
+            const QModelIndex index = model.index(row, 0, parent);
+            pending.append({index, prefix + index.data().toString()});
+        }
+    };
+    addChildren({}, {});
     while (!pending.isEmpty()) {
-        const QModelIndex index = pending.takeLast();
-        visit(index);
-        addChildren(index);
+        const Row row = pending.takeLast();
+        visit(row.index, row.path);
+        addChildren(row.index, row.path + u'/');
     }
 }
 
@@ -141,7 +144,7 @@ void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last
     for (int row = first; row <= last; ++row) {
         const QModelIndex index = m_model->index(row, 0, parent);
         Change change;
-        change.path = pathOf(index);
+        change.path = settingsPath(index);
         change.removal = true;
         change.group = m_model->hasChildren(index);
         m_removals.append(change);
@@ -151,8 +154,8 @@ void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last
 /// What the model holds now was just read from the store.
 void SettingsChanges::takeBase()
 {
-    visitRows(*m_model, [this](const QModelIndex &index) {
-        m_base.insert(pathOf(index), settingsValue(index.siblingAtColumn(valueColumn)));
+    visitRows(*m_model, [this](const QModelIndex &index, const QString &path) {
+        m_base.insert(path, settingsValue(index.siblingAtColumn(valueColumn)));
     });
 }
 
@@ -188,7 +191,7 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
 {
     // A merge tells of whole rows, with what it read.
     if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
-        m_base.insert(pathOf(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
+        m_base.insert(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
     const QSettings *store = m_model->settings();
     // In the middle of a walk the store has a current group.
     if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !store ||
@@ -196,7 +199,7 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
         schedule();
         return;
     }
-    const QString path = pathOf(topLeft);
+    const QString path = settingsPath(topLeft);
     const QVariant now = settingsValue(topLeft);
     const QVariant old = store->value(path);
     const qsizetype row = m_edited.value(path, -1);
@@ -226,8 +229,7 @@ void SettingsChanges::synchronize()
     noteFile();
     QSet<QString> keys;
     QSet<QString> groups;
-    visitRows(*m_model, [&](const QModelIndex &index) {
-        const QString path = pathOf(index);
+    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         if (m_model->hasChildren(index)) {
             groups.insert(path);
             return;
@@ -299,8 +301,8 @@ int SettingsChanges::apply(const QList<Change> &changes)
 {
     QHash<QString, QPersistentModelIndex> keys;
     QHash<QString, QPersistentModelIndex> groups;
-    visitRows(*m_model, [&](const QModelIndex &index) {
-        (m_model->hasChildren(index) ? groups : keys).insert(pathOf(index), index);
+    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+        (m_model->hasChildren(index) ? groups : keys).insert(path, index);
     });
     int failed = 0;
     for (const Change &change : changes) {
@@ -358,9 +360,9 @@ void SettingsChanges::merge()
     const Entries entries(*m_model->settings());
     // The model would cut rows from the ends of levels in their stead.
     QList<QPersistentModelIndex> vanished;
-    visitRows(*m_model, [&](const QModelIndex &index) {
+    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         const bool nameless = index.data().toString().isEmpty();
-        if (!nameless && !entries.contains(pathOf(index), m_model->hasChildren(index)))
+        if (!nameless && !entries.contains(path, m_model->hasChildren(index)))
             vanished.append(index);
     });
     for (const QPersistentModelIndex &index : std::as_const(vanished)) {

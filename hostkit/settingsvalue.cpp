@@ -67,6 +67,15 @@ QString itemText(const QVariant &item)
 
 } // namespace
 
+QString settingsPath(const QModelIndex &index)
+{
+    QStringList names;
+    for (QModelIndex row = index; row.isValid(); row = row.parent())
+        names += row.siblingAtColumn(0).data().toString();
+    std::reverse(names.begin(), names.end());
+    return names.join(u'/');
+}
+
 QVariant settingsValue(const QModelIndex &index)
 {
     QModelIndex source = index;

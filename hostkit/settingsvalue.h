@@ -13,6 +13,12 @@
 /// what that shows, at any moment, in slots of the notifications too.
 HOSTKIT_EXPORT QVariant settingsValue(const QModelIndex &index);
 
+/// Where the row of \a index is in its store: the names of the groups around it and its own, joined by "/", as
+/// QSettings takes them while it has the current group that the model was made in. Looks through proxies that
+/// show the names in column 0. The tool tip of a SettingsModel, made for people, tells otherwise for some names
+/// that hold "%". A row that has no name yet, while the model merges a store, ends in "/".
+HOSTKIT_EXPORT QString settingsPath(const QModelIndex &index);
+
 /// \a value on one line, for people: "Да" and "Нет", dates in ISO form, items of lists parted by ", " and
 /// quoted where they would be misread, control characters made visible. Cut after some hundred characters.
 /// Not meant to be read back.

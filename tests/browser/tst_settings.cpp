@@ -86,6 +86,30 @@ private Q_SLOTS:
         QCOMPARE(contentOf(file), QByteArray("[General]\ntop=\xd1\x91\n\n[a]\nb\\z=3\nx=\n"));
     }
 
+    void changesEntriesBelowNamesWithPercents_data()
+    {
+        QTest::addColumn<QString>("strategy");
+        QTest::newRow("on field change") << u"on-field-change"_s;
+        QTest::newRow("on manual submit") << u"on-manual-submit"_s;
+    }
+    void changesEntriesBelowNamesWithPercents()
+    {
+        QFETCH(QString, strategy);
+        const QString file = makeFile("[views]\n%252Fhome\\a=1\n%252Fhome\\b=2\n%252Fhome\\c\\d=3\n");
+
+        const ProgramRun run =
+            runBrowser({u"--settings"_s, file, u"--strategy"_s, strategy, u"--set"_s, u"views/%2Fhome/a=9"_s,
+                        u"--remove"_s, u"views/%2Fhome/b"_s, u"--remove"_s, u"views/%2Fhome/c"_s});
+
+        QCOMPARE(run.errors, QString());
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.output, u"Path             Type     Value\n"
+                             "views/\n"
+                             "views/%2Fhome/\n"
+                             "views/%2Fhome/a  QString  9\n"_s);
+        QCOMPARE(contentOf(file), QByteArray("[views]\n%252Fhome\\a=9\n"));
+    }
+
     void refusesInOneLineAndWritesNothing_data()
     {
         QTest::addColumn<QStringList>("changes");

@@ -2,6 +2,7 @@
 #include <browser/settingswindow.h>
 
 #include <browser/noticebar.h>
+#include <hostkit/scratchstore.h>
 #include <hostkit/settingsvalue.h>
 #include <support/settingsfixtures.h>
 
@@ -1349,6 +1350,63 @@ private Q_SLOTS:
         w.tree->selectAll();
         w.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(QApplication::clipboard()->text().split(u'\n'), (QStringList{u"g"_s, u"g/k"_s, u"top"_s}));
+    }
+
+    void changesEntriesBelowNamesWithPercents_data()
+    {
+        QTest::addColumn<QString>("strategy");
+        QTest::newRow("by command") << u"manual"_s;
+        QTest::newRow("at once") << u"immediate"_s;
+    }
+    void changesEntriesBelowNamesWithPercents()
+    {
+        QFETCH(QString, strategy);
+        const bool manual = strategy == u"manual"_s;
+        const QString group = u"views/%2Fhome%2Fx"_s;
+        const QString file = makeFile({});
+        {
+            QSettings store(file, QSettings::IniFormat);
+            store.setValue(group + u"/other"_s, u"x"_s);
+            store.setValue(group + u"/table"_s, u"Customers"_s);
+            store.setValue(group + u"/deep%1/k"_s, u"y"_s);
+        }
+        Window w;
+        w.window.openFile(file);
+        w.action(strategy)->trigger();
+        const auto stored = [&] { return entries(*ScratchStore(contentOf(file))); };
+
+        w.edit(group + u"/table"_s, u"Orders"_s);
+        w.select(group + u"/table"_s);
+        w.action(u"copyPath"_s)->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), group + u"/table"_s);
+        QCOMPARE(w.isMarked(group + u"/table"_s), manual);
+        QCOMPARE(w.at(group + u"/table"_s).data(Qt::ToolTipRole).toString(), group + u"/table"_s);
+        w.select(group + u"/other"_s);
+        QVERIFY(w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); }).startsWith(u"Удалить «"_s + group));
+        QCOMPARE(w.isMarked(group), manual);
+        w.remove(group + u"/deep%1"_s);
+
+        const QStringList pending{u"Правка|"_s + group + u"/table|Customers|Orders"_s,
+                                  u"Удаление|"_s + group + u"/other|x|"_s,
+                                  u"Удаление группы|"_s + group + u"/deep%1||"_s};
+        QCOMPARE(w.pendingTexts(), manual ? pending : QStringList());
+        if (manual) {
+            w.pending->setFocus();
+            w.pending->setCurrentIndex(w.pending->model()->index(0, 0));
+            w.press(Qt::Key_Return);
+            QCOMPARE(w.tree->currentIndex(), w.at(group + u"/table"_s));
+            w.dismiss(1);
+            QCOMPARE(treeText(*w.tree->model(), w.at(group)), u"other=x table=Orders"_s);
+            w.remove(group + u"/other"_s);
+            w.action(u"refresh"_s)->trigger();
+            QCOMPARE(w.pendingTexts(), (QStringList{pending.at(0), pending.at(2), pending.at(1)}));
+        }
+        w.action(u"submit"_s)->trigger();
+
+        QCOMPARE(w.pendingTexts(), QStringList());
+        QCOMPARE(w.message->text(), QString());
+        QCOMPARE(treeText(*w.tree->model()), u"views{%2Fhome%2Fx{table=Orders}}"_s);
+        QCOMPARE(stored(), QStringList{group + u"/table=Orders"_s});
     }
 
     void showsAStoreWhoseFileIsToCome()

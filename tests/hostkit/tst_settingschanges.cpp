@@ -437,6 +437,43 @@ private Q_SLOTS:
         QCOMPARE(entries(*f.store), QStringList{u"b=2"_s});
     }
 
+    void goesByNames_data()
+    {
+        QTest::addColumn<QString>("group");
+        QTest::newRow("place marker") << u"views/%2Fhome%2Fx"_s;
+        QTest::newRow("two levels of them") << u"a%1b/%2"_s;
+        QTest::newRow("percent alone") << u"100%/%"_s;
+    }
+    void goesByNames()
+    {
+        QFETCH(QString, group);
+        auto store = m_files.empty();
+        store->setValue(group + u"/k"_s, u"1"_s);
+        store->setValue(group + u"/l"_s, u"2"_s);
+        store->setValue(group + u"/m/n"_s, u"3"_s);
+        Fixture f(std::move(store));
+        const QStringList names = group.split(u'/');
+        QVERIFY(f.changes.known().contains(group + u"/k"_s));
+
+        f.edit(names + QStringList{u"k"_s}, u"9"_s);
+        f.remove(names + QStringList{u"l"_s});
+        f.remove(names + QStringList{u"m"_s});
+        const QStringList all{u"edit "_s + group + u"/k 1 -> 9"_s, u"removal "_s + group + u"/l"_s,
+                              u"removal "_s + group + u"/m/"_s};
+        QCOMPARE(texts(f.changes), all);
+        QVERIFY(f.changes.isEdited(group + u"/k"_s));
+        QCOMPARE(f.changes.removalsIn(group), 2);
+
+        QCOMPARE(f.changes.refresh(), 0);
+        QCOMPARE(texts(f.changes), all);
+        QCOMPARE(f.changes.dismiss(2), 0);
+        QCOMPARE(texts(f.changes), all.first(2));
+        f.model.submitAll();
+        f.changes.synchronize();
+        QCOMPARE(texts(f.changes), QStringList());
+        QCOMPARE(entries(*f.store), (QStringList{group + u"/k=9"_s, group + u"/m/n=3"_s}));
+    }
+
     void outlivesTheModel()
     {
         SettingsChanges changes;
