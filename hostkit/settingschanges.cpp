@@ -25,6 +25,11 @@ QString parentPath(const QString &path)
     return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
 }
 
+bool isIn(const QString &path, const SettingsChanges::Change &removal)
+{
+    return path == removal.path || path.startsWith(removal.path + u'/');
+}
+
 /// Calls \a visit for each row of \a model, with its path, top down.
 void visitRows(const SettingsModel &model,
                const std::function<void(const QModelIndex &, const QString &)> &visit)
@@ -255,8 +260,16 @@ void SettingsChanges::synchronize()
         };
         m_removals.removeIf(isBack);
         // A store that could not be read says nothing of what is in it.
-        if (std::any_of(m_removals.begin(), m_removals.end(), isGone) && storeState() == StoreState::Readable)
+        if (std::any_of(m_removals.begin(), m_removals.end(), isGone) &&
+            storeState() == StoreState::Readable) {
+            m_base.removeIf([&](QHash<QString, QVariant>::iterator entry) {
+                return !entries.keys.contains(entry.key()) && !entries.groups.contains(entry.key()) &&
+                       std::any_of(m_removals.begin(), m_removals.end(), [&](const Change &change) {
+                           return isGone(change) && isIn(entry.key(), change);
+                       });
+            });
             m_removals.removeIf(isGone);
+        }
         // What was removed with the group around it is no removal of its own any more.
         const QList<Change> all = m_removals;
         m_removals.removeIf([&](const Change &change) {

@@ -1409,6 +1409,40 @@ private Q_SLOTS:
         QCOMPARE(stored(), QStringList{group + u"/table=Orders"_s});
     }
 
+    void forgetsWhatWasRemovedAtOnce()
+    {
+        const QString file = makeFile("a=1\nb=2\n[g]\nk=x\n");
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        w.remove(u"b"_s);
+        w.remove(u"g"_s);
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=1\n"));
+
+        QFile::remove(file);
+        w.action(u"manual"_s)->trigger();
+        w.action(u"submit"_s)->trigger();
+
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=1\n"));
+        QCOMPARE(treeText(*w.tree->model()), u"a=1"_s);
+    }
+
+    void seesNoConflictWithARemovalOfItsOwn()
+    {
+        const QString file = makeFile("a=1\n[g]\nk=x\nl=y\n");
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        w.remove(u"g/k"_s);
+
+        write(file, "a=9\n[g]\nl=y\n");
+        w.remove(u"g"_s);
+
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=9\n"));
+        QTRY_COMPARE(w.message->text(),
+                     u"Файл был изменён другой программой. Показано то, что в нём теперь"_s);
+    }
+
     void showsAStoreWhoseFileIsToCome()
     {
         const QString file = QFileInfo(makeFile({})).dir().filePath(u"new.conf"_s);

@@ -474,6 +474,18 @@ private Q_SLOTS:
         QCOMPARE(entries(*f.store), (QStringList{group + u"/k=9"_s, group + u"/m/n=3"_s}));
     }
 
+    void forgetsWhatWasRemovedAtOnce()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\n[g]\nk=3\nl=4\n[h]\nm=5\n"));
+        f.model.setEditStrategy(SettingsModel::OnFieldChange);
+
+        f.remove({u"b"_s});
+        f.remove({u"g"_s});
+        f.remove({u"h"_s, u"m"_s});
+
+        QCOMPARE(f.changes.known(), (QHash<QString, QVariant>{{u"a"_s, u"1"_s}, {u"h"_s, {}}}));
+    }
+
     void outlivesTheModel()
     {
         SettingsChanges changes;
