@@ -1344,6 +1344,14 @@ bool SettingsWindow::openFile(const QString &fileName)
 
 void SettingsWindow::openStore(std::unique_ptr<QSettings> store)
 {
+    try {
+        // Its file may be still to come.
+        if (QFileInfo::exists(store->fileName()))
+            requireIniFile(store->fileName());
+    } catch (const Exception &exception) {
+        d->noticeBar->tell(Icons::Shape::Warning, exception.message());
+        return;
+    }
     if (d->mayClose())
         d->open(std::move(store));
 }

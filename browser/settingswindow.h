@@ -41,7 +41,8 @@ public:
     /// Shows the INI file \a fileName. False, with a message in the window and what was open still there, when
     /// it cannot be opened or the user keeps pending changes.
     bool openFile(const QString &fileName);
-    /// Shows \a store, an INI store whose file may not exist yet. Fallbacks are switched off in it.
+    /// Shows \a store, an INI store whose file may not exist yet. Fallbacks are switched off in it. As openFile()
+    /// does, tells of a file that cannot be read and keeps what was open.
     void openStore(std::unique_ptr<QSettings> store);
 
     /// The file shown, or an empty text.

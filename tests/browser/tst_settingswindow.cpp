@@ -1443,6 +1443,26 @@ private Q_SLOTS:
                      u"Файл был изменён другой программой. Показано то, что в нём теперь"_s);
     }
 
+    void tellsThatAStoreIsSpoilt()
+    {
+        const QByteArray content = "just\nwords\n";
+        const QString file = makeFile(content);
+        Window w;
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: "_s));
+        w.window.openStore(std::make_unique<QSettings>(file, QSettings::IniFormat));
+
+        QCOMPARE(w.message->text(), u"«%1» - не файл INI"_s.arg(file));
+        QVERIFY(!w.action(u"submit"_s)->isEnabled());
+        QCOMPARE(w.window.fileName(), QString());
+        w.window.close();
+        QCOMPARE(contentOf(file), content);
+        write(file, "a=1\n");
+        w.window.openStore(std::make_unique<QSettings>(file, QSettings::IniFormat));
+        QCOMPARE(w.message->text(), QString());
+        QCOMPARE(treeText(*w.tree->model()), u"a=1"_s);
+    }
+
     void showsAStoreWhoseFileIsToCome()
     {
         const QString file = QFileInfo(makeFile({})).dir().filePath(u"new.conf"_s);
