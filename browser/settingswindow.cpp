@@ -359,6 +359,7 @@ public:
     struct Outcome;
     Outcome write(const Changes &wanted);
     void showFile(const Outcome &outcome);
+    QString droppedText(int dropped) const;
     void applySearch();
     void noteExpanded(const QModelIndex &index);
     void expandAgain(const QModelIndex &index, bool withChildren);
@@ -858,6 +859,20 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
     return {true, outdated, false, Icons::Shape::Information, told.join(u". "_s)};
 }
 
+/// What of the pending changes was \a dropped just now.
+QString SettingsWindowPrivate::droppedText(int dropped) const
+{
+    const QStringList &grown = changes.grownGroups();
+    QStringList texts;
+    if (dropped > grown.size())
+        texts += SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1")
+                     .arg(dropped - grown.size());
+    if (!grown.isEmpty())
+        texts += SettingsWindow::tr("Отменено удаление групп, в которые другая программа записала новое: %1")
+                     .arg(grown.join(u", "_s));
+    return texts.join(u". "_s);
+}
+
 /// What the file holds now, and what came of writing it.
 void SettingsWindowPrivate::showFile(const Outcome &outcome)
 {
@@ -869,7 +884,8 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
             reload();
         } else {
             const Anchor anchor(tree);
-            dropped = changes.refresh();
+            dropped = changes.refresh(outcome.conflict ? SettingsChanges::Grown::Keep
+                                                       : SettingsChanges::Grown::Drop);
             seen = fingerprint();
             watch();
             updateState();
@@ -878,7 +894,7 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
     noticeBar->clear();
     QStringList messages(outcome.message);
     if (dropped > 0)
-        messages += SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(dropped);
+        messages += droppedText(dropped);
     if (outcome.conflict && (!isManual() || !changes.isEmpty()))
         messages += SettingsWindow::tr("Повторите, чтобы заменить то, что в файле");
     messages.removeAll(QString());
@@ -1021,9 +1037,7 @@ void SettingsWindowPrivate::reload()
         const int dropped = changes.refresh();
         model->setReadOnly(isReadOnlyStore(*store));
         if (dropped > 0)
-            noticeBar->tell(
-                Icons::Shape::Warning,
-                SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(dropped));
+            noticeBar->tell(Icons::Shape::Warning, droppedText(dropped));
     }
     seen = fingerprint();
     watch();
@@ -1139,8 +1153,7 @@ void SettingsWindowPrivate::dismissSelected()
                         SettingsWindow::tr("Ничего не отменено. %1").arg(fileProblem()),
                         SettingsWindow::tr("Обновить"));
     else if (dropped > 0)
-        noticeBar->tell(Icons::Shape::Warning,
-                        SettingsWindow::tr("Отброшено правок, записей которых больше нет: %1").arg(dropped));
+        noticeBar->tell(Icons::Shape::Warning, droppedText(dropped));
     pendingList->setCurrentIndex(changes.index(std::min(row, changes.rowCount() - 1), 0));
 }
 

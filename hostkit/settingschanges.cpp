@@ -30,6 +30,16 @@ bool isIn(const QString &path, const SettingsChanges::Change &removal)
     return path == removal.path || path.startsWith(removal.path + u'/');
 }
 
+/// Whether \a read is \a known, or what a file that holds it as a text gives back of it.
+bool isKnown(const QVariant &read, const QVariant &known)
+{
+    const bool isText = read.typeId() == QMetaType::QString;
+    const QStringList items = known.toStringList();
+    return isSameSettingsValue(read, known) || (isText && read.toString() == known.toString()) ||
+           (isText && items.size() == 1 && read.toString() == items.first()) ||
+           (!read.isValid() && items.isEmpty());
+}
+
 /// Calls \a visit for each row of \a model, with its path, top down.
 void visitRows(const SettingsModel &model,
                const std::function<void(const QModelIndex &, const QString &)> &visit)
@@ -310,6 +320,28 @@ void SettingsChanges::publish(const QList<Change> &edits)
     Q_EMIT changed();
 }
 
+/// Takes the removals of groups out of \a pending that would remove what was not known when they were made.
+void SettingsChanges::dropGrown(QList<Change> &pending)
+{
+    m_grown.clear();
+    const auto isGroupRemoval = [](const Change &change) { return change.removal && change.group; };
+    if (std::none_of(pending.begin(), pending.end(), isGroupRemoval))
+        return;
+    const QSettings &store = *m_model->settings();
+    QStringList unknown = store.allKeys();
+    unknown.removeIf([&](const QString &key) {
+        return m_base.contains(key) && isKnown(store.value(key), m_base.value(key));
+    });
+    pending.removeIf([&](const Change &change) {
+        const bool grown =
+            isGroupRemoval(change) && std::any_of(unknown.begin(), unknown.end(),
+                                                  [&](const QString &key) { return isIn(key, change); });
+        if (grown)
+            m_grown += change.path;
+        return grown;
+    });
+}
+
 int SettingsChanges::apply(const QList<Change> &changes)
 {
     QHash<QString, QPersistentModelIndex> keys;
@@ -344,6 +376,7 @@ int SettingsChanges::dismiss(int row)
     // What is not listed yet would not be made again.
     synchronize();
     int dropped = 0;
+    m_grown.clear();
     {
         const QScopedValueRollback working(m_working, true);
         if (change.removal) {
@@ -354,8 +387,9 @@ int SettingsChanges::dismiss(int row)
             };
             others.removeIf(isIt);
             m_removals.removeIf(isIt);
+            dropGrown(others);
             merge();
-            dropped = apply(others);
+            dropped = apply(others) + int(m_grown.size());
         } else {
             Change back = change;
             back.newValue = m_model->settings()->value(change.path, m_base.value(change.path));
@@ -402,22 +436,26 @@ bool SettingsChanges::dismissAll()
     return true;
 }
 
-int SettingsChanges::refresh()
+int SettingsChanges::refresh(Grown groups)
 {
+    m_grown.clear();
     if (!m_model || !m_model->settings())
         return 0;
     if (storeState() != StoreState::Readable)
         return -1;
     synchronize();
-    const QList<Change> pending = m_changes;
+    QList<Change> pending = m_changes;
     int dropped = 0;
     {
         const QScopedValueRollback working(m_working, true);
         m_model->settings()->sync();
+        if (groups == Grown::Drop)
+            dropGrown(pending);
         merge();
+        dropped = int(m_grown.size());
         if (!pending.isEmpty()) {
             const Unwatched unwatched(*m_model);
-            dropped = apply(pending);
+            dropped += apply(pending);
         }
     }
     synchronize();

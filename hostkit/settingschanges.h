@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QList>
 #include <QPointer>
+#include <QStringList>
 #include <QVariant>
 
 class SettingsModel;
@@ -51,6 +52,12 @@ public:
         Unreadable ///< the file cannot be opened or is not of the store's format
     };
 
+    /// What becomes of the removal of a group that has grown, see grownGroups().
+    enum class Grown {
+        Drop, ///< it is dropped
+        Keep  ///< it stays pending: the user was told of what it removes now
+    };
+
     explicit SettingsChanges(QObject *parent = nullptr);
 
     /// The model to be watched, or null. Removals are known from now on.
@@ -75,16 +82,20 @@ public:
     /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only. An
     /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that has
     /// to be `Readable`. Reads nothing anew from the file. Returns the number of other changes that had to be
-    /// dropped, since the store itself holds their entries no more; -1, with nothing changed, when refused.
+    /// dropped, since the store itself holds their entries no more or more of them, see grownGroups(); -1, with
+    /// nothing changed, when refused.
     int dismiss(int row);
     /// Undoes all, as SettingsModel::revertAll() does, but rightly in one go, see refresh(). Needs the same.
     /// False, with nothing changed, when refused.
     bool dismissAll();
     /// Merges the store into the model, as SettingsModel::refresh() does, but rightly in one go: entries that
     /// vanished go first. Pending changes stay pending. Returns the number of those that had to be dropped,
-    /// since their entries are gone; -1, with nothing changed, when storeState() is not `Readable`. For stores
-    /// in which no name is group and key at once.
-    int refresh();
+    /// since their entries are gone or their groups have grown, see grownGroups(); -1, with nothing changed,
+    /// when storeState() is not `Readable`. For stores in which no name is group and key at once.
+    int refresh(Grown groups = Grown::Drop);
+    /// The paths of the groups whose removal the last refresh() or dismiss() had to drop, since the store now
+    /// has entries below them that are new or have other values: to remove those, too, is for the user to say.
+    const QStringList &grownGroups() const { return m_grown; }
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;
@@ -106,6 +117,7 @@ private:
     void takeBase();
     void noteFile();
     void merge();
+    void dropGrown(QList<Change> &pending);
     bool isEdit(const QString &path, const QVariant &now, const QVariant &old);
     void publish(const QList<Change> &edits);
     /// Brings \a changes about in the model, by path; how many could not be.
@@ -116,6 +128,7 @@ private:
     QList<Change> m_changes;
     QList<Change> m_removals;
     QHash<QString, QVariant> m_base; ///< known()
+    QStringList m_grown;
     QHash<QString, qsizetype> m_edited;
     QHash<QString, int> m_removalsIn;
     bool m_scheduled = false;

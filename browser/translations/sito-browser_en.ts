@@ -1746,6 +1746,10 @@ Open an SQLite file, or drop one here.</translation>
         <source>изменено и здесь, и в файле другой программой: %1</source>
         <translation>changed both here and, by another program, in the file: %1</translation>
     </message>
+    <message>
+        <source>Отменено удаление групп, в которые другая программа записала новое: %1</source>
+        <translation>Kept groups to be removed to which another program wrote something new: %1</translation>
+    </message>
 </context>
 <context>
     <name>ShowOnlyFilter</name>

@@ -1443,6 +1443,46 @@ private Q_SLOTS:
                      u"Файл был изменён другой программой. Показано то, что в нём теперь"_s);
     }
 
+    void keepsWhatOthersAddToAGroupToBeRemoved_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("tree");
+        QTest::addColumn<QString>("also");
+        QTest::newRow("added") << QByteArray("a=1\n[g]\nk=x\nnew=precious\n") << u"g{k=x new=precious} a=5"_s
+                               << QString();
+        QTest::newRow("added deeper")
+            << QByteArray("a=1\n[g]\nh\\new=precious\nk=x\n") << u"g{h{new=precious} k=x} a=5"_s << QString();
+        QTest::newRow("changed") << QByteArray("a=1\n[g]\nk=precious\n") << u"g{k=precious} a=5"_s
+                                 << QString();
+        QTest::newRow("and an edited key is gone") << QByteArray("[g]\nk=precious\n") << u"g{k=precious}"_s
+                                                   << u"Отброшено правок, записей которых больше нет: 1. "_s;
+    }
+    void keepsWhatOthersAddToAGroupToBeRemoved()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, tree);
+        QFETCH(QString, also);
+        const QString file = makeFile("a=1\n[g]\nk=x\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"5"_s);
+        w.remove(u"g"_s);
+        QCOMPARE(w.pendingTexts(), (QStringList{u"Правка|a|1|5"_s, u"Удаление группы|g||"_s}));
+
+        write(file, content);
+        w.action(u"refresh"_s)->trigger();
+
+        QCOMPARE(w.message->text(),
+                 also + u"Отменено удаление групп, в которые другая программа записала новое: g"_s);
+        QCOMPARE(treeText(*w.tree->model()), tree);
+        QCOMPARE(w.pendingTexts(), also.isEmpty() ? QStringList{u"Правка|a|1|5"_s} : QStringList());
+        w.action(u"submit"_s)->trigger();
+        QVERIFY(contentOf(file).contains("precious"));
+        w.remove(u"g"_s);
+        w.action(u"submit"_s)->trigger();
+        QCOMPARE(contentOf(file), also.isEmpty() ? QByteArray("[General]\na=5\n") : QByteArray());
+    }
+
     void tellsThatAStoreIsSpoilt()
     {
         const QByteArray content = "just\nwords\n";

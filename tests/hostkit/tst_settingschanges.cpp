@@ -152,7 +152,7 @@ private Q_SLOTS:
         f.remove({u"g"_s});
         QFile file(f.store->fileName());
         QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(file.write("a=10\nc=30\n[g]\nl=40\n") > 0);
+        QVERIFY(file.write("a=10\nc=30\n[g]\nl=4\n") > 0);
         file.close();
 
         const QHash<QString, QVariant> before = f.changes.known();
@@ -164,7 +164,7 @@ private Q_SLOTS:
             (QHash<QString, QVariant>{
                 {u"a"_s, u"1"_s}, {u"b"_s, u"2"_s}, {u"g"_s, {}}, {u"g/k"_s, u"3"_s}, {u"g/l"_s, u"4"_s}}));
         QCOMPARE(after, (QHash<QString, QVariant>{
-                            {u"a"_s, u"10"_s}, {u"c"_s, u"30"_s}, {u"g"_s, {}}, {u"g/l"_s, u"40"_s}}));
+                            {u"a"_s, u"10"_s}, {u"c"_s, u"30"_s}, {u"g"_s, {}}, {u"g/l"_s, u"4"_s}}));
         QCOMPARE(texts(f.changes), (QStringList{u"edit a 10 -> 7"_s, u"removal g/"_s}));
     }
 
@@ -486,6 +486,101 @@ private Q_SLOTS:
         QCOMPARE(f.changes.known(), (QHash<QString, QVariant>{{u"a"_s, u"1"_s}, {u"h"_s, {}}}));
     }
 
+    void keepsWhatOthersAddToARemovedGroup_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QStringList>("grown");
+        QTest::addColumn<QStringList>("left");
+        QTest::addColumn<QString>("tree");
+        const QStringList all{u"edit a 1 -> 9"_s, u"removal g/"_s, u"removal h/"_s};
+        const QStringList withoutG{u"edit a 1 -> 9"_s, u"removal h/"_s};
+        QTest::newRow("added") << QByteArray("a=1\n[g]\nk=2\nl=3\nnew=4\n[h]\nm=5\n") << QStringList{u"g"_s}
+                               << withoutG << u"g{k=2 l=3 new=4} a=9"_s;
+        QTest::newRow("added deeper") << QByteArray("a=1\n[g]\nk=2\nl=3\nd\\new=4\n[h]\nm=5\n")
+                                      << QStringList{u"g"_s} << withoutG << u"g{d{new=4} k=2 l=3} a=9"_s;
+        QTest::newRow("changed") << QByteArray("a=1\n[g]\nk=2\nl=30\n[h]\nm=5\n") << QStringList{u"g"_s}
+                                 << withoutG << u"g{k=2 l=30} a=9"_s;
+        QTest::newRow("added to both")
+            << QByteArray("a=1\n[g]\nk=2\nnew=3\n[h]\nm=5\nnew=6\n") << QStringList{u"g"_s, u"h"_s}
+            << QStringList{u"edit a 1 -> 9"_s} << u"g{k=2 new=3} h{m=5 new=6} a=9"_s;
+        QTest::newRow("added beside") << QByteArray("a=1\n[g]\nk=2\nl=3\n[ga]\nnew=4\n[h]\nm=5\n")
+                                      << QStringList() << all << u"ga{new=4} a=9"_s;
+        QTest::newRow("removed in part")
+            << QByteArray("a=1\n[g]\nk=2\n[h]\nm=5\n") << QStringList() << all << u"a=9"_s;
+        QTest::newRow("nothing") << QByteArray("a=1\n[g]\nk=2\nl=3\n[h]\nm=5\n") << QStringList() << all
+                                 << u"a=9"_s;
+    }
+    void keepsWhatOthersAddToARemovedGroup()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QStringList, grown);
+        QFETCH(QStringList, left);
+        QFETCH(QString, tree);
+        Fixture f(m_files.parsed("a=1\n[g]\nk=2\nl=3\n[h]\nm=5\n"));
+        f.edit({u"a"_s}, u"9"_s);
+        f.remove({u"g"_s});
+        f.remove({u"h"_s});
+
+        write(f.store->fileName(), content);
+        const int dropped = f.changes.refresh();
+
+        QCOMPARE(dropped, int(grown.size()));
+        QCOMPARE(f.changes.grownGroups(), grown);
+        QCOMPARE(texts(f.changes), left);
+        QCOMPARE(treeText(f.model), tree);
+        QCOMPARE(f.changes.refresh(), 0);
+        QCOMPARE(f.changes.grownGroups(), QStringList());
+        QCOMPARE(texts(f.changes), left);
+    }
+
+    void removesAGrownGroupThatTheUserWasToldOf()
+    {
+        Fixture f(m_files.parsed("a=1\n[g]\nk=2\n"));
+        f.remove({u"g"_s});
+        f.store->setValue(u"g/new"_s, u"3"_s);
+
+        QCOMPARE(f.changes.refresh(SettingsChanges::Grown::Keep), 0);
+        QCOMPARE(f.changes.refresh(), 0);
+
+        QCOMPARE(f.changes.grownGroups(), QStringList());
+        QCOMPARE(texts(f.changes), QStringList{u"removal g/"_s});
+        QCOMPARE(treeText(f.model), u"a=1"_s);
+    }
+
+    void removesAGroupWhoseValuesOnlyLostTheirTypes()
+    {
+        auto store = m_files.empty();
+        store->setValue(u"g/number"_s, 5);
+        store->setValue(u"g/one"_s, QStringList{u"x"_s});
+        store->setValue(u"g/none"_s, QStringList());
+        store->setValue(u"a"_s, u"1"_s);
+        Fixture f(std::move(store));
+        f.remove({u"g"_s});
+        f.store->sync();
+        QFile file(f.store->fileName());
+        QVERIFY(file.open(QIODevice::Append) && file.write("[z]\nnew=1\n") > 0);
+        file.close();
+
+        QCOMPARE(f.changes.refresh(), 0);
+
+        QCOMPARE(treeText(f.model), u"z{new=1} a=1"_s);
+        QCOMPARE(texts(f.changes), QStringList{u"removal g/"_s});
+    }
+
+    void dismissesBesideAGroupThatHasGrown()
+    {
+        Fixture f(m_files.parsed("a=1\n[g]\nk=2\n"));
+        f.remove({u"a"_s});
+        f.remove({u"g"_s});
+        f.store->setValue(u"g/new"_s, u"3"_s);
+
+        QCOMPARE(f.changes.dismiss(0), 1);
+
+        QCOMPARE(f.changes.grownGroups(), QStringList{u"g"_s});
+        QCOMPARE(treeText(f.model), u"g{k=2 new=3} a=1"_s);
+        QCOMPARE(texts(f.changes), QStringList());
+    }
+
     void outlivesTheModel()
     {
         SettingsChanges changes;
@@ -558,14 +653,19 @@ private Q_SLOTS:
                     const int value = random.bounded(5);
                     f.store->setValue(name, value);
                     const bool added = !stored.contains(name);
+                    const bool differs = stored.value(name, -1) != value;
                     stored[name] = value;
                     if (untouched || added)
                         shown[name] = value;
-                    // A removed group comes back only as what is not removed below it; groups are removed as a
-                    // whole here, so that what is new in them is gone too.
+                    // A removed group to which something is added, or changed in it, is removed no more.
                     for (const SettingsChanges::Change &change : f.changes.changes()) {
-                        if (change.group && name.startsWith(change.path + u'/'))
-                            shown.remove(name);
+                        if (!change.group || !name.startsWith(change.path + u'/'))
+                            continue;
+                        shown.remove(name);
+                        for (auto it = stored.cbegin(); differs && it != stored.cend(); ++it) {
+                            if (it.key().startsWith(change.path + u'/'))
+                                shown[it.key()] = it.value();
+                        }
                     }
                     f.changes.refresh();
                 } else if (random.bounded(4) == 0) {
