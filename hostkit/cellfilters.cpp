@@ -114,10 +114,11 @@ size_t hashOf(const std::array<quint64, 2> &words, size_t seed)
     return qHashMulti(seed, words[0], words[1]);
 }
 
-/// Spreads also the bits at the top, where doubles differ.
+/// Brings the bits at the top, where doubles differ, down to where the place is taken from.
 size_t hashOf(quint64 bits, size_t seed)
 {
-    const quint64 product = (bits ^ seed) * 0x9E3779B97F4A7C15u;
+    bits ^= seed ^ bits >> 32;
+    const quint64 product = bits * 0x9E3779B97F4A7C15u;
     return size_t(product ^ product >> 32);
 }
 
