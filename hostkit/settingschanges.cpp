@@ -33,11 +33,12 @@ bool isIn(const QString &path, const SettingsChanges::Change &removal)
 /// Whether \a read is \a known, or what a file that holds it as a text gives back of it.
 bool isKnown(const QVariant &read, const QVariant &known)
 {
-    const bool isText = read.typeId() == QMetaType::QString;
-    const QStringList items = known.toStringList();
-    return isSameSettingsValue(read, known) || (isText && read.toString() == known.toString()) ||
-           (isText && items.size() == 1 && read.toString() == items.first()) ||
-           (!read.isValid() && items.isEmpty());
+    const bool isList = known.typeId() == QMetaType::QStringList || known.typeId() == QMetaType::QVariantList;
+    const QVariantList items = isList ? known.toList() : QVariantList{known};
+    if (isSameSettingsValue(read, known) || (!read.isValid() && items.isEmpty()))
+        return true;
+    return read.typeId() == QMetaType::QString && items.size() == 1 &&
+           read.toString() == items.first().toString();
 }
 
 /// Calls \a visit for each row of \a model, with its path, top down.

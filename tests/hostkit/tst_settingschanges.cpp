@@ -500,6 +500,10 @@ private Q_SLOTS:
                                       << QStringList{u"g"_s} << withoutG << u"g{d{new=4} k=2 l=3} a=9"_s;
         QTest::newRow("changed") << QByteArray("a=1\n[g]\nk=2\nl=30\n[h]\nm=5\n") << QStringList{u"g"_s}
                                  << withoutG << u"g{k=2 l=30} a=9"_s;
+        QTest::newRow("changed to no value") << QByteArray("a=1\n[g]\nk=2\nl=@Invalid()\n[h]\nm=5\n")
+                                             << QStringList{u"g"_s} << withoutG << u"g{k=2 l=} a=9"_s;
+        QTest::newRow("changed to a list") << QByteArray("a=1\n[g]\nk=2\nl=3, 3\n[h]\nm=5\n")
+                                           << QStringList{u"g"_s} << withoutG << u"g{k=2 l=3,3} a=9"_s;
         QTest::newRow("added to both")
             << QByteArray("a=1\n[g]\nk=2\nnew=3\n[h]\nm=5\nnew=6\n") << QStringList{u"g"_s, u"h"_s}
             << QStringList{u"edit a 1 -> 9"_s} << u"g{k=2 new=3} h{m=5 new=6} a=9"_s;
