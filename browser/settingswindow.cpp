@@ -242,11 +242,12 @@ public:
                           const QModelIndex &index) const override
     {
         QWidget *editor = SettingsDelegate::createEditor(parent, option, index);
-        editorMade();
+        if (editor)
+            editorMade(editor);
         return editor;
     }
 
-    std::function<void()> editorMade;
+    std::function<void(QWidget *)> editorMade;
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
@@ -334,7 +335,7 @@ public:
     bool open(std::unique_ptr<QSettings> newStore);
     void takeModel();
     bool mayClose();
-    bool finishEditing();
+    bool finishEditing(SettingsDelegate::Refused refused = SettingsDelegate::Refused::Keep);
     bool isManual() const { return model && model->isManual(); }
 
     // Actions.
@@ -360,6 +361,10 @@ public:
     Outcome write(const Changes &wanted);
     void showFile(const Outcome &outcome);
     QString droppedText(int dropped) const;
+    void showFileAfterEditing(Outcome outcome);
+    static Outcome foundChanged();
+    void tell(const Outcome &outcome, int dropped = 0);
+    void editingEnded();
     void applySearch();
     void noteExpanded(const QModelIndex &index);
     void expandAgain(const QModelIndex &index, bool withChildren);
@@ -387,7 +392,10 @@ public:
     /// Paths of the groups that were expanded when they went.
     QSet<QString> wereExpanded;
     QByteArray seen;
-    bool stale = false; ///< something in the tree is older than what was seen
+    bool stale = false;                       ///< something in the tree is older than what was seen
+    std::shared_ptr<const Outcome> postponed; ///< to be shown when no editor is open any more
+    /// Of the keys whose edits were refused while what the file holds could not be shown.
+    QHash<QString, QVariant> toldValues;
     QFileSystemWatcher watcher;
     QTimer watchTimer;
     QTimer searchTimer;
@@ -485,7 +493,12 @@ void SettingsWindowPrivate::build()
     tree->setObjectName(u"tree"_s);
     tree->setModel(&search);
     auto *delegate = new MarkingDelegate(tree);
-    delegate->editorMade = [this] { updateState(); };
+    delegate->editorMade = [this](QWidget *editor) {
+        // Views close editors by themselves, too.
+        QObject::connect(
+            editor, &QObject::destroyed, q, [this] { editingEnded(); }, Qt::QueuedConnection);
+        updateState();
+    };
     QObject::connect(delegate, &QAbstractItemDelegate::closeEditor, q, [this] { updateState(); });
     tree->setItemDelegate(delegate);
     // The view forgets what it does not show. A group that is new in the model gets its name after the row.
@@ -702,6 +715,8 @@ bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
     delete std::exchange(model, nullptr);
     store = std::move(newStore);
     safe.clear();
+    postponed.reset();
+    toldValues.clear();
     wereExpanded.clear();
     noticeBar->clear();
     takeModel();
@@ -738,17 +753,20 @@ void SettingsWindowPrivate::takeModel()
 }
 
 /// Whether no editor is open any more: what is typed was taken. Tells why not.
-bool SettingsWindowPrivate::finishEditing()
+bool SettingsWindowPrivate::finishEditing(SettingsDelegate::Refused refused)
 {
     const QString told = noticeBar->text();
-    if (SettingsDelegate::finishEditing(tree))
+    if (SettingsDelegate::finishEditing(tree, refused))
         return true;
     tree->scrollTo(tree->currentIndex());
     // The model may have told more.
     if (noticeBar->text() == told)
         noticeBar->tell(
             Icons::Shape::Warning,
-            SettingsWindow::tr("Сначала исправьте введённое значение или отмените его правку (Esc)"));
+            SettingsDelegate::isRefused(tree)
+                ? SettingsWindow::tr(
+                      "Введённое значение не записано. Enter в его поле повторит запись, Esc отменит правку")
+                : SettingsWindow::tr("Сначала исправьте введённое значение или отмените его правку (Esc)"));
     return false;
 }
 
@@ -794,6 +812,7 @@ struct SettingsWindowPrivate::Outcome
     bool conflict = false; ///< it may be written all the same, if the user wants that
     Icons::Shape icon = Icons::Shape::Warning;
     QString message = {};
+    QVariant found = {}; ///< with a conflict over a single edit: what the file holds
 };
 
 /// Brings \a wanted into the file, unless something speaks against it. The tree is left alone.
@@ -830,10 +849,24 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
             return refusal(
                 SettingsWindow::tr("файл изменён другой программой, и в нём теперь есть записи без "
                                    "имени или имена, которые сразу и группа, и ключ"));
-        const QStringList conflicts = file.conflicts(wanted, changes.known());
+        QStringList conflicts = file.conflicts(wanted, changes.known());
+        conflicts.removeIf([&](const QString &path) {
+            return toldValues.contains(path) &&
+                   isSameSettingsValue(toldValues.value(path), file.content().value(path));
+        });
         if (!conflicts.isEmpty()) {
             Outcome outcome = refusal(SettingsWindow::tr("изменено и здесь, и в файле другой программой: %1")
                                           .arg(conflicts.join(u", "_s)));
+            // An editor hides it.
+            if (!isManual() && !wanted.first().removal) {
+                const QString path = conflicts.first();
+                outcome.found = file.content().value(path);
+                outcome.message +=
+                    u". "_s +
+                    (file.content().contains(path)
+                         ? SettingsWindow::tr("В файле теперь: %1").arg(settingsValueText(outcome.found))
+                         : SettingsWindow::tr("В файле этой записи больше нет"));
+            }
             outcome.outdated = outcome.conflict = true;
             return outcome;
         }
@@ -878,6 +911,8 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
 {
     int dropped = 0;
     if (outcome.outdated) {
+        postponed.reset();
+        toldValues.clear();
         stale = false;
         store->sync();
         if (ambiguous || hasAmbiguousNames()) {
@@ -891,6 +926,11 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
             updateState();
         }
     }
+    tell(outcome, dropped);
+}
+
+void SettingsWindowPrivate::tell(const Outcome &outcome, int dropped)
+{
     noticeBar->clear();
     QStringList messages(outcome.message);
     if (dropped > 0)
@@ -902,6 +942,40 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
         noticeBar->tell(outcome.icon, messages.join(u". "_s));
 }
 
+/// The same; but as long as that would close an editor, it waits.
+void SettingsWindowPrivate::showFileAfterEditing(Outcome outcome)
+{
+    if (SettingsDelegate::isEditing(tree)) {
+        const auto content = ScratchStore::ofFile(store->fileName(), store->format());
+        const QString path = pathOf(tree->currentIndex());
+        if (ambiguous || !content || hasAmbiguousNames(**content) || !(*content)->contains(path)) {
+            if (!outcome.written) {
+                tell(outcome);
+                if (outcome.conflict)
+                    toldValues.insert(path, outcome.found);
+                outcome = foundChanged();
+            }
+            postponed = std::make_shared<const Outcome>(outcome);
+            return;
+        }
+    }
+    showFile(outcome);
+}
+
+SettingsWindowPrivate::Outcome SettingsWindowPrivate::foundChanged()
+{
+    return {false, true, false, Icons::Shape::Information,
+            SettingsWindow::tr("Файл был изменён другой программой. Показано то, что в нём теперь")};
+}
+
+void SettingsWindowPrivate::editingEnded()
+{
+    if (!store || SettingsDelegate::isEditing(tree))
+        return;
+    if (const auto outcome = std::exchange(postponed, nullptr))
+        showFile(*outcome);
+}
+
 /// A view is in the middle of an edit: what else has changed is shown afterwards.
 bool SettingsWindowPrivate::writeAtOnce(const Changes &wanted)
 {
@@ -911,7 +985,7 @@ bool SettingsWindowPrivate::writeAtOnce(const Changes &wanted)
             q,
             [this, outcome, of = store.get()] {
                 if (store.get() == of)
-                    showFile(outcome);
+                    showFileAfterEditing(outcome);
             },
             Qt::QueuedConnection);
     else
@@ -938,7 +1012,7 @@ bool SettingsWindowPrivate::trySubmit()
 void SettingsWindowPrivate::submit()
 {
     // An editor may hold all there is to be written.
-    if (!finishEditing())
+    if (!finishEditing(SettingsDelegate::Refused::TryAgain))
         return;
     changes.synchronize();
     if (isManual() && (!changes.isEmpty() || isFileGone()))
@@ -1003,6 +1077,9 @@ void SettingsWindowPrivate::reload()
         noticeBar->tell(Icons::Shape::Information,
                         SettingsWindow::tr("Отброшено изменений, которые ждали записи: %1").arg(pending));
     }
+    postponed.reset();
+    toldValues.clear();
+    stale = false;
     store->sync();
     const bool wasAmbiguous = std::exchange(ambiguous, hasAmbiguousNames());
     if (ambiguous || wasAmbiguous) {
@@ -1180,9 +1257,7 @@ void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
         // What is changed from now on is changed in what the file holds.
         const SettingsFile file(*store);
         if (file.exists() && file.error().isEmpty() && file.fingerprint() != seen)
-            showFile(
-                {false, true, false, Icons::Shape::Information,
-                 SettingsWindow::tr("Файл был изменён другой программой. Показано то, что в нём теперь")});
+            showFileAfterEditing(foundChanged());
     }
     updateState();
 }

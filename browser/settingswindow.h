@@ -29,7 +29,8 @@ class SettingsWindowPrivate;
 /// - When it is gone or spoilt, what it held stays in the tree and all changes go on waiting. A file that is
 ///   gone is written anew, with all that the tree knows of it, by a write on command.
 ///
-/// An editor that is open takes part in writing, closing and refreshing as if Enter had been pressed.
+/// An editor that is open takes part in writing, closing and refreshing as if Enter had been pressed; a value
+/// that was refused before is only written on Enter or by the command to write, and holds up the others.
 class SettingsWindow : public QWidget
 {
     Q_OBJECT

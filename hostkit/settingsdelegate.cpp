@@ -39,11 +39,19 @@ bool SettingsDelegate::isEditing(const QAbstractItemView *view)
     return !openEditors(view).isEmpty();
 }
 
-bool SettingsDelegate::finishEditing(const QAbstractItemView *view)
+bool SettingsDelegate::isRefused(const QAbstractItemView *view)
 {
     const QList<SettingsEditor *> editors = openEditors(view);
-    return std::all_of(editors.begin(), editors.end(),
-                       [](SettingsEditor *editor) { return editor->finish(SubmitModelCache); });
+    return std::any_of(editors.begin(), editors.end(),
+                       [](const SettingsEditor *editor) { return editor->isRefused(); });
+}
+
+bool SettingsDelegate::finishEditing(const QAbstractItemView *view, Refused refused)
+{
+    const QList<SettingsEditor *> editors = openEditors(view);
+    return std::all_of(editors.begin(), editors.end(), [refused](SettingsEditor *editor) {
+        return editor->finish(SubmitModelCache, refused == Refused::TryAgain);
+    });
 }
 
 QWidget *SettingsDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &,
@@ -77,7 +85,8 @@ void SettingsDelegate::setModelData(QWidget *editor, QAbstractItemModel *model,
     if (!own)
         return;
     QString problem;
-    const std::optional<QVariant> value = own->value(&problem);
+    // A view that moves its current index asks for a refused one, too.
+    const std::optional<QVariant> value = own->newValue(&problem);
     // An edit of what is there already would be a change to no effect.
     if (!value || isSameSettingsValue(*value, settingsValue(index)))
         return;

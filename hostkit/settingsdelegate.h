@@ -39,10 +39,11 @@ class QAbstractItemView;
 ///
 /// **Nothing gets lost**
 /// Input that is no value of the type is marked and told of as one types; Enter, Tab and a click elsewhere
-/// keep the editor open then, and only Esc drops it. When the model refuses the value, the editor stays too. A
-/// value that changes below an open editor replaces what is shown only as long as nothing was typed. An editor
-/// that ends with the value it began with writes nothing; neither does a dialog that is accepted as it came up.
-/// What neither the text nor the dialog shows of a font (overline, kerning, further families) stays as it was.
+/// keep the editor open then, and only Esc drops it. When the model refuses the value, the editor stays too, and
+/// only Enter gives that very value to the model again. A value that changes below an open editor replaces what
+/// is shown only as long as nothing was typed. An editor that ends with the value it began with writes nothing;
+/// neither does a dialog that is accepted as it came up. What neither the text nor the dialog shows of a font
+/// (overline, kerning, further families) stays as it was.
 /// Before a host writes, closes or replaces the store of a view, it calls finishEditing().
 class HOSTKIT_EXPORT SettingsDelegate : public QStyledItemDelegate
 {
@@ -57,9 +58,14 @@ public:
 
     /// Whether an editor made here is open in \a view.
     static bool isEditing(const QAbstractItemView *view);
-    /// Ends the editor that is open in \a view as Enter does: the model gets what is typed. False when the
-    /// editor stays open and tells why: what is typed is no value, or the model refuses it.
-    static bool finishEditing(const QAbstractItemView *view);
+    /// Whether the model refused what is typed in the editor that is open in \a view.
+    static bool isRefused(const QAbstractItemView *view);
+
+    /// What becomes of a value that the model refused before.
+    enum class Refused { Keep, TryAgain };
+    /// Ends the editor that is open in \a view: the model gets what is typed, unless it \a refused just that.
+    /// False when the editor stays open and tells why: what is typed is no value, or the model refuses it.
+    static bool finishEditing(const QAbstractItemView *view, Refused refused = Refused::Keep);
 
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                           const QModelIndex &index) const override;

@@ -197,7 +197,7 @@ void SettingsEditor::load(const QVariant &value)
 void SettingsEditor::inputChanged()
 {
     QString problem;
-    setProblem(value(&problem) ? QString() : problem);
+    setProblem(newValue(&problem) ? QString() : problem);
 }
 
 void SettingsEditor::setProblem(const QString &problem)
@@ -247,12 +247,30 @@ void SettingsEditor::focusField()
         m_field->setFocus(Qt::OtherFocusReason);
 }
 
-bool SettingsEditor::finish(EndHint hint)
+std::optional<QVariant> SettingsEditor::newValue(QString *problem) const
+{
+    std::optional<QVariant> typed = value(problem);
+    if (typed && m_refused && isSameSettingsValue(*typed, *m_refused)) {
+        *problem = m_refusal;
+        return std::nullopt;
+    }
+    return typed;
+}
+
+bool SettingsEditor::isRefused() const
+{
+    QString problem;
+    return m_refused && !newValue(&problem) && problem == m_refusal;
+}
+
+bool SettingsEditor::finish(EndHint hint, bool again)
 {
     if (m_ended)
         return true;
+    if (again)
+        m_refused.reset();
     QString problem;
-    if (!value(&problem)) {
+    if (!newValue(&problem)) {
         setProblem(problem);
         focusField();
         return false;
@@ -271,6 +289,9 @@ void SettingsEditor::cancel()
 void SettingsEditor::refuse(const QString &problem)
 {
     m_ended = false;
+    QString none;
+    m_refused = value(&none);
+    m_refusal = problem;
     setProblem(problem);
     focusField();
 }
@@ -283,16 +304,21 @@ void SettingsEditor::focusMoved(QWidget *now)
     if (QApplication::activeModalWidget() && !belongsTo(this, QApplication::activeModalWidget()))
         return;
     QString problem;
-    if (value(&problem))
+    if (newValue(&problem)) {
         finish(QAbstractItemDelegate::NoHint);
-    else
-        setProblem(problem);
+        return;
+    }
+    setProblem(problem);
+    // Keys would move the view's current index, which drops what is typed. A list has keys of its own.
+    if (parentWidget() && now == parentWidget()->parentWidget() &&
+        !qobject_cast<SettingsEditor *>(now->parentWidget()))
+        focusField();
 }
 
 bool SettingsEditor::handleKey(QObject *, QKeyEvent *event)
 {
     if (isReturn(event)) {
-        finish(QAbstractItemDelegate::SubmitModelCache);
+        finish(QAbstractItemDelegate::SubmitModelCache, true);
         return true;
     }
     if (event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab) {
@@ -661,7 +687,7 @@ ListSettingsEditor::ListSettingsEditor(const QVariant &value, QWidget *parent) :
     button(tr("Выше"), u"Alt+↑"_s, [this] { moveCurrent(-1); });
     button(tr("Ниже"), u"Alt+↓"_s, [this] { moveCurrent(1); });
     buttons->addStretch();
-    button(tr("Готово"), u"Ctrl+Enter"_s, [this] { finish(QAbstractItemDelegate::SubmitModelCache); });
+    button(tr("Готово"), u"Ctrl+Enter"_s, [this] { finish(QAbstractItemDelegate::SubmitModelCache, true); });
     button(tr("Отмена"), u"Esc"_s, [this] { cancel(); });
     layout->addLayout(buttons);
     setField(m_list);
@@ -726,7 +752,7 @@ bool ListSettingsEditor::handleKey(QObject *watched, QKeyEvent *event)
 {
     const bool inList = watched == m_list;
     if (isReturn(event) && event->modifiers() & Qt::ControlModifier) {
-        finish(QAbstractItemDelegate::SubmitModelCache);
+        finish(QAbstractItemDelegate::SubmitModelCache, true);
         return true;
     }
     if (isReturn(event)) {

@@ -47,8 +47,12 @@ public:
     /// Marks the input as wrong and tells why; an empty \a problem takes the mark away.
     void setProblem(const QString &problem);
     const QString &problem() const { return m_problem; }
-    /// Ends the editor with its value, or stays and tells what is wrong. Whether it ended.
-    bool finish(EndHint hint);
+    /// The value that may be given to the model: not one that was refused.
+    std::optional<QVariant> newValue(QString *problem) const;
+    bool isRefused() const;
+    /// Ends the editor with its value, or stays and tells what is wrong. One that was refused needs \a again.
+    /// Whether it ended.
+    bool finish(EndHint hint, bool again = false);
     void cancel();
     bool hasEnded() const { return m_ended; }
     /// To be called by who is told ended(): the value was not taken, the editor stays.
@@ -94,6 +98,8 @@ private:
     /// In the parent, so that it may be wider than the editor.
     QPointer<QLabel> m_message;
     QString m_problem;
+    std::optional<QVariant> m_refused;
+    QString m_refusal;
     bool m_ended = false;
     bool m_empty = true;
 };

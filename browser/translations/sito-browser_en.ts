@@ -1750,6 +1750,18 @@ Open an SQLite file, or drop one here.</translation>
         <source>Отменено удаление групп, в которые другая программа записала новое: %1</source>
         <translation>Kept groups to be removed to which another program wrote something new: %1</translation>
     </message>
+    <message>
+        <source>Введённое значение не записано. Enter в его поле повторит запись, Esc отменит правку</source>
+        <translation>The value you typed has not been written. Enter in its field tries again, Esc drops the edit</translation>
+    </message>
+    <message>
+        <source>В файле теперь: %1</source>
+        <translation>The file now holds: %1</translation>
+    </message>
+    <message>
+        <source>В файле этой записи больше нет</source>
+        <translation>The file no longer has this entry</translation>
+    </message>
 </context>
 <context>
     <name>ShowOnlyFilter</name>

@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QLockFile>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScrollBar>
@@ -621,6 +622,177 @@ private Q_SLOTS:
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
         QTRY_COMPARE(contentOf(file), QByteArray("[General]\na=7\nb=2\n"));
         QCOMPARE(treeText(*w.tree->model()), u"a=7 b=2"_s);
+    }
+
+    void writesARefusedValueOnlyWhenToldTo_data()
+    {
+        using Way = std::function<void(Window &)>;
+        QTest::addColumn<Way>("way");
+        QTest::newRow("search key") << Way([](Window &w) { w.action(u"find"_s)->trigger(); });
+        QTest::newRow("click") << Way([](Window &w) { QTest::mouseClick(w.search, Qt::LeftButton); });
+        QTest::newRow("click in the tree") << Way([](Window &w) {
+            QTest::mouseClick(w.tree->viewport(), Qt::LeftButton, {},
+                              w.tree->visualRect(w.at(u"b"_s)).center());
+        });
+        QTest::newRow("key in the tree") << Way([](Window &w) {
+            w.tree->setFocus();
+            w.press(Qt::Key_Down);
+        });
+        QTest::newRow("tab") << Way([](Window &w) { w.press(Qt::Key_Tab); });
+        QTest::newRow("search") << Way([](Window &w) {
+            w.search->setText(u"b"_s);
+            QTest::keyClick(w.search, Qt::Key_Return);
+        });
+        QTest::newRow("refresh") << Way([](Window &w) { w.press(Qt::Key_F5); });
+        QTest::newRow("close") << Way([](Window &w) { QVERIFY(!w.window.close()); });
+        QTest::newRow("typed anew") << Way([](Window &w) {
+            w.press(Qt::Key_X);
+            w.press(Qt::Key_Backspace);
+            w.press(Qt::Key_F5);
+        });
+    }
+    void writesARefusedValueOnlyWhenToldTo()
+    {
+        QFETCH(std::function<void(Window &)>, way);
+        const QByteArray others = "a=theirs\nb=2\n";
+        const QString file = makeFile("a=1\nb=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        w.type(u"a"_s, u"mine"_s);
+        QPointer<QWidget> field = QApplication::focusWidget();
+        write(file, others);
+        w.press(Qt::Key_Return);
+        QTRY_COMPARE(w.message->text(),
+                     u"Ничего не записано: изменено и здесь, и в файле другой программой: a. В файле теперь: "
+                     "theirs. Повторите, чтобы заменить то, что в файле"_s);
+
+        way(w);
+        QTest::qWait(50);
+
+        QCOMPARE(contentOf(file), others);
+        QVERIFY(field && field->isVisible());
+        way(w);
+        QTest::qWait(50);
+        QCOMPARE(contentOf(file), others);
+        QVERIFY(field && field->isVisible());
+        QVERIFY(w.window.isVisible());
+        QVERIFY2(w.message->text().contains(u"не записано"_s) || w.message->text().contains(u"Ничего"_s),
+                 qPrintable(w.message->text()));
+        field->setFocus();
+        w.press(Qt::Key_Return);
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=mine\nb=2\n"));
+        QTRY_VERIFY(!w.isEditing());
+    }
+
+    void tellsOfAValueThatWasNotWritten()
+    {
+        const QString file = makeFile("a=1\nb=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        w.type(u"a"_s, u"mine"_s);
+        write(file, "a=theirs\nb=2\n");
+        // Not tried before.
+        w.press(Qt::Key_F5);
+        QTRY_VERIFY2(w.message->text().contains(u"В файле теперь: theirs"_s), qPrintable(w.message->text()));
+
+        w.press(Qt::Key_F5);
+
+        QCOMPARE(w.message->text(),
+                 u"Введённое значение не записано. Enter в его поле повторит запись, Esc отменит правку"_s);
+        QCOMPARE(contentOf(file), QByteArray("a=theirs\nb=2\n"));
+        // The command to write is explicit, too.
+        w.action(u"submit"_s)->trigger();
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=mine\nb=2\n"));
+    }
+
+    void keepsARefusedValueInItsEditor_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("others");
+        QTest::addColumn<QString>("now");
+        QTest::addColumn<QString>("tree");
+        QTest::addColumn<QByteArray>("written");
+        const QByteArray plain = "a=1\nb=2\n";
+        const QByteArray twice = "a=1\nb=2\n[b]\nc=3\n";
+        const QString gone = u"В файле этой записи больше нет"_s;
+        QTest::newRow("gone") << plain << QByteArray("b=2\n") << gone << u"b=2"_s
+                              << QByteArray("[General]\na=mine\nb=2\n");
+        QTest::newRow("ambiguous") << twice << QByteArray("a=theirs\nb=2\n[b]\nc=3\n")
+                                   << u"В файле теперь: theirs"_s << u"b{c=3} a=theirs b=2"_s
+                                   << QByteArray("[General]\na=mine\nb=2\n\n[b]\nc=3\n");
+        QTest::newRow("gone from ambiguous ones")
+            << twice << QByteArray("b=2\n[b]\nc=3\n") << gone << u"b{c=3} b=2"_s
+            << QByteArray("[General]\na=mine\nb=2\n\n[b]\nc=3\n");
+        QTest::newRow("became ambiguous")
+            << plain << QByteArray("a=theirs\nb=2\n[b]\nc=3\n") << u"В файле теперь: theirs"_s
+            << u"b{c=3} a=theirs b=2"_s << QByteArray("[General]\na=mine\nb=2\n\n[b]\nc=3\n");
+    }
+    void keepsARefusedValueInItsEditor()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QByteArray, others);
+        QFETCH(QString, now);
+        QFETCH(QString, tree);
+        QFETCH(QByteArray, written);
+        for (const bool again : {false, true}) {
+            const QString file = makeFile(content);
+            Window w;
+            w.window.openFile(file);
+            w.action(u"immediate"_s)->trigger();
+            w.type(u"a"_s, u"mine"_s);
+            QPointer<QWidget> field = QApplication::focusWidget();
+            write(file, others);
+            w.press(Qt::Key_Return);
+            QTest::qWait(50);
+
+            QCOMPARE(w.message->text(),
+                     u"Ничего не записано: изменено и здесь, и в файле другой программой: a. %1. Повторите, "
+                     "чтобы заменить то, что в файле"_s.arg(now));
+            QVERIFY(field && field->isVisible());
+            QCOMPARE(contentOf(file), others);
+            if (again) {
+                // What is there now was not told of yet.
+                write(file, "a=last\n" + others.mid(others.indexOf("b=")));
+                w.press(Qt::Key_Return);
+                QTRY_VERIFY2(w.message->text().contains(u"В файле теперь: last"_s),
+                             qPrintable(w.message->text()));
+                QVERIFY(field && field->isVisible());
+                w.press(Qt::Key_Return);
+                QTRY_COMPARE(contentOf(file), written);
+                QTRY_COMPARE(treeText(*w.tree->model()),
+                             QString(tree)
+                                 .remove(u" a=theirs"_s)
+                                 .replace(tree.contains(u'}') ? u"}"_s : u"b=2"_s,
+                                          tree.contains(u'}') ? u"} a=mine"_s : u"a=mine b=2"_s));
+            } else {
+                w.press(Qt::Key_Escape);
+                QTRY_COMPARE(treeText(*w.tree->model()), tree);
+                QCOMPARE(contentOf(file), others);
+                QCOMPARE(w.message->text(),
+                         u"Файл был изменён другой программой. Показано то, что в нём теперь"_s);
+            }
+            QVERIFY(!w.isEditing());
+        }
+    }
+
+    void showsWhatAnotherProgramWroteAfterTheNextEdit()
+    {
+        const QString file = makeFile("a=1\nb=2\nc=1\n[b]\nx=3\n");
+        Window w;
+        w.window.openFile(file);
+        write(file, "a=1\nb=2\nc=theirs\n[b]\nx=3\n");
+        w.type(u"a"_s, u"one"_s);
+
+        w.press(Qt::Key_Tab); // begins to edit b
+        QTest::keyClicks(QApplication::focusWidget(), u"two"_s);
+        QTest::qWait(50);
+
+        QVERIFY(w.isEditing());
+        w.press(Qt::Key_Return);
+        QTRY_COMPARE(treeText(*w.tree->model()), u"b{x=3} a=one b=two c=theirs"_s);
+        QCOMPARE(contentOf(file), QByteArray("[General]\na=one\nb=two\nc=theirs\n\n[b]\nx=3\n"));
     }
 
     void asksAgainBeforeEachOfSeveralRemovals()

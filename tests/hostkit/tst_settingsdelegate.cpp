@@ -722,6 +722,69 @@ private Q_SLOTS:
         window.proxy.setSourceModel(nullptr);
     }
 
+    void triesARefusedValueAgainOnlyWhenToldTo()
+    {
+        class Refusing : public SettingsModel
+        {
+        public:
+            bool setData(const QModelIndex &, const QVariant &, int) override
+            {
+                ++calls;
+                return false;
+            }
+            int calls = 0;
+        };
+        auto settings = m_files.empty();
+        settings->setValue(u"k"_s, 5);
+        settings->setValue(u"l"_s, 5);
+        Refusing model;
+        model.setSettings(settings.get());
+        model.setReadOnly(false);
+        Window window(m_files.empty());
+        window.proxy.setSourceModel(&model);
+        QLineEdit other;
+        other.show();
+
+        QPointer<QWidget> field = window.open(u"k"_s);
+        QVERIFY(field);
+        type(u"6"_s);
+        QVERIFY(!SettingsDelegate::isRefused(&window));
+        press(Qt::Key_Return);
+        QCOMPARE(model.calls, 1);
+        QVERIFY(SettingsDelegate::isRefused(&window));
+
+        other.activateWindow();
+        other.setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QVERIFY(!SettingsDelegate::finishEditing(&window));
+        field->setFocus();
+        press(Qt::Key_Tab);
+        window.setFocus();
+        press(Qt::Key_Down);
+        type(u"7"_s);
+        QVERIFY(!SettingsDelegate::isRefused(&window));
+        QCOMPARE(field->accessibleDescription(), QString());
+        press(Qt::Key_Backspace);
+        QVERIFY(SettingsDelegate::isRefused(&window));
+        QCOMPARE(field->accessibleDescription(), u"Значение не принято"_s);
+        QVERIFY(!SettingsDelegate::finishEditing(&window));
+        QCOMPARE(model.calls, 1);
+        QCOMPARE(textOf(field), u"6"_s);
+
+        QVERIFY(!SettingsDelegate::finishEditing(&window, SettingsDelegate::Refused::TryAgain));
+        QCOMPARE(model.calls, 2);
+        press(Qt::Key_Return);
+        QCOMPARE(model.calls, 3);
+        QVERIFY(SettingsDelegate::isRefused(&window));
+        // Another value is another try.
+        type(u"8"_s);
+        QVERIFY(!SettingsDelegate::finishEditing(&window));
+        QCOMPARE(model.calls, 4);
+        window.proxy.setSourceModel(nullptr);
+    }
+
     void keepsWhatWasTypedWhenTheStoreChanges()
     {
         auto settings = m_files.empty();
@@ -792,7 +855,7 @@ private Q_SLOTS:
         QVERIFY(!SettingsDelegate::finishEditing(&window));
         QVERIFY(window.isEditing());
         window.model.setReadOnly(false);
-        QVERIFY(SettingsDelegate::finishEditing(&window));
+        QVERIFY(SettingsDelegate::finishEditing(&window, SettingsDelegate::Refused::TryAgain));
         QCOMPARE(window.value(u"number"_s), QVariant(13));
 
         // The item that is open in the list goes along.
