@@ -733,8 +733,8 @@ void SettingsWindowPrivate::takeModel()
         model ? model->editStrategy() : SettingsModel::OnManualSubmit;
     auto *old = std::exchange(model, new StoreModel(q));
     model->write = [this](const Changes &wanted) { return writeAtOnce(wanted); };
-    store->sync();
     seen = fingerprint();
+    store->sync();
     stale = false;
     model->setSettings(store.get());
     ambiguous = hasAmbiguousNames();
@@ -914,6 +914,8 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
         postponed.reset();
         toldValues.clear();
         stale = false;
+        // What is written from now on is seen later.
+        seen = fingerprint();
         store->sync();
         if (ambiguous || hasAmbiguousNames()) {
             reload();
@@ -921,7 +923,6 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
             const Anchor anchor(tree);
             dropped = changes.refresh(outcome.conflict ? SettingsChanges::Grown::Keep
                                                        : SettingsChanges::Grown::Drop);
-            seen = fingerprint();
             watch();
             updateState();
         }
@@ -1080,6 +1081,7 @@ void SettingsWindowPrivate::reload()
     postponed.reset();
     toldValues.clear();
     stale = false;
+    seen = fingerprint();
     store->sync();
     const bool wasAmbiguous = std::exchange(ambiguous, hasAmbiguousNames());
     if (ambiguous || wasAmbiguous) {
@@ -1116,7 +1118,6 @@ void SettingsWindowPrivate::reload()
         if (dropped > 0)
             noticeBar->tell(Icons::Shape::Warning, droppedText(dropped));
     }
-    seen = fingerprint();
     watch();
     updateState();
     tree->viewport()->update();

@@ -795,6 +795,44 @@ private Q_SLOTS:
         QCOMPARE(contentOf(file), QByteArray("[General]\na=one\nb=two\nc=theirs\n\n[b]\nx=3\n"));
     }
 
+    void noticesWhatIsWrittenDuringARefresh_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("refreshes");
+        QTest::newRow("refresh") << QByteArray("a=1\nb=2\n") << true;
+        QTest::newRow("shown after an edit") << QByteArray("a=1\nb=2\n") << false;
+        QTest::newRow("ambiguous") << QByteArray("a=1\nb=2\n[a]\nc=3\n") << true;
+    }
+    void noticesWhatIsWrittenDuringARefresh()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(bool, refreshes);
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.action(u"immediate"_s)->trigger();
+        const QByteArray others = QByteArray(content).replace("b=2", "b=20");
+        write(file, others);
+        QObject middle;
+        const auto interfere = [&] {
+            if (w.at(u"b"_s, 2).data().toString() == u"20"_s && !contentOf(file).contains("theirs"))
+                write(file, QByteArray(contentOf(file)).replace("b=20", "b=theirs"));
+        };
+        connect(w.tree->model(), &QAbstractItemModel::dataChanged, &middle, interfere);
+        connect(w.tree->model(), &QAbstractItemModel::modelReset, &middle, interfere);
+
+        if (refreshes)
+            w.action(u"refresh"_s)->trigger();
+        else
+            w.edit(u"a"_s, u"7"_s);
+
+        QTRY_VERIFY(contentOf(file).contains("theirs"));
+        QTRY_COMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+        w.edit(u"b"_s, u"mine"_s);
+        QTRY_VERIFY2(w.message->text().contains(u"В файле теперь: theirs"_s), qPrintable(w.message->text()));
+        QVERIFY(contentOf(file).contains("theirs"));
+    }
+
     void asksAgainBeforeEachOfSeveralRemovals()
     {
         const QString file = makeFile("a=1\nb=2\nc=3\n");
