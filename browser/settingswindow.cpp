@@ -387,6 +387,7 @@ public:
     SettingsViewProxy proxy;
     SearchModel search;
     bool ambiguous = false;
+    SettingsModel::EditStrategy chosen = SettingsModel::OnManualSubmit; ///< where no other one is forced
     QByteArray safe; ///< the fingerprint that needs no copy: of what was copied or written here
     bool hasWidths = false;
     /// Paths of the groups that were expanded when they went.
@@ -714,6 +715,7 @@ bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
     proxy.setSourceModel(nullptr);
     delete std::exchange(model, nullptr);
     store = std::move(newStore);
+    chosen = SettingsModel::OnManualSubmit;
     safe.clear();
     postponed.reset();
     toldValues.clear();
@@ -729,8 +731,6 @@ bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
 /// A new model of the store as it is.
 void SettingsWindowPrivate::takeModel()
 {
-    const SettingsModel::EditStrategy strategy =
-        model ? model->editStrategy() : SettingsModel::OnManualSubmit;
     auto *old = std::exchange(model, new StoreModel(q));
     model->write = [this](const Changes &wanted) { return writeAtOnce(wanted); };
     seen = fingerprint();
@@ -739,7 +739,7 @@ void SettingsWindowPrivate::takeModel()
     model->setSettings(store.get());
     ambiguous = hasAmbiguousNames();
     model->setReadOnly(isReadOnlyStore(*store));
-    model->setEditStrategy(ambiguous ? SettingsModel::OnFieldChange : strategy);
+    model->setEditStrategy(ambiguous ? SettingsModel::OnFieldChange : chosen);
     proxy.setSourceModel(model);
     changes.setModel(model);
     // There are no columns to be given a width before.
@@ -1255,6 +1255,7 @@ void SettingsWindowPrivate::setStrategy(SettingsModel::EditStrategy strategy)
     if (model && model->editStrategy() != strategy &&
         (strategy == SettingsModel::OnManualSubmit || mayClose())) {
         model->setEditStrategy(strategy);
+        chosen = strategy;
         // What is changed from now on is changed in what the file holds.
         const SettingsFile file(*store);
         if (file.exists() && file.error().isEmpty() && file.fingerprint() != seen)

@@ -1364,6 +1364,35 @@ private Q_SLOTS:
         QVERIFY(w.action(u"immediate"_s)->isChecked());
     }
 
+    void waitsAgainWhenNamesArePlainAgain()
+    {
+        const QByteArray plain = "a=1\nb=2\n";
+        const QByteArray twice = "a=1\nb=2\n[b]\nc=3\n";
+        const QString file = makeFile(plain);
+        Window w;
+        w.window.openFile(file);
+        const auto refresh = [&](const QByteArray &content) {
+            write(file, content);
+            w.action(u"refresh"_s)->trigger();
+        };
+
+        refresh(twice);
+        QVERIFY(w.action(u"immediate"_s)->isChecked());
+        refresh(plain);
+
+        QVERIFY(w.action(u"manual"_s)->isChecked());
+        w.edit(u"a"_s, u"7"_s);
+        QCOMPARE(contentOf(file), plain);
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка|a|1|7"_s});
+        w.action(u"revert"_s)->trigger();
+
+        // The choice of the user, too.
+        w.action(u"immediate"_s)->trigger();
+        refresh(twice);
+        refresh(plain);
+        QVERIFY(w.action(u"immediate"_s)->isChecked());
+    }
+
     void keepsGroupsExpandedThatWereAway()
     {
         const QString file = makeFile("a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
