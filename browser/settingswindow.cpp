@@ -975,6 +975,9 @@ void SettingsWindowPrivate::editingEnded()
         return;
     if (const auto outcome = std::exchange(postponed, nullptr))
         showFile(*outcome);
+    // It may have waited for the editor.
+    if (!searchTimer.isActive())
+        applySearch();
 }
 
 /// A view is in the middle of an edit: what else has changed is shown afterwards.

@@ -1393,6 +1393,23 @@ private Q_SLOTS:
         QVERIFY(w.action(u"immediate"_s)->isChecked());
     }
 
+    void searchesWhenTheEditorIsClosed()
+    {
+        const QString file = makeFile("alpha=@Size(1 2)\nbeta=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.type(u"alpha"_s, u"words"_s);
+        QPointer<QWidget> field = QApplication::focusWidget();
+        w.search->setText(u"beta"_s);
+        QTRY_VERIFY(!w.message->text().isEmpty());
+        QCOMPARE(w.tree->model()->rowCount(), 2);
+
+        field->setFocus();
+        w.press(Qt::Key_Escape);
+
+        QTRY_COMPARE(treeText(*w.tree->model()), u"beta=2"_s);
+    }
+
     void keepsGroupsExpandedThatWereAway()
     {
         const QString file = makeFile("a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
