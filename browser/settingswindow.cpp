@@ -553,9 +553,16 @@ void SettingsWindowPrivate::build()
         // Shows the entry in the tree.
         const QString path = changes.changes().at(index.row()).path;
         const QModelIndexList found =
-            search.match(search.index(0, 0), Qt::ToolTipRole, path, 1, Qt::MatchExactly | Qt::MatchRecursive);
-        if (!found.isEmpty())
-            tree->setCurrentIndex(found.first());
+            proxy.match(proxy.index(0, 0), Qt::ToolTipRole, path, 1, Qt::MatchExactly | Qt::MatchRecursive);
+        if (found.isEmpty())
+            return;
+        const QPersistentModelIndex entry(found.first());
+        if (!search.mapFromSource(entry).isValid()) {
+            searchLine->clear();
+            applySearch();
+        }
+        if (const QModelIndex shown = search.mapFromSource(entry); shown.isValid())
+            tree->setCurrentIndex(shown);
     });
     QObject::connect(pendingList->selectionModel(), &QItemSelectionModel::currentChanged, q,
                      [this] { updateState(); });

@@ -1410,6 +1410,37 @@ private Q_SLOTS:
         QTRY_COMPARE(treeText(*w.tree->model()), u"beta=2"_s);
     }
 
+    void showsPendingChangesThatTheSearchHides()
+    {
+        const QString file = makeFile("alpha=1\nbeta=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"alpha"_s, u"5"_s);
+        w.remove(u"beta"_s);
+        const auto search = [&](const QString &text) {
+            w.search->setText(text);
+            QTest::keyClick(w.search, Qt::Key_Return);
+        };
+        const auto activate = [&](int row) {
+            w.pending->setFocus();
+            w.pending->setCurrentIndex(w.pending->model()->index(row, 0));
+            w.press(Qt::Key_Return);
+        };
+        search(u"5"_s);
+        activate(0);
+        QCOMPARE(w.search->text(), u"5"_s);
+        search(u"none"_s);
+        QCOMPARE(w.tree->model()->rowCount(), 0);
+
+        // Without the search it is not there either.
+        activate(1);
+        QCOMPARE(w.search->text(), u"none"_s);
+        activate(0);
+
+        QCOMPARE(w.search->text(), QString());
+        QCOMPARE(w.tree->currentIndex().siblingAtColumn(0), w.at(u"alpha"_s));
+    }
+
     void keepsGroupsExpandedThatWereAway()
     {
         const QString file = makeFile("a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
