@@ -955,7 +955,7 @@ void SettingsWindowPrivate::showFileAfterEditing(Outcome outcome)
 {
     if (SettingsDelegate::isEditing(tree)) {
         const auto content = ScratchStore::ofFile(store->fileName(), store->format());
-        const QString path = pathOf(tree->currentIndex());
+        const QString path = settingsPath(tree->currentIndex());
         if (ambiguous || !content || hasAmbiguousNames(**content) || !(*content)->contains(path)) {
             if (!outcome.written) {
                 tell(outcome);
