@@ -2,6 +2,7 @@
 #include "settingsfile.h"
 
 #include "inifile.h"
+#include "initext.h"
 
 #include <data/exception.h>
 #include <hostkit/settingsvalue.h>
@@ -158,9 +159,11 @@ private:
 
 } // namespace
 
-SettingsFile::SettingsFile(QSettings &store)
+SettingsFile::SettingsFile(QSettings &store, const QByteArray &lost)
     : m_store(store), m_name(store.fileName()), m_exists(QFileInfo::exists(m_name))
 {
+    if (!m_exists)
+        m_content = lost;
     const QString shown = QDir::toNativeSeparators(m_name);
     try {
         if (m_exists)
@@ -211,17 +214,19 @@ QStringList SettingsFile::conflicts(const QList<SettingsChanges::Change> &change
     return result;
 }
 
-QString SettingsFile::backUp() const
+QString SettingsFile::backUp()
 {
     const QString stem = m_name + u".bak-"_s + QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
     QString copy = stem;
     for (int i = 2; QFileInfo::exists(copy); ++i)
         copy = stem + u'-' + QString::number(i);
-    const QFile::Permissions permissions = QFile::permissions(m_name);
+    const QFile::Permissions permissions =
+        m_exists ? QFile::permissions(m_name) : QFile::ReadOwner | QFile::WriteOwner;
     QFile file(copy);
     const bool opened = file.open(QIODevice::WriteOnly | QIODevice::NewOnly, permissions);
     if (opened && file.write(m_content) == m_content.size() && file.flush()) {
         file.setPermissions(permissions);
+        m_copy = QDir::toNativeSeparators(copy);
         return {};
     }
     const QString error =
@@ -237,6 +242,10 @@ QString SettingsFile::write(const QList<SettingsChanges::Change> &changes)
     const QStringList keys = m_store.allKeys();
     for (const QString &key : keys)
         typed.insert(key, m_store.value(key));
+    // The store writes the whole file when it is given types. That must bring about nothing else.
+    const bool plain = isAsWritten();
+    QByteArray content = plain ? QByteArray() : changed(changes);
+    const bool whole = content.isNull();
     for (const SettingsChanges::Change &change : changes) {
         if (change.removal) {
             m_now->remove(change.path);
@@ -246,14 +255,21 @@ QString SettingsFile::write(const QList<SettingsChanges::Change> &changes)
             typed.insert(change.path, change.newValue);
         }
     }
-    const Unread unread(*m_now, m_content, m_store.format());
-    if (!unread.lost().isEmpty())
-        return tr("значения этих записей не прочитать, и запись их потеряла бы: %1")
-            .arg(unread.lost().join(u", "_s));
-    QByteArray content = m_scratch->content();
-    if (content.isNull())
-        return tr("не удалось подготовить содержимое файла во временном каталоге");
-    content = unread.restored(content);
+    if (whole) {
+        const Unread unread(*m_now, m_content, m_store.format());
+        if (!unread.lost().isEmpty())
+            return tr("значения этих записей не прочитать, и запись их потеряла бы: %1")
+                .arg(unread.lost().join(u", "_s));
+        content = m_scratch->content();
+        if (content.isNull())
+            return tr("не удалось подготовить содержимое файла во временном каталоге");
+        content = unread.restored(content);
+        if (!plain && loses(content, changes)) {
+            if (const QString error = m_copy.isEmpty() ? backUp() : QString(); !error.isEmpty())
+                return error;
+            m_keptIn = m_copy;
+        }
+    }
     if (const QString error = replaceFile(content); !error.isEmpty())
         return error;
     m_content = content;
@@ -263,8 +279,108 @@ QString SettingsFile::write(const QList<SettingsChanges::Change> &changes)
         if (!change.removal && isList(change.newValue) && !isList(written->value(change.path)))
             m_flattened += change.path;
     }
-    readAgain(std::move(typed), unread.isEmpty());
+    readAgain(std::move(typed), isAsWritten());
     return {};
+}
+
+/// Whether the content is byte for byte what QSettings makes of it.
+bool SettingsFile::isAsWritten() const
+{
+    if (m_content.isEmpty())
+        return true;
+    const ScratchStore store(m_content, m_store.format());
+    const QStringList keys = store->allKeys();
+    const auto key = std::find_if(keys.begin(), keys.end(), [](const QString &each) {
+        return !each.isEmpty() && !each.endsWith(u'/');
+    });
+    if (key == keys.end())
+        return false;
+    store->setValue(*key, store->value(*key));
+    return store.content() == m_content;
+}
+
+/// The content with \a changes in it; null when that reads otherwise than it should.
+QByteArray SettingsFile::changed(const Changes &changes) const
+{
+    const QSettings::Format format = m_store.format();
+    QStringList removed;
+    QMap<QString, QVariant> set;
+    for (const SettingsChanges::Change &change : changes) {
+        if (change.removal) {
+            removed += change.path;
+            set.removeIf([&](QMap<QString, QVariant>::iterator entry) { return isIn(entry.key(), change); });
+        } else {
+            set.insert(change.path, change.newValue);
+        }
+    }
+    const ScratchStore alone({}, format);
+    for (auto it = set.cbegin(); it != set.cend(); ++it)
+        alone->setValue(it.key(), it.value());
+    const ScratchStore wanted(alone.content(), format);
+    const QStringList keys = m_now->allKeys();
+    QMap<QString, QVariant> different = set;
+    different.removeIf([&](QMap<QString, QVariant>::iterator entry) {
+        const QVariant now = m_now->value(entry.key());
+        return keys.contains(entry.key()) && now.isValid() &&
+               isSameSettingsValue(now, wanted->value(entry.key()));
+    });
+    QStringList gone;
+    std::copy_if(keys.begin(), keys.end(), std::back_inserter(gone), [&](const QString &key) {
+        return !set.contains(key) && std::any_of(changes.begin(), changes.end(), [&](const auto &change) {
+            return change.removal && isIn(key, change);
+        });
+    });
+
+    const std::optional<QByteArray> result = IniText(m_content, format).changed(gone, different);
+    if (!result)
+        return {};
+    const ScratchStore read(*result, format);
+    const ScratchStore texts(uncoded(m_content), format);
+    const ScratchStore readTexts(uncoded(*result), format);
+    QStringList left = keys;
+    left.removeIf([&](const QString &key) { return gone.contains(key) || set.contains(key); });
+    const bool kept = std::all_of(left.begin(), left.end(), [&](const QString &key) {
+        return isSameSettingsValue(m_now->value(key), read->value(key)) &&
+               isSameSettingsValue(texts->value(key), readTexts->value(key));
+    });
+    left += set.keys();
+    left.sort();
+    QStringList held = read->allKeys();
+    held.sort();
+    const bool written = std::all_of(set.keyBegin(), set.keyEnd(), [&](const QString &key) {
+        return isSameSettingsValue(wanted->value(key), read->value(key));
+    });
+    if (!kept || !written || held != left || read->status() != QSettings::NoError)
+        return {};
+    return result->isNull() ? QByteArray("") : *result;
+}
+
+/// Whether \a content lacks rows of the present one that belong to no entry of \a changes.
+bool SettingsFile::loses(const QByteArray &content, const Changes &changes) const
+{
+    const auto rowsOf = [](const QByteArray &text) {
+        QHash<QByteArray, qsizetype> rows;
+        for (const QByteArray &row : text.split('\n'))
+            ++rows[row.trimmed()];
+        return rows;
+    };
+    QByteArray rest = m_content;
+    const IniText text(m_content, m_store.format());
+    for (auto line = text.lines().crbegin(); line != text.lines().crend(); ++line) {
+        const bool concerned =
+            !line->isHead() && std::any_of(changes.begin(), changes.end(),
+                                           [&](const auto &change) { return isIn(line->path, change); });
+        if (concerned)
+            rest.remove(line->begin, line->end - line->begin);
+    }
+    QHash<QByteArray, qsizetype> before = rowsOf(rest);
+    before.remove({});
+    const QHash<QByteArray, qsizetype> after = rowsOf(content);
+    for (auto it = before.cbegin(); it != before.cend(); ++it) {
+        if (after.value(it.key()) < it.value())
+            return true;
+    }
+    return false;
 }
 
 /// Unless it has become another one since it was read.

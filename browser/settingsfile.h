@@ -20,8 +20,8 @@ class QSettings;
 /// readers, until a later write succeeds. It reads the new file, and values keep the types which the store
 /// knew and the file does not hold.
 ///
-/// Texts of values that QSettings cannot read stay what they are. Failures are told as texts, for people,
-/// without a full stop.
+/// Only the lines of changed entries become other ones; comments, and what QSettings reads in part or not at
+/// all, stay what they are. Failures are told as texts, for people, without a full stop.
 class SettingsFile
 {
     Q_DECLARE_TR_FUNCTIONS(SettingsFile)
@@ -29,8 +29,9 @@ public:
     /// By path.
     using Values = QHash<QString, QVariant>;
 
-    /// Reads the file of \a store, which must live as long.
-    explicit SettingsFile(QSettings &store);
+    /// Reads the file of \a store, which must live as long. Without a file, writing starts from \a lost, what it
+    /// held when there was one.
+    explicit SettingsFile(QSettings &store, const QByteArray &lost = {});
 
     /// Why the file must not be written, empty when it may: it is no INI file, or it is marked as read-only.
     const QString &error() const { return m_error; }
@@ -38,6 +39,8 @@ public:
     bool exists() const { return m_exists; }
     /// Tells one content of the file from another; empty without a file.
     QByteArray fingerprint() const;
+    /// What was read or written last.
+    const QByteArray &text() const { return m_content; }
     /// What the file holds, apart from the store.
     QSettings &content() const { return *m_now; }
     /// The paths of those \a changes whose entries the file holds otherwise than \a known does, the values
@@ -45,14 +48,20 @@ public:
     QStringList conflicts(const QList<SettingsChanges::Change> &changes, const Values &known) const;
 
     /// Keeps what was read, in "FILE.bak-YYYYMMDD-hhmmss". What went wrong, or an empty text.
-    QString backUp() const;
+    QString backUp();
     /// Brings \a changes into the file, and from there into the store. What went wrong, or an empty text.
     QString write(const QList<SettingsChanges::Change> &changes);
     /// After write(): the paths of lists that read otherwise from an INI file: one of a single item is a text
     /// there, an empty one no value.
     const QStringList &flattened() const { return m_flattened; }
+    /// After write(): the copy that alone holds what of the file had to be given up, empty when nothing had.
+    const QString &keptIn() const { return m_keptIn; }
 
 private:
+    using Changes = QList<SettingsChanges::Change>;
+    bool isAsWritten() const;
+    QByteArray changed(const Changes &changes) const;
+    bool loses(const QByteArray &content, const Changes &changes) const;
     QString replaceFile(const QByteArray &content) const;
     void readAgain(Values typed, bool rewrite);
 
@@ -64,4 +73,6 @@ private:
     std::unique_ptr<ScratchStore> m_scratch;
     QSettings *m_now = nullptr;
     QStringList m_flattened;
+    QString m_copy;
+    QString m_keptIn;
 };

@@ -371,7 +371,7 @@ public:
     QList<QPersistentModelIndex> selectedRows() const;
 
     // The file.
-    QByteArray fingerprint() const;
+    QByteArray fingerprint(QByteArray *text = nullptr) const;
     void watch();
     void lookAtFile();
     bool isFileGone() const;
@@ -393,6 +393,7 @@ public:
     /// Paths of the groups that were expanded when they went.
     QSet<QString> wereExpanded;
     QByteArray seen;
+    QByteArray lastText;                      ///< what the file held when it was last read or written
     bool stale = false;                       ///< something in the tree is older than what was seen
     std::shared_ptr<const Outcome> postponed; ///< to be shown when no editor is open any more
     /// Of the keys whose edits were refused while what the file holds could not be shown.
@@ -726,6 +727,7 @@ bool SettingsWindowPrivate::open(std::unique_ptr<QSettings> newStore)
     safe.clear();
     postponed.reset();
     toldValues.clear();
+    lastText.clear();
     wereExpanded.clear();
     noticeBar->clear();
     takeModel();
@@ -740,7 +742,7 @@ void SettingsWindowPrivate::takeModel()
 {
     auto *old = std::exchange(model, new StoreModel(q));
     model->write = [this](const Changes &wanted) { return writeAtOnce(wanted); };
-    seen = fingerprint();
+    seen = fingerprint(&lastText);
     store->sync();
     stale = false;
     model->setSettings(store.get());
@@ -830,7 +832,7 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
         outcome.message = SettingsWindow::tr("Ничего не записано: %1").arg(reason);
         return outcome;
     };
-    SettingsFile file(*store);
+    SettingsFile file(*store, lastText);
     if (!file.error().isEmpty())
         return refusal(file.error());
     Changes all;
@@ -886,6 +888,7 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
     if (const QString error = file.write(all); !error.isEmpty())
         return refusal(error);
     safe = seen = file.fingerprint();
+    lastText = file.text();
     stale = outdated;
     watch();
     QStringList told;
@@ -896,6 +899,10 @@ SettingsWindowPrivate::Outcome SettingsWindowPrivate::write(const Changes &wante
             SettingsWindow::tr("Файл INI хранит список из одного элемента как текст, а пустой - как пустое "
                                "значение: %1")
                 .arg(file.flattened().join(u", "_s));
+    if (!file.keptIn().isEmpty())
+        told += SettingsWindow::tr("Файл записан целиком заново: комментарии и то, чего QSettings не читает, "
+                                   "остались только в копии «%1»")
+                    .arg(file.keptIn());
     return {true, outdated, false, Icons::Shape::Information, told.join(u". "_s)};
 }
 
@@ -922,7 +929,7 @@ void SettingsWindowPrivate::showFile(const Outcome &outcome)
         toldValues.clear();
         stale = false;
         // What is written from now on is seen later.
-        seen = fingerprint();
+        seen = fingerprint(&lastText);
         store->sync();
         if (ambiguous || hasAmbiguousNames()) {
             reload();
@@ -1091,7 +1098,7 @@ void SettingsWindowPrivate::reload()
     postponed.reset();
     toldValues.clear();
     stale = false;
-    seen = fingerprint();
+    seen = fingerprint(&lastText);
     store->sync();
     const bool wasAmbiguous = std::exchange(ambiguous, hasAmbiguousNames());
     if (ambiguous || wasAmbiguous) {
@@ -1306,15 +1313,16 @@ void SettingsWindowPrivate::applySearch()
 
 // The file.
 
-/// Empty when there is no file.
-QByteArray SettingsWindowPrivate::fingerprint() const
+/// Empty when there is no file; then \a text stays what it is.
+QByteArray SettingsWindowPrivate::fingerprint(QByteArray *text) const
 {
     QFile file(q->fileName());
     if (q->fileName().isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    hash.addData(&file);
-    return hash.result();
+    const QByteArray content = file.readAll();
+    if (text)
+        *text = content;
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha256);
 }
 
 void SettingsWindowPrivate::watch()

@@ -1762,6 +1762,10 @@ Open an SQLite file, or drop one here.</translation>
         <source>В файле этой записи больше нет</source>
         <translation>The file no longer has this entry</translation>
     </message>
+    <message>
+        <source>Файл записан целиком заново: комментарии и то, чего QSettings не читает, остались только в копии «%1»</source>
+        <translation>The file was written anew as a whole: comments and what QSettings does not read are left only in the copy &apos;%1&apos;</translation>
+    </message>
 </context>
 <context>
     <name>ShowOnlyFilter</name>
