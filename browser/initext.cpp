@@ -160,7 +160,7 @@ std::optional<QByteArray> IniText::changed(const QStringList &removed,
         if (!line.isHead())
             wanted.insert(line.path, texts.part(line.equals + 1, line.end));
     }
-    if (wanted.keys() != values.keys())
+    if (!std::equal(wanted.keyBegin(), wanted.keyEnd(), values.keyBegin(), values.keyEnd()))
         return {};
 
     const QSet<QString> absent(removed.begin(), removed.end());
