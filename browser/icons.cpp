@@ -180,10 +180,6 @@ public:
         paint(&painter, QRect(QPoint(0, 0), size), mode, state);
         return result;
     }
-    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal) override
-    {
-        return pixmap(size, mode, state);
-    }
     QSize actualSize(const QSize &size, QIcon::Mode, QIcon::State) override { return size; }
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
     {
