@@ -9,11 +9,11 @@
 #include "quotes.h"
 
 #include <filterfuncs/keyfilterfunc_hash.h>
-#include <hostkit/celltext.h>
-#include <hostkit/columnsfilter.h>
-#include <hostkit/filterlist.h>
-#include <hostkit/tablemodel.h>
-#include <hostkit/viewanchor.h>
+#include <hostkit/filters/columnsfilter.h>
+#include <hostkit/filters/filterlist.h>
+#include <hostkit/table/tablemodel.h>
+#include <hostkit/text/celltext.h>
+#include <hostkit/views/viewanchor.h>
 
 #include <QAbstractTableModel>
 #include <QApplication>
@@ -30,6 +30,8 @@
 
 #include <algorithm>
 #include <memory>
+
+using namespace sito;
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <data/indexlist.h>
 #include <database/memorytable.h>
 #include <filters/valuefilter.h>
-#include <hostkit/valuelistfilter.h>
-#include <hostkit/valuelistwidget.h>
+#include <hostkit/values/valuelistfilter.h>
+#include <hostkit/values/valuelistwidget.h>
 
 #include <QApplication>
 #include <QLineEdit>
@@ -21,6 +21,8 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
+
+using namespace sito;
 
 namespace {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "celltext.h"
-#include "commandline.h"
-#include "headlessreport.h"
-#include "icons.h"
-#include "languages.h"
-#include "look.h"
-#include "mainwindow.h"
-#include "screenshot.h"
-#include "settingsreport.h"
+#include <browser/parts/commandline.h>
+#include <browser/parts/icons.h>
+#include <browser/parts/languages.h>
+#include <browser/parts/look.h>
+#include <browser/parts/printable.h>
+#include <browser/report/headlessreport.h>
+#include <browser/report/settingsreport.h>
+#include <browser/window/mainwindow.h>
+#include <browser/window/screenshot.h>
 
 #include <data/exception.h>
 
@@ -31,6 +31,7 @@
 #endif
 
 using namespace Qt::StringLiterals;
+using namespace sito;
 
 namespace {
 

@@ -17,13 +17,6 @@
     </message>
 </context>
 <context>
-    <name>ChoiceSettingsEditor</name>
-    <message>
-        <source>Значение</source>
-        <translation>Value</translation>
-    </message>
-</context>
-<context>
     <name>ColumnNotes</name>
     <message>
         <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
@@ -35,14 +28,6 @@
     <message>
         <source>Столбец «%1» таблицы «%2» имеет тип %3: его значения не сравниваются</source>
         <translation>Column &apos;%1&apos; of table &apos;%2&apos; is of type %3: its values are never compared</translation>
-    </message>
-    <message>
-        <source>В таблице «%1» нет столбца «%2»</source>
-        <translation>Table &apos;%1&apos; has no column &apos;%2&apos;</translation>
-    </message>
-    <message>
-        <source>Столбец «%1» назван дважды</source>
-        <translation>Column &apos;%1&apos; is named twice</translation>
     </message>
     <message>
         <source>Ключ «%1»: число значений (%2) не равно числу столбцов (%3)</source>
@@ -416,95 +401,6 @@ SYNOPSIS
     </message>
 </context>
 <context>
-    <name>FilterHeader</name>
-    <message>
-        <source>%1, фильтр включён</source>
-        <translation>%1, filter on</translation>
-    </message>
-    <message>
-        <source>%1, фильтр</source>
-        <translation>%1, filter</translation>
-    </message>
-</context>
-<context>
-    <name>FilterPanel</name>
-    <message>
-        <source>Сохранить набор…</source>
-        <translation>Save Set…</translation>
-    </message>
-    <message>
-        <source>Включить набор</source>
-        <translation>Apply Set</translation>
-    </message>
-    <message>
-        <source>Удалить набор</source>
-        <translation>Delete Set</translation>
-    </message>
-    <message>
-        <source>Снять все</source>
-        <translation>Clear All</translation>
-    </message>
-    <message>
-        <source>Убрать все фильтры таблицы</source>
-        <translation>Remove all of the table&apos;s filters</translation>
-    </message>
-    <message>
-        <source>Наборы</source>
-        <translation>Sets</translation>
-    </message>
-    <message>
-        <source>Сохранить и вернуть наборы фильтров</source>
-        <translation>Save and restore sets of filters</translation>
-    </message>
-    <message>
-        <source>Фильтров нет.
-
-Нажмите воронку в заголовке столбца или правую кнопку на ячейке: то, что скрыто, будет перечислено здесь.</source>
-        <translation>No filters.
-
-Click the funnel in a column header, or right-click a cell: what is hidden will be listed here.</translation>
-    </message>
-    <message>
-        <source>Наборы фильтров</source>
-        <translation>Filter Sets</translation>
-    </message>
-    <message>
-        <source>Фильтры таблицы</source>
-        <translation>Filters of the table</translation>
-    </message>
-</context>
-<context>
-    <name>FilterPanelItem</name>
-    <message>
-        <source>ничего не скрывает</source>
-        <translation>hides nothing</translation>
-    </message>
-    <message>
-        <source>Выключить фильтр</source>
-        <translation>Switch the filter off</translation>
-    </message>
-    <message>
-        <source>Включить фильтр</source>
-        <translation>Switch the filter on</translation>
-    </message>
-    <message>
-        <source>Изменить</source>
-        <translation>Edit</translation>
-    </message>
-    <message>
-        <source>Изменить фильтр %1</source>
-        <translation>Edit filter %1</translation>
-    </message>
-    <message>
-        <source>Удалить</source>
-        <translation>Remove</translation>
-    </message>
-    <message>
-        <source>Удалить фильтр %1</source>
-        <translation>Remove filter %1</translation>
-    </message>
-</context>
-<context>
     <name>FilterStorage</name>
     <message>
         <source>Фильтр последних сессий бывает только по двум столбцам</source>
@@ -621,7 +517,540 @@ Click the funnel in a column header, or right-click a cell: what is hidden will 
     </message>
 </context>
 <context>
-    <name>LineSettingsEditor</name>
+    <name>SampleDatabase</name>
+    <message>
+        <source>Не удалось записать пример во временный каталог</source>
+        <translation>Cannot write the sample to the directory for temporary files</translation>
+    </message>
+</context>
+<context>
+    <name>Screenshot</name>
+    <message>
+        <source>Окно не готово и через десять минут</source>
+        <translation>The window is not ready after ten minutes</translation>
+    </message>
+    <message>
+        <source>Столбца «%1» нет</source>
+        <translation>There is no column &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>У столбца «%1» нет фильтра</source>
+        <translation>Column &apos;%1&apos; has no filter</translation>
+    </message>
+    <message>
+        <source>Не удалось записать «%1»: %2</source>
+        <translation>Cannot write &apos;%1&apos;: %2</translation>
+    </message>
+</context>
+<context>
+    <name>SelectFilter</name>
+    <message>
+        <source>Выбрать</source>
+        <translation>Select</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsFile</name>
+    <message>
+        <source>не удалось прочитать «%1»: %2</source>
+        <translation>cannot read &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>файл «%1» доступен только для чтения</source>
+        <translation>the file &apos;%1&apos; is read-only</translation>
+    </message>
+    <message>
+        <source>не удалось сохранить копию «%1»: %2</source>
+        <translation>cannot save the copy &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>значения этих записей не прочитать, и запись их потеряла бы: %1</source>
+        <translation>the values of these entries cannot be read, and writing would lose them: %1</translation>
+    </message>
+    <message>
+        <source>не удалось подготовить содержимое файла во временном каталоге</source>
+        <translation>cannot prepare the content of the file in the temporary directory</translation>
+    </message>
+    <message>
+        <source>файл «%1» занят другой программой</source>
+        <translation>another program is using the file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>файл «%1» только что изменён другой программой</source>
+        <translation>another program has just changed the file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>не удалось записать «%1»: %2</source>
+        <translation>cannot write &apos;%1&apos;: %2</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsModel</name>
+    <message>
+        <source>Ключ</source>
+        <translation>Key</translation>
+    </message>
+    <message>
+        <source>Тип</source>
+        <translation>Type</translation>
+    </message>
+    <message>
+        <source>Значение</source>
+        <translation>Value</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsReport</name>
+    <message>
+        <source>Не удалось записать «%1»</source>
+        <translation>Cannot write &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>У записи «%1» нет имени, её нельзя изменить</source>
+        <translation>Entry &apos;%1&apos; has no name and cannot be changed</translation>
+    </message>
+    <message>
+        <source>Файл «%1» доступен только для чтения</source>
+        <translation>File &apos;%1&apos; is read-only</translation>
+    </message>
+    <message>
+        <source>В «%1» нет пути «%2»</source>
+        <translation>&apos;%1&apos; has no path &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>Не удалось удалить «%1»</source>
+        <translation>Cannot remove &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - группа, у неё нет значения</source>
+        <translation>&apos;%1&apos; is a group and has no value</translation>
+    </message>
+    <message>
+        <source>Не удалось изменить «%1»</source>
+        <translation>Cannot change &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Путь</source>
+        <translation>Path</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsText</name>
+    <message>
+        <source>Число не помещается в тип значения</source>
+        <translation>The number does not fit the type of the value</translation>
+    </message>
+    <message>
+        <source>Допустимы целые числа от %1 до %2</source>
+        <translation>Whole numbers from %1 to %2 are allowed</translation>
+    </message>
+    <message>
+        <source>Это не число</source>
+        <translation>This is no number</translation>
+    </message>
+    <message>
+        <source>Это не целое число</source>
+        <translation>This is no whole number</translation>
+    </message>
+    <message>
+        <source>Чисел должно быть %1</source>
+        <translation>There must be %1 numbers</translation>
+    </message>
+    <message>
+        <source>Дата и время пишутся так: 2024-12-31T23:59:59.999, дальше можно Z, +03:00 или +03:00[Europe/Moscow]</source>
+        <translation>Date and time are written 2024-12-31T23:59:59.999, then perhaps Z, +03:00 or +03:00[Europe/Moscow]</translation>
+    </message>
+    <message>
+        <source>Смещение от UTC бывает от -14:00 до +14:00</source>
+        <translation>An offset from UTC is between -14:00 and +14:00</translation>
+    </message>
+    <message>
+        <source>Часовой пояс «%1» неизвестен</source>
+        <translation>Time zone &apos;%1&apos; is unknown</translation>
+    </message>
+    <message>
+        <source>Такого времени в этот день нет: часы переводят вперёд</source>
+        <translation>There is no such time on this day: the clocks go forward</translation>
+    </message>
+    <message>
+        <source>Цвет пишется как #RRGGBB, #AARRGGBB или по-английски: red</source>
+        <translation>A colour is written #RRGGBB, #AARRGGBB or by its name: red</translation>
+    </message>
+    <message>
+        <source>После «\» пишется x и две шестнадцатеричные цифры или ещё одна «\»</source>
+        <translation>&apos;\&apos; is followed by x and two hexadecimal digits, or by another &apos;\&apos;</translation>
+    </message>
+    <message>
+        <source>Символ «%1» пишется байтами, как \x0a</source>
+        <translation>Character &apos;%1&apos; is written as bytes, as \x0a</translation>
+    </message>
+    <message>
+        <source>Здесь нужен ровно один символ</source>
+        <translation>Exactly one character is needed here</translation>
+    </message>
+    <message>
+        <source>Дата пишется так: 2024-12-31</source>
+        <translation>A date is written 2024-12-31</translation>
+    </message>
+    <message>
+        <source>Время пишется так: 23:59:59.999</source>
+        <translation>A time is written 23:59:59.999</translation>
+    </message>
+    <message>
+        <source>Шрифт пишется так: семейство,размер - или выбирается кнопкой справа</source>
+        <translation>A font is written family,size - or chosen with the button at the right</translation>
+    </message>
+    <message>
+        <source>Сочетание пишется так: Ctrl+Shift+F5</source>
+        <translation>A key sequence is written Ctrl+Shift+F5</translation>
+    </message>
+    <message>
+        <source>UUID пишется так: %1</source>
+        <translation>A UUID is written %1</translation>
+    </message>
+    <message>
+        <source>Это не адрес: %1</source>
+        <translation>This is no address: %1</translation>
+    </message>
+    <message>
+        <source>Значения этого типа не меняются</source>
+        <translation>Values of this type cannot be edited</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsValue</name>
+    <message>
+        <source>Да</source>
+        <translation>Yes</translation>
+    </message>
+    <message>
+        <source>Нет</source>
+        <translation>No</translation>
+    </message>
+    <message>
+        <source>%1, %2 пт</source>
+        <translation>%1, %2 pt</translation>
+    </message>
+    <message>
+        <source>%1, %2 пикс.</source>
+        <translation>%1, %2 px</translation>
+    </message>
+    <message>
+        <source>, жирный</source>
+        <translation>, bold</translation>
+    </message>
+    <message>
+        <source>, курсив</source>
+        <translation>, italic</translation>
+    </message>
+    <message>
+        <source>(пустой список)</source>
+        <translation>(empty list)</translation>
+    </message>
+</context>
+<context>
+    <name>SourceDatabase</name>
+    <message>
+        <source>Не удалось открыть «%1»: драйвер Qt SQL «%2» не установлен</source>
+        <translation>Cannot open &apos;%1&apos;: the Qt SQL driver &apos;%2&apos; is not installed</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не база данных</source>
+        <translation>&apos;%1&apos; is a directory, not a database</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось открыть «%1»: %2</source>
+        <translation>Cannot open &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>Файл «%1» пуст</source>
+        <translation>File &apos;%1&apos; is empty</translation>
+    </message>
+    <message>
+        <source>«%1» - не база данных SQLite</source>
+        <translation>&apos;%1&apos; is not an SQLite database</translation>
+    </message>
+</context>
+<context>
+    <name>SourceLocation</name>
+    <message>
+        <source>В адресе базы данных после «%» должны стоять две цифры кода символа</source>
+        <translation>In the address of a database, two digits of a character&apos;s code must follow &apos;%&apos;</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных нет «//» перед сервером</source>
+        <translation>The address of the database lacks &apos;//&apos; before the server</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или пароле пишется %3F)</source>
+        <translation>The address of the database has parameters, which are not supported (&apos;?&apos; in a name or password is written %3F)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных не закрыта скобка «[»</source>
+        <translation>The bracket &apos;[&apos; in the address of the database is not closed</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных порт - не число от 1 до 65535 («@», «:» и «/» в имени или пароле пишутся %40, %3A и %2F)</source>
+        <translation>The port in the address of the database is no number from 1 to 65535 (&apos;@&apos;, &apos;:&apos; and &apos;/&apos; in a name or password are written %40, %3A and %2F)</translation>
+    </message>
+    <message>
+        <source>В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)</source>
+        <translation>The address of a database file cannot name a server (write sqlite:/path)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных нет имени файла</source>
+        <translation>The address of the database names no file</translation>
+    </message>
+    <message>
+        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
+        <translation>The address of a database begins with sqlite: or postgresql://</translation>
+    </message>
+    <message>
+        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
+        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
+        <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
+    </message>
+</context>
+<context>
+    <name>TableExport</name>
+    <message>
+        <source>«%1» - сама база данных</source>
+        <translation>&apos;%1&apos; is the database itself</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось записать «%1»: %2</source>
+        <translation>Cannot write &apos;%1&apos;: %2</translation>
+    </message>
+</context>
+<context>
+    <name>TableLoader</name>
+    <message>
+        <source>столбец не допускает пустых значений</source>
+        <translation>the column admits no absent values</translation>
+    </message>
+    <message>
+        <source>значение другого рода</source>
+        <translation>a value of another kind</translation>
+    </message>
+    <message>
+        <source>число вне пределов типа</source>
+        <translation>the number is out of range</translation>
+    </message>
+    <message>
+        <source>число нельзя сохранить точно</source>
+        <translation>the number cannot be held exactly</translation>
+    </message>
+    <message>
+        <source>в числе больше цифр, чем объявлено</source>
+        <translation>the number has more digits than declared</translation>
+    </message>
+    <message>
+        <source>текст длиннее, чем объявлено</source>
+        <translation>the text is longer than declared</translation>
+    </message>
+    <message>
+        <source>в тексте есть нулевой символ</source>
+        <translation>the text holds a NUL character</translation>
+    </message>
+    <message>
+        <source>не дата</source>
+        <translation>not a date</translation>
+    </message>
+    <message>
+        <source>это мгновение обозначает отсутствие даты</source>
+        <translation>this instant stands for no date</translation>
+    </message>
+    <message>
+        <source>другое число байтов</source>
+        <translation>another number of bytes</translation>
+    </message>
+    <message>
+        <source>байты не составляют текста</source>
+        <translation>the bytes are no valid text</translation>
+    </message>
+    <message>
+        <source>Таблица «%1», строка %2, столбец «%3»: значение %4 не подходит к типу %5 (%6)</source>
+        <translation>Table &apos;%1&apos;, row %2, column &apos;%3&apos;: value %4 does not fit type %5 (%6)</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» уже загружена</source>
+        <translation>Table &apos;%1&apos; is loaded already</translation>
+    </message>
+    <message>
+        <source>База данных «%1»: %2</source>
+        <translation>Database &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>В базе данных нет таблицы «%1»</source>
+        <translation>The database has no table &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Таблица «%1», столбец «%2»: тип «%3» не поддерживается</source>
+        <translation>Table &apos;%1&apos;, column &apos;%2&apos;: type &apos;%3&apos; is not supported</translation>
+    </message>
+    <message>
+        <source>время точнее миллисекунды</source>
+        <translation>a time finer than a millisecond</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» не имеет столбцов</source>
+        <translation>Table &apos;%1&apos; has no columns</translation>
+    </message>
+</context>
+<context>
+    <name>ValueListFilter</name>
+    <message>
+        <source>(нет значения)</source>
+        <translation>(no value)</translation>
+    </message>
+    <message>
+        <source>(нет даты)</source>
+        <translation>(no date)</translation>
+    </message>
+    <message>
+        <source>(не число)</source>
+        <translation>(not a number)</translation>
+    </message>
+    <message>
+        <source>(пусто)</source>
+        <translation>(empty)</translation>
+    </message>
+    <message>
+        <source>%1 (ещё %2)</source>
+        <translation>%1 (%2 more)</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>Не удалось записать вывод: %1</source>
+        <translation>Cannot write the output: %1</translation>
+    </message>
+</context>
+<context>
+    <name>sito::ChoiceSettingsEditor</name>
+    <message>
+        <source>Значение</source>
+        <translation>Value</translation>
+    </message>
+</context>
+<context>
+    <name>sito::ColumnsFilter</name>
+    <message>
+        <source>В таблице «%1» нет столбца «%2»</source>
+        <translation>Table &apos;%1&apos; has no column &apos;%2&apos;</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» назван дважды</source>
+        <translation>Column &apos;%1&apos; is named twice</translation>
+    </message>
+</context>
+<context>
+    <name>sito::FilterHeader</name>
+    <message>
+        <source>%1, фильтр включён</source>
+        <translation>%1, filter on</translation>
+    </message>
+    <message>
+        <source>%1, фильтр</source>
+        <translation>%1, filter</translation>
+    </message>
+</context>
+<context>
+    <name>sito::FilterPanel</name>
+    <message>
+        <source>Сохранить набор…</source>
+        <translation>Save Set…</translation>
+    </message>
+    <message>
+        <source>Включить набор</source>
+        <translation>Apply Set</translation>
+    </message>
+    <message>
+        <source>Удалить набор</source>
+        <translation>Delete Set</translation>
+    </message>
+    <message>
+        <source>Снять все</source>
+        <translation>Clear All</translation>
+    </message>
+    <message>
+        <source>Убрать все фильтры таблицы</source>
+        <translation>Remove all of the table&apos;s filters</translation>
+    </message>
+    <message>
+        <source>Наборы</source>
+        <translation>Sets</translation>
+    </message>
+    <message>
+        <source>Сохранить и вернуть наборы фильтров</source>
+        <translation>Save and restore sets of filters</translation>
+    </message>
+    <message>
+        <source>Фильтров нет.
+
+Нажмите воронку в заголовке столбца или правую кнопку на ячейке: то, что скрыто, будет перечислено здесь.</source>
+        <translation>No filters.
+
+Click the funnel in a column header, or right-click a cell: what is hidden will be listed here.</translation>
+    </message>
+    <message>
+        <source>Наборы фильтров</source>
+        <translation>Filter Sets</translation>
+    </message>
+    <message>
+        <source>Фильтры таблицы</source>
+        <translation>Filters of the table</translation>
+    </message>
+</context>
+<context>
+    <name>sito::FilterPanelItem</name>
+    <message>
+        <source>ничего не скрывает</source>
+        <translation>hides nothing</translation>
+    </message>
+    <message>
+        <source>Выключить фильтр</source>
+        <translation>Switch the filter off</translation>
+    </message>
+    <message>
+        <source>Включить фильтр</source>
+        <translation>Switch the filter on</translation>
+    </message>
+    <message>
+        <source>Изменить</source>
+        <translation>Edit</translation>
+    </message>
+    <message>
+        <source>Изменить фильтр %1</source>
+        <translation>Edit filter %1</translation>
+    </message>
+    <message>
+        <source>Удалить</source>
+        <translation>Remove</translation>
+    </message>
+    <message>
+        <source>Удалить фильтр %1</source>
+        <translation>Remove filter %1</translation>
+    </message>
+</context>
+<context>
+    <name>sito::LineSettingsEditor</name>
     <message>
         <source>Значение</source>
         <translation>Value</translation>
@@ -636,7 +1065,7 @@ Click the funnel in a column header, or right-click a cell: what is hidden will 
     </message>
 </context>
 <context>
-    <name>ListSettingsEditor</name>
+    <name>sito::ListSettingsEditor</name>
     <message>
         <source>Элементы списка</source>
         <translation>Items of the list</translation>
@@ -667,7 +1096,7 @@ Click the funnel in a column header, or right-click a cell: what is hidden will 
     </message>
 </context>
 <context>
-    <name>MainWindow</name>
+    <name>sito::MainWindow</name>
     <message>
         <source>&amp;Файл</source>
         <translation>&amp;File</translation>
@@ -1082,7 +1511,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>MessageBar</name>
+    <name>sito::MessageBar</name>
     <message>
         <source>и ещё: %1</source>
         <translation>and %1 more</translation>
@@ -1093,14 +1522,14 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>NoticeBar</name>
+    <name>sito::NoticeBar</name>
     <message>
         <source>Закрыть сообщение</source>
         <translation>Close the message</translation>
     </message>
 </context>
 <context>
-    <name>OpenServerDialog</name>
+    <name>sito::OpenServerDialog</name>
     <message>
         <source>Открыть базу данных PostgreSQL</source>
         <translation>Open a PostgreSQL database</translation>
@@ -1187,40 +1616,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>SampleDatabase</name>
-    <message>
-        <source>Не удалось записать пример во временный каталог</source>
-        <translation>Cannot write the sample to the directory for temporary files</translation>
-    </message>
-</context>
-<context>
-    <name>Screenshot</name>
-    <message>
-        <source>Окно не готово и через десять минут</source>
-        <translation>The window is not ready after ten minutes</translation>
-    </message>
-    <message>
-        <source>Столбца «%1» нет</source>
-        <translation>There is no column &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>У столбца «%1» нет фильтра</source>
-        <translation>Column &apos;%1&apos; has no filter</translation>
-    </message>
-    <message>
-        <source>Не удалось записать «%1»: %2</source>
-        <translation>Cannot write &apos;%1&apos;: %2</translation>
-    </message>
-</context>
-<context>
-    <name>SelectFilter</name>
-    <message>
-        <source>Выбрать</source>
-        <translation>Select</translation>
-    </message>
-</context>
-<context>
-    <name>SettingsChanges</name>
+    <name>sito::SettingsChanges</name>
     <message>
         <source>Правка</source>
         <translation>Edit</translation>
@@ -1251,7 +1647,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>SettingsDelegate</name>
+    <name>sito::SettingsDelegate</name>
     <message>
         <source>Значение не принято</source>
         <translation>The value was not accepted</translation>
@@ -1262,206 +1658,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>SettingsFile</name>
-    <message>
-        <source>не удалось прочитать «%1»: %2</source>
-        <translation>cannot read &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>файл «%1» доступен только для чтения</source>
-        <translation>the file &apos;%1&apos; is read-only</translation>
-    </message>
-    <message>
-        <source>не удалось сохранить копию «%1»: %2</source>
-        <translation>cannot save the copy &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>значения этих записей не прочитать, и запись их потеряла бы: %1</source>
-        <translation>the values of these entries cannot be read, and writing would lose them: %1</translation>
-    </message>
-    <message>
-        <source>не удалось подготовить содержимое файла во временном каталоге</source>
-        <translation>cannot prepare the content of the file in the temporary directory</translation>
-    </message>
-    <message>
-        <source>файл «%1» занят другой программой</source>
-        <translation>another program is using the file &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>файл «%1» только что изменён другой программой</source>
-        <translation>another program has just changed the file &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>не удалось записать «%1»: %2</source>
-        <translation>cannot write &apos;%1&apos;: %2</translation>
-    </message>
-</context>
-<context>
-    <name>SettingsModel</name>
-    <message>
-        <source>Ключ</source>
-        <translation>Key</translation>
-    </message>
-    <message>
-        <source>Тип</source>
-        <translation>Type</translation>
-    </message>
-    <message>
-        <source>Значение</source>
-        <translation>Value</translation>
-    </message>
-</context>
-<context>
-    <name>SettingsReport</name>
-    <message>
-        <source>Не удалось записать «%1»</source>
-        <translation>Cannot write &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>У записи «%1» нет имени, её нельзя изменить</source>
-        <translation>Entry &apos;%1&apos; has no name and cannot be changed</translation>
-    </message>
-    <message>
-        <source>Файл «%1» доступен только для чтения</source>
-        <translation>File &apos;%1&apos; is read-only</translation>
-    </message>
-    <message>
-        <source>В «%1» нет пути «%2»</source>
-        <translation>&apos;%1&apos; has no path &apos;%2&apos;</translation>
-    </message>
-    <message>
-        <source>Не удалось удалить «%1»</source>
-        <translation>Cannot remove &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>«%1» - группа, у неё нет значения</source>
-        <translation>&apos;%1&apos; is a group and has no value</translation>
-    </message>
-    <message>
-        <source>Не удалось изменить «%1»</source>
-        <translation>Cannot change &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>Путь</source>
-        <translation>Path</translation>
-    </message>
-</context>
-<context>
-    <name>SettingsText</name>
-    <message>
-        <source>Число не помещается в тип значения</source>
-        <translation>The number does not fit the type of the value</translation>
-    </message>
-    <message>
-        <source>Допустимы целые числа от %1 до %2</source>
-        <translation>Whole numbers from %1 to %2 are allowed</translation>
-    </message>
-    <message>
-        <source>Это не число</source>
-        <translation>This is no number</translation>
-    </message>
-    <message>
-        <source>Это не целое число</source>
-        <translation>This is no whole number</translation>
-    </message>
-    <message>
-        <source>Чисел должно быть %1</source>
-        <translation>There must be %1 numbers</translation>
-    </message>
-    <message>
-        <source>Дата и время пишутся так: 2024-12-31T23:59:59.999, дальше можно Z, +03:00 или +03:00[Europe/Moscow]</source>
-        <translation>Date and time are written 2024-12-31T23:59:59.999, then perhaps Z, +03:00 or +03:00[Europe/Moscow]</translation>
-    </message>
-    <message>
-        <source>Смещение от UTC бывает от -14:00 до +14:00</source>
-        <translation>An offset from UTC is between -14:00 and +14:00</translation>
-    </message>
-    <message>
-        <source>Часовой пояс «%1» неизвестен</source>
-        <translation>Time zone &apos;%1&apos; is unknown</translation>
-    </message>
-    <message>
-        <source>Такого времени в этот день нет: часы переводят вперёд</source>
-        <translation>There is no such time on this day: the clocks go forward</translation>
-    </message>
-    <message>
-        <source>Цвет пишется как #RRGGBB, #AARRGGBB или по-английски: red</source>
-        <translation>A colour is written #RRGGBB, #AARRGGBB or by its name: red</translation>
-    </message>
-    <message>
-        <source>После «\» пишется x и две шестнадцатеричные цифры или ещё одна «\»</source>
-        <translation>&apos;\&apos; is followed by x and two hexadecimal digits, or by another &apos;\&apos;</translation>
-    </message>
-    <message>
-        <source>Символ «%1» пишется байтами, как \x0a</source>
-        <translation>Character &apos;%1&apos; is written as bytes, as \x0a</translation>
-    </message>
-    <message>
-        <source>Здесь нужен ровно один символ</source>
-        <translation>Exactly one character is needed here</translation>
-    </message>
-    <message>
-        <source>Дата пишется так: 2024-12-31</source>
-        <translation>A date is written 2024-12-31</translation>
-    </message>
-    <message>
-        <source>Время пишется так: 23:59:59.999</source>
-        <translation>A time is written 23:59:59.999</translation>
-    </message>
-    <message>
-        <source>Шрифт пишется так: семейство,размер - или выбирается кнопкой справа</source>
-        <translation>A font is written family,size - or chosen with the button at the right</translation>
-    </message>
-    <message>
-        <source>Сочетание пишется так: Ctrl+Shift+F5</source>
-        <translation>A key sequence is written Ctrl+Shift+F5</translation>
-    </message>
-    <message>
-        <source>UUID пишется так: %1</source>
-        <translation>A UUID is written %1</translation>
-    </message>
-    <message>
-        <source>Это не адрес: %1</source>
-        <translation>This is no address: %1</translation>
-    </message>
-    <message>
-        <source>Значения этого типа не меняются</source>
-        <translation>Values of this type cannot be edited</translation>
-    </message>
-</context>
-<context>
-    <name>SettingsValue</name>
-    <message>
-        <source>Да</source>
-        <translation>Yes</translation>
-    </message>
-    <message>
-        <source>Нет</source>
-        <translation>No</translation>
-    </message>
-    <message>
-        <source>%1, %2 пт</source>
-        <translation>%1, %2 pt</translation>
-    </message>
-    <message>
-        <source>%1, %2 пикс.</source>
-        <translation>%1, %2 px</translation>
-    </message>
-    <message>
-        <source>, жирный</source>
-        <translation>, bold</translation>
-    </message>
-    <message>
-        <source>, курсив</source>
-        <translation>, italic</translation>
-    </message>
-    <message>
-        <source>(пустой список)</source>
-        <translation>(empty list)</translation>
-    </message>
-</context>
-<context>
-    <name>SettingsWindow</name>
+    <name>sito::SettingsWindow</name>
     <message>
         <source>, правка ждёт записи</source>
         <translation>, edit waits to be written</translation>
@@ -1768,14 +1965,14 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>ShowOnlyFilter</name>
+    <name>sito::ShowOnlyFilter</name>
     <message>
         <source>только: %1</source>
         <translation>only: %1</translation>
     </message>
 </context>
 <context>
-    <name>ShowOnlyWidget</name>
+    <name>sito::ShowOnlyWidget</name>
     <message>
         <source>Отметьте хотя бы одно значение</source>
         <translation>Check at least one value</translation>
@@ -1786,7 +1983,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>SourceConnection</name>
+    <name>sito::SourceConnection</name>
     <message>
         <source>База данных не открыта</source>
         <translation>No database is open</translation>
@@ -1801,96 +1998,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>SourceDatabase</name>
-    <message>
-        <source>Не удалось открыть «%1»: драйвер Qt SQL «%2» не установлен</source>
-        <translation>Cannot open &apos;%1&apos;: the Qt SQL driver &apos;%2&apos; is not installed</translation>
-    </message>
-    <message>
-        <source>Файла «%1» нет</source>
-        <translation>There is no file &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>«%1» - каталог, а не база данных</source>
-        <translation>&apos;%1&apos; is a directory, not a database</translation>
-    </message>
-    <message>
-        <source>«%1» - не обычный файл</source>
-        <translation>&apos;%1&apos; is not a regular file</translation>
-    </message>
-    <message>
-        <source>Не удалось открыть «%1»: %2</source>
-        <translation>Cannot open &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>Файл «%1» пуст</source>
-        <translation>File &apos;%1&apos; is empty</translation>
-    </message>
-    <message>
-        <source>«%1» - не база данных SQLite</source>
-        <translation>&apos;%1&apos; is not an SQLite database</translation>
-    </message>
-</context>
-<context>
-    <name>SourceLocation</name>
-    <message>
-        <source>В адресе базы данных после «%» должны стоять две цифры кода символа</source>
-        <translation>In the address of a database, two digits of a character&apos;s code must follow &apos;%&apos;</translation>
-    </message>
-    <message>
-        <source>В адресе базы данных нет «//» перед сервером</source>
-        <translation>The address of the database lacks &apos;//&apos; before the server</translation>
-    </message>
-    <message>
-        <source>В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или пароле пишется %3F)</source>
-        <translation>The address of the database has parameters, which are not supported (&apos;?&apos; in a name or password is written %3F)</translation>
-    </message>
-    <message>
-        <source>В адресе базы данных не закрыта скобка «[»</source>
-        <translation>The bracket &apos;[&apos; in the address of the database is not closed</translation>
-    </message>
-    <message>
-        <source>В адресе базы данных порт - не число от 1 до 65535 («@», «:» и «/» в имени или пароле пишутся %40, %3A и %2F)</source>
-        <translation>The port in the address of the database is no number from 1 to 65535 (&apos;@&apos;, &apos;:&apos; and &apos;/&apos; in a name or password are written %40, %3A and %2F)</translation>
-    </message>
-    <message>
-        <source>В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)</source>
-        <translation>The address of a database file cannot name a server (write sqlite:/path)</translation>
-    </message>
-    <message>
-        <source>В адресе базы данных нет имени файла</source>
-        <translation>The address of the database names no file</translation>
-    </message>
-    <message>
-        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
-        <translation>The address of a database begins with sqlite: or postgresql://</translation>
-    </message>
-    <message>
-        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
-        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
-    </message>
-    <message>
-        <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
-        <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
-    </message>
-</context>
-<context>
-    <name>TableExport</name>
-    <message>
-        <source>«%1» - сама база данных</source>
-        <translation>&apos;%1&apos; is the database itself</translation>
-    </message>
-    <message>
-        <source>«%1» - не обычный файл</source>
-        <translation>&apos;%1&apos; is not a regular file</translation>
-    </message>
-    <message>
-        <source>Не удалось записать «%1»: %2</source>
-        <translation>Cannot write &apos;%1&apos;: %2</translation>
-    </message>
-</context>
-<context>
-    <name>TableList</name>
+    <name>sito::TableList</name>
     <message>
         <source>%1, строк: %2, столбцов: %3</source>
         <translation>%1, rows: %2, columns: %3</translation>
@@ -1913,82 +2021,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>TableLoader</name>
-    <message>
-        <source>столбец не допускает пустых значений</source>
-        <translation>the column admits no absent values</translation>
-    </message>
-    <message>
-        <source>значение другого рода</source>
-        <translation>a value of another kind</translation>
-    </message>
-    <message>
-        <source>число вне пределов типа</source>
-        <translation>the number is out of range</translation>
-    </message>
-    <message>
-        <source>число нельзя сохранить точно</source>
-        <translation>the number cannot be held exactly</translation>
-    </message>
-    <message>
-        <source>в числе больше цифр, чем объявлено</source>
-        <translation>the number has more digits than declared</translation>
-    </message>
-    <message>
-        <source>текст длиннее, чем объявлено</source>
-        <translation>the text is longer than declared</translation>
-    </message>
-    <message>
-        <source>в тексте есть нулевой символ</source>
-        <translation>the text holds a NUL character</translation>
-    </message>
-    <message>
-        <source>не дата</source>
-        <translation>not a date</translation>
-    </message>
-    <message>
-        <source>это мгновение обозначает отсутствие даты</source>
-        <translation>this instant stands for no date</translation>
-    </message>
-    <message>
-        <source>другое число байтов</source>
-        <translation>another number of bytes</translation>
-    </message>
-    <message>
-        <source>байты не составляют текста</source>
-        <translation>the bytes are no valid text</translation>
-    </message>
-    <message>
-        <source>Таблица «%1», строка %2, столбец «%3»: значение %4 не подходит к типу %5 (%6)</source>
-        <translation>Table &apos;%1&apos;, row %2, column &apos;%3&apos;: value %4 does not fit type %5 (%6)</translation>
-    </message>
-    <message>
-        <source>Таблица «%1» уже загружена</source>
-        <translation>Table &apos;%1&apos; is loaded already</translation>
-    </message>
-    <message>
-        <source>База данных «%1»: %2</source>
-        <translation>Database &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>В базе данных нет таблицы «%1»</source>
-        <translation>The database has no table &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>Таблица «%1», столбец «%2»: тип «%3» не поддерживается</source>
-        <translation>Table &apos;%1&apos;, column &apos;%2&apos;: type &apos;%3&apos; is not supported</translation>
-    </message>
-    <message>
-        <source>время точнее миллисекунды</source>
-        <translation>a time finer than a millisecond</translation>
-    </message>
-    <message>
-        <source>Таблица «%1» не имеет столбцов</source>
-        <translation>Table &apos;%1&apos; has no columns</translation>
-    </message>
-</context>
-<context>
-    <name>TableModel</name>
+    <name>sito::TableModel</name>
     <message>
         <source>Недостаточно памяти</source>
         <translation>Out of memory</translation>
@@ -2019,7 +2052,7 @@ Type: %2</translation>
     </message>
 </context>
 <context>
-    <name>TablePage</name>
+    <name>sito::TablePage</name>
     <message>
         <source>Последние сессии бумаг</source>
         <translation>Last sessions of securities</translation>
@@ -2131,7 +2164,7 @@ Type: %2</translation>
     </message>
 </context>
 <context>
-    <name>TextSettingsEditor</name>
+    <name>sito::TextSettingsEditor</name>
     <message>
         <source>Значение</source>
         <translation>Value</translation>
@@ -2150,7 +2183,7 @@ Type: %2</translation>
     </message>
 </context>
 <context>
-    <name>ValueListFilter</name>
+    <name>sito::ValueListFilter</name>
     <message>
         <source>Другие фильтры не учтены: %1</source>
         <translation>The other filters do not count: %1</translation>
@@ -2172,26 +2205,6 @@ Type: %2</translation>
         <translation>&amp;Cancel</translation>
     </message>
     <message>
-        <source>(нет значения)</source>
-        <translation>(no value)</translation>
-    </message>
-    <message>
-        <source>(нет даты)</source>
-        <translation>(no date)</translation>
-    </message>
-    <message>
-        <source>(не число)</source>
-        <translation>(not a number)</translation>
-    </message>
-    <message>
-        <source>(пусто)</source>
-        <translation>(empty)</translation>
-    </message>
-    <message>
-        <source>%1 (ещё %2)</source>
-        <translation>%1 (%2 more)</translation>
-    </message>
-    <message>
         <source>Размер</source>
         <translation>Size</translation>
     </message>
@@ -2201,7 +2214,7 @@ Type: %2</translation>
     </message>
 </context>
 <context>
-    <name>ValueListWidget</name>
+    <name>sito::ValueListWidget</name>
     <message>
         <source>%1, строк: %2</source>
         <translation>%1, rows: %2</translation>
@@ -2273,13 +2286,6 @@ Type: %2</translation>
     <message>
         <source>Поиск не удался: %1</source>
         <translation>The search failed: %1</translation>
-    </message>
-</context>
-<context>
-    <name>main</name>
-    <message>
-        <source>Не удалось записать вывод: %1</source>
-        <translation>Cannot write the output: %1</translation>
     </message>
 </context>
 </TS>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <hostkit/sourcelocation.h>
+#include <sources/sourcelocation.h>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -21,6 +21,8 @@
 #include <pwd.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+using namespace sito;
 
 /// A PostgreSQL server of a test's own, on a free port of the loopback interface, with an empty cluster in a temporary
 /// directory. It ends with this object, and with the test program in any case.

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <settings/settingsmodel.h>
+
+#include <QCoreApplication>
+#include <QList>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace sito {
+
+/// Why a command line cannot be carried out, in words for the user.
+struct UsageError
+{
+    QString message;
+};
+
+/// What the program was asked to do.
+class CommandLine
+{
+    Q_DECLARE_TR_FUNCTIONS(CommandLine)
+public:
+    enum class Action {
+        ShortHelp,
+        Help,
+        Version,
+        List,
+        Count,
+        Head,
+        Export,
+        Settings,
+        /// The window, for the user.
+        Window,
+        /// The window, for a picture of it.
+        Screenshot,
+    };
+
+    /// One --exclude or --keep.
+    struct KeyOption
+    {
+        bool keep = false;
+        QStringList columns;
+        /// One or more keys in the stored form of a filter; not empty.
+        QString keys;
+    };
+
+    /// One --set or --remove.
+    struct SettingsChange
+    {
+        bool remove = false;
+        QString path;
+        QString value;
+    };
+
+    /// Reads \a arguments, the program's name left out. Without an option that says what to do, the window is
+    /// asked for if \a canShowWindow. Throws UsageError.
+    static CommandLine parse(const QStringList &arguments, bool canShowWindow = false);
+    /// Whether there is a display to show a window on.
+    static bool hasDisplay();
+
+    /// The call in a few lines, and the whole page.
+    static QString shortHelp();
+    static QString help();
+
+    Action action = Action::Count;
+    /// A file or an address, or empty for the sample.
+    QString database;
+    QString table;
+    QList<KeyOption> keyOptions;
+    /// The two columns of --session-filter, or none.
+    QStringList sessionColumns;
+    qint64 headRows = 0;
+    QString exportFile;
+    QString screenshotFile;
+    /// Invalid for that of a new window.
+    QSize screenshotSize;
+    /// "1", "1.5" or "2"; empty for that of the display.
+    QString scale;
+    /// The column whose filter is open in the picture.
+    QString popupColumn;
+    bool showsSettings = false;
+    /// "ru" or "en"; empty for that of the settings.
+    QString language;
+    /// "light" or "dark"; empty for that of the settings.
+    QString look;
+    QString settingsFile;
+    /// In the order in which they were given.
+    QList<SettingsChange> settingsChanges;
+    SettingsModel::EditStrategy strategy = SettingsModel::OnFieldChange;
+
+private:
+    static QString oneOf(const QString &option, const QString &value, const QStringList &choices);
+    static KeyOption keyOption(const QString &option, const QString &value);
+};
+
+} // namespace sito

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include <browser/parts/languages.h>
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+Languages::Languages(bool isSystemRussian) : m_isSystemRussian(isSystemRussian) {}
+
+Languages::~Languages()
+{
+    QCoreApplication::removeTranslator(&m_own);
+    QCoreApplication::removeTranslator(&m_qt);
+}
+
+QString Languages::name(Language language)
+{
+    switch (language) {
+    case Language::Russian:
+        return u"ru"_s;
+    case Language::English:
+        return u"en"_s;
+    case Language::System:
+        break;
+    }
+    return u"system"_s;
+}
+
+Languages::Language Languages::fromName(const QString &name)
+{
+    if (name == "ru"_L1)
+        return Language::Russian;
+    return name == "en"_L1 ? Language::English : Language::System;
+}
+
+bool Languages::isSystemRussian()
+{
+#ifdef Q_OS_UNIX
+    for (const char *variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const QString locale = qEnvironmentVariable(variable);
+        if (!locale.isEmpty())
+            return QLocale(locale).language() == QLocale::Russian;
+    }
+    return false;
+#else
+    return QLocale::system().language() == QLocale::Russian;
+#endif
+}
+
+bool Languages::isRussian() const
+{
+    return m_current == Language::Russian || (m_current == Language::System && m_isSystemRussian);
+}
+
+void Languages::apply(Language language)
+{
+    m_current = language;
+    QCoreApplication::removeTranslator(&m_own);
+    QCoreApplication::removeTranslator(&m_qt);
+    // Numbers and dates are written as the language does, whatever the locale of the process. QLocale's
+    // default is for texts alone: what is saved and exported never uses it.
+    QLocale::setDefault(isRussian() ? QLocale(QLocale::Russian, QLocale::Russia)
+                                    : QLocale(QLocale::English, QLocale::UnitedStates));
+    if (isRussian()) {
+        // Without the catalogue Qt's own texts stay English.
+        if (m_qt.load(u"qtbase_ru"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+            QCoreApplication::installTranslator(&m_qt);
+        QEvent event(QEvent::LanguageChange);
+        QCoreApplication::sendEvent(QCoreApplication::instance(), &event);
+    } else if (m_own.load(u":/translations/sito-browser_en.qm"_s)) {
+        QCoreApplication::installTranslator(&m_own);
+    }
+}
+
+} // namespace sito

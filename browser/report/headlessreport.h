@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <browser/parts/commandline.h>
+
+#include <QCoreApplication>
+#include <QString>
+#include <QTextStream>
+
+#include <memory>
+#include <vector>
+
+class FilterFunc;
+class MemoryTable;
+class ValueFilter;
+
+namespace sito {
+
+class SampleDatabase;
+class SourceDatabase;
+class TableLoader;
+
+/// Carries out a command line without any window: lists tables, or passes the rows of one through filters and
+/// prints or exports what is left. Tables are loaded into the process-wide MemoryDatabase.
+///
+/// Failures are thrown: Exception, QString or std::exception, whatever went wrong beneath.
+class HeadlessReport
+{
+    Q_DECLARE_TR_FUNCTIONS(HeadlessReport)
+    Q_DISABLE_COPY_MOVE(HeadlessReport)
+public:
+    HeadlessReport(const CommandLine &commandLine, QTextStream &out);
+    ~HeadlessReport();
+
+    void run();
+
+private:
+    /// What one walk over the rows found.
+    struct Pass
+    {
+        qint64 shown = 0;
+        qint64 hidden = 0;
+        qint64 nanoseconds = 0;
+        /// The first shown rows, as many as were asked for.
+        std::vector<unsigned char *> rows;
+    };
+
+    void openDatabase();
+    void list();
+    /// Says of which columns the values have more digits than declared.
+    void noteWiderColumns(const MemoryTable &table);
+    void makeFilters(MemoryTable &table);
+    Pass pass(const MemoryTable &table, qint64 wantedRows) const;
+    void printRows(const MemoryTable &table, const std::vector<unsigned char *> &rows);
+    void exportRows(const MemoryTable &table, const std::vector<unsigned char *> &rows) const;
+
+    const CommandLine m_commandLine;
+    QTextStream &m_out;
+    std::unique_ptr<SampleDatabase> m_sample;
+    /// The database, where it is a file.
+    QString m_file;
+    std::unique_ptr<SourceDatabase> m_database;
+    std::unique_ptr<TableLoader> m_loader;
+    std::vector<std::unique_ptr<ValueFilter>> m_filters;
+    /// A row is shown when none of the first and all of the second say yes.
+    std::vector<std::unique_ptr<FilterFunc>> m_excluding;
+    std::vector<std::unique_ptr<FilterFunc>> m_keeping;
+};
+
+} // namespace sito

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/filters/filterlist.h>
+
+#include <QHash>
+#include <QPointer>
+#include <QStringList>
+#include <QWidget>
+
+class Filter;
+class QLabel;
+class QMenu;
+class QScrollArea;
+class QToolButton;
+class QVBoxLayout;
+
+namespace sito {
+
+class FilterPanelItem;
+
+/// The filters of a table one below the other, also those of columns that are out of sight: each can be
+/// switched on and off, read, edited and removed. Above them the buttons that clear all, and that save and
+/// restore sets of them.
+class FilterPanel : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit FilterPanel(QWidget *parent = nullptr);
+    ~FilterPanel() override;
+
+    /// Shows \a filters, which are not owned; null for none.
+    void setFilters(FilterList *filters);
+    FilterList *filters() const { return m_filters; }
+    /// The names of the sets that can be restored.
+    void setSetNames(const QStringList &names);
+
+    /// Gives the focus to the first filter or, without one, to the buttons above.
+    void focusFirst();
+
+    /// The entries for sets: save, restore by name, delete by name. Belongs to the panel.
+    QMenu *setsMenu() const { return m_setsMenu; }
+
+Q_SIGNALS:
+    /// The user wants to edit \a filter, below \a button.
+    void editRequested(Filter *filter, QWidget *button);
+    void saveRequested();
+    void restoreRequested(const QString &name);
+    void deletionRequested(const QString &name);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    friend class FilterPanelItem;
+    void addItem(Filter *filter);
+    void removeItem(Filter *filter);
+    void updateState();
+    void fillSetsMenu();
+    void retranslate();
+
+    QPointer<FilterList> m_filters;
+    QHash<Filter *, FilterPanelItem *> m_items;
+    QStringList m_setNames;
+    QToolButton *m_clear;
+    QToolButton *m_sets;
+    QMenu *m_setsMenu;
+    QScrollArea *m_scrollArea;
+    QVBoxLayout *m_rows;
+    QLabel *m_note;
+};
+
+} // namespace sito

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtGlobal>
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace sito {
+
+/// Work that is split over the cores.
+namespace parallel {
+
+/// Thrown out of work whose stop was requested.
+struct Stopped
+{
+};
+
+inline void throwIfStopped(const std::stop_token &stop)
+{
+    if (stop.stop_requested())
+        throw Stopped();
+}
+
+/// How work is done: by how many threads at most, until when, and how far it has come.
+struct Context
+{
+    int threads = 1;
+    std::stop_token stop;
+    /// Counts what is done in the caller's unit; may be null.
+    std::atomic<qint64> *done = nullptr;
+
+    void advance(qint64 units) const
+    {
+        if (done)
+            done->fetch_add(units, std::memory_order_relaxed);
+    }
+};
+
+/// Calls \a work with the numbers 0 to \a count - 1, each once, in the calling thread and in as many others as
+/// the context allows, and returns when all calls have. What a call throws is thrown here, the first one of
+/// several, and the rest is left out then. Throws Stopped when the stop was requested before all was done.
+template <typename Work>
+void forEach(const Context &context, size_t count, const Work &work)
+{
+    std::atomic<size_t> next = 0;
+    std::atomic<bool> failed = false;
+    std::mutex mutex;
+    std::exception_ptr error;
+
+    const auto run = [&] {
+        try {
+            for (size_t i = next.fetch_add(1, std::memory_order_relaxed); i < count;
+                 i = next.fetch_add(1, std::memory_order_relaxed)) {
+                if (failed.load(std::memory_order_relaxed) || context.stop.stop_requested())
+                    return;
+                work(i);
+            }
+        } catch (...) {
+            const std::lock_guard lock(mutex);
+            if (!error)
+                error = std::current_exception();
+            failed.store(true, std::memory_order_relaxed);
+        }
+    };
+
+    {
+        std::vector<std::jthread> helpers;
+        const size_t wanted = std::min(count, size_t(std::max(1, context.threads)));
+        helpers.reserve(wanted);
+        try {
+            for (size_t i = 1; i < wanted; ++i)
+                helpers.emplace_back(run);
+        } catch (const std::system_error &) {
+            // No more threads to be had: those that there are do the work.
+        }
+        run();
+    }
+    if (error)
+        std::rethrow_exception(error);
+    throwIfStopped(context.stop);
+}
+
+/// As forEach(), over the elements 0 to \a size - 1 in ranges of at most \a chunk: \a work gets the first
+/// element and the one behind the last.
+template <typename Work>
+void forRanges(const Context &context, size_t size, size_t chunk, const Work &work)
+{
+    forEach(context, (size + chunk - 1) / chunk, [&](size_t i) {
+        const size_t first = i * chunk;
+        work(first, std::min(size, first + chunk));
+    });
+}
+
+/// What sort() adds to Context::done for \a size elements: the elements once for each round.
+inline qint64 sortUnits(size_t size)
+{
+    constexpr size_t chunk = size_t(1) << 15;
+    qint64 rounds = 1;
+    for (size_t width = chunk; width < size; width *= 2)
+        ++rounds;
+    return rounds * qint64(size);
+}
+
+/// Sorts \a items by \a less, under which no two of them may be equal.
+template <typename Item, typename Less>
+void sort(const Context &context, std::vector<Item> &items, const Less &less)
+{
+    constexpr size_t chunk = size_t(1) << 15;
+    const size_t size = items.size();
+    const auto at = [](std::vector<Item> &vector, size_t index) { return vector.begin() + qptrdiff(index); };
+
+    forRanges(context, size, chunk, [&](size_t first, size_t last) {
+        std::sort(at(items, first), at(items, last), less);
+        context.advance(qint64(last - first));
+    });
+    if (size <= chunk)
+        return;
+
+    // Each round merges neighbouring runs, in pieces of about a chunk, so that also the last merge is split.
+    struct Piece
+    {
+        size_t first1, last1, first2, last2, to;
+    };
+    std::vector<Item> merged(size);
+    std::vector<Piece> pieces;
+    for (size_t width = chunk; width < size; width *= 2) {
+        pieces.clear();
+        for (size_t first = 0; first < size; first += 2 * width) {
+            const size_t middle = std::min(size, first + width);
+            const size_t last = std::min(size, middle + width);
+            size_t second = middle;
+            for (size_t from = first; from < middle;) {
+                const size_t to = std::min(middle, from + chunk / 2);
+                const size_t secondTo =
+                    to == middle
+                        ? last
+                        : size_t(std::lower_bound(at(items, second), at(items, last), items[to], less) -
+                                 items.begin());
+                pieces.push_back({from, to, second, secondTo, from + (second - middle)});
+                from = to;
+                second = secondTo;
+            }
+        }
+        forEach(context, pieces.size(), [&](size_t i) {
+            const Piece &piece = pieces[i];
+            std::merge(std::make_move_iterator(at(items, piece.first1)),
+                       std::make_move_iterator(at(items, piece.last1)),
+                       std::make_move_iterator(at(items, piece.first2)),
+                       std::make_move_iterator(at(items, piece.last2)), at(merged, piece.to), less);
+            context.advance(qint64(piece.last1 - piece.first1 + piece.last2 - piece.first2));
+        });
+        items.swap(merged);
+    }
+}
+
+} // namespace parallel
+
+} // namespace sito

@@ -1,0 +1,520 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/settings/settingschanges.h>
+
+#include <hostkit/settings/scratchstore.h>
+#include <hostkit/settings/settingsvalue.h>
+#include <settings/settingsmodel.h>
+
+#include <QFileInfo>
+#include <QScopedValueRollback>
+#include <QSet>
+#include <QSettings>
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int valueColumn = 2;
+
+QString parentPath(const QString &path)
+{
+    return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
+}
+
+bool isIn(const QString &path, const SettingsChanges::Change &removal)
+{
+    return path == removal.path || path.startsWith(removal.path + u'/');
+}
+
+/// Whether \a read is \a known, or what a file that holds it as a text gives back of it.
+bool isKnown(const QVariant &read, const QVariant &known)
+{
+    const bool isList = known.typeId() == QMetaType::QStringList || known.typeId() == QMetaType::QVariantList;
+    const QVariantList items = isList ? known.toList() : QVariantList{known};
+    if (isSameSettingsValue(read, known) || (!read.isValid() && items.isEmpty()))
+        return true;
+    return read.typeId() == QMetaType::QString && items.size() == 1 &&
+           read.toString() == items.first().toString();
+}
+
+/// Calls \a visit for each row of \a model, with its path, top down.
+void visitRows(const SettingsModel &model,
+               const std::function<void(const QModelIndex &, const QString &)> &visit)
+{
+    struct Row
+    {
+        QModelIndex index;
+        QString path;
+    };
+    QList<Row> pending;
+    const auto addChildren = [&](const QModelIndex &parent, const QString &prefix) {
+        for (int row = model.rowCount(parent) - 1; row >= 0; --row) {
+            const QModelIndex index = model.index(row, 0, parent);
+            pending.append({index, prefix + index.data().toString()});
+        }
+    };
+    addChildren({}, {});
+    while (!pending.isEmpty()) {
+        const Row row = pending.takeLast();
+        visit(row.index, row.path);
+        addChildren(row.index, row.path + u'/');
+    }
+}
+
+/// Every group of \a store, by path; and every key.
+struct Entries
+{
+    explicit Entries(const QSettings &store)
+    {
+        const QStringList all = store.allKeys();
+        for (const QString &key : all) {
+            keys.insert(key);
+            for (QString group = parentPath(key); !group.isEmpty() && !groups.contains(group);
+                 group = parentPath(group))
+                groups.insert(group);
+        }
+    }
+
+    bool contains(const QString &path, bool group) const
+    {
+        return group ? groups.contains(path) : keys.contains(path);
+    }
+
+    QSet<QString> keys;
+    QSet<QString> groups;
+};
+
+/// Lets a model be changed without a word to its store, whatever its strategy.
+class Unwatched
+{
+public:
+    explicit Unwatched(SettingsModel &model)
+        : m_model(model), m_strategy(model.editStrategy()), m_readOnly(model.readOnly())
+    {
+        m_model.setEditStrategy(SettingsModel::OnManualSubmit);
+        m_model.setReadOnly(false);
+    }
+    ~Unwatched()
+    {
+        m_model.setEditStrategy(m_strategy);
+        m_model.setReadOnly(m_readOnly);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(Unwatched)
+    SettingsModel &m_model;
+    SettingsModel::EditStrategy m_strategy;
+    bool m_readOnly;
+};
+
+} // namespace
+
+SettingsChanges::SettingsChanges(QObject *parent) : QAbstractTableModel(parent) {}
+
+SettingsModel *SettingsChanges::model() const
+{
+    return m_model;
+}
+
+void SettingsChanges::setModel(SettingsModel *model)
+{
+    for (const QMetaObject::Connection &connection : std::exchange(m_connections, {}))
+        disconnect(connection);
+    m_model = model;
+    m_removals.clear();
+    m_base.clear();
+    m_hadFile = false;
+    if (model) {
+        takeBase();
+        using Model = QAbstractItemModel;
+        m_connections = {
+            connect(model, &Model::rowsAboutToBeRemoved, this, &SettingsChanges::noteRemoval),
+            connect(model, &Model::rowsRemoved, this, &SettingsChanges::schedule),
+            connect(model, &Model::rowsInserted, this, &SettingsChanges::schedule),
+            connect(model, &Model::modelReset, this,
+                    [this] {
+                        takeBase();
+                        schedule();
+                    }),
+            connect(model, &Model::dataChanged, this, &SettingsChanges::dataChanged),
+        };
+    }
+    synchronize();
+}
+
+void SettingsChanges::schedule()
+{
+    if (m_working || std::exchange(m_scheduled, true))
+        return;
+    QMetaObject::invokeMethod(this, &SettingsChanges::synchronize, Qt::QueuedConnection);
+}
+
+void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last)
+{
+    if (m_working)
+        return;
+    for (int row = first; row <= last; ++row) {
+        const QModelIndex index = m_model->index(row, 0, parent);
+        Change change;
+        change.path = settingsPath(index);
+        change.removal = true;
+        change.group = m_model->hasChildren(index);
+        m_removals.append(change);
+    }
+}
+
+/// What the model holds now was just read from the store.
+void SettingsChanges::takeBase()
+{
+    visitRows(*m_model, [this](const QModelIndex &index, const QString &path) {
+        m_base.insert(path, settingsValue(index.siblingAtColumn(valueColumn)));
+    });
+}
+
+void SettingsChanges::noteFile()
+{
+    m_hadFile = m_hadFile || QFileInfo::exists(m_model->settings()->fileName());
+}
+
+SettingsChanges::StoreState SettingsChanges::storeState() const
+{
+    const QSettings *store = m_model ? m_model->settings() : nullptr;
+    if (!store)
+        return StoreState::Readable;
+    if (!QFileInfo::exists(store->fileName()))
+        return m_hadFile ? StoreState::Missing : StoreState::Readable;
+    const auto content = ScratchStore::ofFile(store->fileName(), store->format());
+    return content && (*content)->status() == QSettings::NoError ? StoreState::Readable
+                                                                 : StoreState::Unreadable;
+}
+
+/// Whether \a now was put into the model. A value that differs from the store's only because another program
+/// changed that was not.
+bool SettingsChanges::isEdit(const QString &path, const QVariant &now, const QVariant &old)
+{
+    if (isSameSettingsValue(now, old)) {
+        m_base.insert(path, now);
+        return false;
+    }
+    return !isSameSettingsValue(now, m_base.value(path));
+}
+
+void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight)
+{
+    // A merge tells of whole rows, with what it read.
+    if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
+        m_base.insert(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
+    const QSettings *store = m_model->settings();
+    // In the middle of a walk the store has a current group.
+    if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !store ||
+        !store->group().isEmpty() || m_scheduled) {
+        schedule();
+        return;
+    }
+    const QString path = settingsPath(topLeft);
+    const QVariant now = settingsValue(topLeft);
+    const QVariant old = store->value(path);
+    const qsizetype row = m_edited.value(path, -1);
+    const bool edit = isEdit(path, now, old);
+    if (row >= 0 && edit) {
+        m_changes[row].oldValue = old;
+        m_changes[row].newValue = now;
+        Q_EMIT QAbstractTableModel::dataChanged(index(int(row), 0), index(int(row), ColumnCount - 1));
+        Q_EMIT changed();
+    } else if (row >= 0 || edit) {
+        synchronize();
+    }
+}
+
+void SettingsChanges::synchronize()
+{
+    m_scheduled = false;
+    if (m_working)
+        return;
+    QList<Change> edits;
+    const QSettings *store = m_model ? m_model->settings() : nullptr;
+    if (!store) {
+        m_removals.clear();
+        publish({});
+        return;
+    }
+    noteFile();
+    QSet<QString> keys;
+    QSet<QString> groups;
+    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+        if (m_model->hasChildren(index)) {
+            groups.insert(path);
+            return;
+        }
+        // The second row of a name that was group and key is a stale one.
+        if (index.data().toString().isEmpty() || keys.contains(path))
+            return;
+        keys.insert(path);
+        Change change;
+        change.path = path;
+        change.newValue = settingsValue(index.siblingAtColumn(valueColumn));
+        change.oldValue = store->value(path);
+        if (isEdit(path, change.newValue, change.oldValue))
+            edits.append(change);
+    });
+    if (!m_removals.isEmpty()) {
+        const Entries entries(*store);
+        const auto isGone = [&](const Change &change) {
+            return !entries.contains(change.path, change.group);
+        };
+        const auto isBack = [&](const Change &change) {
+            return (change.group ? groups : keys).contains(change.path);
+        };
+        m_removals.removeIf(isBack);
+        // A store that could not be read says nothing of what is in it.
+        if (std::any_of(m_removals.begin(), m_removals.end(), isGone) &&
+            storeState() == StoreState::Readable) {
+            m_base.removeIf([&](QHash<QString, QVariant>::iterator entry) {
+                return !entries.keys.contains(entry.key()) && !entries.groups.contains(entry.key()) &&
+                       std::any_of(m_removals.begin(), m_removals.end(), [&](const Change &change) {
+                           return isGone(change) && isIn(entry.key(), change);
+                       });
+            });
+            m_removals.removeIf(isGone);
+        }
+        // What was removed with the group around it is no removal of its own any more.
+        const QList<Change> all = m_removals;
+        m_removals.removeIf([&](const Change &change) {
+            return std::any_of(all.begin(), all.end(), [&](const Change &other) {
+                return other.group && change.path.startsWith(other.path + u'/');
+            });
+        });
+        for (Change &change : m_removals)
+            change.oldValue =
+                change.group ? QVariant() : store->value(change.path, m_base.value(change.path));
+    }
+    publish(edits);
+}
+
+void SettingsChanges::publish(const QList<Change> &edits)
+{
+    const QList<Change> now = edits + m_removals;
+    const bool same = std::equal(now.begin(), now.end(), m_changes.begin(), m_changes.end(),
+                                 [](const Change &one, const Change &other) {
+                                     return one.path == other.path && one.removal == other.removal &&
+                                            one.group == other.group &&
+                                            isSameSettingsValue(one.oldValue, other.oldValue) &&
+                                            isSameSettingsValue(one.newValue, other.newValue);
+                                 });
+    if (same)
+        return;
+    beginResetModel();
+    m_changes = now;
+    m_edited.clear();
+    m_removalsIn.clear();
+    for (qsizetype row = 0; row < m_changes.size(); ++row) {
+        if (m_changes.at(row).removal)
+            ++m_removalsIn[parentPath(m_changes.at(row).path)];
+        else
+            m_edited.insert(m_changes.at(row).path, row);
+    }
+    endResetModel();
+    Q_EMIT changed();
+}
+
+/// Takes the removals of groups out of \a pending that would remove what was not known when they were made.
+void SettingsChanges::dropGrown(QList<Change> &pending)
+{
+    m_grown.clear();
+    const auto isGroupRemoval = [](const Change &change) { return change.removal && change.group; };
+    if (std::none_of(pending.begin(), pending.end(), isGroupRemoval))
+        return;
+    const QSettings &store = *m_model->settings();
+    QStringList unknown = store.allKeys();
+    unknown.removeIf([&](const QString &key) {
+        return m_base.contains(key) && isKnown(store.value(key), m_base.value(key));
+    });
+    pending.removeIf([&](const Change &change) {
+        const bool grown =
+            isGroupRemoval(change) && std::any_of(unknown.begin(), unknown.end(),
+                                                  [&](const QString &key) { return isIn(key, change); });
+        if (grown)
+            m_grown += change.path;
+        return grown;
+    });
+}
+
+int SettingsChanges::apply(const QList<Change> &changes)
+{
+    QHash<QString, QPersistentModelIndex> keys;
+    QHash<QString, QPersistentModelIndex> groups;
+    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+        (m_model->hasChildren(index) ? groups : keys).insert(path, index);
+    });
+    int failed = 0;
+    for (const Change &change : changes) {
+        const QModelIndex index = (change.group ? groups : keys).value(change.path);
+        const bool done =
+            index.isValid() &&
+            (change.removal ? m_model->removeRow(index.row(), index.parent())
+                            : m_model->setData(index.siblingAtColumn(valueColumn), change.newValue));
+        // What was to be removed and is gone is no loss.
+        failed += done || change.removal ? 0 : 1;
+    }
+    return failed;
+}
+
+int SettingsChanges::dismiss(int row)
+{
+    if (!m_model || m_model->readOnly() || m_model->editStrategy() != SettingsModel::OnManualSubmit ||
+        row < 0 || row >= m_changes.size())
+        return -1;
+    const Change change = m_changes.at(row);
+    if (change.removal && storeState() != StoreState::Readable)
+        return -1;
+    // The store may have been read while the file was away.
+    if (change.removal && !Entries(*m_model->settings()).contains(change.path, change.group))
+        m_model->settings()->sync();
+    // What is not listed yet would not be made again.
+    synchronize();
+    int dropped = 0;
+    m_grown.clear();
+    {
+        const QScopedValueRollback working(m_working, true);
+        if (change.removal) {
+            // The model restores all or nothing: the others are made again.
+            QList<Change> others = m_changes;
+            const auto isIt = [&](const Change &other) {
+                return other.removal && other.path == change.path && other.group == change.group;
+            };
+            others.removeIf(isIt);
+            m_removals.removeIf(isIt);
+            dropGrown(others);
+            merge();
+            dropped = apply(others) + int(m_grown.size());
+        } else {
+            Change back = change;
+            back.newValue = m_model->settings()->value(change.path, m_base.value(change.path));
+            apply({back});
+        }
+    }
+    synchronize();
+    return dropped;
+}
+
+/// Makes the model what the store is in memory.
+void SettingsChanges::merge()
+{
+    const Unwatched unwatched(*m_model);
+    const Entries entries(*m_model->settings());
+    // The model would cut rows from the ends of levels in their stead.
+    QList<QPersistentModelIndex> vanished;
+    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+        const bool nameless = index.data().toString().isEmpty();
+        if (!nameless && !entries.contains(path, m_model->hasChildren(index)))
+            vanished.append(index);
+    });
+    for (const QPersistentModelIndex &index : std::as_const(vanished)) {
+        if (index.isValid())
+            m_model->removeRow(index.row(), index.parent());
+    }
+    m_model->revertAll();
+    m_base.clear();
+    takeBase();
+}
+
+bool SettingsChanges::dismissAll()
+{
+    if (!m_model || !m_model->settings() || m_model->readOnly() ||
+        m_model->editStrategy() != SettingsModel::OnManualSubmit || storeState() != StoreState::Readable)
+        return false;
+    m_removals.clear();
+    {
+        const QScopedValueRollback working(m_working, true);
+        m_model->settings()->sync();
+        merge();
+    }
+    synchronize();
+    return true;
+}
+
+int SettingsChanges::refresh(Grown groups)
+{
+    m_grown.clear();
+    if (!m_model || !m_model->settings())
+        return 0;
+    if (storeState() != StoreState::Readable)
+        return -1;
+    synchronize();
+    QList<Change> pending = m_changes;
+    int dropped = 0;
+    {
+        const QScopedValueRollback working(m_working, true);
+        m_model->settings()->sync();
+        if (groups == Grown::Drop)
+            dropGrown(pending);
+        merge();
+        dropped = int(m_grown.size());
+        if (!pending.isEmpty()) {
+            const Unwatched unwatched(*m_model);
+            dropped += apply(pending);
+        }
+    }
+    synchronize();
+    return dropped;
+}
+
+int SettingsChanges::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_changes.size());
+}
+
+int SettingsChanges::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(ColumnCount);
+}
+
+QVariant SettingsChanges::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const Change &change = m_changes.at(index.row());
+    if (role == Qt::ToolTipRole)
+        return change.path;
+    if (role != Qt::DisplayRole)
+        return {};
+    switch (index.column()) {
+    case KindColumn:
+        return !change.removal ? tr("Правка") : change.group ? tr("Удаление группы") : tr("Удаление");
+    case PathColumn:
+        return change.path;
+    case OldColumn:
+        return settingsValueText(change.oldValue);
+    case NewColumn:
+        return settingsValueText(change.newValue);
+    default:
+        return {};
+    }
+}
+
+QVariant SettingsChanges::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole) {
+        switch (section) {
+        case KindColumn:
+            return tr("Что");
+        case PathColumn:
+            return tr("Путь");
+        case OldColumn:
+            return tr("Было");
+        case NewColumn:
+            return tr("Станет");
+        default:
+            break;
+        }
+    }
+    return QAbstractTableModel::headerData(section, orientation, role);
+}
+
+} // namespace sito

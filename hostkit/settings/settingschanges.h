@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+
+#include <QAbstractTableModel>
+#include <QHash>
+#include <QList>
+#include <QPointer>
+#include <QStringList>
+#include <QVariant>
+
+class SettingsModel;
+
+namespace sito {
+
+/// What a SettingsModel holds and its store does not yet: the edits and removals that wait for submitAll(), as
+/// a list that views show and of which each can be dismissed alone.
+///
+/// Found by comparing: an edit is a key whose value was set in the model and differs from the store's in type
+/// or value, a removal is an entry that was removed from the model while the store has it. So an edit back to
+/// the old value is none, what another program wrote is none either, and with `OnFieldChange` the list is
+/// empty. The store must have no current group.
+///
+/// **When the file is gone**
+/// A store whose file was deleted or spoilt meanwhile reads as an empty one, and a model that follows it loses
+/// all rows and all that is pending. So what has to read the store looks at storeState() first, does nothing
+/// unless that is `Readable`, and says so by its result; the list stays as it is. Hosts tell the user then, and
+/// look at storeState() themselves before they call SettingsModel::revertAll() or refresh(). submitAll() with a
+/// following QSettings::sync() writes a missing file anew.
+///
+/// The list follows single edits at once and everything else with the event loop; synchronize() does it at
+/// once. Neither model nor store are owned; nothing here writes to the store.
+class HOSTKIT_EXPORT SettingsChanges : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    /// One pending change.
+    struct Change
+    {
+        QString path;
+        bool removal = false; ///< of the entry and all below it; else an edit of a key
+        bool group = false;   ///< whether the removed entry is a group
+        QVariant oldValue;    ///< the store's; none for groups
+        QVariant newValue;    ///< the model's; none for removals
+    };
+
+    enum Column { KindColumn, PathColumn, OldColumn, NewColumn, ColumnCount };
+
+    enum class StoreState {
+        Readable,  ///< also a store whose file is still to come, or that has none
+        Missing,   ///< the file was there, and is not any more
+        Unreadable ///< the file cannot be opened or is not of the store's format
+    };
+
+    /// What becomes of the removal of a group that has grown, see grownGroups().
+    enum class Grown {
+        Drop, ///< it is dropped
+        Keep  ///< it stays pending: the user was told of what it removes now
+    };
+
+    explicit SettingsChanges(QObject *parent = nullptr);
+
+    /// The model to be watched, or null. Removals are known from now on.
+    void setModel(SettingsModel *model);
+    SettingsModel *model() const;
+
+    /// Edits in the order of the tree, then removals in the order in which they were made.
+    const QList<Change> &changes() const { return m_changes; }
+    bool isEmpty() const { return m_changes.isEmpty(); }
+    /// Whether there is an edit of the key \a path.
+    bool isEdited(const QString &path) const { return m_edited.contains(path); }
+    /// The number of removals right below the group \a path.
+    int removalsIn(const QString &path) const { return m_removalsIn.value(path); }
+
+    /// The value of each key as it was last known to be the store's, by path; pending changes do not change it.
+    /// Groups have invalid ones.
+    const QHash<QString, QVariant> &known() const { return m_base; }
+
+    /// Looks at the store's file as it is now, without a change to what the store holds.
+    StoreState storeState() const;
+
+    /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only. An
+    /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that has
+    /// to be `Readable`. Reads nothing anew from the file. Returns the number of other changes that had to be
+    /// dropped, since the store itself holds their entries no more or more of them, see grownGroups(); -1, with
+    /// nothing changed, when refused.
+    int dismiss(int row);
+    /// Undoes all, as SettingsModel::revertAll() does, but rightly in one go, see refresh(). Needs the same.
+    /// False, with nothing changed, when refused.
+    bool dismissAll();
+    /// Merges the store into the model, as SettingsModel::refresh() does, but rightly in one go: entries that
+    /// vanished go first. Pending changes stay pending. Returns the number of those that had to be dropped,
+    /// since their entries are gone or their groups have grown, see grownGroups(); -1, with nothing changed,
+    /// when storeState() is not `Readable`. For stores in which no name is group and key at once.
+    int refresh(Grown groups = Grown::Drop);
+    /// The paths of the groups whose removal the last refresh() or dismiss() had to drop, since the store now
+    /// has entries below them that are new or have other values: to remove those, too, is for the user to say.
+    const QStringList &grownGroups() const { return m_grown; }
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+public Q_SLOTS:
+    /// Compares everything now.
+    void synchronize();
+
+Q_SIGNALS:
+    /// The list is another one.
+    void changed();
+
+private:
+    void noteRemoval(const QModelIndex &parent, int first, int last);
+    void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight);
+    void schedule();
+    void takeBase();
+    void noteFile();
+    void merge();
+    void dropGrown(QList<Change> &pending);
+    bool isEdit(const QString &path, const QVariant &now, const QVariant &old);
+    void publish(const QList<Change> &edits);
+    /// Brings \a changes about in the model, by path; how many could not be.
+    int apply(const QList<Change> &changes);
+
+    QPointer<SettingsModel> m_model;
+    QList<QMetaObject::Connection> m_connections;
+    QList<Change> m_changes;
+    QList<Change> m_removals;
+    QHash<QString, QVariant> m_base; ///< known()
+    QStringList m_grown;
+    QHash<QString, qsizetype> m_edited;
+    QHash<QString, int> m_removalsIn;
+    bool m_scheduled = false;
+    bool m_working = false;
+    bool m_hadFile = false;
+};
+
+} // namespace sito

@@ -1,0 +1,681 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/settings/settingsviewproxy.h>
+
+#include <hostkit/settings/settingsvalue.h>
+
+#include <QHash>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace sito {
+
+namespace {
+
+/// What the proxy knows of one row.
+struct Cells
+{
+    struct Cell
+    {
+        QVariant display;
+        QVariant value;
+        QVariant decoration;
+        QVariant toolTip;
+        Qt::ItemFlags flags;
+
+        friend bool operator==(const Cell &left, const Cell &right)
+        {
+            // Icons do not compare; they follow `branch`.
+            return isSameSettingsValue(left.display, right.display) &&
+                   isSameSettingsValue(left.value, right.value) && left.toolTip == right.toolTip;
+        }
+    };
+
+    QList<Cell> cells;
+    bool branch = false;
+
+    friend bool operator==(const Cells &, const Cells &) = default;
+};
+
+struct Node
+{
+    Node *parent = nullptr;
+    int row = 0;
+    QList<Node *> children;
+    Cells known;
+
+    QString name() const
+    {
+        return known.cells.isEmpty() ? QString() : known.cells.first().display.toString();
+    }
+    int rows() const { return static_cast<int>(children.size()); }
+};
+
+/// Deletes \a nodes with all below them, level by level: the tree may be deeper than the stack.
+void destroy(QList<Node *> nodes)
+{
+    for (qsizetype i = 0; i < nodes.size(); ++i)
+        nodes += nodes.at(i)->children;
+    qDeleteAll(nodes);
+}
+
+void renumber(Node *parent, int from)
+{
+    for (int row = from; row < parent->rows(); ++row)
+        parent->children.at(row)->row = row;
+}
+
+/// For each name of \a names the row of \a nodes that shows it, or -1: as many as can be had with rows
+/// ascending, none twice.
+std::vector<int> matchedRows(const QList<Node *> &nodes, const QStringList &names)
+{
+    QHash<QString, QList<int>> places;
+    for (int row = static_cast<int>(nodes.size()) - 1; row >= 0; --row)
+        places[nodes.at(row)->name()].append(row);
+
+    // The longest ascending run of the first free places, by the classic row of smallest ends.
+    std::vector<int> place(std::size_t(names.size()), -1);
+    std::vector<int> before(std::size_t(names.size()), -1);
+    std::vector<int> ends;
+    for (int i = 0; i < names.size(); ++i) {
+        const auto it = places.find(names.at(i));
+        if (it == places.end() || it->isEmpty())
+            continue;
+        place[std::size_t(i)] = it->takeLast();
+        const auto end = std::lower_bound(ends.begin(), ends.end(), i, [&](int left, int right) {
+            return place[std::size_t(left)] < place[std::size_t(right)];
+        });
+        before[std::size_t(i)] = end == ends.begin() ? -1 : *(end - 1);
+        if (end == ends.end())
+            ends.push_back(i);
+        else
+            *end = i;
+    }
+    std::vector<int> result(std::size_t(names.size()), -1);
+    for (int i = ends.empty() ? -1 : ends.back(); i >= 0; i = before[std::size_t(i)])
+        result[std::size_t(i)] = place[std::size_t(i)];
+    return result;
+}
+
+/// The roles that changed here when \a roles did in the source.
+QList<int> withValueRole(QList<int> roles)
+{
+    if (roles.contains(Qt::DisplayRole) || roles.contains(Qt::EditRole))
+        roles.append(SettingsViewProxy::ValueRole);
+    return roles;
+}
+
+} // namespace
+
+class SettingsViewProxyPrivate
+{
+public:
+    explicit SettingsViewProxyPrivate(SettingsViewProxy *proxy) : q(proxy) {}
+    ~SettingsViewProxyPrivate() { destroy(root.children); }
+
+    Node *node(const QModelIndex &index) const
+    {
+        return index.isValid() ? static_cast<Node *>(index.internalPointer()) : const_cast<Node *>(&root);
+    }
+
+    QModelIndex indexOf(const Node *node, int column = 0) const
+    {
+        return node == &root ? QModelIndex() : q->createIndex(node->row, column, node);
+    }
+
+    /// The rows from the top down to \a node.
+    static std::vector<int> rowPath(const Node *node)
+    {
+        std::vector<int> path;
+        for (; node->parent; node = node->parent)
+            path.push_back(node->row);
+        std::reverse(path.begin(), path.end());
+        return path;
+    }
+
+    /// The source's index of \a node. Only while both trees have the same shape.
+    QModelIndex sourceOf(const Node *node, int column = 0) const
+    {
+        QModelIndex index;
+        if (const QAbstractItemModel *source = q->sourceModel()) {
+            const std::vector<int> path = rowPath(node);
+            for (std::size_t i = 0; i < path.size(); ++i)
+                index = source->index(path[i], i + 1 == path.size() ? column : 0, index);
+        }
+        return index;
+    }
+
+    /// The node of a source index, found by rows; the root for an index that is none of the source's rows, as
+    /// the one that stands for the source's root; null when the trees do not have the same shape on the way.
+    Node *nodeOf(QModelIndex index) const
+    {
+        const QAbstractItemModel *source = q->sourceModel();
+        Node *top = const_cast<Node *>(&root);
+        if (!index.isValid() || source->index(index.row(), index.column(), source->parent(index)) != index)
+            return top;
+        std::vector<int> path;
+        for (; index.isValid(); index = source->parent(index))
+            path.push_back(index.row());
+        Node *result = top;
+        for (auto row = path.rbegin(); row != path.rend(); ++row) {
+            if (*row >= result->rows())
+                return nullptr;
+            result = result->children.at(*row);
+        }
+        return result;
+    }
+
+    Cells read(const QModelIndex &sourceIndex) const
+    {
+        const QAbstractItemModel *source = q->sourceModel();
+        Cells result;
+        result.branch = source->hasChildren(sourceIndex);
+        result.cells.reserve(columns);
+        const QModelIndex sourceParent = source->parent(sourceIndex);
+        for (int column = 0; column < columns; ++column) {
+            const QModelIndex cell = source->index(sourceIndex.row(), column, sourceParent);
+            result.cells.append({cell.data(), settingsValue(cell), cell.data(Qt::DecorationRole),
+                                 cell.data(Qt::ToolTipRole), source->flags(cell)});
+        }
+        return result;
+    }
+
+    /// A node for the source's row, with all below it.
+    Node *copy(const QModelIndex &sourceIndex) const
+    {
+        struct Todo
+        {
+            Node *node;
+            QModelIndex source;
+        };
+        auto *top = new Node{nullptr, 0, {}, read(sourceIndex)};
+        std::vector<Todo> todo{{top, sourceIndex}};
+        while (!todo.empty()) {
+            const Todo next = todo.back();
+            todo.pop_back();
+            fill(next.node, next.source);
+            for (Node *child : std::as_const(next.node->children))
+                todo.push_back({child, q->sourceModel()->index(child->row, 0, next.source)});
+        }
+        return top;
+    }
+
+    /// One level.
+    void fill(Node *parent, const QModelIndex &sourceIndex) const
+    {
+        const QAbstractItemModel *source = q->sourceModel();
+        const int rows = source->rowCount(sourceIndex);
+        parent->children.reserve(rows);
+        for (int row = 0; row < rows; ++row)
+            parent->children.append(new Node{parent, row, {}, read(source->index(row, 0, sourceIndex))});
+    }
+
+    void rebuild()
+    {
+        destroy(std::exchange(root.children, {}));
+        columns = q->sourceModel() ? q->sourceModel()->columnCount() : 0;
+        if (!q->sourceModel())
+            return;
+        fill(&root, {});
+        for (Node *child : std::as_const(root.children)) {
+            Node *whole = copy(q->sourceModel()->index(child->row, 0));
+            child->children = std::exchange(whole->children, {});
+            for (Node *grandchild : std::as_const(child->children))
+                grandchild->parent = child;
+            delete whole;
+        }
+    }
+
+    /// Looks at the cells of \a node again, and announces what is different.
+    void update(Node *node, const QModelIndex &sourceIndex)
+    {
+        Cells now = read(sourceIndex);
+        const bool same = now == node->known;
+        node->known = std::move(now);
+        if (!same)
+            Q_EMIT q->dataChanged(indexOf(node), indexOf(node, columns - 1), {});
+    }
+
+    /// update() for \a node and everything above it.
+    void updateUpwards(Node *node, QModelIndex sourceIndex)
+    {
+        while (node->parent) {
+            update(node, sourceIndex);
+            if (startOver)
+                return;
+            node = node->parent;
+            sourceIndex = q->sourceModel()->parent(sourceIndex);
+        }
+    }
+
+    void insert(Node *parent, const QModelIndex &sourceParent, int first, int count)
+    {
+        QList<Node *> added;
+        for (int row = first; row < first + count; ++row) {
+            added.append(copy(q->sourceModel()->index(row, 0, sourceParent)));
+            added.last()->parent = parent;
+        }
+        q->beginInsertRows(indexOf(parent), first, first + count - 1);
+        for (int i = 0; i < count; ++i)
+            parent->children.insert(first + i, added.at(i));
+        renumber(parent, first);
+        q->endInsertRows();
+    }
+
+    void remove(Node *parent, int first, int count)
+    {
+        q->beginRemoveRows(indexOf(parent), first, first + count - 1);
+        const QList<Node *> removed = parent->children.mid(first, count);
+        parent->children.remove(first, count);
+        renumber(parent, first);
+        q->endRemoveRows();
+        destroy(removed);
+    }
+
+    /// Gives \a parent the rows that the source has there, keeping those of the same name.
+    void synchronizeRows(Node *parent, const QModelIndex &sourceParent)
+    {
+        const QAbstractItemModel *source = q->sourceModel();
+        const int rows = source->rowCount(sourceParent);
+        QStringList names;
+        bool same = rows == parent->rows();
+        for (int row = 0; row < rows; ++row) {
+            names += source->index(row, 0, sourceParent).data().toString();
+            same = same && names.last() == parent->children.at(row)->name();
+        }
+        if (same)
+            return;
+        // Outside of resets rows come and go by notifications alone: a level of the same length was renamed,
+        // since its rows were told of before they got their names.
+        if (rows == parent->rows() && !anyShape)
+            return;
+
+        const std::vector<int> kept = matchedRows(parent->children, names);
+        std::vector<bool> keep(std::size_t(parent->rows()), false);
+        for (int row : kept) {
+            if (row >= 0)
+                keep[std::size_t(row)] = true;
+        }
+        for (int last = parent->rows() - 1; last >= 0 && !startOver; --last) {
+            if (keep[std::size_t(last)])
+                continue;
+            int first = last;
+            while (first > 0 && !keep[std::size_t(first) - 1])
+                --first;
+            remove(parent, first, last - first + 1);
+            last = first;
+        }
+        for (int first = 0; first < rows && !startOver; ++first) {
+            if (kept[std::size_t(first)] >= 0)
+                continue;
+            int last = first;
+            while (last + 1 < rows && kept[std::size_t(last) + 1] < 0)
+                ++last;
+            insert(parent, sourceParent, first, last - first + 1);
+            first = last;
+        }
+    }
+
+    /// Compares everything.
+    void compareAll()
+    {
+        struct Todo
+        {
+            Node *node;
+            QModelIndex source;
+        };
+        std::vector<Todo> todo{{&root, {}}};
+        while (!todo.empty() && !startOver && q->sourceModel()) {
+            const Todo next = todo.back();
+            todo.pop_back();
+            synchronizeRows(next.node, next.source);
+            for (int row = 0; !startOver && row < next.node->rows(); ++row) {
+                Node *child = next.node->children.at(row);
+                const QModelIndex source = q->sourceModel()->index(row, 0, next.source);
+                update(child, source);
+                todo.push_back({child, source});
+            }
+        }
+    }
+
+    /// Runs \a comparison, which announces differences. A slot that hears of one may change the source's rows
+    /// again: then \a comparison must return at once, since its source indexes are stale, and everything is
+    /// compared.
+    template <typename Comparison>
+    void compare(Comparison comparison)
+    {
+        if (comparing) {
+            startOver = true;
+            return;
+        }
+        comparing = true;
+        comparison();
+        while (startOver) {
+            startOver = false;
+            anyShape = true;
+            compareAll();
+            anyShape = false;
+        }
+        comparing = false;
+        if (std::exchange(asked, false))
+            schedule();
+    }
+
+    /// Silent changes may follow a notification: looks for them when the source is done.
+    void schedule()
+    {
+        if (std::exchange(scheduled, true))
+            return;
+        QMetaObject::invokeMethod(
+            q,
+            [this] {
+                scheduled = false;
+                q->synchronize();
+            },
+            Qt::QueuedConnection);
+    }
+
+    /// The trees may differ in shape: the source is between the begin and the end of a change, or the end is
+    /// being worked on here.
+    bool ahead() const { return changing > 0 || comparing; }
+
+    void begin()
+    {
+        // The outer change is told of with an index that the inner one may have made stale.
+        overlapping = overlapping || changing > 0;
+        ++changing;
+    }
+
+    void rowsInserted(const QModelIndex &sourceParent, int first, int last)
+    {
+        compare([&] {
+            if (overlapping) {
+                startOver = true;
+                return;
+            }
+            Node *parent = nodeOf(sourceParent);
+            const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
+            const int count = last - first + 1;
+            if (!parent || count < 1 || q->sourceModel()->rowCount(place) != parent->rows() + count) {
+                startOver = true;
+                return;
+            }
+            updateUpwards(parent, place);
+            // A row told of behind the end was appended.
+            if (!startOver)
+                insert(parent, place, std::clamp(first, 0, parent->rows()), count);
+        });
+        end();
+    }
+
+    void rowsRemoved(const QModelIndex &sourceParent, int first, int last)
+    {
+        compare([&] {
+            if (overlapping) {
+                startOver = true;
+                return;
+            }
+            Node *parent = nodeOf(sourceParent);
+            const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
+            // None for the empty range that tells of an entry above its place.
+            const int count = std::max(last - first + 1, 0);
+            if (!parent || q->sourceModel()->rowCount(place) != parent->rows() - count) {
+                startOver = true;
+                return;
+            }
+            updateUpwards(parent, place);
+            if (!startOver && count > 0)
+                remove(parent, first, count);
+        });
+        end();
+    }
+
+    void reset()
+    {
+        compare([&] {
+            if (columns == q->sourceModel()->columnCount()) {
+                startOver = true;
+                return;
+            }
+            q->beginResetModel();
+            rebuild();
+            q->endResetModel();
+        });
+        end();
+    }
+
+    void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight, const QList<int> &roles)
+    {
+        schedule();
+        if (ahead() || !topLeft.isValid() || !bottomRight.isValid())
+            return;
+        compare([&] {
+            const QModelIndex sourceParent = q->sourceModel()->parent(topLeft);
+            Node *parent = nodeOf(sourceParent);
+            if (!parent || bottomRight.row() >= parent->rows()) {
+                startOver = true;
+                return;
+            }
+            updateUpwards(parent, sourceParent);
+            if (startOver)
+                return;
+            int left = topLeft.column();
+            int right = bottomRight.column();
+            for (int row = topLeft.row(); row <= bottomRight.row(); ++row) {
+                Cells now = read(q->sourceModel()->index(row, 0, sourceParent));
+                Cells &known = parent->children.at(row)->known;
+                for (int column = 0; column < columns; ++column) {
+                    if (now.branch != known.branch || now.cells.at(column) != known.cells.at(column)) {
+                        left = std::min(left, column);
+                        right = std::max(right, column);
+                    }
+                }
+                known = std::move(now);
+            }
+            const bool wider = left < topLeft.column() || right > bottomRight.column();
+            Q_EMIT q->dataChanged(indexOf(parent->children.at(topLeft.row()), left),
+                                  indexOf(parent->children.at(bottomRight.row()), right),
+                                  wider ? QList<int>() : withValueRole(roles));
+        });
+    }
+
+    void sourceDestroyed()
+    {
+        q->beginResetModel();
+        changing = 0;
+        overlapping = false;
+        startOver = comparing;
+        rebuild();
+        q->endResetModel();
+    }
+
+    SettingsViewProxy *q;
+    Node root;
+    int columns = 0;
+    /// Changes of the source that have begun and not ended.
+    int changing = 0;
+    /// Whether one of them began before another had ended.
+    bool overlapping = false;
+    bool comparing = false;
+    /// The source's rows changed while differences were announced, or in a way that was not told.
+    bool startOver = false;
+    /// Levels of the same length may hold other rows.
+    bool anyShape = false;
+    bool scheduled = false;
+    /// Whether synchronize() was asked for in the middle of a change; its end brings it.
+    bool asked = false;
+    std::vector<QMetaObject::Connection> connections;
+
+private:
+    void end()
+    {
+        changing = std::max(changing - 1, 0);
+        overlapping = overlapping && changing > 0;
+        schedule();
+    }
+};
+
+SettingsViewProxy::SettingsViewProxy(QObject *parent)
+    : QAbstractProxyModel(parent), d(std::make_unique<SettingsViewProxyPrivate>(this))
+{
+}
+
+SettingsViewProxy::~SettingsViewProxy() = default;
+
+void SettingsViewProxy::setSourceModel(QAbstractItemModel *source)
+{
+    beginResetModel();
+    for (const QMetaObject::Connection &connection : std::exchange(d->connections, {}))
+        disconnect(connection);
+    QAbstractProxyModel::setSourceModel(source);
+    d->changing = 0;
+    d->overlapping = false;
+    d->startOver = d->comparing;
+    d->rebuild();
+    if (source) {
+        using Model = QAbstractItemModel;
+        SettingsViewProxyPrivate *p = d.get();
+        const auto begin = [p] { p->begin(); };
+        const auto reset = [p] { p->reset(); };
+        d->connections = {
+            connect(source, &Model::rowsAboutToBeInserted, this, begin),
+            connect(source, &Model::rowsInserted, this,
+                    [p](const QModelIndex &parent, int first, int last) {
+                        p->rowsInserted(parent, first, last);
+                    }),
+            connect(source, &Model::rowsAboutToBeRemoved, this, begin),
+            connect(
+                source, &Model::rowsRemoved, this,
+                [p](const QModelIndex &parent, int first, int last) { p->rowsRemoved(parent, first, last); }),
+            connect(source, &Model::dataChanged, this,
+                    [p](const QModelIndex &left, const QModelIndex &right, const QList<int> &roles) {
+                        p->dataChanged(left, right, roles);
+                    }),
+            connect(source, &Model::modelAboutToBeReset, this, begin),
+            connect(source, &Model::modelReset, this, reset),
+            connect(source, &Model::rowsAboutToBeMoved, this, begin),
+            connect(source, &Model::rowsMoved, this, reset),
+            connect(source, &Model::layoutAboutToBeChanged, this, begin),
+            connect(source, &Model::layoutChanged, this, reset),
+            connect(source, &Model::columnsAboutToBeInserted, this, begin),
+            connect(source, &Model::columnsInserted, this, reset),
+            connect(source, &Model::columnsAboutToBeRemoved, this, begin),
+            connect(source, &Model::columnsRemoved, this, reset),
+            connect(source, &Model::headerDataChanged, this, &Model::headerDataChanged),
+            connect(source, &QObject::destroyed, this, [p] { p->sourceDestroyed(); }),
+        };
+    }
+    endResetModel();
+}
+
+QModelIndex SettingsViewProxy::mapFromSource(const QModelIndex &sourceIndex) const
+{
+    if (!sourceIndex.isValid() || sourceIndex.model() != sourceModel() || d->ahead())
+        return {};
+    const Node *node = d->nodeOf(sourceIndex);
+    return node ? d->indexOf(node, sourceIndex.column()) : QModelIndex();
+}
+
+QModelIndex SettingsViewProxy::mapToSource(const QModelIndex &proxyIndex) const
+{
+    if (!proxyIndex.isValid() || proxyIndex.model() != this || d->ahead() || !sourceModel())
+        return {};
+    return d->sourceOf(d->node(proxyIndex), proxyIndex.column());
+}
+
+QModelIndex SettingsViewProxy::index(int row, int column, const QModelIndex &parent) const
+{
+    if (row < 0 || column < 0 || column >= d->columns || row >= rowCount(parent))
+        return {};
+    return createIndex(row, column, d->node(parent)->children.at(row));
+}
+
+QModelIndex SettingsViewProxy::parent(const QModelIndex &index) const
+{
+    return index.isValid() ? d->indexOf(d->node(index)->parent) : QModelIndex();
+}
+
+QModelIndex SettingsViewProxy::sibling(int row, int column, const QModelIndex &index) const
+{
+    return index.isValid() ? this->index(row, column, parent(index)) : QModelIndex();
+}
+
+int SettingsViewProxy::rowCount(const QModelIndex &parent) const
+{
+    return parent.column() > 0 ? 0 : d->node(parent)->rows();
+}
+
+int SettingsViewProxy::columnCount(const QModelIndex & /*parent*/) const
+{
+    return d->columns;
+}
+
+bool SettingsViewProxy::hasChildren(const QModelIndex &parent) const
+{
+    if (!parent.isValid())
+        return d->root.rows() > 0;
+    const Node *node = d->node(parent);
+    return parent.column() == 0 && (node->known.branch || node->rows() > 0);
+}
+
+QVariant SettingsViewProxy::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid())
+        return {};
+    if (!d->ahead() && sourceModel()) {
+        const QModelIndex source = mapToSource(index);
+        return role == ValueRole ? settingsValue(source) : sourceModel()->data(source, role);
+    }
+    const Cells::Cell &cell = d->node(index)->known.cells.at(index.column());
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole:
+        return cell.display;
+    case ValueRole:
+        return cell.value;
+    case Qt::DecorationRole:
+        return cell.decoration;
+    case Qt::ToolTipRole:
+        return cell.toolTip;
+    default:
+        return {};
+    }
+}
+
+QVariant SettingsViewProxy::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    return sourceModel() ? sourceModel()->headerData(section, orientation, role) : QVariant();
+}
+
+Qt::ItemFlags SettingsViewProxy::flags(const QModelIndex &index) const
+{
+    if (!index.isValid())
+        return Qt::NoItemFlags;
+    return d->ahead() || !sourceModel() ? d->node(index)->known.cells.at(index.column()).flags
+                                        : sourceModel()->flags(mapToSource(index));
+}
+
+QModelIndex SettingsViewProxy::buddy(const QModelIndex &index) const
+{
+    return index;
+}
+
+bool SettingsViewProxy::removeRows(int row, int count, const QModelIndex &parent)
+{
+    // Only column 0 has rows below it, here, whatever the source says.
+    if (!sourceModel() || d->ahead() || parent.column() > 0)
+        return false;
+    const QModelIndex sourceParent = mapToSource(parent);
+    return parent.isValid() == sourceParent.isValid() && sourceModel()->removeRows(row, count, sourceParent);
+}
+
+void SettingsViewProxy::synchronize()
+{
+    if (d->ahead())
+        d->asked = true;
+    else if (sourceModel())
+        d->compare([this] { d->compareAll(); });
+}
+
+} // namespace sito

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+
+#include <data/record.h>
+
+#include <QAbstractTableModel>
+#include <QList>
+
+#include <memory>
+
+class Table;
+
+namespace sito {
+
+class FilterList;
+class TableModelPrivate;
+
+/// The rows of a Table for views: filtered by a FilterList and sorted by columns.
+///
+/// **Rows.** The model shows the rows that stood in the table's master index when it was made or at the last
+/// reload(), and holds handles on them, so that none dies while it is shown. It is told nothing of changes of
+/// the table: a host calls reload() after them. The table is not owned and must outlive the model.
+///
+/// **Passes.** Filtering and sorting run in threads of the model's own, split over the cores; the GUI thread
+/// only takes over the result. A pass begins when control returns to the event loop, so that several changes
+/// in one go make one pass, and a newer one supersedes one that still runs: what is shown is never older than
+/// what was shown before. The result is announced by at most one rowsInserted() at the end, one
+/// layoutChanged() that brings the rows into their new order, with those that vanish at the end, and one
+/// rowsRemoved() there; so selection, current index and the state of headers stay with their rows. (A current
+/// index whose row vanishes is moved to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps
+/// the scroll place.)
+///
+/// **Order.** A sort key orders by Field::compare(), with one addition: a NaN, which equals every double
+/// there, comes after all numbers and equals every other NaN. Absent values come first, and all is the other
+/// way round in descending order. Rows that are equal in all keys stand in the order of the master index, in
+/// ascending and descending order alike. The order is kept when only the filters change: values that were
+/// written since the rows were sorted count from the next reload() on.
+///
+/// **Threads.** The model is used from the GUI thread. While a pass reads the rows it holds the table's lock,
+/// so that writers who lock wait for it; rows that are shown must not be written while the GUI thread paints
+/// them, so they are best written there. The predicates of the filters are asked from several threads at
+/// once. The GUI thread must not hold the table's lock when it calls waitForPass() or deletes the model.
+///
+/// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header in
+/// the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
+/// painting is some milliseconds for a million rows, but grows with the number of selected rows, since Qt
+/// follows each of them (a second or more for a million); a ViewAnchor sees to that.
+class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
+{
+    Q_OBJECT
+public:
+    /// A column to sort by, an index of a column of the table.
+    struct SortKey
+    {
+        int column = 0;
+        Qt::SortOrder order = Qt::AscendingOrder;
+
+        bool operator==(const SortKey &) const = default;
+    };
+
+    enum Role {
+        ColumnRole = Qt::UserRole, ///< int: the table's index of the column; also in the horizontal header
+        AbsentRole,                ///< bool: whether the value is absent
+        FirstUnusedRole,
+    };
+
+    /// A model over the columns \a columns of \a table, in the order shown. It shows all rows at once, in the
+    /// order of the master index.
+    TableModel(Table &table, const QList<int> &columns, QObject *parent = nullptr);
+    /// Stops a running pass and waits for it.
+    ~TableModel() override;
+
+    /// Never null.
+    Table *table() const;
+    /// The table's column of each section.
+    const QList<int> &columns() const;
+    /// The section that shows the table's column \a column; -1 when none does.
+    int section(int column) const;
+
+    /// The row shown at \a row; null when there is none.
+    Record record(int row) const;
+    /// Where \a record is shown; -1 when it is not. The first call after the rows were listed takes time in
+    /// proportion to them.
+    int rowOf(const Record &record) const;
+    /// How many rows there are without filters.
+    qsizetype totalRowCount() const;
+    /// Lists the table's rows anew, in a pass, and sorts and filters them.
+    void reload();
+
+    /// Filters by \a filters, which is not owned and may be deleted at any time; null for none. A pass
+    /// follows, and one after each FilterList::changed().
+    void setFilters(FilterList *filters);
+    FilterList *filters() const;
+
+    /// The keys that were set last; a pass that brings the rows into their order may still run.
+    QList<SortKey> sortKeys() const;
+    /// Sorts by \a keys, the first one first; none for the order of the master index. A pass follows, unless
+    /// they are the keys that there were and what is shown is up to date. Keys of columns that the table does not have are not allowed.
+    void setSortKeys(const QList<SortKey> &keys);
+
+    /// How many threads share a pass; 0, as it is at first, for one a core.
+    int threadCount() const;
+    void setThreadCount(int count);
+    /// Whether what is shown is to be replaced: a pass runs or is about to.
+    bool isPassRunning() const;
+    /// Whether what is shown is as filters(), sortKeys() and the last reload() have it: not while a pass runs
+    /// or is about to, nor after one that failed or was given up, until the next one is shown.
+    bool isUpToDate() const;
+    /// Blocks until no pass runs or is about to, and shows the result. Does nothing while a result is being
+    /// announced.
+    void waitForPass();
+    /// How long the last finished pass took to list, sort and filter.
+    qint64 lastPassNanoseconds() const;
+    /// Gives a running pass up; the rows stay as they are until the next one. Emits passCancelled().
+    void cancelPass();
+    /// In slots of aboutToShow(): the place that the row at \a row will have; -1 when it vanishes.
+    int rowAfterPass(int row) const;
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
+    /// The cell as people read it: cellText(), of which at most 500 units are displayed, with "…" behind them,
+    /// and all of them have Qt::EditRole; or a muted dash for an absent value, which also
+    /// has AbsentRole, a font and colour of its own, and "нет значения" as tool tip and accessible text.
+    /// Long texts have themselves as tool tip. Numbers are aligned to the right.
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    /// Columns: their names, with the type as tool tip, and "фильтр включён" as accessible description while a
+    /// value filter over the column takes part. Rows: their numbers from 1.
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    /// Makes the column of \a section the first sort key and keeps the other keys behind it; -1 takes all
+    /// keys away.
+    void sort(int section, Qt::SortOrder order = Qt::AscendingOrder) override;
+
+Q_SIGNALS:
+    /// Each passStarted() is followed by one of passFinished(), passFailed() and passCancelled(), or by the
+    /// passStarted() of the pass that supersedes it.
+    void passStarted();
+    /// For passes that last longer than a tenth of a second; 0 to 100, never less than before.
+    void passProgress(int percent);
+    /// The result of a pass is about to be shown; the rows are still those from before.
+    void aboutToShow();
+    /// The result of the pass is shown.
+    void passFinished();
+    /// A filter could not make its predicate, or a predicate threw \a message. The rows stay as they were.
+    /// Also comes without a passStarted() of its own.
+    void passFailed(const QString &message);
+    void passCancelled();
+
+private:
+    friend class TableModelPrivate;
+    const std::unique_ptr<TableModelPrivate> d;
+};
+
+} // namespace sito

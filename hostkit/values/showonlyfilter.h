@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/filters/columnsfilter.h>
+
+#include <QWidget>
+
+class QLabel;
+class QListView;
+
+namespace sito {
+
+/// The editor of ShowOnlyFilter: its keys, each with a check box. While none is checked a line below them says
+/// that one is needed, for a filter without keys would show everything.
+class HOSTKIT_EXPORT ShowOnlyWidget : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit ShowOnlyWidget(QWidget *parent = nullptr);
+    ~ShowOnlyWidget() override;
+
+    /// Lists the keys of \a filter, all of them checked.
+    void setKeys(const ValueFilter &filter);
+    QList<KeyValue> checkedKeys() const;
+    /// Whether a key is checked, so that there is something to apply.
+    bool isComplete() const;
+    /// Why it is not; empty when it is.
+    QString error() const;
+
+Q_SIGNALS:
+    /// isComplete() has become \a isComplete. Comes also from setKeys().
+    void completeChanged(bool isComplete);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void updateState();
+    void retranslate();
+
+    QListView *m_view;
+    QLabel *m_error;
+    bool m_isComplete = false;
+};
+
+/// The filter that shows only the rows whose key is in its set, and hides all others. An empty set hides
+/// nothing, as that of any filter without a value.
+///
+/// The set is the one that ValueFilter calls the excluded keys; its text forms, and what is refused, are those
+/// of ColumnsFilter.
+class HOSTKIT_EXPORT ShowOnlyFilter : public ColumnsFilter
+{
+    Q_OBJECT
+public:
+    /// As ColumnsFilter's.
+    ShowOnlyFilter(Table &table, const QList<int> &columns, QObject *parent = nullptr);
+    ~ShowOnlyFilter() override;
+
+    /// A new predicate: true for the records whose key is not in the set, and false for all while the set is
+    /// empty. A NaN equals every double, so that rows with one are shown. Throws Exception for a key that
+    /// cannot be converted to the types of the columns.
+    FilterFunc *createFilterFunc(QObject *parent) const override;
+
+    /// A ShowOnlyWidget.
+    QWidget *createFilterWidget(QWidget *parent) override;
+    /// Keeps the keys that are checked in \a widget, which init() has filled; all of them when none is.
+    void apply(QWidget *widget) override;
+    /// Lists the keys, all of them checked.
+    void init(QWidget *widget) override;
+
+    /// "только: " and the names of the columns joined with ", ", translated.
+    QString name() const override;
+    /// The first keys and the number of the others: "1, 2, 3 (ещё 12)".
+    QString text() const override;
+    /// The fields as people read them: "(нет значения)", "(пусто)".
+    QString keyToText(const KeyValue &key) const override;
+};
+
+} // namespace sito

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/values/distinctvalues_p.h>
+
+#include <QAbstractListModel>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace sito {
+
+/// The values to choose from, one row each, with check boxes: checked is shown. All of them, or those that a
+/// search has found. Says nothing to anybody but its views of what is changed through setData() and the
+/// functions here.
+class ValueListModel : public QAbstractListModel
+{
+    Q_OBJECT
+public:
+    enum Role {
+        CountRole = Qt::UserRole, ///< the number of rows, as text
+        UnwrittenRole,            ///< bool: see DistinctValues::isUnwritten()
+    };
+    using Numbers = std::vector<quint32>;
+
+    explicit ValueListModel(QObject *parent = nullptr);
+    ~ValueListModel() override;
+
+    /// Shows all of \a values, checked but for those of \a unchecked. A model reset.
+    void setValues(std::shared_ptr<const DistinctValues> values, const std::vector<qsizetype> &unchecked);
+    const std::shared_ptr<const DistinctValues> &values() const { return m_values; }
+    /// Shows the values of these numbers, in this order; nothing: all. A model reset.
+    void setShown(std::optional<Numbers> numbers);
+    const std::optional<Numbers> &shown() const { return m_shown; }
+    /// The number of the value in \a row among all.
+    qsizetype numberAt(int row) const { return m_shown ? qsizetype((*m_shown)[size_t(row)]) : row; }
+    /// The row of the value \a number, -1 when it is not shown.
+    int rowOf(qsizetype number) const;
+
+    bool isChecked(qsizetype number) const { return !m_unchecked[size_t(number)]; }
+    qsizetype checkedCount() const { return qsizetype(m_unchecked.size()) - m_uncheckedCount; }
+    /// Does nothing to values whose keys are no keys.
+    void setChecked(const QList<int> &rows, bool checked);
+    /// For all rows.
+    void setAllChecked(bool checked);
+    void invertAll();
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override;
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+Q_SIGNALS:
+    /// A value was checked or unchecked.
+    void checksChanged();
+
+private:
+    void check(qsizetype number, bool checked);
+    void tellChange(int firstRow, int lastRow);
+
+    std::shared_ptr<const DistinctValues> m_values;
+    std::optional<Numbers> m_shown;
+    std::vector<bool> m_unchecked;
+    qsizetype m_uncheckedCount = 0;
+};
+
+} // namespace sito

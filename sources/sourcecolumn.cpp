@@ -1,0 +1,639 @@
+// SPDX-License-Identifier: MIT
+#include <sources/sourcecolumn_p.h>
+
+#include <QByteArray>
+#include <QDate>
+#include <QDateTime>
+#include <QMetaType>
+#include <QRegularExpression>
+#include <QTimeZone>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The most digits for which every number fits a decimal, and an xdecimal.
+constexpr int decimalDigits = 16;
+constexpr int xdecimalDigits = 36;
+/// The scale of a decimal column that declares neither digits nor scale.
+constexpr int openScale = 10;
+/// The digits before the point that such a column keeps room for when its values need a larger scale.
+constexpr qint64 openWhole = 8;
+constexpr int maxVarChar = 32767;
+constexpr int maxRaw = 65535;
+/// Doubles up to this hold every whole number.
+constexpr double maxExactWhole = 9007199254740992.0;
+/// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their
+/// double.
+constexpr double maxShortest = 1e15;
+constexpr int maxExactPower = 22;
+
+enum class Kind { Int, Int64, Double, Decimal, Text, DateTime, Bytes };
+
+struct KnownType
+{
+    QLatin1StringView name;
+    Kind kind;
+};
+
+constexpr KnownType knownTypes[] = {
+    {"BIG INT"_L1, Kind::Int64},
+    {"BIGINT"_L1, Kind::Int64},
+    {"BIGSERIAL"_L1, Kind::Int64},
+    {"BINARY"_L1, Kind::Bytes},
+    {"BLOB"_L1, Kind::Bytes},
+    {"BOOL"_L1, Kind::Int},
+    {"BOOLEAN"_L1, Kind::Int},
+    {"BYTEA"_L1, Kind::Bytes},
+    {"CHAR"_L1, Kind::Text},
+    {"CHAR VARYING"_L1, Kind::Text},
+    {"CHARACTER"_L1, Kind::Text},
+    {"CHARACTER VARYING"_L1, Kind::Text},
+    {"CLOB"_L1, Kind::Text},
+    {"DATE"_L1, Kind::DateTime},
+    {"DATETIME"_L1, Kind::DateTime},
+    {"DEC"_L1, Kind::Decimal},
+    {"DECIMAL"_L1, Kind::Decimal},
+    {"DOUBLE"_L1, Kind::Double},
+    {"DOUBLE PRECISION"_L1, Kind::Double},
+    {"FLOAT"_L1, Kind::Double},
+    {"FLOAT4"_L1, Kind::Double},
+    {"FLOAT8"_L1, Kind::Double},
+    {"INT"_L1, Kind::Int},
+    {"INT2"_L1, Kind::Int},
+    {"INT4"_L1, Kind::Int},
+    {"INT8"_L1, Kind::Int64},
+    {"INTEGER"_L1, Kind::Int},
+    {"LONGTEXT"_L1, Kind::Text},
+    {"MEDIUMINT"_L1, Kind::Int},
+    {"MEDIUMTEXT"_L1, Kind::Text},
+    {"NATIONAL CHARACTER"_L1, Kind::Text},
+    {"NATIONAL CHARACTER VARYING"_L1, Kind::Text},
+    {"NATIVE CHARACTER"_L1, Kind::Text},
+    {"NCHAR"_L1, Kind::Text},
+    {"NTEXT"_L1, Kind::Text},
+    {"NUM"_L1, Kind::Decimal},
+    {"NUMBER"_L1, Kind::Decimal},
+    {"NUMERIC"_L1, Kind::Decimal},
+    {"NVARCHAR"_L1, Kind::Text},
+    {"NVARCHAR2"_L1, Kind::Text},
+    {"REAL"_L1, Kind::Double},
+    {"SERIAL"_L1, Kind::Int},
+    {"SMALLINT"_L1, Kind::Int},
+    {"TEXT"_L1, Kind::Text},
+    {"TIMESTAMP"_L1, Kind::DateTime},
+    {"TIMESTAMP WITH TIME ZONE"_L1, Kind::DateTime},
+    {"TIMESTAMP WITHOUT TIME ZONE"_L1, Kind::DateTime},
+    {"TINYINT"_L1, Kind::Int},
+    {"TINYTEXT"_L1, Kind::Text},
+    {"VARBINARY"_L1, Kind::Bytes},
+    {"VARCHAR"_L1, Kind::Text},
+    {"VARCHAR2"_L1, Kind::Text},
+    {"VARYING CHARACTER"_L1, Kind::Text},
+};
+
+std::optional<Kind> kindOf(const QString &name)
+{
+    const auto known = std::find_if(std::begin(knownTypes), std::end(knownTypes),
+                                    [&name](const KnownType &type) { return name == type.name; });
+    if (known == std::end(knownTypes))
+        return std::nullopt;
+    return known->kind;
+}
+
+/// 10 to the power of \a exponent, or 0 when that is not a 64-bit number.
+qint64 powerOfTen(int exponent)
+{
+    if (exponent < 0 || exponent > 18)
+        return 0;
+    qint64 power = 1;
+    while (exponent-- > 0)
+        power *= 10;
+    return power;
+}
+
+std::optional<double> floatingPoint(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Double:
+        return *static_cast<const double *>(value.constData());
+    case QMetaType::Float:
+        return double(*static_cast<const float *>(value.constData()));
+    default:
+        return std::nullopt;
+    }
+}
+
+/// A decimal number as it was written: digits / 10^scale. Without zeros at either end the digits are as few
+/// as can be; there are none for zero.
+struct DecimalText
+{
+    bool negative = false;
+    QString digits;
+    qint64 scale = 0;
+
+    static std::optional<DecimalText> read(QStringView text);
+};
+
+std::optional<DecimalText> DecimalText::read(QStringView text)
+{
+    DecimalText number;
+    qsizetype i = 0;
+    const auto isDigit = [&text, &i] { return i < text.size() && text[i] >= u'0' && text[i] <= u'9'; };
+    if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
+        number.negative = text[i++] == u'-';
+    bool hasDigit = false;
+    bool hasPoint = false;
+    for (; isDigit() || (i < text.size() && text[i] == u'.' && !hasPoint); ++i) {
+        if (text[i] == u'.') {
+            hasPoint = true;
+            continue;
+        }
+        hasDigit = true;
+        if (hasPoint)
+            ++number.scale;
+        if (text[i] != u'0' || !number.digits.isEmpty())
+            number.digits += text[i];
+    }
+    if (!hasDigit)
+        return std::nullopt;
+    if (i < text.size()) {
+        if (text[i] != u'e' && text[i] != u'E')
+            return std::nullopt;
+        const QStringView exponent = text.sliced(i + 1);
+        bool ok = false;
+        number.scale -= exponent.toInt(&ok);
+        if (!ok || exponent.front().isSpace() || exponent.back().isSpace())
+            return std::nullopt;
+    }
+    while (number.digits.endsWith(u'0')) {
+        number.digits.chop(1);
+        --number.scale;
+    }
+    return number;
+}
+
+/// Whether \a text is the one instant that datetime cannot tell from no date.
+bool isEpoch(const QString &text)
+{
+    return text == "1970-01-01"_L1 || text == "1970-01-01 00:00:00"_L1 || text == "1970.01.01"_L1 ||
+           text == "1970.01.01 00:00:00.000"_L1;
+}
+
+/// Takes a whole number of at least so many digits off the front of \a text.
+std::optional<int> takeNumber(QStringView &text, qsizetype digits)
+{
+    qsizetype size = 0;
+    int number = 0;
+    while (size < text.size() && size < 8 && text[size] >= u'0' && text[size] <= u'9')
+        number = number * 10 + (text[size++].unicode() - u'0');
+    if (size < digits)
+        return std::nullopt;
+    text = text.sliced(size);
+    return number;
+}
+
+bool take(QStringView &text, QLatin1StringView expected)
+{
+    if (!text.startsWith(expected))
+        return false;
+    text = text.sliced(expected.size());
+    return true;
+}
+
+/// Reads "2017-01-31", "2017-01-31 14:30:00.125" and, where \a isServers, "0044-03-15 BC"; elsewhere also "T" in the
+/// place of the blank, a time without seconds, and "Z" behind it.
+CellProblem readIso(QStringView text, bool isServers, qint64 &milliseconds)
+{
+    const auto year = takeNumber(text, 4);
+    const bool hasMonth = year && take(text, "-"_L1);
+    const auto month = hasMonth ? takeNumber(text, 2) : std::nullopt;
+    const bool hasDay = month && take(text, "-"_L1);
+    const auto day = hasDay ? takeNumber(text, 2) : std::nullopt;
+    if (!day)
+        return CellProblem::Date;
+    QTime time(0, 0);
+    bool isTooFine = false;
+    if (text.size() >= 2 && text[1].isDigit() && (take(text, " "_L1) || (!isServers && take(text, "T"_L1)))) {
+        const auto hours = takeNumber(text, 2);
+        const auto minutes = hours && take(text, ":"_L1) ? takeNumber(text, 2) : std::nullopt;
+        if (!minutes)
+            return CellProblem::Date;
+        int seconds = 0;
+        int fraction = 0;
+        if (take(text, ":"_L1)) {
+            const auto read = takeNumber(text, 2);
+            if (!read)
+                return CellProblem::Date;
+            seconds = *read;
+            if (take(text, "."_L1)) {
+                int unit = 100;
+                for (; !text.isEmpty() && text[0] >= u'0' && text[0] <= u'9';
+                     text = text.sliced(1), unit /= 10) {
+                    const int digit = text[0].unicode() - u'0';
+                    fraction += digit * unit;
+                    isTooFine = isTooFine || (unit == 0 && digit != 0);
+                }
+            }
+        } else if (isServers) {
+            return CellProblem::Date;
+        }
+        time = QTime(*hours, *minutes, seconds, fraction);
+        if (!isServers)
+            take(text, "Z"_L1);
+    }
+    const bool isBeforeChrist = isServers && take(text, " BC"_L1);
+    const QDate date(isBeforeChrist ? -*year : *year, *month, *day);
+    if (!text.isEmpty() || !date.isValid() || !time.isValid())
+        return CellProblem::Date;
+    if (isTooFine)
+        return CellProblem::Fraction;
+    constexpr qint64 epoch = 2'440'588;
+    constexpr qint64 millisecondsPerDay = 86'400'000;
+    milliseconds = (date.toJulianDay() - epoch) * millisecondsPerDay + time.msecsSinceStartOfDay();
+    return milliseconds == 0 ? CellProblem::EpochDate : CellProblem::None;
+}
+
+} // namespace
+
+std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, const QString &declaredType,
+                                                           bool nullable)
+{
+    static const QRegularExpression pattern(
+        uR"(^([A-Z][A-Z0-9_ ]*)(?:\( ?(\d{1,9})(?: CHAR| BYTE)? ?(?:, ?([+-]?\d{1,9}) ?)?\)([A-Z ]*))?$)"_s);
+    const QRegularExpressionMatch match = pattern.match(declaredType.simplified().toUpper());
+    if (!match.hasMatch())
+        return std::nullopt;
+    QStringList words =
+        match.captured(1).split(u' ', Qt::SkipEmptyParts) + match.captured(4).split(u' ', Qt::SkipEmptyParts);
+    if (words.size() > 2 && words.last() == "ALWAYS"_L1 && words.at(words.size() - 2) == "GENERATED"_L1)
+        words.resize(words.size() - 2);
+    const bool isUnsigned = words.removeAll(u"UNSIGNED"_s) > 0;
+    const auto kind = kindOf(words.join(u' '));
+    if (!kind)
+        return std::nullopt;
+    const bool hasLength = !match.captured(2).isEmpty();
+    const int length = match.captured(2).toInt();
+    const int scale = match.captured(3).toInt();
+
+    ColumnSpec spec{.name = name, .nullable = nullable};
+    int digits = 0;
+    switch (*kind) {
+    case Kind::Int:
+        spec.type = isUnsigned ? FieldType::Int64 : FieldType::Int;
+        break;
+    case Kind::Int64:
+        spec.type = FieldType::Int64;
+        break;
+    case Kind::Double:
+        spec.type = FieldType::Double;
+        break;
+    case Kind::Decimal:
+        digits = hasLength ? length : xdecimalDigits;
+        spec.length = hasLength ? scale : openScale;
+        spec.type = FieldType::Decimal;
+        if (spec.length < decimal::minScale || spec.length > decimal::maxScale || digits < 1)
+            return std::nullopt;
+        break;
+    case Kind::Text:
+        if (hasLength && length > 0 && length <= maxVarChar && !words.constLast().endsWith("TEXT"_L1) &&
+            words.constLast() != "CLOB"_L1) {
+            spec.type = FieldType::VarChar;
+            spec.length = length;
+        } else {
+            spec.type = FieldType::String;
+        }
+        break;
+    case Kind::DateTime:
+        spec.type = FieldType::DateTime;
+        break;
+    case Kind::Bytes:
+        if (hasLength && (length < 1 || length > maxRaw))
+            return std::nullopt;
+        spec.type = hasLength ? FieldType::Raw : FieldType::Block;
+        spec.length = length;
+        break;
+    }
+    SourceColumn column(spec, digits);
+    column.m_isOpen = *kind == Kind::Decimal && !hasLength;
+    return column;
+}
+
+SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec)
+{
+    switch (spec.type) {
+    case FieldType::Int:
+        m_reader = &SourceColumn::readInt;
+        break;
+    case FieldType::Int64:
+        m_reader = &SourceColumn::readInt64;
+        break;
+    case FieldType::Double:
+        m_reader = &SourceColumn::readDouble;
+        break;
+    case FieldType::Decimal:
+    case FieldType::XDecimal:
+        setDigits(digits);
+        m_reader = &SourceColumn::readDecimal;
+        break;
+    case FieldType::VarChar:
+    case FieldType::String:
+        m_reader = &SourceColumn::readText;
+        break;
+    case FieldType::DateTime:
+        m_reader = &SourceColumn::readDateTime;
+        break;
+    case FieldType::Raw:
+    case FieldType::Block:
+        m_reader = &SourceColumn::readBytes;
+        break;
+    }
+}
+
+QString SourceColumn::typeText() const
+{
+    QString text = FieldType::typeName(m_spec.type);
+    if (m_spec.type == FieldType::Decimal || m_spec.type == FieldType::XDecimal)
+        text += u"(%1,%2)"_s.arg(m_digits).arg(m_spec.length);
+    else if (m_spec.type == FieldType::Block)
+        text += u"(%1)"_s.arg(FieldType::blockSize);
+    else if (m_spec.length > 0)
+        text += u"(%1)"_s.arg(m_spec.length);
+    return text;
+}
+
+CellProblem SourceColumn::readWholeNumber(const QVariant &value, qint64 &number) const
+{
+    switch (value.typeId()) {
+    case QMetaType::LongLong:
+        number = *static_cast<const qint64 *>(value.constData());
+        return CellProblem::None;
+    case QMetaType::ULongLong:
+        if (*static_cast<const quint64 *>(value.constData()) > quint64(std::numeric_limits<qint64>::max()))
+            return CellProblem::OutOfRange;
+        number = value.toLongLong();
+        return CellProblem::None;
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+    case QMetaType::Long:
+    case QMetaType::Bool:
+        number = value.toLongLong();
+        return CellProblem::None;
+    default:
+        break;
+    }
+    const auto real = floatingPoint(value);
+    if (!real)
+        return CellProblem::WrongKind;
+    if (!(std::abs(*real) < 0x1p63))
+        return CellProblem::OutOfRange;
+    if (*real != std::trunc(*real))
+        return CellProblem::NotExact;
+    number = qint64(*real);
+    return CellProblem::None;
+}
+
+CellProblem SourceColumn::readInt(const QVariant &value, CellValue &cell)
+{
+    qint64 number = 0;
+    if (const auto problem = readWholeNumber(value, number); problem != CellProblem::None)
+        return problem;
+    if (number != qint32(number))
+        return CellProblem::OutOfRange;
+    cell = qint32(number);
+    return CellProblem::None;
+}
+
+CellProblem SourceColumn::readInt64(const QVariant &value, CellValue &cell)
+{
+    qint64 number = 0;
+    const auto problem = readWholeNumber(value, number);
+    cell = number;
+    return problem;
+}
+
+CellProblem SourceColumn::readDouble(const QVariant &value, CellValue &cell)
+{
+    if (const auto real = floatingPoint(value)) {
+        cell = *real;
+        return CellProblem::None;
+    }
+    qint64 number = 0;
+    if (const auto problem = readWholeNumber(value, number); problem != CellProblem::None)
+        return problem;
+    const auto nearest = double(number);
+    if (std::abs(nearest) > maxExactWhole)
+        return CellProblem::NotExact;
+    cell = nearest;
+    return CellProblem::None;
+}
+
+CellProblem SourceColumn::storeUnscaled(qint64 unscaled, CellValue &cell) const
+{
+    if (m_spec.type == FieldType::Decimal)
+        cell = decimal::fromUnscaled(unscaled, short(m_spec.length));
+    else
+        cell = xdecimal(unscaled, short(m_spec.length));
+    return CellProblem::None;
+}
+
+CellProblem SourceColumn::readDecimal(const QVariant &value, CellValue &cell)
+{
+    if (const auto real = floatingPoint(value)) {
+        if (!std::isfinite(*real))
+            return CellProblem::OutOfRange;
+        // A number of at most 15 digits is the only one of so few that its double stands for, and so its
+        // shortest text; the quotient is that double because both operands are exact.
+        if (m_power != 0 && m_spec.length <= maxExactPower) {
+            const double unscaled = std::nearbyint(*real * double(m_power));
+            if (std::abs(unscaled) < std::min(maxShortest, double(m_bound)) &&
+                unscaled / double(m_power) == *real)
+                return storeUnscaled(qint64(unscaled), cell);
+        }
+        std::array<char, 32> text;
+        const auto end =
+            std::to_chars(text.data(), text.data() + text.size(), *real, std::chars_format::scientific).ptr;
+        return readDecimalText(QString::fromLatin1(text.data(), end - text.data()), cell);
+    }
+    if (value.typeId() == QMetaType::QString)
+        return readDecimalText(*static_cast<const QString *>(value.constData()), cell);
+
+    qint64 number = 0;
+    if (const auto problem = readWholeNumber(value, number); problem != CellProblem::None)
+        return problem;
+    if (m_power != 0 && std::abs(double(number)) < double(m_bound) / double(m_power))
+        return storeUnscaled(number * m_power, cell);
+    return readDecimalText(QString::number(number), cell);
+}
+
+CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
+{
+    const auto number = DecimalText::read(text.trimmed());
+    if (!number) {
+        const bool isNoNumber = text == "NaN"_L1 || text == "Infinity"_L1 || text == "-Infinity"_L1;
+        return isNoNumber ? CellProblem::OutOfRange : CellProblem::WrongKind;
+    }
+    if (number->digits.isEmpty())
+        return storeUnscaled(0, cell);
+    m_neededScale = number->scale;
+    m_neededWhole = number->digits.size() - number->scale;
+    m_widestWhole = std::max(m_widestWhole, m_neededWhole);
+    m_widestScale = std::max(m_widestScale, m_neededScale);
+    if (m_neededScale > m_spec.length || m_neededWhole > m_digits - m_spec.length)
+        return CellProblem::Digits;
+
+    // Written with exactly the column's digits after the point, the number is read with the column's scale.
+    const QString exact = (number->negative ? u"-"_s : QString()) + number->digits +
+                          QString(m_spec.length - number->scale, u'0') + u'e' +
+                          QString::number(-m_spec.length);
+    if (m_spec.type == FieldType::Decimal) {
+        const auto held = decimal::fromString(exact);
+        if (!held)
+            return CellProblem::Digits;
+        cell = *held;
+    } else {
+        const auto held = xdecimal::fromString(exact);
+        if (!held)
+            return CellProblem::Digits;
+        cell = *held;
+    }
+    return CellProblem::None;
+}
+
+bool SourceColumn::widen()
+{
+    if (m_spec.type == FieldType::Int) {
+        m_spec.type = FieldType::Int64;
+        m_reader = &SourceColumn::readInt64;
+        return true;
+    }
+    if (isText()) {
+        // A character takes at most two units, where characters are what is declared.
+        const qsizetype length = std::max<qsizetype>(2 * m_spec.length, m_neededLength);
+        if (length <= maxVarChar)
+            m_spec.length = int(length);
+        else
+            m_spec = {.name = m_spec.name, .type = FieldType::String, .nullable = m_spec.nullable};
+        return true;
+    }
+    // The quick ways read no number of more digits before the point than the least here.
+    const qint64 whole = m_isOpen ? std::max(m_widestWhole, openWhole)
+                                  : std::max<qint64>(m_neededWhole, m_digits - m_spec.length);
+    qint64 scale = std::max<qint64>(m_neededScale, m_spec.length);
+    // Nobody asked for more than the values need. One that was read the quick way asks again.
+    if (m_isOpen && whole + scale > xdecimalDigits)
+        scale = m_widestScale;
+    if (scale > decimal::maxScale || whole + scale > xdecimalDigits)
+        return false;
+    m_spec.length = int(scale);
+    setDigits(int(whole + scale));
+    return true;
+}
+
+void SourceColumn::setDigits(int digits)
+{
+    m_digits = digits;
+    m_spec.type = digits > decimalDigits ? FieldType::XDecimal : FieldType::Decimal;
+    m_power = powerOfTen(m_spec.length);
+    m_bound = powerOfTen(std::min(digits, 18));
+}
+
+CellProblem SourceColumn::readText(const QVariant &value, CellValue &cell)
+{
+    if (value.typeId() != QMetaType::QString)
+        return CellProblem::WrongKind;
+    const auto &text = *static_cast<const QString *>(value.constData());
+    if (m_spec.type == FieldType::VarChar) {
+        if (text.size() > m_spec.length) {
+            m_neededLength = std::max(m_neededLength, text.size());
+            return CellProblem::TextLength;
+        }
+        if (text.contains(QChar(u'\0')))
+            return CellProblem::NulInText;
+    }
+    cell = text;
+    return CellProblem::None;
+}
+
+CellProblem SourceColumn::readDateTime(const QVariant &value, CellValue &cell)
+{
+    qint64 milliseconds = 0;
+    switch (value.typeId()) {
+    case QMetaType::QString: {
+        const auto &text = *static_cast<const QString *>(value.constData());
+        milliseconds = datetime(text).milliseconds();
+        if (milliseconds == 0 && !text.isEmpty()) {
+            if (const CellProblem problem = readIso(text, false, milliseconds); problem != CellProblem::None)
+                return isEpoch(text) ? CellProblem::EpochDate : problem;
+        }
+        cell = datetime(milliseconds);
+        return CellProblem::None;
+    }
+    case QMetaType::QDate: {
+        const auto date = *static_cast<const QDate *>(value.constData());
+        if (!date.isValid())
+            return CellProblem::Date;
+        milliseconds = QDateTime(date, QTime(0, 0), QTimeZone::utc()).toMSecsSinceEpoch();
+        break;
+    }
+    case QMetaType::QDateTime: {
+        auto time = *static_cast<const QDateTime *>(value.constData());
+        if (!time.isValid())
+            return CellProblem::Date;
+        // A reading without a zone is taken as it stands.
+        if (time.timeSpec() == Qt::LocalTime)
+            time = QDateTime(time.date(), time.time(), QTimeZone::utc());
+        milliseconds = time.toMSecsSinceEpoch();
+        break;
+    }
+    default:
+        return CellProblem::WrongKind;
+    }
+    if (milliseconds == 0)
+        return CellProblem::EpochDate;
+    cell = datetime(milliseconds);
+    return CellProblem::None;
+}
+
+void SourceColumn::takeServerTexts()
+{
+    if (m_spec.type == FieldType::DateTime)
+        m_reader = &SourceColumn::readServerDateTime;
+}
+
+CellProblem SourceColumn::readServerDateTime(const QVariant &value, CellValue &cell)
+{
+    if (value.typeId() != QMetaType::QString)
+        return CellProblem::WrongKind;
+    qint64 milliseconds = 0;
+    const CellProblem problem = readIso(*static_cast<const QString *>(value.constData()), true, milliseconds);
+    if (problem == CellProblem::None)
+        cell = datetime(milliseconds);
+    return problem;
+}
+
+CellProblem SourceColumn::readBytes(const QVariant &value, CellValue &cell)
+{
+    if (value.typeId() != QMetaType::QByteArray)
+        return CellProblem::WrongKind;
+    const auto &bytes = *static_cast<const QByteArray *>(value.constData());
+    if (bytes.size() != (m_spec.type == FieldType::Block ? FieldType::blockSize : m_spec.length))
+        return CellProblem::ByteCount;
+    cell = bytes;
+    return CellProblem::None;
+}
+
+} // namespace sito

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sources/sourcelocation.h>
+#include <sources/sources_export.h>
+
+#include <database/columnspec.h>
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace sito {
+
+/// A source of tables, an SQLite file or a database server, that is read in threads of its own. Nothing here
+/// blocks the thread that uses it, except the destructor.
+///
+/// **Operations.** Each open() and load() is answered later, from the event loop, by exactly one signal: its
+/// own (opened() or loaded()), failed(), or cancelled(). One operation runs at a time; to begin another one
+/// cancels it.
+///
+/// **All or nothing.** A source takes the place of the one that was open only when opened() is emitted; until
+/// then, and after failed() and cancelled(), location() and tables() are as they were, and so are the loaded
+/// tables. A load() adds all its tables to MemoryDatabase::instance() just before loaded(), or none.
+///
+/// **Loaded tables** belong to MemoryDatabase and stay there when another source is opened and when this
+/// object is destroyed. The host drops them with closeTables(), once nothing refers to them any more.
+///
+/// Columns get the room that their values need (TableLoader::Digits::AsNeeded); columnNotes() tells
+/// of which that is so. After a server went away during a load(), the next load() connects anew.
+///
+/// All members are called in the thread in which the object lives, which needs an event loop.
+class SOURCES_EXPORT SourceConnection : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SourceConnection)
+public:
+    struct TableInfo
+    {
+        QString name = {};
+        /// When the source was opened; -1 when the rows could not be counted.
+        qint64 rowCount = -1;
+        /// As declared; none when the table cannot be loaded.
+        QList<ColumnSpec> columns = {};
+        /// Why the table cannot be loaded, or empty.
+        QString error = {};
+
+        bool operator==(const TableInfo &) const = default;
+    };
+
+    explicit SourceConnection(QObject *parent = nullptr);
+    /// Cancels what is under way and waits for the threads, which end with the statement that the database is
+    /// working on: a moment as a rule, but for the rows of a very large table of SQLite WITHOUT ROWID to be
+    /// counted as long as that takes; ten seconds for a server that does not let itself be connected to and for a table that somebody
+    /// else has locked.
+    ~SourceConnection() override;
+
+    /// Opens \a location and looks at its tables.
+    void open(const SourceLocation &location);
+    /// Loads those of \a tables that are not loaded yet, as they are at one moment. A table of the same name
+    /// that came from elsewhere makes it fail.
+    void load(const QStringList &tables);
+    /// Cancels the operation under way, if any: cancelled() follows in its place, even if it was about to
+    /// end. What the driver cannot be stopped in goes on for a while, but nobody waits for it.
+    void cancel();
+    /// Drops the tables that this object loaded and that are still in MemoryDatabase::instance(). Models,
+    /// filters, predicates and records on them must be gone.
+    void closeTables();
+
+    /// Whether an operation is under way, not yet answered.
+    bool isBusy() const;
+    /// Whether a source is open.
+    bool isOpen() const;
+    /// Of the source that is open; without a driver when there is none.
+    SourceLocation location() const;
+    QList<TableInfo> tables() const;
+    /// The tables in MemoryDatabase that this object loaded, in order, of whatever source.
+    QStringList loadedTables() const;
+    /// Lines for the user about a loaded table, see widerColumnNotes().
+    QStringList columnNotes(const QString &table) const;
+
+Q_SIGNALS:
+    void opened(const QList<SourceConnection::TableInfo> &tables);
+    /// \a rowsTotal is what the source said before the first row. A table that turns out to need wider
+    /// columns is counted from 0 a second time. Several steps may be reported as one.
+    void progress(const QString &table, qint64 rowsRead, qint64 rowsTotal);
+    /// \a tables as they were given to load(): they are all in MemoryDatabase::instance() now.
+    void loaded(const QStringList &tables);
+    void cancelled();
+    /// \a message is one line, names the source or the table, and holds no password.
+    void failed(const QString &message);
+
+private:
+    class Private;
+    const std::unique_ptr<Private> d;
+};
+
+} // namespace sito

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sources/sourcelocation.h>
+#include <sources/sources_export.h>
+
+#include <QCoreApplication>
+#include <QSqlDatabase>
+#include <QString>
+
+namespace sito {
+
+/// An open Qt SQL connection to a source, under a name of its own in QSqlDatabase's list for as long as this
+/// object lives. Files are opened for reading only.
+///
+/// It belongs to the thread that made it, and ends there; handles of its connection must be gone by then.
+class SOURCES_EXPORT SourceDatabase
+{
+    Q_DECLARE_TR_FUNCTIONS(SourceDatabase)
+    Q_DISABLE_COPY_MOVE(SourceDatabase)
+public:
+    /// Throws Exception with a message of one line that names the source (never the password): the file is
+    /// missing, a directory, not to be read, empty or no SQLite database; the driver is not installed; the
+    /// server is not reached within \a connectSeconds per address or refuses the user.
+    ///
+    /// A query of a PostgreSQL server fails when somebody else keeps a table locked for longer than
+    /// \a lockMilliseconds.
+    explicit SourceDatabase(const SourceLocation &location, int connectSeconds = 10,
+                            int lockMilliseconds = 10'000);
+    ~SourceDatabase();
+
+    QSqlDatabase connection() const;
+
+private:
+    static void checkFile(const QString &fileName);
+    void open(const SourceLocation &location, int connectSeconds, int lockMilliseconds) const;
+
+    const QString m_name;
+};
+
+} // namespace sito

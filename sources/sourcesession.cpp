@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: MIT
+#include <sources/sourcesession_p.h>
+
+#include <sources/columnnotes.h>
+#include <sources/sourcedatabase.h>
+#include <sources/tableloader.h>
+
+#include <database/memorytable.h>
+
+#include <data/exception.h>
+
+#include <QSqlQuery>
+
+#include <exception>
+#include <utility>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Calls \a function; the message of what it threw, if anything. What was thrown is gone by then.
+template <typename Function>
+std::optional<QString> messageOf(Function &&function)
+{
+    QString message;
+    try {
+        function();
+        return std::nullopt;
+    } catch (const Exception &exception) {
+        message = exception.message();
+    } catch (const QString &text) {
+        message = text;
+    } catch (const std::exception &exception) {
+        message = QString::fromLocal8Bit(exception.what());
+    }
+    return message.simplified();
+}
+
+/// Nothing when \a stop was requested.
+std::optional<QList<SourceConnection::TableInfo>> tablesOf(const TableLoader &loader,
+                                                           const std::stop_token &stop)
+{
+    QList<SourceConnection::TableInfo> result;
+    const QStringList names = loader.tableNames();
+    for (const QString &name : names) {
+        if (stop.stop_requested())
+            return std::nullopt;
+        SourceConnection::TableInfo info{.name = name};
+        bool isStopped = false;
+        const auto error = messageOf([&] {
+            info.columns = loader.columns(name);
+            const std::optional<qint64> count = loader.rowCount(name, stop);
+            isStopped = !count;
+            info.rowCount = count.value_or(-1);
+        });
+        if (isStopped)
+            return std::nullopt;
+        if (error) {
+            info.columns.clear();
+            info.error = *error;
+        }
+        result.append(info);
+    }
+    return result;
+}
+
+bool isAlive(const QSqlDatabase &connection)
+{
+    return connection.isOpen() && QSqlQuery(connection).exec(u"SELECT 1"_s);
+}
+
+} // namespace
+
+SourceSession::SourceSession(const SourceLocation &location, quint64 operation, Reporter report,
+                             std::function<void()> ended)
+    : m_location(location),
+      m_report(std::move(report)),
+      m_ended(std::move(ended)),
+      m_thread([this, operation](const std::stop_token &stop) { run(stop, operation); })
+{
+}
+
+SourceSession::~SourceSession()
+{
+    stop();
+}
+
+void SourceSession::load(quint64 operation, const QStringList &tables)
+{
+    m_loadStop = std::stop_source();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_order = Order{operation, tables, m_loadStop.get_token()};
+    }
+    m_wanted.notify_one();
+}
+
+void SourceSession::cancelLoad()
+{
+    m_loadStop.request_stop();
+}
+
+void SourceSession::stop()
+{
+    m_loadStop.request_stop();
+    m_thread.request_stop();
+}
+
+bool SourceSession::hasEnded() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasEnded;
+}
+
+void SourceSession::run(const std::stop_token &stop, quint64 operation)
+{
+    serve(stop, operation);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_hasEnded = true;
+    }
+    m_ended();
+}
+
+void SourceSession::serve(const std::stop_token &stop, quint64 operation)
+{
+    std::optional<SourceDatabase> database;
+    std::optional<TableLoader> loader;
+    const auto connect = [&] {
+        database.emplace(m_location);
+        loader.emplace(database->connection());
+        loader->setDigits(TableLoader::Digits::AsNeeded);
+    };
+    const auto disconnect = [&] {
+        loader.reset();
+        database.reset();
+    };
+
+    SourceReport report{.kind = SourceReport::Opened, .operation = operation};
+    const auto error = messageOf([&] {
+        connect();
+        if (auto tables = tablesOf(*loader, stop))
+            report.tables = std::move(*tables);
+        if (report.tables.isEmpty() && !stop.stop_requested())
+            throw Exception(
+                SourceConnection::tr("В базе данных «%1» нет таблиц").arg(m_location.displayName()));
+    });
+    if (error) {
+        report.kind = SourceReport::Failed;
+        report.text = *error;
+    }
+    if (!stop.stop_requested())
+        m_report(std::move(report));
+    if (error)
+        return;
+
+    while (true) {
+        Order order;
+        {
+            std::unique_lock lock(m_mutex);
+            if (!m_wanted.wait(lock, stop, [this] { return m_order.has_value(); }))
+                return;
+            order = std::move(*m_order);
+            m_order.reset();
+        }
+        SourceReport answer{.kind = SourceReport::Loaded, .operation = order.operation};
+        bool isComplete = false;
+        const auto failure = messageOf([&] {
+            if (!loader)
+                connect();
+            loader->setProgress([this, &order](const TableLoader::Progress &state) {
+                if (order.stop.stop_requested())
+                    return false;
+                m_report({.kind = SourceReport::Progress,
+                          .operation = order.operation,
+                          .text = state.table,
+                          .rowsRead = state.rowsRead,
+                          .rowsTotal = state.rowsTotal});
+                return true;
+            });
+            auto tables = loader->loadAll(order.tables, order.stop);
+            if (!tables)
+                return;
+            for (auto &table : *tables) {
+                const QStringList notes = widerColumnNotes(loader->columns(table->name()), *table);
+                answer.loaded.push_back({std::move(table), notes});
+            }
+            isComplete = true;
+        });
+        if (failure) {
+            answer.kind = SourceReport::Failed;
+            answer.text = *failure;
+            answer.loaded.clear();
+            // A connection that was lost is made anew by the next order.
+            if (database && !isAlive(database->connection()))
+                disconnect();
+        }
+        if ((failure || isComplete) && !order.stop.stop_requested())
+            m_report(std::move(answer));
+    }
+}
+
+} // namespace sito

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sources/sources_export.h>
+
+#include <database/columnspec.h>
+
+#include <QCoreApplication>
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <vector>
+
+class MemoryDatabase;
+class MemoryTable;
+
+namespace sito {
+
+/// Copies tables of a Qt SQL connection into tables of the in-memory database library.
+///
+/// **Types.** The declared type of a column decides, upper and lower case alike:
+///
+/// | declared | becomes |
+/// |---|---|
+/// | BOOLEAN, TINYINT, SMALLINT, INT, INTEGER | Int |
+/// | BIGINT, any unsigned integer | Int64 |
+/// | REAL, FLOAT, DOUBLE, DOUBLE PRECISION | Double |
+/// | DECIMAL(p,s), NUMERIC(p,s) up to 16 digits | Decimal of s digits after the point (without s: 0) |
+/// | the same beyond 16 digits | XDecimal |
+/// | DECIMAL, NUMERIC | XDecimal with 10 digits after the point |
+/// | CHAR(n), VARCHAR(n) and their kin, n up to 32767 | VarChar of n UTF-16 units |
+/// | TEXT, CLOB, the above without n or with a larger one | String |
+/// | DATE, DATETIME, TIMESTAMP | DateTime |
+/// | BLOB(n), BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes |
+/// | BLOB, BYTEA | Block |
+///
+/// A column of PostgreSQL counts as its type's full name there; CHAR(n) comes padded with blanks, TIMESTAMP WITH
+/// TIME ZONE as the instant in UTC, whatever the zones of the server and the machine, and domains as the types
+/// that they rest on.
+///
+/// A column admits absent values unless it is declared NOT NULL or belongs to the primary key. A column of
+/// any other type, or of none, is refused: what it holds could not be told in advance.
+///
+/// **Values are never damaged.** What a database holds in a column need not be what the column declares. A
+/// value that its field cannot hold exactly makes the load fail: a text or a fraction in an integer, an
+/// integer of more than 32 bits in an Int, more digits than declared, a text
+/// that is too long (for these three see Digits) or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
+/// absent value where none is admitted. A binary floating-point number in a decimal column counts as the
+/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &), and as ISO 8601
+/// has them: "2017-01-31T14:30", "2017-01-31 14:30:00.125", "2017-01-31T14:30:00Z"; the empty
+/// text means no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no
+/// date". Numbers are no dates.
+///
+/// PostgreSQL's infinite dates, its times finer than a millisecond, and NaN and the infinities in NUMERIC are
+/// such values, too; its REAL and DOUBLE PRECISION are read with all digits, as the shortest decimal number
+/// that is the same to the server.
+///
+/// **Tables** of PostgreSQL are those of all schemas but the system's, partitioned ones as a whole; without
+/// views, temporary tables, and those of other servers. One that the search path finds has its plain name, any other one
+/// "schema.table"; a part that holds a point or a quotation mark is written in quotation marks.
+///
+/// **Errors** are thrown as Exception and name the table and, for a value, the row (counted from 1 in the
+/// order of reading), the column and the value. Nothing that was loaded before stays behind then; the same
+/// holds for a load that is cancelled. The connection may be used as before.
+///
+/// **Threads.** A loader is used in the thread of its connection; its tables may be handed to any other.
+class SOURCES_EXPORT TableLoader
+{
+    Q_DECLARE_TR_FUNCTIONS(TableLoader)
+    Q_DISABLE_COPY_MOVE(TableLoader)
+public:
+    struct Progress
+    {
+        QString table;
+        qint64 rowsRead = 0;
+        /// What the database said before the first row was read.
+        qint64 rowsTotal = 0;
+    };
+    /// Is told how far the load has come, in the thread of the loader; false cancels the load.
+    using ProgressFunction = std::function<bool(const Progress &)>;
+
+    /// What becomes of a column whose values need more room than it declares. SQLite, for one, does not hold its
+    /// columns to that.
+    enum class Digits {
+        /// The load fails.
+        AsDeclared,
+        /// A decimal column gets as many digits, on either side of the point, as its values need, up to 36; a
+        /// VARCHAR(n) or CHAR(n) column as many UTF-16 units (PostgreSQL counts characters); an Int column with an
+        /// integer of more than 32 bits becomes an Int64.
+        AsNeeded,
+    };
+
+    /// \a connection should be open; an error of the connection appears in the first operation that needs it.
+    explicit TableLoader(const QSqlDatabase &connection);
+    ~TableLoader();
+
+    /// The names of the tables, by UTF-16 code units; without views and the database's own tables.
+    QStringList tableNames() const;
+    /// The columns of \a table as declared, in their order in the database: those with which load() makes it,
+    /// but for the digits that Digits::AsNeeded adds.
+    QList<ColumnSpec> columns(const QString &table) const;
+    qint64 rowCount(const QString &table) const;
+    /// The same; nothing when \a stop was requested, which is looked at several times a second while the rows of a
+    /// large table are counted. (Not for tables of SQLite without row numbers, and of other databases than SQLite and
+    /// PostgreSQL.)
+    std::optional<qint64> rowCount(const QString &table, const std::stop_token &stop) const;
+
+    /// Digits::AsDeclared until it is set.
+    void setDigits(Digits digits);
+
+    /// \a progress is called for every table before its first row, after every \a interval rows and after the
+    /// last row. A table whose columns turn out to need more digits is read a second time, counted from 0
+    /// again.
+    void setProgress(ProgressFunction progress, qint64 interval = 4096);
+
+    /// A copy of \a table with rows in the order in which the database gives them, read in one transaction
+    /// (PostgreSQL: one that sees a single moment) unless one is open already. Null when the load was cancelled, by the progress function or, from any
+    /// thread, by \a stop.
+    std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop = {}) const;
+
+    /// Copies of \a tables in this order, all as they are at one moment; nothing when the load was cancelled.
+    std::optional<std::vector<std::unique_ptr<MemoryTable>>> loadAll(const QStringList &tables,
+                                                                     const std::stop_token &stop = {}) const;
+
+    /// Loads \a tables in this order and adds all of them to \a database, or none of them; false when the
+    /// load was cancelled. A name that \a database has already is an error.
+    bool load(const QStringList &tables, MemoryDatabase &database, const std::stop_token &stop = {}) const;
+
+private:
+    struct Private;
+    const std::unique_ptr<Private> d;
+};
+
+} // namespace sito

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#include <support/windowfixture.h>
+
+#include <browser/window/filterpanel.h>
+#include <browser/window/filterpanelitem.h>
+
+#include <QCheckBox>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QUrl>
+
+using namespace sito;
+using namespace Qt::StringLiterals;
+
+/// What stays and what goes in the main window when a source is opened, and what it takes for one.
+class tst_Opening : public QObject
+{
+    Q_OBJECT
+private:
+    QString makeTable(const QString &file)
+    {
+        return m_fixture->makeDatabase(file, {u"CREATE TABLE t (a INTEGER NOT NULL, b TEXT)"_s,
+                                              u"INSERT INTO t VALUES (1, 'x'), (2, 'y'), (3, 'z')"_s});
+    }
+    /// What the panel shows of the filters.
+    QStringList panelNames()
+    {
+        QStringList result;
+        for (const FilterPanelItem *item : m_fixture->window().panel()->findChildren<FilterPanelItem *>()) {
+            if (item->isVisible())
+                result.append(item->checkBox()->accessibleName());
+        }
+        return result;
+    }
+
+    std::unique_ptr<WindowFixture> m_fixture;
+
+private Q_SLOTS:
+    void init()
+    {
+        WindowFixture::failOnWarnings();
+        m_fixture = std::make_unique<WindowFixture>();
+        m_fixture->makeWindow();
+    }
+    void cleanup() { m_fixture.reset(); }
+
+    void keepsTheFiltersInThePanelWhenASourceFails()
+    {
+        m_fixture->window().openText(makeTable(u"t.sqlite"_s));
+        QVERIFY(m_fixture->settle());
+        m_fixture->clickCell(0, 1);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_H, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 2);
+        QCOMPARE(panelNames(), QStringList{u"b"_s});
+
+        m_fixture->window().openText(m_fixture->path(u"none.sqlite"_s));
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
+        QCOMPARE(panelNames(), QStringList{u"b"_s});
+        // Its switch still works on the rows.
+        QTest::keyClick(m_fixture->window().panel()->findChild<FilterPanelItem *>()->checkBox(),
+                        Qt::Key_Space);
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 3);
+    }
+
+    void forgetsOldMessagesWhenASourceOpens()
+    {
+        const QString file = makeTable(u"t.sqlite"_s);
+        m_fixture->window().openText(m_fixture->path(u"none.sqlite"_s));
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
+        QVERIFY(m_fixture->window().messageBar()->isVisible());
+
+        m_fixture->window().openText(file);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->rows(), 3);
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+        QVERIFY(m_fixture->window().messageBar()->isHidden());
+    }
+
+    void takesOnlyLocalFiles_data()
+    {
+        QTest::addColumn<QList<QUrl>>("addresses");
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("local file") << QList<QUrl>{QUrl(u"file:%1"_s)} << true;
+        QTest::newRow("address in the web") << QList<QUrl>{QUrl(u"http://example.org/t.sqlite"_s)} << false;
+        QTest::newRow("address of a server")
+            << QList<QUrl>{QUrl(u"postgresql://127.0.0.1:1/base"_s)} << false;
+        QTest::newRow("no address") << QList<QUrl>() << false;
+    }
+    void takesOnlyLocalFiles()
+    {
+        QFETCH(QList<QUrl>, addresses);
+        QFETCH(const bool, isTaken);
+        const QString file = makeTable(u"t.sqlite"_s);
+        for (QUrl &address : addresses) {
+            if (address.scheme() == "file"_L1)
+                address = QUrl::fromLocalFile(file);
+        }
+        QMimeData data;
+        data.setUrls(addresses);
+
+        QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        enter.ignore();
+        QCoreApplication::sendEvent(&m_fixture->window(), &enter);
+        QDropEvent drop(QPoint(50, 50), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        drop.ignore();
+        QCoreApplication::sendEvent(&m_fixture->window(), &drop);
+        QCOMPARE(m_fixture->window().isSettled(), !isTaken);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(enter.isAccepted(), isTaken);
+        QCOMPARE(drop.isAccepted(), isTaken);
+        QCOMPARE(m_fixture->rows(), isTaken ? 3 : -1);
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+    }
+};
+
+QTEST_MAIN(tst_Opening)
+#include "tst_opening.moc"

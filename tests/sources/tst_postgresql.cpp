@@ -1,0 +1,743 @@
+// SPDX-License-Identifier: MIT
+#include <sources/sourceconnection.h>
+#include <sources/sourcedatabase.h>
+#include <sources/tableloader.h>
+
+#include "sourcerecorder.h"
+
+#include <database/memorydatabase.h>
+#include <database/memorytable.h>
+
+#include <data/fieldvalue.h>
+
+#include <support/exceptions.h>
+#include <support/postgresserver.h>
+
+#include <QElapsedTimer>
+#include <QScopeGuard>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTest>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <thread>
+
+using namespace sito;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString cellText(const MemoryTable &table, qint64 row, int column)
+{
+    const Field field = table.row(row).field(column);
+    return field.isPresent() ? FieldValue(field).toText() : u"NULL"_s;
+}
+
+QString typeText(const ColumnSpec &column)
+{
+    return u"%1 %2(%3)%4"_s.arg(column.name, FieldType::typeName(column.type), QString::number(column.length),
+                                column.nullable ? u"?"_s : QString());
+}
+
+} // namespace
+
+/// Against a real server, whose time zone has gaps at midnight and which would write numbers with few digits.
+class tst_PostgreSql : public QObject
+{
+    Q_OBJECT
+private:
+    void execute(const QString &statement) const
+    {
+        QSqlQuery query(m_database->connection());
+        QVERIFY2(query.exec(statement), qPrintable(statement + u": "_s + query.lastError().text()));
+    }
+    QStringList column(const TableLoader &loader, const QString &table) const
+    {
+        QStringList result;
+        const QString message = exceptionMessage([&] {
+            const auto loaded = loader.load(table);
+            for (qint64 row = 0; row < loaded->rowCount(); ++row)
+                result.append(cellText(*loaded, row, 0));
+        });
+        return message.isNull() ? result : QStringList(message);
+    }
+
+    PostgresServer m_server;
+    std::optional<SourceDatabase> m_database;
+
+private Q_SLOTS:
+    void initTestCase() { SITO_START_POSTGRES(m_server); }
+    void init()
+    {
+        failOnAnyWarning();
+        m_database.emplace(m_server.location());
+        // What the server remarks would go to the standard error channel.
+        execute(u"SET client_min_messages = error"_s);
+        execute(u"CREATE SCHEMA IF NOT EXISTS public"_s);
+    }
+    void cleanup()
+    {
+        m_database.reset();
+        MemoryDatabase::instance().clear();
+        if (!m_server.isRunning())
+            return;
+        m_database.emplace(m_server.location());
+        {
+            QSqlQuery query(m_database->connection());
+            query.exec(u"SET client_min_messages = error"_s);
+            query.exec(u"DROP SCHEMA IF EXISTS public, other, \"Mixed.Case\", third CASCADE"_s);
+        }
+        m_database.reset();
+        QCOMPARE(QSqlDatabase::connectionNames(), QStringList());
+    }
+
+    void declaredTypesBecomeFieldTypes_data()
+    {
+        QTest::addColumn<QString>("declared");
+        QTest::addColumn<QString>("type");
+        const auto row = [](const char *declared, const char *type) {
+            QTest::newRow(declared) << QString::fromUtf8(declared) << QString::fromUtf8(type);
+        };
+        row("boolean", "Int(0)");
+        row("smallint", "Int(0)");
+        row("integer", "Int(0)");
+        row("serial", "Int(0)!");
+        row("bigint", "Int64(0)");
+        row("bigserial", "Int64(0)!");
+        row("real", "Double(0)");
+        row("double precision", "Double(0)");
+        row("float(10)", "Double(0)");
+        row("numeric(10,2)", "Decimal(2)");
+        row("decimal(16)", "Decimal(0)");
+        row("numeric(36,18)", "XDecimal(18)");
+        row("numeric(40,2)", "XDecimal(2)");
+        row("numeric", "XDecimal(10)");
+        row("char", "VarChar(1)");
+        row("char(4)", "VarChar(4)");
+        row("varchar(12)", "VarChar(12)");
+        row("varchar(40000)", "String(0)");
+        row("varchar", "String(0)");
+        row("text", "String(0)");
+        row("date", "DateTime(0)");
+        row("timestamp", "DateTime(0)");
+        row("timestamp(3)", "DateTime(0)");
+        row("timestamptz", "DateTime(0)");
+        row("timestamp(6) with time zone", "DateTime(0)");
+        row("bytea", "Block(0)");
+        row("bytea NOT NULL", "Block(0)!");
+        row("integer GENERATED ALWAYS AS IDENTITY", "Int(0)!");
+        row("text PRIMARY KEY", "String(0)!");
+    }
+    void declaredTypesBecomeFieldTypes()
+    {
+        QFETCH(QString, declared);
+        QFETCH(QString, type);
+        execute(u"CREATE TABLE t (c %1)"_s.arg(declared));
+        const TableLoader loader(m_database->connection());
+
+        const auto columns = loader.columns(u"t"_s);
+
+        const bool isRequired = type.endsWith(u'!');
+        QCOMPARE(columns.size(), 1);
+        QCOMPARE(typeText(columns.at(0)), u"c "_s + (isRequired ? type.chopped(1) : type + u'?'));
+        QCOMPARE(loader.load(u"t"_s)->columnSpec(0), columns.at(0));
+    }
+
+    void refusesTypesThatHaveNoPlace_data()
+    {
+        QTest::addColumn<QString>("declared");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("time") << u"time"_s << u"time without time zone"_s;
+        QTest::newRow("interval") << u"interval"_s << u"interval"_s;
+        QTest::newRow("array") << u"integer[]"_s << u"integer[]"_s;
+        QTest::newRow("uuid") << u"uuid"_s << u"uuid"_s;
+        QTest::newRow("json") << u"jsonb"_s << u"jsonb"_s;
+        QTest::newRow("money") << u"money"_s << u"money"_s;
+        QTest::newRow("inner char") << u"\"char\""_s << u"\"char\""_s;
+        QTest::newRow("deep scale") << u"numeric(100,70)"_s << u"numeric(100,70)"_s;
+    }
+    void refusesTypesThatHaveNoPlace()
+    {
+        QFETCH(QString, declared);
+        QFETCH(QString, shown);
+        execute(u"CREATE TABLE t (id integer, c %1)"_s.arg(declared));
+
+        const QString message =
+            exceptionMessage([&] { TableLoader(m_database->connection()).columns(u"t"_s); });
+
+        QCOMPARE(message, u"Таблица «t», столбец «c»: тип «%1» не поддерживается"_s.arg(shown));
+    }
+
+    void refusesATableWithoutColumns()
+    {
+        execute(u"CREATE TABLE t ()"_s);
+
+        const QString message =
+            exceptionMessage([&] { TableLoader(m_database->connection()).columns(u"t"_s); });
+
+        QCOMPARE(message, u"Таблица «t» не имеет столбцов"_s);
+    }
+
+    void domainsAreWhatTheyRestOn()
+    {
+        execute(u"CREATE DOMAIN price AS numeric(9,3)"_s);
+        execute(u"CREATE DOMAIN paid AS price NOT NULL"_s);
+        execute(u"CREATE TABLE t (a price, b paid, c integer)"_s);
+        execute(u"INSERT INTO t VALUES (1.5, 2.25, 3)"_s);
+        const TableLoader loader(m_database->connection());
+
+        QStringList columns;
+        const auto specs = loader.columns(u"t"_s);
+        for (const ColumnSpec &spec : specs)
+            columns.append(typeText(spec));
+
+        QCOMPARE(columns, QStringList({u"a Decimal(3)?"_s, u"b Decimal(3)"_s, u"c Int(0)?"_s}));
+        QCOMPARE(cellText(*loader.load(u"t"_s), 0, 1), u"2.250"_s);
+    }
+
+    void keepsEveryValue_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char *name, const char *type, const char *value, const char *text) {
+            // A decoder would take the character at the start for a mark of the encoding.
+            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
+                                << QString::fromUtf8(text).replace(u"U+FEFF"_s, QChar(0xFEFF));
+        };
+        for (const char *type :
+             {"boolean", "smallint", "integer", "bigint", "real", "double precision", "numeric(5,2)",
+              "numeric", "char(3)", "varchar(3)", "text", "date", "timestamp", "timestamptz", "bytea"})
+            row(qPrintable(u"no "_s + QString::fromLatin1(type)), type, "NULL", "NULL");
+        row("true", "boolean", "true", "1");
+        row("false", "boolean", "false", "0");
+        row("smallest smallint", "smallint", "-32768", "-32768");
+        row("largest integer", "integer", "2147483647", "2147483647");
+        row("smallest integer", "integer", "-2147483648", "-2147483648");
+        row("largest bigint", "bigint", "9223372036854775807", "9223372036854775807");
+        row("smallest bigint", "bigint", "-9223372036854775808", "-9223372036854775808");
+        row("real as the server writes it", "real", "0.1", "0.1");
+        row("real of all digits", "real", "16777217.0::real + 2", "16777218");
+        row("double of all digits", "double precision", "0.1::float8 + 0.2", "0.30000000000000004");
+        row("smallest double", "double precision", "'5e-324'", "5e-324");
+        row("largest double", "double precision", "'1.7976931348623157e308'", "1.7976931348623157e+308");
+        row("infinite double", "double precision", "'Infinity'", "inf");
+        row("negative infinite double", "double precision", "'-Infinity'", "-inf");
+        row("no number", "double precision", "'NaN'", "nan");
+        row("infinite real", "real", "'-Infinity'", "-inf");
+        row("decimal", "numeric(10,2)", "-0.07", "-0.07");
+        row("16 digits", "numeric(16)", "9999999999999999", "9999999999999999");
+        row("36 digits", "numeric(36,18)", "-123456789012345678.123456789012345678",
+            "-123456789012345678.123456789012345678");
+        row("open decimal", "numeric", "1.25", "1.2500000000");
+        row("padded", "char(4)", "'ab'", "ab  ");
+        row("padded beyond ASCII", "char(4)", "'яб'", "яб  ");
+        row("text of full length", "varchar(3)", "'abc'", "abc");
+        row("spaces at the end", "varchar(3)", "'a  '", "a  ");
+        row("empty varchar", "varchar(3)", "''", "");
+        row("empty text", "text", "''", "");
+        row("Cyrillic", "text", "'Ясный «день» 😀'", "Ясный «день» 😀");
+        row("mark of the byte order", "text", "U&'\\FEFFa'", "U+FEFFa");
+        row("replacement character", "text", "U&'a\\FFFD'", "a\uFFFD");
+        row("line breaks", "text", "E'a\\r\\n\\tb'", "a\r\n\tb");
+        row("date", "date", "'2017-01-03'", "2017.01.03 00:00:00.000");
+        row("midnight that the server's zone skips", "timestamp", "'2018-11-04 00:30:00'",
+            "2018.11.04 00:30:00.000");
+        row("date whose midnight the server's zone skips", "date", "'2018-11-04'", "2018.11.04 00:00:00.000");
+        row("time of day", "timestamp", "'2017-01-03 01:02:03'", "2017.01.03 01:02:03.000");
+        row("milliseconds", "timestamp", "'2017-01-03 01:02:03.045'", "2017.01.03 01:02:03.045");
+        row("tenths of a second", "timestamp", "'1969-12-31 23:59:59.9'", "1969.12.31 23:59:59.900");
+        row("instant in the server's zone", "timestamptz", "'2017-01-03 01:02:03 America/Sao_Paulo'",
+            "2017.01.03 03:02:03.000");
+        row("instant in another zone", "timestamptz", "'2017-01-03 01:02:03.5+05:30'",
+            "2017.01.02 19:32:03.500");
+        row("date before Christ", "date", "'0044-03-15 BC'", "@-63517824000000");
+        row("time before Christ", "timestamp", "'0001-12-31 23:59:59.999 BC'", "@-62135596800001");
+        row("instant before Christ", "timestamptz", "'0001-12-31 23:59:59 BC +00'", "@-62135596801000");
+        row("first day of our era", "date", "'0001-01-01'", "0001.01.01 00:00:00.000");
+    }
+    void keepsEveryValue()
+    {
+        QFETCH(QString, type);
+        QFETCH(QString, value);
+        QFETCH(QString, text);
+        execute(u"CREATE TABLE t (c %1)"_s.arg(type));
+        execute(u"INSERT INTO t VALUES (%1)"_s.arg(value));
+
+        QCOMPARE(column(TableLoader(m_database->connection()), u"t"_s), QStringList({text}));
+    }
+
+    void keepsLateDates()
+    {
+        execute(
+            u"CREATE TABLE t (c timestamp, m bigint GENERATED ALWAYS AS (extract(epoch FROM c) * 1000) STORED)"_s);
+        execute(u"INSERT INTO t VALUES ('9999-12-31'), ('10000-01-01'), ('294276-12-31 23:59:59.999'), "
+                "('4713-01-01 BC')"_s);
+
+        const auto table = TableLoader(m_database->connection()).load(u"t"_s);
+
+        for (qint64 row = 0; row < table->rowCount(); ++row) {
+            const auto time = *reinterpret_cast<const datetime *>(table->row(row).field(0).data);
+            QCOMPARE(QString::number(time.milliseconds()), cellText(*table, row, 1));
+        }
+    }
+
+    void keepsBlocks()
+    {
+        execute(u"CREATE TABLE t (c bytea)"_s);
+        QByteArray block(FieldType::blockSize, '\0');
+        for (qsizetype i = 0; i < block.size(); ++i)
+            block[i] = char(i * 7);
+        execute(u"INSERT INTO t VALUES ('\\x%1')"_s.arg(QString::fromLatin1(block.toHex())));
+
+        const auto table = TableLoader(m_database->connection()).load(u"t"_s);
+
+        const Field field = table->row(0).field(0);
+        QCOMPARE(QByteArray(reinterpret_cast<const char *>(field.data), FieldType::blockSize), block);
+    }
+
+    void refusesWhatDoesNotFit_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("end");
+        const auto row = [](const char *name, const char *type, const char *value, const char *end) {
+            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
+                                << QString::fromUtf8(end);
+        };
+        row("no number", "numeric(5,2)", "'NaN'",
+            "'NaN' не подходит к типу Decimal(5,2) (число вне пределов типа)");
+        row("infinite number", "numeric", "'-Infinity'",
+            "'-Infinity' не подходит к типу XDecimal(36,10) (число вне пределов типа)");
+        row("many digits", "numeric", "1.00000000001",
+            "'1.00000000001' не подходит к типу XDecimal(36,10) (в числе больше цифр, чем объявлено)");
+        row("infinite date", "date", "'infinity'", "'infinity' не подходит к типу DateTime (не дата)");
+        row("infinite time", "timestamp", "'-infinity'", "'-infinity' не подходит к типу DateTime (не дата)");
+        row("infinite instant", "timestamptz", "'infinity'",
+            "'infinity' не подходит к типу DateTime (не дата)");
+        row("microseconds", "timestamp", "'2017-01-03 01:02:03.0004'",
+            "'2017-01-03 01:02:03.0004' не подходит к типу DateTime (время точнее миллисекунды)");
+        row("the epoch", "date", "'1970-01-01'",
+            "'1970-01-01' не подходит к типу DateTime (это мгновение обозначает отсутствие даты)");
+        row("the epoch elsewhere", "timestamptz", "'1969-12-31 21:00:00-03'",
+            "'1970-01-01 00:00:00' не подходит к типу DateTime (это мгновение обозначает отсутствие даты)");
+        row("characters of two units", "varchar(2)", "'😀😀'",
+            "'😀😀' не подходит к типу VarChar(2) (текст длиннее, чем объявлено)");
+        row("other size", "bytea", "'\\x00ff'", "x'00ff' не подходит к типу Block(%1) (другое число байтов)");
+        row("no bytes", "bytea", "''", "x'' не подходит к типу Block(%1) (другое число байтов)");
+    }
+    void refusesWhatDoesNotFit()
+    {
+        QFETCH(QString, type);
+        QFETCH(QString, value);
+        QFETCH(QString, end);
+        if (end.contains("%1"_L1))
+            end = end.arg(FieldType::blockSize);
+        execute(u"CREATE TABLE t (c %1)"_s.arg(type));
+        execute(u"INSERT INTO t VALUES (NULL), (%1)"_s.arg(value));
+
+        QCOMPARE(column(TableLoader(m_database->connection()), u"t"_s),
+                 QStringList({u"Таблица «t», строка 2, столбец «c»: значение "_s + end}));
+    }
+
+    void columnsGetTheRoomThatValuesNeed_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("values");
+        QTest::addColumn<QString>("column");
+        QTest::addColumn<QStringList>("texts");
+        QTest::newRow("digits") << u"numeric"_s << u"(1.5), (0.123456789012345)"_s << u"c XDecimal(15)?"_s
+                                << QStringList({u"1.500000000000000"_s, u"0.123456789012345"_s});
+        QTest::newRow("digits on both sides")
+            << u"numeric"_s << u"(12345678901234567890), (0.1234567890123456), (1)"_s << u"c XDecimal(16)?"_s
+            << QStringList({u"12345678901234567890.0000000000000000"_s, u"0.1234567890123456"_s,
+                            u"1.0000000000000000"_s});
+        QTest::newRow("units of varchar") << u"varchar(2)"_s << u"('😀😀'), ('ab')"_s << u"c VarChar(4)?"_s
+                                          << QStringList({u"😀😀"_s, u"ab"_s});
+        QTest::newRow("units of char")
+            << u"char(3)"_s << u"('a'), ('😀')"_s << u"c VarChar(6)?"_s << QStringList({u"a  "_s, u"😀  "_s});
+        QTest::newRow("units of a long varchar")
+            << u"varchar(20000)"_s << u"(repeat('😀', 20000))"_s << u"c String(0)?"_s
+            << QStringList({u"😀"_s.repeated(20000)});
+    }
+    void columnsGetTheRoomThatValuesNeed()
+    {
+        QFETCH(QString, type);
+        QFETCH(QString, values);
+        QFETCH(QString, column);
+        QFETCH(QStringList, texts);
+        execute(u"CREATE TABLE t (c %1)"_s.arg(type));
+        execute(u"INSERT INTO t VALUES %1"_s.arg(values));
+        TableLoader loader(m_database->connection());
+        loader.setDigits(TableLoader::Digits::AsNeeded);
+
+        const auto table = loader.load(u"t"_s);
+
+        QCOMPARE(typeText(table->columnSpec(0)), column);
+        QCOMPARE(this->column(loader, u"t"_s), texts);
+    }
+
+    void listsTheTablesOfAllSchemas()
+    {
+        execute(u"CREATE TABLE b (id integer)"_s);
+        execute(u"CREATE TABLE \"Quotes\" (id integer)"_s);
+        execute(u"CREATE TABLE \"other.t\" (id integer)"_s);
+        execute(u"CREATE TABLE \"q\"\"q\" (id integer)"_s);
+        execute(u"CREATE VIEW v AS SELECT * FROM b"_s);
+        execute(u"CREATE MATERIALIZED VIEW m AS SELECT * FROM b"_s);
+        execute(u"CREATE TEMPORARY TABLE passing (id integer)"_s);
+        execute(u"CREATE TABLE parts (id integer) PARTITION BY RANGE (id)"_s);
+        execute(u"CREATE TABLE part1 PARTITION OF parts FOR VALUES FROM (0) TO (10)"_s);
+        execute(u"CREATE SCHEMA other"_s);
+        execute(u"CREATE TABLE other.t (id integer)"_s);
+        execute(u"CREATE TABLE other.b (id integer)"_s);
+        execute(u"CREATE SCHEMA \"Mixed.Case\""_s);
+        execute(u"CREATE TABLE \"Mixed.Case\".\"Тікер\" (\"Id\" integer, \"a.\"\"b\" text)"_s);
+        execute(u"INSERT INTO other.b VALUES (1), (2)"_s);
+        execute(u"INSERT INTO parts VALUES (5)"_s);
+        execute(u"INSERT INTO \"Mixed.Case\".\"Тікер\" VALUES (7, 'x')"_s);
+        execute(u"INSERT INTO \"other.t\" VALUES (3)"_s);
+
+        TableLoader loader(m_database->connection());
+
+        QCOMPARE(loader.tableNames(),
+                 QStringList({u"\"Mixed.Case\".Тікер"_s, u"\"other.t\""_s, u"\"q\"\"q\""_s, u"Quotes"_s,
+                              u"b"_s, u"other.b"_s, u"other.t"_s, u"parts"_s}));
+        QCOMPARE(loader.rowCount(u"other.b"_s), 2);
+        QCOMPARE(loader.rowCount(u"b"_s), 0);
+        QCOMPARE(column(loader, u"parts"_s), QStringList({u"5"_s}));
+        QCOMPARE(column(loader, u"\"other.t\""_s), QStringList({u"3"_s}));
+        const auto mixed = loader.load(u"\"Mixed.Case\".Тікер"_s);
+        QCOMPARE(mixed->name(), u"\"Mixed.Case\".Тікер"_s);
+        QCOMPARE(typeText(mixed->columnSpec(1)), u"a.\"b String(0)?"_s);
+        QCOMPARE(cellText(*mixed, 0, 1), u"x"_s);
+        for (const QString &name : {u"quotes"_s, u"v"_s, u"Mixed.Case.Тікер"_s}) {
+            QCOMPARE(exceptionMessage([&] { loader.load(name); }),
+                     u"В базе данных нет таблицы «%1»"_s.arg(name));
+        }
+    }
+
+    void namesFollowTheSearchPath()
+    {
+        execute(u"CREATE TABLE t (id integer)"_s);
+        execute(u"CREATE SCHEMA other"_s);
+        execute(u"CREATE TABLE other.t (id bigint)"_s);
+        execute(u"SET search_path = other"_s);
+
+        const TableLoader loader(m_database->connection());
+
+        QCOMPARE(loader.tableNames(), QStringList({u"public.t"_s, u"t"_s}));
+        QCOMPARE(loader.columns(u"t"_s).at(0).type, FieldType::Int64);
+        QCOMPARE(loader.columns(u"public.t"_s).at(0).type, FieldType::Int);
+    }
+
+    void readsLargeTablesInPortions()
+    {
+        execute(u"CREATE TABLE t (id integer PRIMARY KEY, p numeric(12,2), s varchar(20))"_s);
+        execute(u"INSERT INTO t SELECT i, i / 100.0, 'row ' || i FROM generate_series(1, 12288) i"_s);
+        TableLoader loader(m_database->connection());
+        QList<qint64> steps;
+        loader.setProgress(
+            [&steps](const TableLoader::Progress &state) {
+                steps.append(state.rowsRead);
+                return state.rowsTotal == 12288;
+            },
+            5000);
+
+        const auto table = loader.load(u"t"_s);
+
+        QCOMPARE(table->rowCount(), 12288);
+        QCOMPARE(steps, QList<qint64>({0, 5000, 10000, 12288}));
+        for (const qint64 row : {0, 4095, 4096, 8192, 12287}) {
+            QCOMPARE(cellText(*table, row, 0), QString::number(row + 1));
+            QCOMPARE(cellText(*table, row, 2), u"row %1"_s.arg(row + 1));
+        }
+    }
+
+    void countsLargeTablesInPortions()
+    {
+        execute(u"CREATE TABLE t (c integer, d text)"_s);
+        execute(u"INSERT INTO t SELECT i, repeat('x', 200) FROM generate_series(1, 200000) i"_s);
+        execute(u"CREATE TABLE parts (c integer) PARTITION BY LIST (c)"_s);
+        execute(u"CREATE TABLE part PARTITION OF parts FOR VALUES IN (1)"_s);
+        execute(u"INSERT INTO parts SELECT 1 FROM generate_series(1, 40000)"_s);
+        execute(u"CREATE TABLE heir (e integer) INHERITS (t)"_s);
+        execute(u"INSERT INTO heir SELECT i FROM generate_series(1, 7) i"_s);
+        const TableLoader loader(m_database->connection());
+        std::stop_source stopped;
+        stopped.request_stop();
+
+        QCOMPARE(loader.rowCount(u"t"_s), 200'007);
+        QCOMPARE(loader.rowCount(u"heir"_s), 7);
+        QCOMPARE(loader.rowCount(u"parts"_s), 40'000);
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s)); // in no transaction
+        QVERIFY(!loader.rowCount(u"t"_s, stopped.get_token()));
+
+        QVERIFY(m_database->connection().transaction());
+        execute(u"DELETE FROM t WHERE c = 1 OR c = 100000"_s);
+        QCOMPARE(loader.rowCount(u"t"_s), 200'004);
+        execute(u"SAVEPOINT x"_s); // still in the caller's
+        QVERIFY(m_database->connection().rollback());
+        QCOMPARE(loader.rowCount(u"t"_s), 200'007);
+        execute(u"DROP TABLE heir, t"_s);
+    }
+
+    void interruptsTheCountingOfRows()
+    {
+        execute(u"CREATE TABLE t (c text)"_s);
+        execute(u"INSERT INTO t SELECT repeat('x', 100) FROM generate_series(1, 500000) i"_s);
+        const TableLoader loader(m_database->connection());
+        QElapsedTimer timer;
+        qint64 whole = std::numeric_limits<qint64>::max();
+        for (int i = 0; i < 4; ++i) { // the first one finds nothing in the cache
+            timer.start();
+            QCOMPARE(loader.rowCount(u"t"_s), 500'000);
+            whole = std::min(whole, timer.nsecsElapsed());
+        }
+
+        qint64 shortest = whole;
+        for (int i = 0; i < 10; ++i) {
+            std::stop_source stop;
+            const std::jthread stopper([&] {
+                std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
+                stop.request_stop();
+            });
+            timer.start();
+            if (!loader.rowCount(u"t"_s, stop.get_token()))
+                shortest = std::min(shortest, timer.nsecsElapsed());
+        }
+
+        QVERIFY2(shortest < whole * 2 / 3, qPrintable(u"%1 of %2"_s.arg(shortest).arg(whole)));
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
+    }
+
+    void leavesTheTransactionOfItsCallerAlone()
+    {
+        execute(u"CREATE TABLE t (c integer)"_s);
+        QVERIFY(m_database->connection().transaction());
+        execute(u"INSERT INTO t VALUES (1)"_s);
+        execute(u"SET LOCAL DateStyle = 'German'"_s);
+
+        const TableLoader loader(m_database->connection());
+        QCOMPARE(column(loader, u"t"_s), QStringList({u"1"_s}));
+        QCOMPARE(column(loader, u"t"_s), QStringList({u"1"_s}));
+
+        QSqlQuery query(m_database->connection());
+        QVERIFY(query.exec(u"SHOW DateStyle"_s) && query.next());
+        QCOMPARE(query.value(0).toString(), u"German, DMY"_s);
+        query.finish();
+        QVERIFY(m_database->connection().rollback());
+        QCOMPARE(loader.rowCount(u"t"_s), 0);
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
+    }
+
+    void leavesNoTransactionBehind()
+    {
+        execute(u"CREATE TABLE t (c date)"_s);
+        execute(u"INSERT INTO t VALUES ('infinity')"_s);
+        const TableLoader loader(m_database->connection());
+
+        QVERIFY(!exceptionMessage([&] { loader.load(u"t"_s); }).isEmpty());
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
+        execute(u"UPDATE t SET c = '2020-02-29'"_s);
+        QCOMPARE(column(loader, u"t"_s), QStringList({u"2020.02.29 00:00:00.000"_s}));
+        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
+        QSqlQuery query(m_database->connection());
+        QVERIFY(query.exec(u"SHOW extra_float_digits"_s) && query.next());
+        QCOMPARE(query.value(0).toString(), u"-5"_s);
+    }
+
+    void seesOneMoment()
+    {
+        execute(u"CREATE TABLE a (c integer)"_s);
+        execute(u"CREATE TABLE b (c integer)"_s);
+        execute(u"INSERT INTO a VALUES (1)"_s);
+        execute(u"INSERT INTO b VALUES (1)"_s);
+        SourceDatabase other(m_server.location());
+        TableLoader loader(m_database->connection());
+        loader.setProgress([&other](const TableLoader::Progress &) {
+            QSqlQuery query(other.connection());
+            return query.exec(u"INSERT INTO a VALUES (2)"_s) && query.exec(u"INSERT INTO b VALUES (2)"_s);
+        });
+
+        const auto tables = loader.loadAll({u"a"_s, u"b"_s});
+
+        QVERIFY(tables);
+        QCOMPARE(tables->at(0)->rowCount(), 1);
+        QCOMPARE(tables->at(1)->rowCount(), 1);
+    }
+
+    void doesNotWaitLongForALockedTable()
+    {
+        execute(u"CREATE TABLE a (c integer)"_s);
+        SourceDatabase impatient(m_server.location(), 10, 100);
+        const TableLoader loader(impatient.connection());
+        execute(u"BEGIN"_s);
+        const auto end = qScopeGuard([this] { execute(u"ROLLBACK"_s); });
+        execute(u"LOCK TABLE a IN ACCESS EXCLUSIVE MODE"_s);
+
+        const QString message = exceptionMessage([&] { loader.load(u"a"_s); });
+
+        QVERIFY2(message.contains("lock timeout"_L1), qPrintable(message));
+        QVERIFY2(message.contains("\"a\""_L1), qPrintable(message));
+    }
+
+    void refusesBytesThatAreNoText()
+    {
+        execute(u"DROP DATABASE IF EXISTS bytes"_s);
+        execute(u"CREATE DATABASE bytes ENCODING 'SQL_ASCII' TEMPLATE template0"_s);
+        {
+            SourceDatabase bytes(m_server.location(u"bytes"_s));
+            QSqlQuery query(bytes.connection());
+            QVERIFY(query.exec(u"CREATE TABLE t (c text)"_s));
+            QVERIFY(query.exec(u"INSERT INTO t VALUES ('ok'), (E'a\\xFF')"_s));
+
+            const TableLoader loader(bytes.connection());
+            QCOMPARE(
+                column(loader, u"t"_s),
+                QStringList({u"База данных «trader@127.0.0.1:%1/bytes»: ERROR: invalid byte sequence for "
+                             "encoding \"UTF8\": 0xff (22021)"_s.arg(m_server.location().port)}));
+            QVERIFY(query.exec(u"DELETE FROM t WHERE c <> 'ok'"_s));
+            QCOMPARE(column(loader, u"t"_s), QStringList({u"ok"_s}));
+        }
+        execute(u"DROP DATABASE bytes"_s);
+    }
+
+    void connectionOpensAndLoads()
+    {
+        execute(u"CREATE TABLE a (c integer)"_s);
+        execute(u"INSERT INTO a VALUES (1), (2)"_s);
+        execute(u"CREATE TABLE b (c numeric(5,1))"_s);
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+
+        connection.open(m_server.location());
+        QTRY_COMPARE(recorder.events, QStringList({u"opened a(2),b(0)"_s}));
+        connection.load({u"b"_s, u"a"_s});
+        QTRY_COMPARE(recorder.events.size(), 2);
+
+        QCOMPARE(recorder.events.at(1), u"loaded b,a"_s);
+        QCOMPARE(MemoryDatabase::instance().tableNames(), QStringList({u"b"_s, u"a"_s}));
+        QCOMPARE(connection.location().displayName(),
+                 u"trader@127.0.0.1:%1/postgres"_s.arg(m_server.location().port));
+    }
+
+    void namesTheServerWithoutThePassword_data()
+    {
+        QTest::addColumn<QString>("what");
+        for (const char *what : {"wrong password", "no database", "no user", "no server", "no host"})
+            QTest::newRow(what) << QString::fromLatin1(what);
+    }
+    void namesTheServerWithoutThePassword()
+    {
+        QFETCH(QString, what);
+        execute(u"CREATE TABLE a (c integer)"_s);
+        SourceLocation location = m_server.location();
+        if (what == "wrong password"_L1)
+            location.password = u"not the secret"_s;
+        else if (what == "no database"_L1)
+            location.database = u"none"_s;
+        else if (what == "no user"_L1)
+            location.user = u"nobody at all"_s;
+        else if (what == "no server"_L1)
+            location.port = 1;
+        else
+            location.host = u"256.1.1.1"_s;
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+        connection.open(m_server.location());
+        QTRY_VERIFY(!connection.isBusy());
+        recorder.take();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: Не удалось открыть «"_s));
+
+        connection.open(location);
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.events.size(), 1, 30'000);
+
+        const QString event = recorder.take().constFirst();
+        QVERIFY2(event.startsWith(u"failed Не удалось открыть «%1»: "_s.arg(location.displayName())),
+                 qPrintable(event));
+        QVERIFY2(!event.contains(u'\n') && !event.contains(location.password), qPrintable(event));
+        QCOMPARE(connection.location(), m_server.location());
+        connection.load({u"a"_s});
+        QTRY_COMPARE(recorder.events, QStringList({u"loaded a"_s}));
+    }
+
+    void survivesAServerThatGoesAway()
+    {
+        execute(u"CREATE TABLE a (c integer)"_s);
+        execute(u"INSERT INTO a VALUES (1)"_s);
+        execute(u"CREATE TABLE big (id integer, t text)"_s);
+        execute(u"INSERT INTO big SELECT i, repeat('x', 100) FROM generate_series(1, 200000) i"_s);
+        m_database.reset();
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+        connection.open(m_server.location());
+        QTRY_VERIFY(!connection.isBusy());
+        connection.load({u"a"_s});
+        QTRY_VERIFY(!connection.isBusy());
+        recorder.take();
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(u"^Exception: База данных «trader@127.0.0.1:"_s));
+
+        connection.load({u"big"_s});
+        QTRY_VERIFY(recorder.lastTable == "big"_L1);
+        m_server.stop();
+        const auto again = qScopeGuard([this] {
+            if (!m_server.isRunning())
+                QCOMPARE(m_server.restart(), QString());
+        });
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.events.size(), 1, 30'000);
+
+        const QString event = recorder.take().constFirst();
+        QVERIFY2(event.startsWith(u"failed База данных «%1»: "_s.arg(connection.location().displayName())),
+                 qPrintable(event));
+        QCOMPARE(MemoryDatabase::instance().tableNames(), QStringList({u"a"_s}));
+        // While it is away, and after it has come back.
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: Не удалось открыть «trader@"_s));
+        connection.load({u"big"_s});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.events.size(), 1, 30'000);
+        QVERIFY(recorder.take().constFirst().startsWith(u"failed Не удалось открыть «trader@"_s));
+        QCOMPARE(m_server.restart(), QString());
+        connection.load({u"big"_s});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.events, QStringList({u"loaded big"_s}), 30'000);
+        QCOMPARE(MemoryDatabase::instance().table(u"big"_s)->rowCount(), 200'000);
+        recorder.take();
+        connection.open(m_server.location());
+        QTRY_COMPARE(recorder.events, QStringList({u"opened a(1),big(200000)"_s}));
+    }
+
+    void cancelsWithoutWaitingForASilentServer()
+    {
+        execute(u"CREATE TABLE a (c integer)"_s);
+        const auto location = m_server.location();
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+        m_server.freeze(true);
+        const auto thaw = qScopeGuard([this] { m_server.freeze(false); });
+        QElapsedTimer timer;
+        timer.start();
+
+        connection.open(location);
+        QTest::qWait(20);
+        connection.cancel();
+        QTRY_COMPARE(recorder.events, QStringList({u"cancelled"_s}));
+
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(!connection.isBusy());
+        // Another source need not wait for it either.
+        recorder.take();
+        QTest::ignoreMessage(QtWarningMsg, "Exception: Файла «none» нет");
+        connection.open(SourceLocation::fromFile(u"none"_s));
+        QTRY_COMPARE(recorder.events, QStringList({u"failed Файла «none» нет"_s}));
+        m_server.freeze(false);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_PostgreSql)
+#include "tst_postgresql.moc"
