@@ -401,6 +401,17 @@ SYNOPSIS
     </message>
 </context>
 <context>
+    <name>ExceptionText</name>
+    <message>
+        <source>Недостаточно памяти</source>
+        <translation>Out of memory</translation>
+    </message>
+    <message>
+        <source>Неизвестная ошибка</source>
+        <translation>Unknown error</translation>
+    </message>
+</context>
+<context>
     <name>FilterStorage</name>
     <message>
         <source>Фильтр последних сессий бывает только по двум столбцам</source>
@@ -2022,14 +2033,6 @@ Open an SQLite file, or drop one here.</translation>
 </context>
 <context>
     <name>sito::TableModel</name>
-    <message>
-        <source>Недостаточно памяти</source>
-        <translation>Out of memory</translation>
-    </message>
-    <message>
-        <source>Неизвестная ошибка</source>
-        <translation>Unknown error</translation>
-    </message>
     <message>
         <source>нет значения</source>
         <translation>no value</translation>

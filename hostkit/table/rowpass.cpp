@@ -2,15 +2,13 @@
 #include <hostkit/table/rowpass_p.h>
 
 #include <hostkit/table/rowset_p.h>
-#include <hostkit/table/tablemodel.h>
+#include <hostkit/text/exceptiontext.h>
 
-#include <data/exception.h>
 #include <data/table.h>
 #include <filterfuncs/filterfunc.h>
 
 #include <QElapsedTimer>
 
-#include <new>
 #include <numeric>
 
 namespace sito {
@@ -20,23 +18,6 @@ constexpr size_t chunkSize = 1 << 12;
 /// How many rows a thread asks the predicates about before it looks whether it is to stop.
 constexpr size_t stopInterval = 64;
 } // namespace
-
-QString currentExceptionText()
-{
-    try {
-        throw;
-    } catch (const Exception &exception) {
-        return exception.message();
-    } catch (const QString &text) {
-        return text;
-    } catch (const std::bad_alloc &) {
-        return TableModel::tr("Недостаточно памяти");
-    } catch (const std::exception &exception) {
-        return QString::fromLocal8Bit(exception.what());
-    } catch (...) {
-        return TableModel::tr("Неизвестная ошибка");
-    }
-}
 
 ShownRows ShownRows::all(std::shared_ptr<RowSet> rows)
 {
@@ -58,8 +39,6 @@ void RowPass::run() noexcept
         m_isStopped = true;
     } catch (...) {
         m_error = currentExceptionText();
-        if (m_error.isNull())
-            m_error = QStringLiteral("");
     }
     m_nanoseconds = timer.nsecsElapsed();
 }

@@ -117,9 +117,6 @@ private:
     bool m_isFinished = false;
 };
 
-/// The exception that is being handled as a text for people.
-QString currentExceptionText();
-
 /// A thread that runs passes, one after the other. Used from the GUI thread.
 class PassWorker
 {

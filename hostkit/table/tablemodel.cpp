@@ -3,6 +3,7 @@
 
 #include <hostkit/table/rowset_p.h>
 #include <hostkit/text/celltext.h>
+#include <hostkit/text/exceptiontext.h>
 
 #include <data/table.h>
 #include <filterfuncs/filterfunc.h>
@@ -107,8 +108,6 @@ void TableModelPrivate::startPending()
             next->predicates = filters->createFilterFuncs();
         } catch (...) {
             error = currentExceptionText();
-            if (error.isNull())
-                error = u""_s;
         }
         if (!error.isNull()) {
             Q_EMIT q->passFailed(error);

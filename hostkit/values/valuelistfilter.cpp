@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/valuelistfilter.h>
 
-#include <data/exception.h>
-#include <data/table.h>
-#include <filterfuncs/filterfunc.h>
 #include <hostkit/filters/filterlist.h>
-#include <hostkit/values/valuelistwidget.h>
-
 #include <hostkit/filters/keypredicates_p.h>
+#include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/keychecks_p.h>
 #include <hostkit/text/valuetext_p.h>
 #include <hostkit/values/valuelistpopup_p.h>
+#include <hostkit/values/valuelistwidget.h>
+
+#include <data/table.h>
+#include <filterfuncs/filterfunc.h>
 
 #include <QCursor>
 #include <QStringList>
@@ -66,10 +66,8 @@ void ValueListFilter::init(QWidget *widget)
     try {
         if (m_siblings)
             hiddenBy = m_siblings->createFilterFuncs(this);
-    } catch (const Exception &exception) {
-        failure = exception.message();
-    } catch (const QString &message) {
-        failure = message;
+    } catch (...) {
+        failure = currentExceptionText();
     }
     list->fill(*table(), columns(), hiddenBy, getAllExcludedKeys());
     if (!failure.isNull())

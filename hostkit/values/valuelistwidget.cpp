@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/valuelistwidget.h>
 
-#include <hostkit/table/rowpass_p.h>
+#include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/keychecks_p.h>
 #include <hostkit/values/distinctvalues_p.h>
 #include <hostkit/values/valuelistmodel_p.h>
@@ -152,16 +152,6 @@ private:
     QPersistentModelIndex m_pressed;
 };
 
-/// The text is made by who shows it: the thread that failed may be out of memory.
-QString textOf(const std::exception_ptr &exception)
-{
-    try {
-        std::rethrow_exception(exception);
-    } catch (...) {
-        return currentExceptionText();
-    }
-}
-
 /// The numbers of the values whose text contains \a needle, of \a among or of all; nothing when stopped.
 std::optional<ValueListModel::Numbers> find(const DistinctValues &values, const QString &needle,
                                             const std::optional<ValueListModel::Numbers> &among,
@@ -187,7 +177,8 @@ public:
     explicit ValueListWidgetPrivate(ValueListWidget *widget);
     ~ValueListWidgetPrivate() { stop(); }
 
-    /// What the threads hand over. They post an event after they have put something in.
+    /// What the threads hand over. They post an event after they have put something in. The text of a failure is
+    /// made by who shows it: the thread that failed may be out of memory.
     struct Mail
     {
         int percent = 0;
@@ -467,13 +458,13 @@ void ValueListWidgetPrivate::takeMail()
     if (mail.values)
         showValues(std::move(mail.values));
     else if (mail.failure)
-        showFailure(textOf(mail.failure));
+        showFailure(exceptionText(mail.failure));
     else if (state == State::Counting)
         progress->setValue(mail.percent);
     if (mail.found)
         showFound(*std::move(mail.found));
     else if (mail.searchFailure)
-        showSearchFailure(textOf(mail.searchFailure));
+        showSearchFailure(exceptionText(mail.searchFailure));
 }
 
 void ValueListWidgetPrivate::showValues(std::shared_ptr<const DistinctValues> values)
@@ -579,7 +570,7 @@ void ValueListWidgetPrivate::showSearchFailure(const QString &text)
 {
     if (m_searching.joinable())
         m_searching.join();
-    searchFailure = text.isNull() ? QStringLiteral("") : text;
+    searchFailure = text;
     showMessages();
 }
 
