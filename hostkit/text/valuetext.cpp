@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/text/valuetext_p.h>
 
+#include <hostkit/text/shortenedtext.h>
+
 #include <filters/valuefilter.h>
 
 #include <QCoreApplication>
@@ -103,9 +105,7 @@ QString valuetext::summary(const ValueFilter &filter)
     QStringList texts;
     qsizetype units = 0;
     for (const KeyValue &key : keys) {
-        QString text = filter.keyToText(key);
-        if (text.size() > longestKey)
-            text = text.first(longestKey - 1) + u'…';
+        const QString text = shortenedText(filter.keyToText(key), longestKey);
         units += text.size() + 2;
         if (!texts.isEmpty() && units > enoughUnits)
             break;

@@ -208,6 +208,9 @@ private Q_SLOTS:
 
         names.setValue(QString(100, u'x'));
         QCOMPARE(names.text(), u"кроме: "_s + QString(39, u'x') + u'…');
+        // A character of two units is not cut in half.
+        names.setValue(QString(38, u'x') + u"😀yz"_s);
+        QCOMPARE(names.text(), u"кроме: "_s + QString(38, u'x') + u'…');
         QStringList many;
         for (int i = 0; i < 1000; ++i)
             many.append(u"value %1"_s.arg(i, 3, 10, QChar(u'0')));
