@@ -9,7 +9,7 @@
 #include <QString>
 #include <QStringList>
 
-#include <optional>
+class QCommandLineParser;
 
 namespace sito {
 
@@ -93,8 +93,13 @@ public:
     SettingsModel::EditStrategy strategy = SettingsModel::OnFieldChange;
 
 private:
+    class Reading;
+    // Each returns what the value of an option says, or throws UsageError.
     static QString oneOf(const QString &option, const QString &value, const QStringList &choices);
-    static KeyOption keyOption(const QString &option, const QString &value);
+    static QString fileName(const QString &option, const QString &value);
+    static KeyOption keyOption(const QString &option, const QString &value, bool keep);
+    /// Why \a parser could not read \a arguments.
+    static QString problem(const QCommandLineParser &parser, const QStringList &arguments);
 };
 
 } // namespace sito
