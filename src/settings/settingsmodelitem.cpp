@@ -16,11 +16,24 @@ SettingsModelItem::SettingsModelItem(Type type_, SettingsModelItem *parent_, int
 
 SettingsModelItem::~SettingsModelItem()
 {
-    // A store may nest deeper than the stack is: the subtree is taken apart level by level, so that every
-    // destructor called from here finds neither children nor parent and returns at once.
-    QList<SettingsModelItem *> subtree = std::exchange(children, {});
+    // A store may nest deeper than the stack is: the subtree is collected level by level, so that every
+    // destructor called from here finds neither children nor parent and returns at once. A node that is its
+    // own parent is collected already, so that one listed twice is deleted once.
+    QList<SettingsModelItem *> subtree;
+    const auto collectChildren = [&subtree](SettingsModelItem *owner) {
+        const QList<SettingsModelItem *> listed = std::exchange(owner->children, {});
+        for (SettingsModelItem *item : listed) {
+            if (!item || item->parent == item)
+                continue;
+            if (item->parent && item->parent != owner)
+                item->parent->children.removeAll(item);
+            item->parent = item;
+            subtree.append(item);
+        }
+    };
+    collectChildren(this);
     for (qsizetype i = 0; i < subtree.size(); ++i)
-        subtree += std::exchange(subtree.at(i)->children, {});
+        collectChildren(subtree.at(i));
     for (SettingsModelItem *item : std::as_const(subtree)) {
         item->parent = nullptr;
         delete item;

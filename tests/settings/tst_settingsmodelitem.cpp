@@ -118,6 +118,63 @@ private Q_SLOTS:
         QCOMPARE(root.children, QList<Item *>{other});
     }
 
+    void survivesNullChildren()
+    {
+        auto *root = new Item(Item::Root, nullptr, -1);
+        auto *group = new Item(Item::Group, root, -1);
+        root->children.prepend(nullptr);
+        group->children.append(nullptr);
+        const QString text = u"behind a null"_s.repeated(2);
+        (new Item(Item::Key, group, -1))->name = text;
+
+        delete root;
+
+        QVERIFY(text.isDetached());
+    }
+
+    void unlinksItselfFromItsParentWhenAnotherListsIt()
+    {
+        Item root(Item::Root, nullptr, -1);
+        auto *item = new Item(Item::Key, &root, -1);
+        auto *other = new Item(Item::Group, nullptr, -1);
+        other->children.append(item);
+
+        delete other;
+
+        QCOMPARE(root.children, QList<Item *>());
+    }
+
+    void deletesNodesListedTwiceOnce_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+
+        QTest::newRow("in its parent") << 0 << 0;
+        QTest::newRow("later, too") << 0 << 1;
+        QTest::newRow("earlier, too") << 1 << 0;
+        QTest::newRow("above, too") << 2 << 0;
+        QTest::newRow("below, too") << 0 << 2;
+    }
+
+    void deletesNodesListedTwiceOnce()
+    {
+        QFETCH(int, from);
+        QFETCH(int, to);
+        auto *root = new Item(Item::Root, nullptr, -1);
+        auto *first = new Item(Item::Group, root, -1);
+        auto *second = new Item(Item::Group, root, -1);
+        const QList<Item *> groups{first, second, new Item(Item::Group, second, -1)};
+        auto *item = new Item(Item::Key, groups.at(from), -1);
+        const QString text = u"listed twice"_s.repeated(2);
+        item->name = text;
+        new Item(Item::Key, item, -1);
+        groups.at(to)->children.append(item);
+
+        delete root;
+
+        QVERIFY(text.isDetached());
+    }
+
     void deletesEveryValueBelow()
     {
         const QString text = u"seen by every key"_s.repeated(2);
