@@ -94,7 +94,7 @@ SettingsModelItem *SettingsModelPrivate::item(const QModelIndex &index) const
     return index.isValid() ? static_cast<SettingsModelItem *>(index.internalPointer()) : root;
 }
 
-SettingsModelItem *SettingsModelPrivate::findItem(SettingsModelItem *parent, const QString &name) const
+SettingsModelItem *SettingsModelPrivate::findItem(SettingsModelItem *parent, const QString &name)
 {
     const int row = rowOfName(parent, name);
     return row < 0 ? nullptr : parent->children.at(row);

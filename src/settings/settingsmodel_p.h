@@ -31,7 +31,7 @@ public:
     /// The node of \a index; the root when it is invalid.
     SettingsModelItem *item(const QModelIndex &index) const;
     /// The first child of \a parent named \a name, of whichever kind, or null. Case matters.
-    SettingsModelItem *findItem(SettingsModelItem *parent, const QString &name) const;
+    SettingsModelItem *findItem(SettingsModelItem *parent, const QString &name);
     /// When \a from is less than \a to: announces the removal of the rows \a to to \a from - 1 of \a parent,
     /// an empty range, and moves nothing.
     void moveItemUp(SettingsModelItem *parent, int from, int to);

@@ -19,6 +19,8 @@ static_assert(std::is_same_v<decltype(SettingsModelPrivate::settings), QSettings
 static_assert(std::is_same_v<decltype(SettingsModelPrivate::editStrategy), SettingsModel::EditStrategy>);
 static_assert(std::is_same_v<decltype(SettingsModelPrivate::readOnly), bool>);
 static_assert(std::is_same_v<decltype(SettingsModelPrivate::removedKeys), QStringList>);
+static_assert(std::is_same_v<decltype(&SettingsModelPrivate::findItem),
+                             Item *(SettingsModelPrivate::*)(Item *, const QString &)>);
 
 namespace {
 
