@@ -171,11 +171,8 @@ bool SettingsModel::removeRows(int row, int count, const QModelIndex &parent)
             d->removedKeys.append(child->path);
         else if (!child->name.isEmpty())
             d->settings->remove(child->path);
-        // Unlinked here: a node that unlinks itself would search the list for it.
-        parentItem->children.removeAt(i);
-        child->parent = nullptr;
-        delete child;
     }
+    SettingsModelPrivate::deleteChildren(parentItem, row, count);
     endRemoveRows();
     return true;
 }

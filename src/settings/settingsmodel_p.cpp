@@ -6,6 +6,7 @@
 #include <QStringBuilder>
 #include <QStyle>
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -106,6 +107,27 @@ void SettingsModelPrivate::moveItemUp(SettingsModelItem *parent, int from, int t
         q->beginRemoveRows(index(parent), to, from - 1);
         q->endRemoveRows();
     }
+}
+
+void SettingsModelPrivate::deleteChildren(SettingsModelItem *parent, int first, int count)
+{
+    QList<SettingsModelItem *> &children = parent->children;
+    QList<SettingsModelItem *> gone = children.mid(first, count);
+    children.remove(first, gone.size());
+
+    // A node may be listed at other rows, too. One pass finds them all: nodes that unlinked themselves would
+    // each search the list.
+    std::sort(gone.begin(), gone.end());
+    children.removeIf([&gone](SettingsModelItem *child) {
+        return child && std::binary_search(gone.cbegin(), gone.cend(), child);
+    });
+
+    SettingsModelItem owner(SettingsModelItem::Group, nullptr, -1);
+    for (SettingsModelItem *child : std::as_const(gone)) {
+        if (child && child->parent == parent)
+            child->parent = &owner;
+    }
+    owner.children = std::move(gone);
 }
 
 /// QSettings answers an empty key with a warning and an invalid value; here it is the value alone.
@@ -237,15 +259,10 @@ void SettingsModelPrivate::refresh(SettingsModelItem *parent)
             ++level.row;
         }
 
-        QList<SettingsModelItem *> &children = level.item->children;
-        if (rowCount(level.item) > level.row) {
+        const int surplus = rowCount(level.item) - level.row;
+        if (surplus > 0) {
             q->beginRemoveRows(indexAt(level.item, level.itemRow), level.row, rowCount(level.item) - 1);
-            // From the end, and unlinked here: a node that unlinks itself would search the list for it.
-            while (rowCount(level.item) > level.row) {
-                SettingsModelItem *surplus = children.takeLast();
-                surplus->parent = nullptr;
-                delete surplus;
-            }
+            deleteChildren(level.item, level.row, surplus);
             q->endRemoveRows();
         }
         levels.pop_back();

@@ -36,6 +36,9 @@ public:
     /// an empty range, and moves nothing.
     void moveItemUp(SettingsModelItem *parent, int from, int to);
 
+    /// Deletes \a count children of \a parent, from row \a first on. Emits nothing.
+    static void deleteChildren(SettingsModelItem *parent, int first, int count);
+
     /// Appends the store's current group to \a parent: groups first, then keys, in the order of the store.
     void fillGroup(SettingsModelItem *parent);
     /// fillGroup() of the root under a model reset. Removes nothing.

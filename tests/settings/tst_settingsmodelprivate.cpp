@@ -357,6 +357,69 @@ private Q_SLOTS:
         QCOMPARE(own.removedKeys, QStringList());
     }
 
+    void cutsARowListedTwiceOnce()
+    {
+        SettingsFiles files;
+        const auto store = files.parsed("a=1\nb=2\n");
+        d->settings = store.get();
+        auto *x = addKey(d->root, u"x"_s);
+        auto *a = addKey(d->root, u"a"_s);
+        addKey(d->root, u"b"_s);
+        d->root->children << x << nullptr << x;
+        ModelRecorder recorder(m_model.get());
+
+        d->refresh(d->root);
+
+        QCOMPARE(d->root->children, QList<Item *>{a});
+        QCOMPARE(recorder.take().filter(u"remov"_s),
+                 (QStringList{u"removing root 2..5"_s, u"removed root 2..5"_s}));
+    }
+
+    void cutsARowOfAnotherParent()
+    {
+        SettingsFiles files;
+        const auto store = files.empty();
+        d->settings = store.get();
+        Item other(Item::Group, nullptr, -1);
+        d->root->children.append(addKey(&other, u"k"_s));
+
+        d->refresh(d->root);
+
+        QCOMPARE(d->root->children, QList<Item *>());
+        QCOMPARE(other.children, QList<Item *>());
+    }
+
+    void removesARowListedTwiceOnce()
+    {
+        SettingsFiles files;
+        const auto store = files.parsed("a=1\nb=2\n");
+        m_model->setSettings(store.get());
+        m_model->setReadOnly(false);
+        QList<Item *> &rows = privateHalf(*m_model).root->children;
+        Item *b = rows.last();
+        rows << rows.first() << rows.first();
+
+        QVERIFY(m_model->removeRows(2, 2));
+
+        QCOMPARE(rows, QList<Item *>{b});
+        QCOMPARE(entries(*store), QStringList{u"b=2"_s});
+    }
+
+    void removesARowOfAnotherParent()
+    {
+        SettingsFiles files;
+        const auto store = files.empty();
+        m_model->setSettings(store.get());
+        m_model->setReadOnly(false);
+        Item other(Item::Group, nullptr, -1);
+        privateHalf(*m_model).root->children.append(addKey(&other, u"k"_s));
+
+        QVERIFY(m_model->removeRows(0, 1));
+
+        QCOMPARE(m_model->rowCount(), 0);
+        QCOMPARE(other.children, QList<Item *>());
+    }
+
     void submitsOneKey()
     {
         SettingsFiles files;
@@ -375,6 +438,13 @@ private Q_SLOTS:
     }
 
 private:
+    static Item *addKey(Item *parent, const QString &name)
+    {
+        auto *key = new Item(Item::Key, parent, -1);
+        key->name = name;
+        return key;
+    }
+
     std::unique_ptr<SettingsModel> m_model;
     std::unique_ptr<SettingsModelPrivate> d;
 };
