@@ -169,7 +169,7 @@ bool SettingsModel::removeRows(int row, int count, const QModelIndex &parent)
         SettingsModelItem *child = parentItem->children.at(i);
         if (d->editStrategy == OnManualSubmit)
             d->removedKeys.append(child->path);
-        else if (!child->name.isEmpty())
+        else if (d->editStrategy == OnFieldChange && !child->name.isEmpty())
             d->settings->remove(child->path);
     }
     SettingsModelPrivate::deleteChildren(parentItem, row, count);

@@ -97,8 +97,9 @@ class SITO_EXPORT SettingsModel : public QAbstractItemModel
     Q_PROPERTY(bool readOnly READ readOnly WRITE setReadOnly) // clazy:exclude=qproperty-without-notify
 
 public:
-    /// When edits and removals reach the store; the numbers are fixed.
-    enum EditStrategy {
+    /// When edits and removals reach the store; the numbers are fixed. With any other number, which a stream
+    /// may hold, edits and removals stay in the model, and submitAll() and revertAll() do nothing.
+    enum EditStrategy : uint {
         OnFieldChange = 0, ///< at once
         OnManualSubmit = 1 ///< on submitAll(); revertAll() drops them
     };

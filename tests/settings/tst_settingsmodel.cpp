@@ -1061,6 +1061,30 @@ private Q_SLOTS:
         QCOMPARE(entries(*store), QStringList{u"a=new"_s});
     }
 
+    void keepsEverythingInTheTreeWithAnUnknownStrategy()
+    {
+        const auto store = m_files.parsed("a=1\nb=2\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        QDataStream number(QByteArray::fromHex("00000002"));
+        auto strategy = SettingsModel::OnFieldChange;
+        number >> strategy;
+
+        model.setEditStrategy(strategy);
+        QVERIFY(model.setData(model.index(0, 2), u"new"_s));
+        QVERIFY(model.removeRows(1, 1));
+        model.submitAll();
+        model.revertAll();
+
+        QCOMPARE(int(model.editStrategy()), 2);
+        QCOMPARE(treeText(model), u"a=new"_s);
+        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s}));
+        model.setEditStrategy(SettingsModel::OnManualSubmit);
+        model.revertAll();
+        QCOMPARE(treeText(model), u"a=1 b=2"_s);
+    }
+
     void dropsPendingChangesWithTheModel()
     {
         const auto store = m_files.parsed("a=1\nb=2\n");
