@@ -12,6 +12,12 @@ constexpr int nameColumn = 0;
 constexpr int typeColumn = 1;
 constexpr int valueColumn = 2;
 
+/// Whether \a path leads to an entry with a name. Otherwise QSettings takes it for the group around the entry.
+bool namesEntry(const QString &path)
+{
+    return !path.isEmpty() && !path.endsWith(u'/');
+}
+
 /// Found by name as soon as the library is loaded, not only once the type was used in the program.
 [[maybe_unused]] const int settingsModelTypeId = qRegisterMetaType<SettingsModel>();
 
@@ -132,8 +138,7 @@ bool SettingsModel::setData(const QModelIndex &index, const QVariant &value, int
     if ((role == Qt::DisplayRole || role == Qt::EditRole) && index.column() == valueColumn) {
         SettingsModelItem *item = d->item(index);
         item->value = value;
-        // The path of a key without a name is that of the group around it.
-        if (d->editStrategy == OnFieldChange && !item->name.isEmpty())
+        if (d->editStrategy == OnFieldChange && namesEntry(item->path))
             d->settings->setValue(item->path, value);
     }
     Q_EMIT dataChanged(index, index, {});
@@ -169,7 +174,7 @@ bool SettingsModel::removeRows(int row, int count, const QModelIndex &parent)
         SettingsModelItem *child = parentItem->children.at(i);
         if (d->editStrategy == OnManualSubmit)
             d->removedKeys.append(child->path);
-        else if (d->editStrategy == OnFieldChange && !child->name.isEmpty())
+        else if (d->editStrategy == OnFieldChange && namesEntry(child->path))
             d->settings->remove(child->path);
     }
     SettingsModelPrivate::deleteChildren(parentItem, row, count);

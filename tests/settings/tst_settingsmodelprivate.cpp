@@ -346,6 +346,20 @@ private Q_SLOTS:
         QCOMPARE(removed, QStringList());
     }
 
+    void editsAndRemovesANodeWithAPathAlone()
+    {
+        SettingsFiles files;
+        const auto store = files.parsed("a=1\nb=2\n");
+        m_model->setSettings(store.get());
+        m_model->setReadOnly(false);
+        privateHalf(*m_model).root->children.first()->name.clear();
+
+        QVERIFY(m_model->setData(m_model->index(0, 2), u"new"_s));
+        QCOMPARE(entries(*store), (QStringList{u"a=new"_s, u"b=2"_s}));
+        QVERIFY(m_model->removeRows(0, 1));
+        QCOMPARE(entries(*store), QStringList{u"b=2"_s});
+    }
+
     void revertsWithoutAStore()
     {
         SettingsModelPrivate &own = privateHalf(*m_model);
