@@ -12,13 +12,14 @@ constexpr int nameColumn = 0;
 constexpr int typeColumn = 1;
 constexpr int valueColumn = 2;
 
-/// Whether \a path leads to an entry with a name. Otherwise QSettings takes it for the group around the entry.
+/// Whether \a path ends with the name of an entry. QSettings takes any other path for the group around the
+/// entry.
 bool namesEntry(const QString &path)
 {
     return !path.isEmpty() && !path.endsWith(u'/');
 }
 
-/// Found by name as soon as the library is loaded, not only once the type was used in the program.
+/// Registers the type when the library is loaded, so that it is found by name before its first use.
 [[maybe_unused]] const int settingsModelTypeId = qRegisterMetaType<SettingsModel>();
 
 } // namespace
@@ -76,8 +77,7 @@ QModelIndex SettingsModel::parent(const QModelIndex &index) const
     if (!index.isValid())
         return {};
     SettingsModelItem *parentItem = d->item(index)->parent;
-    // Null for the index that stands for the root in top-level notifications, which proxies do ask for its
-    // parent.
+    // Null for the root, whose index is the parent in top-level notifications; proxies ask for its parent.
     if (!parentItem || parentItem == d->root)
         return {};
     return d->index(parentItem);

@@ -13,8 +13,8 @@
 
 namespace {
 
-/// The row of the first child named \a name, or -1. Names in one group tend to begin and to be long alike,
-/// and to differ at their ends, so length and end decide nearly always, without a call.
+/// The row of the first child named \a name, or -1. Names in one group often start alike and are equally
+/// long, but differ at their ends, so comparing length and end nearly always decides without a call.
 int rowOfName(const SettingsModelItem *parent, const QString &name)
 {
     const auto first = parent->children.constBegin();
@@ -82,7 +82,7 @@ QModelIndex SettingsModelPrivate::index(SettingsModelItem *item) const
     return q->createIndex(row, 0, item);
 }
 
-/// index() of an item whose row is most likely \a row.
+/// The same as index(), but faster when \a row is the row of \a item.
 QModelIndex SettingsModelPrivate::indexAt(SettingsModelItem *item, int row) const
 {
     if (item->parent && row < rowCount(item->parent) && item->parent->children.at(row) == item)
@@ -115,8 +115,8 @@ void SettingsModelPrivate::deleteChildren(SettingsModelItem *parent, int first, 
     QList<SettingsModelItem *> gone = children.mid(first, count);
     children.remove(first, gone.size());
 
-    // A node may be listed at other rows, too. One pass finds them all: nodes that unlinked themselves would
-    // each search the list.
+    // A node may be listed at other rows, too. One pass finds them all; nodes that unlink themselves would
+    // search the list once each.
     std::sort(gone.begin(), gone.end());
     children.removeIf([&gone](SettingsModelItem *child) {
         return child && std::binary_search(gone.cbegin(), gone.cend(), child);
@@ -130,7 +130,7 @@ void SettingsModelPrivate::deleteChildren(SettingsModelItem *parent, int first, 
     owner.children = std::move(gone);
 }
 
-/// QSettings answers an empty key with a warning and an invalid value; here it is the value alone.
+/// The value of \a key. QSettings warns of an empty key before it returns an invalid value.
 QVariant SettingsModelPrivate::read(const QString &key) const
 {
     return key.isEmpty() ? QVariant() : settings->value(key);
@@ -159,7 +159,7 @@ void SettingsModelPrivate::fillGroup(SettingsModelItem *parent)
             auto *group = new SettingsModelItem(SettingsModelItem::Group, level.item, -1);
             group->name = name;
             group->path = childPath(level.path, name);
-            // beginGroup() of an empty name stays where it is, and would list the same group again for ever.
+            // beginGroup() with an empty name stays in the same group, which would be listed again forever.
             if (!name.isEmpty()) {
                 settings->beginGroup(name);
                 enter(group);
@@ -280,7 +280,7 @@ void SettingsModelPrivate::submit(SettingsModelItem *item)
     };
     std::vector<Level> levels;
     const auto write = [&](SettingsModelItem *node) {
-        // An empty name addresses the whole current group, which only the root may mean.
+        // An empty name removes the whole current group, as only the root may.
         if (node->name.isEmpty() && node->parent)
             return;
         settings->remove(node->name);

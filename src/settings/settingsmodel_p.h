@@ -10,45 +10,46 @@
 
 class QSettings;
 
-/// "group/name", or \a name alone when \a group is empty. A "%" with a digit in \a group takes part in the
-/// substitution of \a name, as in `"%1/%2".arg(group).arg(name)`.
+/// "group/name", or \a name alone when \a group is empty. Equals `"%1/%2".arg(group).arg(name)`: a "%"
+/// followed by a digit in \a group takes part in the substitution of \a name.
 QString childPath(const QString &group, const QString &name);
 
-/// The private half of SettingsModel: owns the tree, fills it from the store, merges a changed store into it
+/// The private half of SettingsModel. Owns the tree, fills it from the store, merges a changed store into it
 /// and writes it back. The order of the members is fixed.
 ///
-/// The walks keep their own stack, so the depth of a store is limited by memory alone. fillGroup(), refresh()
-/// and submit() need a store and leave its current group as they found it.
+/// fillGroup(), refresh() and submit() need a store and restore its current group. They keep their own stack,
+/// so only memory limits the depth of a store.
 class SettingsModelPrivate
 {
 public:
     explicit SettingsModelPrivate(SettingsModel *model);
     ~SettingsModelPrivate();
 
-    /// The index of \a item, column 0; invalid when its parent does not list it. The root has one too: row 0
-    /// and column 0, valid, and it is what top-level notifications of refresh() carry as parent.
+    /// The index of \a item in column 0; invalid when its parent does not list it. The index of the root is
+    /// valid (row 0, column 0): refresh() passes it as the parent of top-level rows.
     QModelIndex index(SettingsModelItem *item) const;
-    /// The node of \a index; the root when it is invalid.
+    /// The node of \a index, or the root when \a index is invalid.
     SettingsModelItem *item(const QModelIndex &index) const;
-    /// The first child of \a parent named \a name, of whichever kind, or null. Case matters.
+    /// The first child of \a parent named \a name, of any type, or null. Case-sensitive.
     SettingsModelItem *findItem(SettingsModelItem *parent, const QString &name);
-    /// When \a from is less than \a to: announces the removal of the rows \a to to \a from - 1 of \a parent,
-    /// an empty range, and moves nothing.
+    /// Announces the removal of an empty range of \a parent, the rows from \a to up to \a from - 1, when \a
+    /// from is less than \a to. Moves nothing.
     void moveItemUp(SettingsModelItem *parent, int from, int to);
 
-    /// Deletes \a count children of \a parent, from row \a first on. Emits nothing.
+    /// Deletes \a count children of \a parent, starting at row \a first. Emits nothing.
     static void deleteChildren(SettingsModelItem *parent, int first, int count);
 
-    /// Appends the store's current group to \a parent: groups first, then keys, in the order of the store.
+    /// Appends the store's current group to \a parent: groups first, then keys, each in the store's order.
+    /// Emits nothing.
     void fillGroup(SettingsModelItem *parent);
-    /// fillGroup() of the root under a model reset. Removes nothing.
+    /// Calls fillGroup() for the root under a model reset. Removes nothing.
     void rebuild();
     /// Merges the store's current group into the children of \a parent.
     void refresh(SettingsModelItem *parent);
-    /// Replaces the entry of \a item in the store's current group by \a item and all below it.
+    /// Replaces the entry named like \a item in the store's current group with \a item and its subtree.
     void submit(SettingsModelItem *item);
 
-    /// The model in whose name notifications are emitted.
+    /// The model that emits the notifications.
     SettingsModel *q;
     SettingsModelItem *root;
     /// Not owned; null until one is set.
@@ -57,7 +58,7 @@ public:
     bool readOnly;
     QIcon groupIcon;
     QIcon keyIcon;
-    /// Paths of the rows removed with `OnManualSubmit`; never emptied by a submit.
+    /// Paths of the rows removed with `OnManualSubmit`. A submit does not clear them.
     QStringList removedKeys;
 
 private:

@@ -16,9 +16,9 @@ SettingsModelItem::SettingsModelItem(Type type_, SettingsModelItem *parent_, int
 
 SettingsModelItem::~SettingsModelItem()
 {
-    // A store may nest deeper than the stack is: the subtree is collected level by level, so that every
-    // destructor called from here finds neither children nor parent and returns at once. A node that is its
-    // own parent is collected already, so that one listed twice is deleted once.
+    // A store may be nested deeper than the stack allows. The subtree is therefore collected level by level,
+    // and every node has neither children nor a parent when it is deleted. A collected node is its own parent
+    // for the time being, so that a node listed twice is deleted once.
     QList<SettingsModelItem *> subtree;
     const auto collectChildren = [&subtree](SettingsModelItem *owner) {
         const QList<SettingsModelItem *> listed = std::exchange(owner->children, {});
