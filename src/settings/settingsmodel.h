@@ -59,9 +59,9 @@ class SettingsModelPrivate;
 ///
 /// **Which views need SettingsViewProxy**
 /// The notifications of refresh() and revertAll() differ from those that Qt's views and proxies rely on.
-/// Top-level rows are inserted and removed under a *valid* parent index (row 0, column 0) that is no row of the
-/// model. An entry found above its place is announced as the removal of an empty range (the first row follows
-/// the last). Therefore:
+/// Top-level rows are inserted and removed under a *valid* parent index (row 0, column 0) that is no row of
+/// the model. An entry found above its place is announced as the removal of an empty range (the first row
+/// follows the last). Therefore:
 /// - QTreeView, QListView, QTableView, QColumnView and QComboBox, with or without selection or editor, miss
 ///   new top-level rows. When top-level rows are removed, they keep indexes of deleted nodes, and crash.
 /// - The same holds for QItemSelectionModel, QDataWidgetMapper, QCompleter, every QPersistentModelIndex, and
@@ -76,8 +76,9 @@ class SettingsModelPrivate;
 /// **Limits**
 /// - A group or key without a name (sections `[]` and `[/x]`, a line `=5`) has a row, but QSettings can
 ///   neither enter the group nor read or write the key. The group shows no rows and the key no value. Edits,
-///   removals and submits of that row leave the store alone: its path is empty or ends with a slash.
-///   Submitting the level above drops the entry.
+///   removals and submits of that row leave the store alone: its path is empty or ends with a slash. (In a
+///   group whose path holds "%" and a digit it may not; edits and removals then follow the path.) Submitting
+///   the level above drops the entry.
 /// - A new entry whose place lies behind the end of its level (possible when a name is both a group and a
 ///   key) is announced at that place and appended.
 /// - parent() of the index that stands for the root is invalid.
