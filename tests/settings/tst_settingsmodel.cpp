@@ -54,6 +54,25 @@ public:
     }
 };
 
+/// How a fixture's model takes edits.
+enum Mode { ReadOnly, AtOnce, Manual };
+
+/// A model of a store, and what it has signalled since.
+struct Fixture
+{
+    explicit Fixture(std::unique_ptr<QSettings> settings, Mode mode = ReadOnly) : store(std::move(settings))
+    {
+        model.setSettings(store.get());
+        model.setReadOnly(mode == ReadOnly);
+        model.setEditStrategy(mode == Manual ? SettingsModel::OnManualSubmit : SettingsModel::OnFieldChange);
+        recorder.take();
+    }
+
+    const std::unique_ptr<QSettings> store;
+    SettingsModel model;
+    ModelRecorder recorder{&model};
+};
+
 #if defined(__GXX_ABI_VERSION) && defined(__x86_64__)
 /// The place of a virtual function in the virtual table, by the Itanium ABI.
 template <typename Function>
@@ -391,15 +410,12 @@ private Q_SLOTS:
 
     void ignoresTheSameStore()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\n"));
 
-        model.setSettings(store.get());
+        f.model.setSettings(f.store.get());
 
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(treeText(model), u"a=1"_s);
+        QCOMPARE(f.recorder.take(), QStringList());
+        QCOMPARE(treeText(f.model), u"a=1"_s);
     }
 
     void appendsAnotherStore()
@@ -418,17 +434,14 @@ private Q_SLOTS:
 
     void keepsItsRowsWithoutStore()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
+        Fixture f(m_files.parsed("a=1\n"), AtOnce);
 
-        model.setSettings(nullptr);
-        model.refresh();
+        f.model.setSettings(nullptr);
+        f.model.refresh();
 
-        QCOMPARE(treeText(model), u"a=1"_s);
-        QVERIFY(!model.setData(model.index(0, 2), 2));
-        QVERIFY(!model.removeRows(0, 1));
+        QCOMPARE(treeText(f.model), u"a=1"_s);
+        QVERIFY(!f.model.setData(f.model.index(0, 2), 2));
+        QVERIFY(!f.model.removeRows(0, 1));
     }
 
     void showsAnEmptyStore()
@@ -658,19 +671,15 @@ private Q_SLOTS:
 
     void knowsNoDataOfTheInvalidIndex()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
+        Fixture f(m_files.parsed("a=1\n"));
 
         for (int role = 0; role < 32; ++role)
-            QVERIFY(!model.data({}, role).isValid());
+            QVERIFY(!f.model.data({}, role).isValid());
     }
 
     void decoratesWithTheStandardIcons()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
+        Fixture f(m_files.parsed("a=1\n[g]\nk=1\n"));
         const auto image = [](const QVariant &icon) {
             return icon.value<QIcon>().pixmap(16, QIcon::Normal, QIcon::Off).toImage();
         };
@@ -680,8 +689,8 @@ private Q_SLOTS:
             return icon.pixmap(16).toImage();
         };
 
-        const QVariant group = find(model, {u"g"_s}).data(Qt::DecorationRole);
-        const QVariant key = find(model, {u"a"_s}).data(Qt::DecorationRole);
+        const QVariant group = find(f.model, {u"g"_s}).data(Qt::DecorationRole);
+        const QVariant key = find(f.model, {u"a"_s}).data(Qt::DecorationRole);
 
         QCOMPARE(group.metaType(), QMetaType::fromType<QIcon>());
         QCOMPARE(key.metaType(), QMetaType::fromType<QIcon>());
@@ -692,71 +701,63 @@ private Q_SLOTS:
 
     void knowsItsShape()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=1\nl=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        const QModelIndex group = model.index(0, 0);
-        const QModelIndex key = model.index(1, 0, group);
+        Fixture f(m_files.parsed("a=1\n[g]\nk=1\nl=2\n"));
+        const QModelIndex group = f.model.index(0, 0);
+        const QModelIndex key = f.model.index(1, 0, group);
 
-        QCOMPARE(model.rowCount(), 2);
-        QCOMPARE(model.rowCount(group), 2);
-        QCOMPARE(model.rowCount(group.siblingAtColumn(2)), 2);
-        QCOMPARE(model.rowCount(key), 0);
-        QCOMPARE(model.columnCount(key), 3);
-        QCOMPARE(model.columnCount(group), 3);
-        QVERIFY(model.hasChildren(group));
-        QVERIFY(model.hasChildren(group.siblingAtColumn(1)));
-        QVERIFY(!model.hasChildren(key));
-        QVERIFY(model.hasChildren({}));
-        QCOMPARE(model.parent(key), group);
-        QCOMPARE(model.parent(key.siblingAtColumn(2)), group);
-        QCOMPARE(model.parent(group), QModelIndex());
-        QCOMPARE(model.parent({}), QModelIndex());
-        QCOMPARE(model.index(1, 2, group).row(), 1);
-        QCOMPARE(model.index(1, 2, group).column(), 2);
-        QCOMPARE(model.index(1, 2, group).internalPointer(), key.internalPointer());
-        QVERIFY(!model.index(2, 0, group).isValid());
-        QVERIFY(!model.index(0, 3, group).isValid());
-        QVERIFY(!model.index(-1, 0, group).isValid());
-        QVERIFY(!model.index(0, -1).isValid());
-        QVERIFY(!model.index(0, 0, key).isValid());
+        QCOMPARE(f.model.rowCount(), 2);
+        QCOMPARE(f.model.rowCount(group), 2);
+        QCOMPARE(f.model.rowCount(group.siblingAtColumn(2)), 2);
+        QCOMPARE(f.model.rowCount(key), 0);
+        QCOMPARE(f.model.columnCount(key), 3);
+        QCOMPARE(f.model.columnCount(group), 3);
+        QVERIFY(f.model.hasChildren(group));
+        QVERIFY(f.model.hasChildren(group.siblingAtColumn(1)));
+        QVERIFY(!f.model.hasChildren(key));
+        QVERIFY(f.model.hasChildren({}));
+        QCOMPARE(f.model.parent(key), group);
+        QCOMPARE(f.model.parent(key.siblingAtColumn(2)), group);
+        QCOMPARE(f.model.parent(group), QModelIndex());
+        QCOMPARE(f.model.parent({}), QModelIndex());
+        QCOMPARE(f.model.index(1, 2, group).row(), 1);
+        QCOMPARE(f.model.index(1, 2, group).column(), 2);
+        QCOMPARE(f.model.index(1, 2, group).internalPointer(), key.internalPointer());
+        QVERIFY(!f.model.index(2, 0, group).isValid());
+        QVERIFY(!f.model.index(0, 3, group).isValid());
+        QVERIFY(!f.model.index(-1, 0, group).isValid());
+        QVERIFY(!f.model.index(0, -1).isValid());
+        QVERIFY(!f.model.index(0, 0, key).isValid());
     }
 
     void showsAnEmptyGroup()
     {
-        const auto store = m_files.parsed("[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        const QModelIndex group = model.index(0, 0);
+        Fixture f(m_files.parsed("[g]\nk=1\n"), AtOnce);
+        const QModelIndex group = f.model.index(0, 0);
 
-        QVERIFY(model.removeRows(0, 1, group));
+        QVERIFY(f.model.removeRows(0, 1, group));
 
-        QCOMPARE(model.rowCount(group), 0);
-        QVERIFY(model.hasChildren(group));
+        QCOMPARE(f.model.rowCount(group), 0);
+        QVERIFY(f.model.hasChildren(group));
     }
 
     // What can be edited.
 
     void allowsEditingOfValuesAlone()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
+        Fixture f(m_files.parsed("a=1\n[g]\nk=1\n"));
         const Qt::ItemFlags shown = Qt::ItemIsSelectable | Qt::ItemIsEnabled;
-        const QModelIndex value = find(model, {u"g"_s, u"k"_s}, 2);
-        ModelRecorder recorder(&model);
+        const QModelIndex value = find(f.model, {u"g"_s, u"k"_s}, 2);
 
-        QCOMPARE(model.flags(value), shown);
-        model.setReadOnly(false);
+        QCOMPARE(f.model.flags(value), shown);
+        f.model.setReadOnly(false);
 
-        QCOMPARE(model.flags(value), shown | Qt::ItemIsEditable);
-        QCOMPARE(model.flags(value.siblingAtColumn(0)), shown);
-        QCOMPARE(model.flags(value.siblingAtColumn(1)), shown);
+        QCOMPARE(f.model.flags(value), shown | Qt::ItemIsEditable);
+        QCOMPARE(f.model.flags(value.siblingAtColumn(0)), shown);
+        QCOMPARE(f.model.flags(value.siblingAtColumn(1)), shown);
         for (int column : {0, 1, 2})
-            QCOMPARE(model.flags(find(model, {u"g"_s}, column)), shown);
-        QCOMPARE(model.flags({}), Qt::NoItemFlags);
-        QCOMPARE(recorder.take(), QStringList());
+            QCOMPARE(f.model.flags(find(f.model, {u"g"_s}, column)), shown);
+        QCOMPARE(f.model.flags({}), Qt::NoItemFlags);
+        QCOMPARE(f.recorder.take(), QStringList());
     }
 
     void refusesEdits_data()
@@ -777,18 +778,15 @@ private Q_SLOTS:
         QFETCH(QStringList, names);
         QFETCH(int, column);
         QFETCH(bool, readOnly);
-        const auto store = m_files.parsed("a=1\n[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(readOnly);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\n[g]\nk=1\n"));
+        f.model.setReadOnly(readOnly);
 
         for (int role : {int(Qt::EditRole), int(Qt::DisplayRole), int(Qt::ToolTipRole)})
-            QVERIFY(!model.setData(find(model, names, column), u"new"_s, role));
+            QVERIFY(!f.model.setData(find(f.model, names, column), u"new"_s, role));
 
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(treeText(model), u"g{k=1} a=1"_s);
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"g/k=1"_s}));
+        QCOMPARE(f.recorder.take(), QStringList());
+        QCOMPARE(treeText(f.model), u"g{k=1} a=1"_s);
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"g/k=1"_s}));
     }
 
     void refusesEditsOfWidenedFlagsWhileReadOnly()
@@ -850,17 +848,13 @@ private Q_SLOTS:
 
     void acceptsOtherRolesAndChangesNothing()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\n"), AtOnce);
 
-        QVERIFY(model.setData(model.index(0, 2), u"new"_s, Qt::ToolTipRole));
+        QVERIFY(f.model.setData(f.model.index(0, 2), u"new"_s, Qt::ToolTipRole));
 
-        QCOMPARE(recorder.take(), QStringList{u"changed a 2-2 []"_s});
-        QCOMPARE(treeText(model), u"a=1"_s);
-        QCOMPARE(entries(*store), QStringList{u"a=1"_s});
+        QCOMPARE(f.recorder.take(), QStringList{u"changed a 2-2 []"_s});
+        QCOMPARE(treeText(f.model), u"a=1"_s);
+        QCOMPARE(entries(*f.store), QStringList{u"a=1"_s});
     }
 
     void storesAnEditedListAsOneText()
@@ -880,33 +874,25 @@ private Q_SLOTS:
 
     void removesRowsFromTheStoreAtOnce()
     {
-        const auto store = m_files.parsed("a=1\nb=2\nc=3\n[g]\nk=1\nl\\m=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        ModelRecorder recorder(&model);
-        recorder.snapshot = [&] { return treeText(model) + u'|' + entries(*store).join(u' '); };
+        Fixture f(m_files.parsed("a=1\nb=2\nc=3\n[g]\nk=1\nl\\m=1\n"), AtOnce);
+        f.recorder.snapshot = [&] { return treeText(f.model) + u'|' + entries(*f.store).join(u' '); };
 
-        QVERIFY(model.removeRows(0, 3));
+        QVERIFY(f.model.removeRows(0, 3));
 
-        QCOMPARE(recorder.take(),
+        QCOMPARE(f.recorder.take(),
                  (QStringList{u"removing none 0..2: g{l{m=1} k=1} a=1 b=2 c=3|a=1 b=2 c=3 g/k=1 g/l/m=1"_s,
                               u"removed none 0..2: c=3|c=3"_s}));
     }
 
     void removesRowsOfAGroup()
     {
-        const auto store = m_files.parsed("[g]\nk=1\nl=2\nm=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("[g]\nk=1\nl=2\nm=3\n"), AtOnce);
 
-        QVERIFY(model.removeRows(1, 1, model.index(0, 0)));
+        QVERIFY(f.model.removeRows(1, 1, f.model.index(0, 0)));
 
-        QCOMPARE(recorder.take(), removals(u"g"_s, 1, 1));
-        QCOMPARE(treeText(model), u"g{k=1 m=3}"_s);
-        QCOMPARE(entries(*store), (QStringList{u"g/k=1"_s, u"g/m=3"_s}));
+        QCOMPARE(f.recorder.take(), removals(u"g"_s, 1, 1));
+        QCOMPARE(treeText(f.model), u"g{k=1 m=3}"_s);
+        QCOMPARE(entries(*f.store), (QStringList{u"g/k=1"_s, u"g/m=3"_s}));
     }
 
     void refusesRemovals_data()
@@ -929,160 +915,133 @@ private Q_SLOTS:
         QFETCH(int, row);
         QFETCH(int, count);
         QFETCH(bool, readOnly);
-        const auto store = m_files.parsed("a=1\nb=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(readOnly);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\nb=2\n"));
+        f.model.setReadOnly(readOnly);
 
         for (SettingsModel::EditStrategy strategy :
              {SettingsModel::OnFieldChange, SettingsModel::OnManualSubmit}) {
-            model.setEditStrategy(strategy);
-            QVERIFY(!model.removeRows(row, count));
+            f.model.setEditStrategy(strategy);
+            QVERIFY(!f.model.removeRows(row, count));
         }
 
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(treeText(model), u"a=1 b=2"_s);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.submitAll();
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s}));
+        QCOMPARE(f.recorder.take(), QStringList());
+        QCOMPARE(treeText(f.model), u"a=1 b=2"_s);
+        f.model.setEditStrategy(SettingsModel::OnManualSubmit);
+        f.model.submitAll();
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"b=2"_s}));
     }
 
     // The manual strategy.
 
     void submitsNothingOfOnFieldChange()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"b"_s, 2);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\n"));
+        f.store->setValue(u"b"_s, 2);
 
-        model.submitAll();
-        model.revertAll();
+        f.model.submitAll();
+        f.model.revertAll();
 
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s}));
-        QCOMPARE(treeText(model), u"a=1"_s);
+        QCOMPARE(f.recorder.take(), QStringList());
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"b=2"_s}));
+        QCOMPARE(treeText(f.model), u"a=1"_s);
     }
 
     void keepsEditsUntilSubmit()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n[g]\nk=1\nl=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
+        Fixture f(m_files.parsed("a=1\nb=2\n[g]\nk=1\nl=2\n"), Manual);
 
-        QVERIFY(model.setData(find(model, {u"g"_s, u"k"_s}, 2), u"new"_s));
-        QVERIFY(model.removeRows(1, 1, model.index(0, 0)));
-        QVERIFY(model.removeRows(1, 1));
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s, u"g/k=1"_s, u"g/l=2"_s}));
-        ModelRecorder recorder(&model);
-        model.submitAll();
+        QVERIFY(f.model.setData(find(f.model, {u"g"_s, u"k"_s}, 2), u"new"_s));
+        QVERIFY(f.model.removeRows(1, 1, f.model.index(0, 0)));
+        QVERIFY(f.model.removeRows(1, 1));
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"b=2"_s, u"g/k=1"_s, u"g/l=2"_s}));
+        f.recorder.take();
+        f.model.submitAll();
 
-        QCOMPARE(entries(*store), (QStringList{u"b=2"_s, u"g/k=new"_s}));
-        QCOMPARE(recorder.take(), QStringList());
-        QCOMPARE(entries(*m_files.reparsed(*store)), (QStringList{u"b=2"_s, u"g/k=new"_s}));
+        QCOMPARE(entries(*f.store), (QStringList{u"b=2"_s, u"g/k=new"_s}));
+        QCOMPARE(f.recorder.take(), QStringList());
+        QCOMPARE(entries(*m_files.reparsed(*f.store)), (QStringList{u"b=2"_s, u"g/k=new"_s}));
     }
 
     void replacesTheWholeGroupOnSubmit()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        store->setValue(u"foreign"_s, 2);
-        store->setValue(u"other/foreign"_s, 3);
+        Fixture f(m_files.parsed("a=1\n"));
+        f.model.setEditStrategy(SettingsModel::OnManualSubmit);
+        f.store->setValue(u"foreign"_s, 2);
+        f.store->setValue(u"other/foreign"_s, 3);
 
-        model.submitAll();
+        f.model.submitAll();
 
-        QCOMPARE(entries(*store), QStringList{u"a=1"_s});
+        QCOMPARE(entries(*f.store), QStringList{u"a=1"_s});
     }
 
     void submitsTheSameTwice()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.removeRows(0, 1);
-        model.submitAll();
-        store->setValue(u"a"_s, 1);
+        Fixture f(m_files.parsed("a=1\nb=2\n"), Manual);
+        f.model.removeRows(0, 1);
+        f.model.submitAll();
+        f.store->setValue(u"a"_s, 1);
 
-        model.submitAll();
+        f.model.submitAll();
 
-        QCOMPARE(entries(*store), QStringList{u"b=2"_s});
+        QCOMPARE(entries(*f.store), QStringList{u"b=2"_s});
     }
 
     void revertsToTheStore()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n[g]\nk=1\nl=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.setData(find(model, {u"b"_s}, 2), u"new"_s);
-        model.removeRows(0, 1, model.index(0, 0));
-        model.removeRows(1, 1);
-        QCOMPARE(treeText(model), u"g{l=2} b=new"_s);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\nb=2\n[g]\nk=1\nl=2\n"), Manual);
+        f.model.setData(find(f.model, {u"b"_s}, 2), u"new"_s);
+        f.model.removeRows(0, 1, f.model.index(0, 0));
+        f.model.removeRows(1, 1);
+        QCOMPARE(treeText(f.model), u"g{l=2} b=new"_s);
+        f.recorder.take();
 
-        model.revertAll();
+        f.model.revertAll();
 
-        QCOMPARE(treeText(model), u"g{k=1 l=2} a=1 b=2"_s);
-        QCOMPARE(recorder.take(), inserts(u"g"_s, 0) + changes({u"g/k"_s, u"g/l"_s}) + inserts(u"root"_s, 1) +
-                                      changes({u"a"_s, u"b"_s}));
-        model.submitAll();
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s, u"g/k=1"_s, u"g/l=2"_s}));
+        QCOMPARE(treeText(f.model), u"g{k=1 l=2} a=1 b=2"_s);
+        QCOMPARE(f.recorder.take(), inserts(u"g"_s, 0) + changes({u"g/k"_s, u"g/l"_s}) +
+                                        inserts(u"root"_s, 1) + changes({u"a"_s, u"b"_s}));
+        f.model.submitAll();
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"b=2"_s, u"g/k=1"_s, u"g/l=2"_s}));
     }
 
     void strandsPendingChangesWhenTheStrategyChanges()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.setData(model.index(0, 2), u"new"_s);
-        model.removeRows(1, 1);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\nb=2\n"), Manual);
+        f.model.setData(f.model.index(0, 2), u"new"_s);
+        f.model.removeRows(1, 1);
+        f.recorder.take();
 
-        model.setEditStrategy(SettingsModel::OnFieldChange);
-        model.submitAll();
-        model.revertAll();
+        f.model.setEditStrategy(SettingsModel::OnFieldChange);
+        f.model.submitAll();
+        f.model.revertAll();
 
-        QCOMPARE(treeText(model), u"a=new"_s);
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s}));
-        QCOMPARE(recorder.take(), QStringList());
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.submitAll();
-        QCOMPARE(entries(*store), QStringList{u"a=new"_s});
+        QCOMPARE(treeText(f.model), u"a=new"_s);
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"b=2"_s}));
+        QCOMPARE(f.recorder.take(), QStringList());
+        f.model.setEditStrategy(SettingsModel::OnManualSubmit);
+        f.model.submitAll();
+        QCOMPARE(entries(*f.store), QStringList{u"a=new"_s});
     }
 
     void keepsEverythingInTheTreeWithAnUnknownStrategy()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
+        Fixture f(m_files.parsed("a=1\nb=2\n"), AtOnce);
         QDataStream number(QByteArray::fromHex("00000002"));
         auto strategy = SettingsModel::OnFieldChange;
         number >> strategy;
 
-        model.setEditStrategy(strategy);
-        QVERIFY(model.setData(model.index(0, 2), u"new"_s));
-        QVERIFY(model.removeRows(1, 1));
-        model.submitAll();
-        model.revertAll();
+        f.model.setEditStrategy(strategy);
+        QVERIFY(f.model.setData(f.model.index(0, 2), u"new"_s));
+        QVERIFY(f.model.removeRows(1, 1));
+        f.model.submitAll();
+        f.model.revertAll();
 
-        QCOMPARE(int(model.editStrategy()), 2);
-        QCOMPARE(treeText(model), u"a=new"_s);
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"b=2"_s}));
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.revertAll();
-        QCOMPARE(treeText(model), u"a=1 b=2"_s);
+        QCOMPARE(int(f.model.editStrategy()), 2);
+        QCOMPARE(treeText(f.model), u"a=new"_s);
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"b=2"_s}));
+        f.model.setEditStrategy(SettingsModel::OnManualSubmit);
+        f.model.revertAll();
+        QCOMPARE(treeText(f.model), u"a=1 b=2"_s);
     }
 
     void dropsPendingChangesWithTheModel()
@@ -1102,107 +1061,89 @@ private Q_SLOTS:
 
     void losesTheGroupOfANameThatIsAKeyTooOnSubmit()
     {
-        const auto store = m_files.parsed("x=1\nx\\y=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        QCOMPARE(treeText(model), u"x{y=2} x=1"_s);
+        Fixture f(m_files.parsed("x=1\nx\\y=2\n"));
+        f.model.setEditStrategy(SettingsModel::OnManualSubmit);
+        QCOMPARE(treeText(f.model), u"x{y=2} x=1"_s);
 
-        model.submitAll();
+        f.model.submitAll();
 
-        QCOMPARE(entries(*store), QStringList{u"x=1"_s});
+        QCOMPARE(entries(*f.store), QStringList{u"x=1"_s});
     }
 
     // Reset and merge.
 
     void appendsOnClear()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\n[g]\nk=1\n"));
 
-        model.clear();
-        model.clear();
+        f.model.clear();
+        f.model.clear();
 
-        QCOMPARE(recorder.take(), (QStringList{u"resetting"_s, u"reset"_s, u"resetting"_s, u"reset"_s}));
-        QCOMPARE(treeText(model), u"g{k=1} a=1 g{k=1} a=1 g{k=1} a=1"_s);
+        QCOMPARE(f.recorder.take(), (QStringList{u"resetting"_s, u"reset"_s, u"resetting"_s, u"reset"_s}));
+        QCOMPARE(treeText(f.model), u"g{k=1} a=1 g{k=1} a=1 g{k=1} a=1"_s);
     }
 
     void cutsTheCopiesOnRefresh()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.clear();
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\n[g]\nk=1\n"));
+        f.model.clear();
+        f.recorder.take();
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(), changes({u"g/k"_s, u"a"_s}) + removals(u"root"_s, 2, 3));
-        QCOMPARE(treeText(model), u"g{k=1} a=1"_s);
+        QCOMPARE(f.recorder.take(), changes({u"g/k"_s, u"a"_s}) + removals(u"root"_s, 2, 3));
+        QCOMPARE(treeText(f.model), u"g{k=1} a=1"_s);
     }
 
     void reportsEveryKeyOnRefresh()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n[g]\nk=1\nh\\l=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("a=1\nb=2\n[g]\nk=1\nh\\l=2\n"));
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(), changes({u"g/h/l"_s, u"g/k"_s, u"a"_s, u"b"_s}));
-        QCOMPARE(store->group(), QString());
+        QCOMPARE(f.recorder.take(), changes({u"g/h/l"_s, u"g/k"_s, u"a"_s, u"b"_s}));
+        QCOMPARE(f.store->group(), QString());
     }
 
     void readsValuesAgainOnRefresh()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"a"_s, 5);
+        Fixture f(m_files.parsed("a=1\n"));
+        f.store->setValue(u"a"_s, 5);
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(model.index(0, 2).data(), QVariant(5));
-        QCOMPARE(model.index(0, 1).data(), QVariant(u"int"_s));
+        QCOMPARE(f.model.index(0, 2).data(), QVariant(5));
+        QCOMPARE(f.model.index(0, 1).data(), QVariant(u"int"_s));
     }
 
     void insertsANewKeyAtItsPlace()
     {
-        const auto store = m_files.parsed("[g]\na=1\nc=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"g/b"_s, 2);
-        ModelRecorder recorder(&model);
-        recorder.snapshot = [&] {
-            const QModelIndex row = model.index(1, 0, model.index(0, 0));
-            return treeText(model) + u" path "_s + row.data(Qt::ToolTipRole).toString() + u" type "_s +
+        Fixture f(m_files.parsed("[g]\na=1\nc=3\n"));
+        f.store->setValue(u"g/b"_s, 2);
+        f.recorder.snapshot = [&] {
+            const QModelIndex row = f.model.index(1, 0, f.model.index(0, 0));
+            return treeText(f.model) + u" path "_s + row.data(Qt::ToolTipRole).toString() + u" type "_s +
                    row.siblingAtColumn(1).data().toString();
         };
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(), (QStringList{u"changed g/a 0-2 []: g{a=1 c=3} path g/c type QString"_s,
-                                               u"inserting g 1..1: g{a=1 c=3} path g/c type QString"_s,
-                                               u"inserted g 1..1: g{a=1 = c=3} path  type "_s,
-                                               u"changed g/b 0-2 []: g{a=1 b=2 c=3} path g/b type int"_s,
-                                               u"changed g/c 0-2 []: g{a=1 b=2 c=3} path g/b type int"_s}));
+        QCOMPARE(f.recorder.take(), (QStringList{u"changed g/a 0-2 []: g{a=1 c=3} path g/c type QString"_s,
+                                                 u"inserting g 1..1: g{a=1 c=3} path g/c type QString"_s,
+                                                 u"inserted g 1..1: g{a=1 = c=3} path  type "_s,
+                                                 u"changed g/b 0-2 []: g{a=1 b=2 c=3} path g/b type int"_s,
+                                                 u"changed g/c 0-2 []: g{a=1 b=2 c=3} path g/b type int"_s}));
     }
 
     void insertsANewGroupWithoutName()
     {
-        const auto store = m_files.parsed("a=1\n[z]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"m/n/k"_s, u"2"_s);
-        ModelRecorder recorder(&model);
-        recorder.snapshot = [&] { return treeText(model); };
+        Fixture f(m_files.parsed("a=1\n[z]\nk=1\n"));
+        f.store->setValue(u"m/n/k"_s, u"2"_s);
+        f.recorder.snapshot = [&] { return treeText(f.model); };
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(),
+        QCOMPARE(f.recorder.take(),
                  (QStringList{u"inserting root 0..0: z{k=1} a=1"_s, u"inserted root 0..0: {} z{k=1} a=1"_s,
                               u"inserting m 0..0: m{} z{k=1} a=1"_s, u"inserted m 0..0: m{{}} z{k=1} a=1"_s,
                               u"inserting m/n 0..0: m{n{}} z{k=1} a=1"_s,
@@ -1210,24 +1151,22 @@ private Q_SLOTS:
                               u"changed m/n/k 0-2 []: m{n{k=2}} z{k=1} a=1"_s,
                               u"changed z/k 0-2 []: m{n{k=2}} z{k=1} a=1"_s,
                               u"changed a 0-2 []: m{n{k=2}} z{k=1} a=1"_s}));
-        QCOMPARE(find(model, {u"m"_s, u"n"_s}).data(Qt::ToolTipRole), QVariant(u"m/n"_s));
+        QCOMPARE(find(f.model, {u"m"_s, u"n"_s}).data(Qt::ToolTipRole), QVariant(u"m/n"_s));
     }
 
     void givesTopLevelNotificationsTheIndexOfTheRoot()
     {
-        const auto store = m_files.empty();
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"k"_s, 1);
-        QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
-        QSignalSpy removed(&model, &QAbstractItemModel::rowsRemoved);
+        Fixture f(m_files.empty());
+        f.store->setValue(u"k"_s, 1);
+        QSignalSpy inserted(&f.model, &QAbstractItemModel::rowsInserted);
+        QSignalSpy removed(&f.model, &QAbstractItemModel::rowsRemoved);
         QModelIndex parent;
-        connect(&model, &QAbstractItemModel::rowsAboutToBeInserted, this,
+        connect(&f.model, &QAbstractItemModel::rowsAboutToBeInserted, this,
                 [&](const QModelIndex &index) { parent = index; });
 
-        model.refresh();
-        store->remove(u"k"_s);
-        model.refresh();
+        f.model.refresh();
+        f.store->remove(u"k"_s);
+        f.model.refresh();
 
         QCOMPARE(inserted.size(), 1);
         QCOMPARE(removed.size(), 1);
@@ -1237,64 +1176,56 @@ private Q_SLOTS:
         QCOMPARE(parent.row(), 0);
         QCOMPARE(parent.column(), 0);
         QVERIFY(parent.internalPointer());
-        QCOMPARE(model.parent(parent), QModelIndex());
-        QCOMPARE(model.rowCount(parent), 0);
-        QVERIFY(model.hasChildren(parent));
+        QCOMPARE(f.model.parent(parent), QModelIndex());
+        QCOMPARE(f.model.rowCount(parent), 0);
+        QVERIFY(f.model.hasChildren(parent));
         QCOMPARE(parent.data(), QVariant(QString()));
-        QCOMPARE(model.flags(parent), Qt::ItemIsSelectable | Qt::ItemIsEnabled);
+        QCOMPARE(f.model.flags(parent), Qt::ItemIsSelectable | Qt::ItemIsEnabled);
         QVERIFY(!parent.data(Qt::DecorationRole).value<QIcon>().isNull());
     }
 
     void answersForTheRootAsForAnyKeyless()
     {
-        const auto store = m_files.empty();
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"k"_s, 1);
+        Fixture f(m_files.empty());
+        f.store->setValue(u"k"_s, 1);
         QStringList answers;
-        connect(&model, &QAbstractItemModel::rowsInserted, this, [&](const QModelIndex &parent) {
-            answers += treeText(model, parent);
-            answers += QString::number(model.rowCount(parent));
+        connect(&f.model, &QAbstractItemModel::rowsInserted, this, [&](const QModelIndex &parent) {
+            answers += treeText(f.model, parent);
+            answers += QString::number(f.model.rowCount(parent));
             answers += parent.data(Qt::ToolTipRole).toString();
-            answers += model.index(0, 0, parent) == model.index(0, 0) ? u"same"_s : u"other"_s;
+            answers += f.model.index(0, 0, parent) == f.model.index(0, 0) ? u"same"_s : u"other"_s;
         });
 
-        model.refresh();
+        f.model.refresh();
 
         QCOMPARE(answers, (QStringList{u"="_s, u"1"_s, u""_s, u"same"_s}));
     }
 
     void needsTwoRefreshesForAVanishedEntry()
     {
-        const auto store = m_files.parsed("[P]\nk=1\n[Q]\nk=1\n[R]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->remove(u"Q"_s);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("[P]\nk=1\n[Q]\nk=1\n[R]\nk=1\n"));
+        f.store->remove(u"Q"_s);
 
-        model.refresh();
-        QCOMPARE(treeText(model), u"P{k=1} Q{k=1}"_s);
-        QCOMPARE(recorder.take(), changes({u"P/k"_s, u"R/k"_s}) + removals(u"root"_s, 2, 2));
+        f.model.refresh();
+        QCOMPARE(treeText(f.model), u"P{k=1} Q{k=1}"_s);
+        QCOMPARE(f.recorder.take(), changes({u"P/k"_s, u"R/k"_s}) + removals(u"root"_s, 2, 2));
 
-        model.refresh();
-        QCOMPARE(treeText(model), u"P{k=1} R{k=1}"_s);
-        QCOMPARE(recorder.take(), changes({u"P/k"_s}) + inserts(u"root"_s, 1) + inserts(u"R"_s, 0) +
-                                      changes({u"R/k"_s}) + removals(u"root"_s, 2, 2));
+        f.model.refresh();
+        QCOMPARE(treeText(f.model), u"P{k=1} R{k=1}"_s);
+        QCOMPARE(f.recorder.take(), changes({u"P/k"_s}) + inserts(u"root"_s, 1) + inserts(u"R"_s, 0) +
+                                        changes({u"R/k"_s}) + removals(u"root"_s, 2, 2));
     }
 
     void cutsTheTailWhicheverRowsStandThere()
     {
-        const auto store = m_files.parsed("[g]\na=1\nb=2\nc=3\nd=4\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->remove(u"g/a"_s);
-        store->remove(u"g/b"_s);
-        ModelRecorder recorder(&model);
-        recorder.snapshot = [&] { return treeText(model); };
+        Fixture f(m_files.parsed("[g]\na=1\nb=2\nc=3\nd=4\n"));
+        f.store->remove(u"g/a"_s);
+        f.store->remove(u"g/b"_s);
+        f.recorder.snapshot = [&] { return treeText(f.model); };
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(),
+        QCOMPARE(f.recorder.take(),
                  (QStringList{u"changed g/c 0-2 []: g{a=1 b=2 c=3 d=4}"_s,
                               u"changed g/d 0-2 []: g{a=1 b=2 c=3 d=4}"_s,
                               u"removing g 2..3: g{a=1 b=2 c=3 d=4}"_s, u"removed g 2..3: g{a=1 b=2}"_s}));
@@ -1302,96 +1233,80 @@ private Q_SLOTS:
 
     void tellsOfAnEntryAboveItsPlaceByAnEmptyRemoval()
     {
-        const auto store = m_files.parsed("[g]\nx=1\nx\\y=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        QCOMPARE(treeText(model), u"g{x{y=2} x=1}"_s);
-        ModelRecorder recorder(&model);
-        recorder.snapshot = [&] { return treeText(model); };
+        Fixture f(m_files.parsed("[g]\nx=1\nx\\y=2\n"));
+        QCOMPARE(treeText(f.model), u"g{x{y=2} x=1}"_s);
+        f.recorder.snapshot = [&] { return treeText(f.model); };
 
-        model.refresh();
+        f.model.refresh();
 
         QCOMPARE(
-            recorder.take(),
+            f.recorder.take(),
             (QStringList{u"changed g/x/y 0-2 []: g{x{y=2} x=1}"_s, u"removing g 1..-1: g{x={y=2} x=1}"_s,
                          u"removed g 1..-1: g{x={y=2} x=1}"_s, u"changed g/x 0-2 []: g{x=1{y=2} x=1}"_s}));
-        const QModelIndex x = find(model, {u"g"_s, u"x"_s});
+        const QModelIndex x = find(f.model, {u"g"_s, u"x"_s});
         QCOMPARE(x.row(), 0);
-        QVERIFY(!model.hasChildren(x));
-        QCOMPARE(model.rowCount(x), 1);
+        QVERIFY(!f.model.hasChildren(x));
+        QCOMPARE(f.model.rowCount(x), 1);
 
         // The next merge turns the key into a group, and back.
-        model.refresh();
+        f.model.refresh();
         QCOMPARE(
-            recorder.take(),
+            f.recorder.take(),
             (QStringList{u"changed g/x/y 0-2 []: g{x{y=2} x=1}"_s, u"removing g 1..-1: g{x={y=2} x=1}"_s,
                          u"removed g 1..-1: g{x={y=2} x=1}"_s, u"changed g/x 0-2 []: g{x=1{y=2} x=1}"_s}));
     }
 
     void turnsAGroupIntoAKeyThatKeepsItsRows()
     {
-        const auto store = m_files.parsed("[g]\nx\\y=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->remove(u"g/x"_s);
-        store->setValue(u"g/x"_s, 7);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("[g]\nx\\y=2\n"));
+        f.store->remove(u"g/x"_s);
+        f.store->setValue(u"g/x"_s, 7);
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(), changes({u"g/x"_s}));
-        QCOMPARE(treeText(model), u"g{x=7{y=2}}"_s);
-        QCOMPARE(find(model, {u"g"_s, u"x"_s}, 1).data(), QVariant(u"int"_s));
+        QCOMPARE(f.recorder.take(), changes({u"g/x"_s}));
+        QCOMPARE(treeText(f.model), u"g{x=7{y=2}}"_s);
+        QCOMPARE(find(f.model, {u"g"_s, u"x"_s}, 1).data(), QVariant(u"int"_s));
     }
 
     void turnsAKeyIntoAGroup()
     {
-        const auto store = m_files.parsed("[g]\nx=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->remove(u"g/x"_s);
-        store->setValue(u"g/x/y"_s, u"7"_s);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("[g]\nx=2\n"));
+        f.store->remove(u"g/x"_s);
+        f.store->setValue(u"g/x/y"_s, u"7"_s);
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(), inserts(u"g/x"_s, 0) + changes({u"g/x/y"_s}));
-        QCOMPARE(treeText(model), u"g{x{y=7}}"_s);
-        QCOMPARE(find(model, {u"g"_s, u"x"_s}, 1).data(), QVariant());
-        QCOMPARE(find(model, {u"g"_s, u"x"_s}, 2).data(), QVariant());
+        QCOMPARE(f.recorder.take(), inserts(u"g/x"_s, 0) + changes({u"g/x/y"_s}));
+        QCOMPARE(treeText(f.model), u"g{x{y=7}}"_s);
+        QCOMPARE(find(f.model, {u"g"_s, u"x"_s}, 1).data(), QVariant());
+        QCOMPARE(find(f.model, {u"g"_s, u"x"_s}, 2).data(), QVariant());
     }
 
     void appendsWhenThePlaceLiesBehindTheEnd()
     {
-        const auto store = m_files.parsed("[g]\nx\\y=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        store->setValue(u"g/x"_s, u"2"_s);
-        store->setValue(u"g/z"_s, u"3"_s);
-        ModelRecorder recorder(&model);
+        Fixture f(m_files.parsed("[g]\nx\\y=1\n"));
+        f.store->setValue(u"g/x"_s, u"2"_s);
+        f.store->setValue(u"g/z"_s, u"3"_s);
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(recorder.take(), changes({u"g/x/y"_s}) + removals(u"g"_s, 1, -1) + changes({u"g/x"_s}) +
-                                      inserts(u"g"_s, 2) + changes({u"g/z"_s}));
-        QCOMPARE(treeText(model), u"g{x=2{y=1} z=3}"_s);
+        QCOMPARE(f.recorder.take(), changes({u"g/x/y"_s}) + removals(u"g"_s, 1, -1) + changes({u"g/x"_s}) +
+                                        inserts(u"g"_s, 2) + changes({u"g/z"_s}));
+        QCOMPARE(treeText(f.model), u"g{x=2{y=1} z=3}"_s);
     }
 
     void overwritesEditsOfTheTreeOnRefresh()
     {
-        const auto store = m_files.parsed("a=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.setData(model.index(0, 2), u"new"_s);
+        Fixture f(m_files.parsed("a=1\n"), Manual);
+        f.model.setData(f.model.index(0, 2), u"new"_s);
 
-        model.refresh();
+        f.model.refresh();
 
-        QCOMPARE(treeText(model), u"a=1"_s);
+        QCOMPARE(treeText(f.model), u"a=1"_s);
     }
 
-    // Where a store offers what cannot be followed.
+    // Where a f.store offers what cannot be followed.
 
     void doesNotDescendIntoAGroupWithoutName_data()
     {
@@ -1444,32 +1359,27 @@ private Q_SLOTS:
 
     void submitsAroundEntriesWithoutName()
     {
-        const auto store = m_files.parsed("=5\na=1\n[g]\n=6\n/x=7\nk=2\nl=3\n[z]\nk=3\n[]\nk=4\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
+        Fixture f(m_files.parsed("=5\na=1\n[g]\n=6\n/x=7\nk=2\nl=3\n[z]\nk=3\n[]\nk=4\n"));
+        f.model.setEditStrategy(SettingsModel::OnManualSubmit);
 
-        model.submitAll();
+        f.model.submitAll();
 
-        QCOMPARE(entries(*store), (QStringList{u"a=1"_s, u"g/k=2"_s, u"g/l=3"_s, u"z/k=3"_s}));
+        QCOMPARE(entries(*f.store), (QStringList{u"a=1"_s, u"g/k=2"_s, u"g/l=3"_s, u"z/k=3"_s}));
     }
 
     void leavesTheStoreAloneForEntriesWithoutName()
     {
-        const auto store = m_files.parsed("=5\na=1\n[g]\n=6\n/x=7\nk=2\n");
-        const QStringList keys = store->allKeys();
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
+        Fixture f(m_files.parsed("=5\na=1\n[g]\n=6\n/x=7\nk=2\n"), AtOnce);
+        const QStringList keys = f.store->allKeys();
 
-        QVERIFY(model.setData(find(model, {u""_s}, 2), u"new"_s));
-        QVERIFY(model.setData(model.index(1, 2, find(model, {u"g"_s})), u"new"_s));
-        QCOMPARE(treeText(model), u"g{{} =new k=2} =new a=1"_s);
-        QVERIFY(model.removeRows(0, 2, find(model, {u"g"_s})));
-        QVERIFY(model.removeRows(1, 1));
+        QVERIFY(f.model.setData(find(f.model, {u""_s}, 2), u"new"_s));
+        QVERIFY(f.model.setData(f.model.index(1, 2, find(f.model, {u"g"_s})), u"new"_s));
+        QCOMPARE(treeText(f.model), u"g{{} =new k=2} =new a=1"_s);
+        QVERIFY(f.model.removeRows(0, 2, find(f.model, {u"g"_s})));
+        QVERIFY(f.model.removeRows(1, 1));
 
-        QCOMPARE(treeText(model), u"g{k=2} a=1"_s);
-        QCOMPARE(store->allKeys(), keys);
+        QCOMPARE(treeText(f.model), u"g{k=2} a=1"_s);
+        QCOMPARE(f.store->allKeys(), keys);
     }
 
     void walksDeeperThanTheStack()
