@@ -526,13 +526,9 @@ private Q_SLOTS:
 
     void readsNullVariantsOfAType()
     {
-        const auto store = m_files.empty();
-        store->setValue(u"k"_s, QVariant(QMetaType::fromType<int>()));
-        SettingsModel model;
+        Fixture f(m_files.filled({{u"k"_s, QVariant(QMetaType::fromType<int>())}}));
 
-        model.setSettings(store.get());
-
-        QCOMPARE(model.index(0, 1).data(), QVariant(u"int"_s));
+        QCOMPARE(f.model.index(0, 1).data(), QVariant(u"int"_s));
     }
 
     void showsNamesOfEveryKind()
@@ -562,13 +558,9 @@ private Q_SLOTS:
 
     void substitutesInPathsOfGroupsWithPercent()
     {
-        const auto store = m_files.empty();
-        store->setValue(u"a%1b/k"_s, 1);
-        SettingsModel model;
+        Fixture f(m_files.filled({{u"a%1b/k"_s, 1}}));
 
-        model.setSettings(store.get());
-
-        QCOMPARE(find(model, {u"a%1b"_s, u"k"_s}).data(Qt::ToolTipRole), QVariant(u"akb/%2"_s));
+        QCOMPARE(find(f.model, {u"a%1b"_s, u"k"_s}).data(Qt::ToolTipRole), QVariant(u"akb/%2"_s));
     }
 
     void beginsPathsWithTheCurrentGroup()
@@ -657,13 +649,9 @@ private Q_SLOTS:
         QFETCH(int, column);
         QFETCH(int, role);
         QFETCH(QVariant, expected);
-        const auto store = m_files.empty();
-        store->setValue(u"g/k"_s, 5);
-        store->setValue(u"g/list"_s, QStringList{u"a"_s, u"b"_s});
-        SettingsModel model;
-        model.setSettings(store.get());
+        Fixture f(m_files.filled({{u"g/k"_s, 5}, {u"g/list"_s, QStringList{u"a"_s, u"b"_s}}}));
 
-        const QVariant answer = model.data(find(model, names, column), role);
+        const QVariant answer = f.model.data(find(f.model, names, column), role);
 
         QCOMPARE(answer, expected);
         QCOMPARE(answer.metaType(), expected.metaType());
@@ -828,21 +816,16 @@ private Q_SLOTS:
     void editsTheStoreAtOnce()
     {
         QFETCH(int, role);
-        const auto store = m_files.empty();
-        store->setValue(u"g/k"_s, 5);
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        const QModelIndex value = find(model, {u"g"_s, u"k"_s}, 2);
-        ModelRecorder recorder(&model);
-        recorder.snapshot = [&] { return entries(*store).join(u' '); };
+        Fixture f(m_files.filled({{u"g/k"_s, 5}}), AtOnce);
+        const QModelIndex value = find(f.model, {u"g"_s, u"k"_s}, 2);
+        f.recorder.snapshot = [&] { return entries(*f.store).join(u' '); };
 
-        QVERIFY(model.setData(value, u"text"_s, role));
+        QVERIFY(f.model.setData(value, u"text"_s, role));
 
-        QCOMPARE(recorder.take(), QStringList{u"changed g/k 2-2 []: g/k=text"_s});
+        QCOMPARE(f.recorder.take(), QStringList{u"changed g/k 2-2 []: g/k=text"_s});
         QCOMPARE(value.data(), QVariant(u"text"_s));
         QCOMPARE(value.siblingAtColumn(1).data(), QVariant(u"int"_s));
-        model.refresh();
+        f.model.refresh();
         QCOMPARE(value.siblingAtColumn(1).data(), QVariant(u"QString"_s));
     }
 
@@ -859,16 +842,12 @@ private Q_SLOTS:
 
     void storesAnEditedListAsOneText()
     {
-        const auto store = m_files.empty();
-        store->setValue(u"list"_s, QStringList{u"a"_s, u"b"_s});
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        const QModelIndex value = model.index(0, 2);
+        Fixture f(m_files.filled({{u"list"_s, QStringList{u"a"_s, u"b"_s}}}), AtOnce);
+        const QModelIndex value = f.model.index(0, 2);
 
-        QVERIFY(model.setData(value, value.data(Qt::EditRole)));
+        QVERIFY(f.model.setData(value, value.data(Qt::EditRole)));
 
-        QCOMPARE(store->value(u"list"_s), QVariant(u"a,b"_s));
+        QCOMPARE(f.store->value(u"list"_s), QVariant(u"a,b"_s));
         QCOMPARE(value.siblingAtColumn(1).data(), QVariant(u"QStringList"_s));
     }
 
@@ -1382,29 +1361,37 @@ private Q_SLOTS:
         QCOMPARE(f.store->allKeys(), keys);
     }
 
+    void editsAKeyWithoutNameUnderThePathThatPercentMadeOfIt()
+    {
+        Fixture f(m_files.parsed("[a%251b]\n=6\n"), AtOnce);
+        const QModelIndex nameless = f.model.index(0, 2, f.model.index(0, 0));
+        QCOMPARE(nameless.data(Qt::ToolTipRole), QVariant(u"ab/%2"_s));
+
+        QVERIFY(f.model.setData(nameless, u"new"_s));
+
+        QCOMPARE(f.store->value(u"ab/%2"_s), QVariant(u"new"_s));
+        QVERIFY(f.model.removeRows(0, 1, f.model.index(0, 0)));
+        QVERIFY(!f.store->contains(u"ab/%2"_s));
+    }
+
     void walksDeeperThanTheStack()
     {
         constexpr int depth = 10'000;
-        const auto store = m_files.empty();
-        store->setValue(u"g/"_s.repeated(depth) + u"k"_s, 1);
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
+        Fixture f(m_files.filled({{u"g/"_s.repeated(depth) + u"k"_s, 1}}), Manual);
 
         QModelIndex key;
-        for (QModelIndex next = model.index(0, 0); next.isValid(); next = model.index(0, 0, next))
+        for (QModelIndex next = f.model.index(0, 0); next.isValid(); next = f.model.index(0, 0, next))
             key = next;
         QCOMPARE(key.data(), QVariant(u"k"_s));
         QCOMPARE(key.data(Qt::ToolTipRole).toString().size(), 2 * depth + 1);
-        QVERIFY(model.setData(key.siblingAtColumn(2), 2));
-        model.submitAll();
-        model.refresh();
+        QVERIFY(f.model.setData(key.siblingAtColumn(2), 2));
+        f.model.submitAll();
+        f.model.refresh();
 
-        QCOMPARE(store->value(u"g/"_s.repeated(depth) + u"k"_s), QVariant(2));
+        QCOMPARE(f.store->value(u"g/"_s.repeated(depth) + u"k"_s), QVariant(2));
         QCOMPARE(key.siblingAtColumn(2).data(), QVariant(2));
-        QVERIFY(model.removeRows(0, 1));
-        QCOMPARE(model.rowCount(), 0);
+        QVERIFY(f.model.removeRows(0, 1));
+        QCOMPARE(f.model.rowCount(), 0);
     }
 
     // Other stores.

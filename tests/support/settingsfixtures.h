@@ -36,6 +36,15 @@ public:
         return std::make_unique<QSettings>(newFile(), QSettings::IniFormat);
     }
 
+    /// A store over a new file that holds \a values, by path.
+    std::unique_ptr<QSettings> filled(const QVariantMap &values)
+    {
+        auto store = empty();
+        for (auto it = values.begin(); it != values.end(); ++it)
+            store->setValue(it.key(), it.value());
+        return store;
+    }
+
     /// What another process would read from the file of \a store.
     std::unique_ptr<QSettings> reparsed(QSettings &store)
     {
