@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/parallel/context.h>
+
 #include <QtGlobal>
 
 #include <algorithm>
-#include <atomic>
-#include <exception>
-#include <mutex>
-#include <stop_token>
-#include <thread>
-#include <utility>
+#include <functional>
+#include <iterator>
 #include <vector>
 
 namespace sito {
@@ -17,75 +15,11 @@ namespace sito {
 /// Work that is split over the cores.
 namespace parallel {
 
-/// Thrown out of work whose stop was requested.
-struct Stopped
-{
-};
-
-inline void throwIfStopped(const std::stop_token &stop)
-{
-    if (stop.stop_requested())
-        throw Stopped();
-}
-
-/// How work is done: by how many threads at most, until when, and how far it has come.
-struct Context
-{
-    int threads = 1;
-    std::stop_token stop;
-    /// Counts what is done in the caller's unit; may be null.
-    std::atomic<qint64> *done = nullptr;
-
-    void advance(qint64 units) const
-    {
-        if (done)
-            done->fetch_add(units, std::memory_order_relaxed);
-    }
-};
-
 /// Calls \a work with the numbers 0 to \a count - 1, each once, in the calling thread and in as many others as
-/// the context allows, and returns when all calls have. What a call throws is thrown here, the first one of
-/// several, and the rest is left out then. Throws Stopped when the stop was requested before all was done.
-template <typename Work>
-void forEach(const Context &context, size_t count, const Work &work)
-{
-    std::atomic<size_t> next = 0;
-    std::atomic<bool> failed = false;
-    std::mutex mutex;
-    std::exception_ptr error;
-
-    const auto run = [&] {
-        try {
-            for (size_t i = next.fetch_add(1, std::memory_order_relaxed); i < count;
-                 i = next.fetch_add(1, std::memory_order_relaxed)) {
-                if (failed.load(std::memory_order_relaxed) || context.stop.stop_requested())
-                    return;
-                work(i);
-            }
-        } catch (...) {
-            const std::lock_guard lock(mutex);
-            if (!error)
-                error = std::current_exception();
-            failed.store(true, std::memory_order_relaxed);
-        }
-    };
-
-    {
-        std::vector<std::jthread> helpers;
-        const size_t wanted = std::min(count, size_t(std::max(1, context.threads)));
-        helpers.reserve(wanted);
-        try {
-            for (size_t i = 1; i < wanted; ++i)
-                helpers.emplace_back(run);
-        } catch (const std::system_error &) {
-            // No more threads to be had: those that there are do the work.
-        }
-        run();
-    }
-    if (error)
-        std::rethrow_exception(error);
-    throwIfStopped(context.stop);
-}
+/// the context allows and the pool has to spare, and returns when all calls have. Never waits for a thread of
+/// the pool: the calling thread does what no other has begun. What a call throws is thrown here, the first one
+/// of several, and the rest is left out then. Throws Stopped when the stop was requested before all was done.
+void forEach(const Context &context, size_t count, const std::function<void(size_t)> &work);
 
 /// As forEach(), over the elements 0 to \a size - 1 in ranges of at most \a chunk: \a work gets the first
 /// element and the one behind the last.

@@ -45,13 +45,12 @@ void RowPass::run() noexcept
 
 int RowPass::percent() const
 {
-    const qint64 total = m_total.load(std::memory_order_relaxed);
-    return int(std::min<qint64>(100, m_done.load(std::memory_order_relaxed) * 100 / total));
+    return m_progress.percent();
 }
 
 void RowPass::work()
 {
-    const parallel::Context context{threads, m_stop.get_token(), &m_done};
+    const parallel::Context context{threads, m_stop.token(), &m_progress};
     std::vector<quint8> visible;
     {
         const std::lock_guard lock(m_table);
@@ -59,8 +58,8 @@ void RowPass::work()
         const RowSet &rows = *m_result.rows;
         const bool isSorted = keys.empty() || (order && order->rows == m_result.rows && order->keys == keys);
         const qint64 count = rows.listedCount();
-        m_total.store(count + (isSorted ? 0 : sortorder::units(count, qint64(keys.size()))) + 1,
-                      std::memory_order_relaxed);
+        m_progress.total.store(count + (isSorted ? 0 : sortorder::units(count, qint64(keys.size()))) + 1,
+                               std::memory_order_relaxed);
 
         if (!isSorted) {
             order = std::make_shared<RowOrder>(
@@ -73,7 +72,7 @@ void RowPass::work()
     if (reload)
         translateBefore();
     compareWithBefore(visible);
-    parallel::throwIfStopped(context.stop);
+    context.stop.throwIfStopped();
 }
 
 /// For each listed row whether it is shown.
@@ -91,7 +90,7 @@ std::vector<quint8> RowPass::filtered(const parallel::Context &context) const
     parallel::forRanges(context, visible.size(), chunkSize, [&](size_t first, size_t last) {
         for (size_t id = first; id < last; ++id) {
             if (id % stopInterval == 0)
-                parallel::throwIfStopped(context.stop);
+                context.stop.throwIfStopped();
             visible[id] = isExcluded(rows[quint32(id)]) ? 0 : 1;
         }
         context.advance(qint64(last - first));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/parallel/stopsource.h>
 #include <hostkit/table/sortorder_p.h>
 
 #include <QString>
@@ -83,7 +84,7 @@ public:
 
     /// Does the work, holding the table's lock while it reads rows. Throws nothing.
     void run() noexcept;
-    void requestStop() { m_stop.request_stop(); }
+    void requestStop() { m_stop.requestStop(); }
     /// How far it has come, 0 to 100; from any thread.
     int percent() const;
 
@@ -106,9 +107,8 @@ private:
 
     const Table &m_table;
     const std::shared_ptr<const ShownRows> m_before;
-    std::stop_source m_stop;
-    std::atomic<qint64> m_done = 0;
-    std::atomic<qint64> m_total = 1;
+    parallel::StopSource m_stop;
+    parallel::Progress m_progress;
     Result m_result;
     QString m_error;
     bool m_isStopped = false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/threadpool.h>
 #include <hostkit/table/tablemodel.h>
 
 #include <database/memorytable.h>
@@ -19,6 +20,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
+#include <QThreadPool>
 
 #include <atomic>
 #include <chrono>
@@ -543,6 +545,14 @@ private Q_SLOTS:
     void splitsAPassOverThreads()
     {
         QFETCH(const int, threads);
+        QThreadPool pool;
+        pool.setMaxThreadCount(threads);
+        parallel::setThreadPool(&pool);
+        const auto back = qScopeGuard([&] {
+            cleanup();
+            pool.waitForDone();
+            parallel::setThreadPool(nullptr);
+        });
         TableModel &model = makeModel(40'000);
         model.setThreadCount(threads);
         std::mutex mutex;

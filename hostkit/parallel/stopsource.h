@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/parallel/stoptoken.h>
+
+namespace sito {
+
+namespace parallel {
+
+/// Requests the stop of work that has its token(). A copy is the same source; may be used from any thread.
+/// The stop is not requested by the destructor.
+class HOSTKIT_EXPORT StopSource
+{
+public:
+    StopSource() : m_token(std::make_shared<StopToken::State>()) {}
+
+    /// Also wakes those who wait on the token.
+    void requestStop() const;
+    bool isStopRequested() const { return m_token.isStopRequested(); }
+    const StopToken &token() const { return m_token; }
+
+private:
+    StopToken m_token;
+};
+
+} // namespace parallel
+
+} // namespace sito

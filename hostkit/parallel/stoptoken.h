@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace sito {
+
+namespace parallel {
+
+/// Tells work in a thread that it is to stop, once its StopSource says so. A copy tells the same; may be used
+/// from any thread. One that is made by itself never stops anything.
+class HOSTKIT_EXPORT StopToken
+{
+public:
+    StopToken() = default;
+
+    /// Whether it has a source.
+    bool canStop() const { return m_state != nullptr; }
+    bool isStopRequested() const { return m_state && m_state->isRequested.load(std::memory_order_relaxed); }
+    /// Throws Stopped when the stop is requested.
+    void throwIfStopped() const;
+
+    /// Blocks until \a isDone answers true or the stop is requested; returns the last answer of \a isDone. It
+    /// is asked again after each wake(). Only if canStop().
+    bool wait(const std::function<bool()> &isDone) const;
+    /// Wakes those who wait on this token. To be called after something has changed for which they wait.
+    void wake() const;
+
+private:
+    friend class StopSource;
+
+    struct State
+    {
+        std::atomic<bool> isRequested = false;
+        std::mutex mutex;
+        std::condition_variable changed;
+    };
+    explicit StopToken(std::shared_ptr<State> state) : m_state(std::move(state)) {}
+
+    std::shared_ptr<State> m_state;
+};
+
+/// Thrown out of work whose stop was requested.
+struct HOSTKIT_EXPORT Stopped
+{
+};
+
+} // namespace parallel
+
+} // namespace sito

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+#include <hostkit/parallel/context.h>
+
+#include <QObject>
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace sito {
+
+namespace parallel {
+
+/// Work that runs in a thread of the pool for an object of the GUI, and reports to it through its event loop.
+///
+/// One piece of work at a time is the current one: start() supersedes the one before, which is told to stop
+/// and reports nothing more. Superseded work ends in its own time, beside the current one; what one of them
+/// was given is deleted in the thread of the Task, never in its own.
+///
+/// Made, used and deleted in one thread that has an event loop.
+class HOSTKIT_EXPORT Task : public QObject
+{
+    Q_OBJECT
+public:
+    /// Called in the thread, with the threads among whom it may split itself, the stop and the progress.
+    using Work = std::function<void(const Context &)>;
+    using Done = std::function<void()>;
+    using Failed = std::function<void(const std::exception_ptr &)>;
+
+    explicit Task(QObject *parent = nullptr);
+    /// Tells all work to stop and waits for it. Nothing is reported any more.
+    ~Task() override;
+
+    /// Calls \a work in a thread of the pool, at once, and then, in the thread of this object, exactly one of
+    /// \a done and \a failed, unless the work was superseded or cancelled meanwhile: \a failed with what
+    /// \a work threw, Stopped included. The report may start the next work, and may delete this object.
+    ///
+    /// Throws std::bad_alloc; then the current work goes on.
+    void start(Work work, Done done, Failed failed);
+    /// As above; \a done gets what \a work returned.
+    template <typename Result>
+    void start(std::function<Result(const Context &)> work,
+               std::type_identity_t<std::function<void(Result)>> done, Failed failed)
+    {
+        const auto result = std::make_shared<std::optional<Result>>();
+        start([work = std::move(work), result](const Context &context) { result->emplace(work(context)); },
+              [done = std::move(done), result] { done(*std::move(*result)); }, std::move(failed));
+    }
+    /// Calls \a work in a thread of the pool, beside the current work, and reports nothing. It must not throw.
+    /// Calls it here and now when there is not memory enough for a thread.
+    void startAside(std::function<void()> work);
+
+    /// Tells the current work to stop; it will report nothing.
+    void cancel();
+    /// Whether there is work that will report.
+    bool isRunning() const;
+    /// Blocks until the current work has ended, if any, and has it report before it returns.
+    void wait();
+    /// How far the current work is, 0 to 100; -1 when there is none.
+    int percent() const;
+
+Q_SIGNALS:
+    /// Emitted every tenth of a second in which the current work has come further; 0 to 100.
+    void progressed(int percent);
+
+protected:
+    bool event(QEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    struct Run;
+    struct Shared;
+    struct Private;
+
+    void launch(Run &run);
+    void collect();
+
+    const std::unique_ptr<Private> d;
+};
+
+} // namespace parallel
+
+} // namespace sito
