@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/table/rowpass_p.h>
 
+#include <hostkit/parallel/tablelock.h>
 #include <hostkit/table/rowset_p.h>
 #include <hostkit/text/exceptiontext.h>
 
@@ -52,27 +53,30 @@ void RowPass::work()
 {
     const parallel::Context context{threads, m_stop.token(), &m_progress};
     std::vector<quint8> visible;
-    {
-        const std::lock_guard lock(m_table);
-        m_result.rows = reload ? std::make_shared<RowSet>(RowSet::list(m_table)) : m_before->rows;
-        const RowSet &rows = *m_result.rows;
-        const bool isSorted = keys.empty() || (order && order->rows == m_result.rows && order->keys == keys);
-        const qint64 count = rows.listedCount();
-        m_progress.total.store(count + (isSorted ? 0 : sortorder::units(count, qint64(keys.size()))) + 1,
-                               std::memory_order_relaxed);
-
-        if (!isSorted) {
-            order = std::make_shared<RowOrder>(
-                RowOrder{m_result.rows, keys, sortorder::sorted(context, m_table, rows, keys)});
-        } else if (keys.empty()) {
-            order.reset();
-        }
-        visible = filtered(context);
-    }
+    parallel::underLock(m_table, context.stop, [&] { visible = readRows(context); });
     if (reload)
         translateBefore();
     compareWithBefore(visible);
     context.stop.throwIfStopped();
+}
+
+/// Lists and sorts the rows as far as that is needed; for each listed row whether it is shown.
+std::vector<quint8> RowPass::readRows(const parallel::Context &context)
+{
+    m_result.rows = reload ? std::make_shared<RowSet>(RowSet::list(m_table)) : m_before->rows;
+    const RowSet &rows = *m_result.rows;
+    const bool isSorted = keys.empty() || (order && order->rows == m_result.rows && order->keys == keys);
+    const qint64 count = rows.listedCount();
+    m_progress.total.store(count + (isSorted ? 0 : sortorder::units(count, qint64(keys.size()))) + 1,
+                           std::memory_order_relaxed);
+
+    if (!isSorted) {
+        order = std::make_shared<RowOrder>(
+            RowOrder{m_result.rows, keys, sortorder::sorted(context, m_table, rows, keys)});
+    } else if (keys.empty()) {
+        order.reset();
+    }
+    return filtered(context);
 }
 
 /// For each listed row whether it is shown.

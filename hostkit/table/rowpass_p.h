@@ -101,6 +101,7 @@ private:
     friend class PassWorker;
 
     void work();
+    std::vector<quint8> readRows(const parallel::Context &context);
     std::vector<quint8> filtered(const parallel::Context &context) const;
     void translateBefore();
     void compareWithBefore(const std::vector<quint8> &visible);

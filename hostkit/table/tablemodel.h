@@ -69,7 +69,8 @@ public:
     /// A model over the columns \a columns of \a table, in the order shown. It shows all rows at once, in the
     /// order of the master index.
     TableModel(Table &table, const QList<int> &columns, QObject *parent = nullptr);
-    /// Stops a running pass and waits for it.
+    /// Stops a running pass and waits for it, but not for a thread that has the table's lock: who deletes the
+    /// table after that calls parallel::waitForWaiters().
     ~TableModel() override;
 
     /// Never null.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/tablelock.h>
 #include <hostkit/parallel/threadpool.h>
 #include <hostkit/table/tablemodel.h>
 
@@ -26,6 +27,7 @@
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <future>
 #include <limits>
 #include <mutex>
 #include <set>
@@ -616,6 +618,52 @@ private Q_SLOTS:
 
         QVERIFY(isFree());
         QCOMPARE(shown(model), u"1 3"_s);
+    }
+
+    void neverWaitsForTheLockOfTheTable_data()
+    {
+        QTest::addColumn<QString>("what");
+        for (const char *what : {"cancel", "reload", "delete"})
+            QTest::newRow(what) << QString::fromLatin1(what);
+    }
+    void neverWaitsForTheLockOfTheTable()
+    {
+        QFETCH(const QString, what);
+        TableModel &model = makeModel(3);
+        std::promise<void> taken;
+        std::promise<void> release;
+        std::atomic<bool> isHeld = true;
+        std::thread holder([&] {
+            const std::lock_guard<Table> lock(m_table);
+            taken.set_value();
+            release.get_future().wait_for(std::chrono::seconds(5));
+            isHeld = false;
+        });
+        taken.get_future().wait();
+        model.setSortKeys({{.column = 0, .order = Qt::DescendingOrder}});
+        QSignalSpy started(&model, &TableModel::passStarted);
+        QVERIFY(started.wait());
+
+        if (what == u"cancel") {
+            model.cancelPass();
+        } else if (what == u"reload") {
+            model.setSortKeys({});
+            model.reload();
+            QTest::qWait(10);
+        } else {
+            m_tester.reset();
+            m_model.reset();
+        }
+        const bool wasHeld = isHeld;
+        release.set_value();
+        holder.join();
+        if (m_model)
+            model.waitForPass();
+        parallel::waitForWaiters(m_table);
+
+        QVERIFY(wasHeld);
+        if (m_model)
+            QCOMPARE(shown(model), u"1 2 3"_s);
     }
 
     void keepsTheRowsWhenAPredicateThrows_data()
