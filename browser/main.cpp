@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <browser/parts/commandline.h>
-#include <browser/parts/icons.h>
+#include <browser/parts/applicationicon.h>
 #include <browser/parts/languages.h>
 #include <browser/parts/look.h>
 #include <browser/parts/printable.h>
@@ -88,7 +88,7 @@ std::unique_ptr<QCoreApplication> makeApplication(int &argc, char **argv)
     // The offscreen platform goes on complaining of what it cannot do.
     if (!isPicture)
         qInstallMessageHandler(handler);
-    QApplication::setWindowIcon(Icons::application());
+    QApplication::setWindowIcon(applicationIcon());
     QGuiApplication::setDesktopFileName(u"sito-browser"_s);
     return application;
 }

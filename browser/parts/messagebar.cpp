@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/parts/messagebar.h>
 
-#include <browser/parts/icons.h>
+#include <hostkit/views/icons.h>
 
 #include <QAccessible>
 #include <QEvent>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <browser/parts/icons.h>
+#include <hostkit/views/icons.h>
 
 #include <QFrame>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/settings/settingswindow.h>
 
-#include <browser/parts/icons.h>
+#include <hostkit/views/icons.h>
 #include <browser/parts/noticebar.h>
 #include <browser/settings/inifile.h>
 #include <browser/settings/settingsfile.h>

@@ -218,6 +218,21 @@
     </message>
 </context>
 <context>
+    <name>FilterText</name>
+    <message>
+        <source>Последние сессии бумаг</source>
+        <translation>Last sessions of securities</translation>
+    </message>
+    <message>
+        <source>Фильтр</source>
+        <translation>Filter</translation>
+    </message>
+    <message>
+        <source>скрыто сессий: %1</source>
+        <translation>sessions hidden: %1</translation>
+    </message>
+</context>
+<context>
     <name>HeadlessReport</name>
     <message>
         <source>Показано строк: %1</source>
@@ -813,6 +828,17 @@ Click the funnel in a column header, or right-click a cell: what is hidden will 
     <message>
         <source>Удалить фильтр %1</source>
         <translation>Remove filter %1</translation>
+    </message>
+</context>
+<context>
+    <name>sito::FilteredTableView</name>
+    <message>
+        <source>Фильтры скрывают все строки</source>
+        <translation>The filters hide all rows</translation>
+    </message>
+    <message>
+        <source>В таблице нет строк</source>
+        <translation>The table has no rows</translation>
     </message>
 </context>
 <context>
@@ -1812,14 +1838,6 @@ Type: %2</translation>
 <context>
     <name>sito::TablePage</name>
     <message>
-        <source>Последние сессии бумаг</source>
-        <translation>Last sessions of securities</translation>
-    </message>
-    <message>
-        <source>Фильтр</source>
-        <translation>Filter</translation>
-    </message>
-    <message>
         <source>Показать все столбцы</source>
         <translation>Show All Columns</translation>
     </message>
@@ -1880,14 +1898,6 @@ Type: %2</translation>
         <translation>Columns</translation>
     </message>
     <message>
-        <source>Фильтры скрывают все строки</source>
-        <translation>The filters hide all rows</translation>
-    </message>
-    <message>
-        <source>В таблице нет строк</source>
-        <translation>The table has no rows</translation>
-    </message>
-    <message>
         <source>Строки таблицы %1</source>
         <translation>Rows of table %1</translation>
     </message>
@@ -1895,10 +1905,6 @@ Type: %2</translation>
         <source>%1 (%2)</source>
         <comment>действие и фильтр</comment>
         <translation>%1 (%2)</translation>
-    </message>
-    <message>
-        <source>скрыто сессий: %1</source>
-        <translation>sessions hidden: %1</translation>
     </message>
     <message>
         <source>Переместить влево</source>

@@ -1,20 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/mainwindow.h>
 
-#include <browser/parts/icons.h>
+#include <browser/parts/applicationicon.h>
 #include <browser/parts/languages.h>
 #include <browser/parts/look.h>
 #include <browser/parts/messagebar.h>
 #include <browser/parts/sampledatabase.h>
 #include <browser/settings/settingswindow.h>
-#include <browser/window/filterpanel.h>
 #include <browser/window/openserverdialog.h>
 #include <browser/window/tablelist.h>
 #include <browser/window/tablepage.h>
+#include <hostkit/views/filterpanel.h>
+#include <hostkit/views/icons.h>
 
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
 #include <hostkit/table/tablemodel.h>
+#include <hostkit/text/filtertext.h>
 #include <hostkit/values/showonlyfilter.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/views/filterheader.h>
@@ -451,10 +453,10 @@ void MainWindow::makePage(const QString &name, const ShowRequest &request)
         connect(model, &TableModel::passFailed, this, end);
         connect(model, &TableModel::passCancelled, this, end);
 
-        page->resizeColumns();
+        page->view()->resizeColumns();
         const QString layoutText = m_store.value(viewGroup(name) + "/layout"_L1).toString();
         if (!layoutText.isEmpty())
-            page->restoreLayout(layoutText);
+            page->view()->restoreLayout(layoutText);
         const QStringList notes = m_connection->columnNotes(name);
         if (!notes.isEmpty()) {
             const QString more = tr("и ещё: %1").arg(notes.size() - 1);
@@ -656,7 +658,7 @@ void MainWindow::editFilter(Filter *filter, QWidget *button)
     if (!m_page)
         return;
     if (auto *selectable = qobject_cast<SelectFilter *>(filter)) {
-        m_page->select(*selectable, {button->mapToGlobal(QPoint(0, 0)), button->size()});
+        m_page->view()->select(*selectable, {button->mapToGlobal(QPoint(0, 0)), button->size()});
         return;
     }
     auto *dialog = new QDialog(this);
@@ -667,7 +669,7 @@ void MainWindow::editFilter(Filter *filter, QWidget *button)
     }
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setObjectName(u"filterDialog"_s);
-    dialog->setWindowTitle(TablePage::displayName(*filter));
+    dialog->setWindowTitle(displayName(*filter));
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     auto *layout = new QVBoxLayout(dialog);
     layout->addWidget(editor);
@@ -787,7 +789,7 @@ QString MainWindow::viewGroup(const QString &table) const
 
 void MainWindow::saveView(TablePage &page)
 {
-    m_store.setValue(viewGroup(page.table()->name()) + "/layout"_L1, page.layoutText());
+    m_store.setValue(viewGroup(page.table()->name()) + "/layout"_L1, page.view()->layoutText());
 }
 
 void MainWindow::saveFilters()
@@ -1026,7 +1028,7 @@ void MainWindow::exportTo(const QString &fileName, bool withHeaders)
 
 void MainWindow::copySelection(bool withHeaders)
 {
-    if (!m_page || !m_page->hasSelection())
+    if (!m_page || !m_page->view()->hasSelection())
         return;
     exportRows([&] {
         TableExport rows =
@@ -1071,7 +1073,7 @@ void MainWindow::showAbout()
     box->setObjectName(u"aboutBox"_s);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowTitle(tr("О программе"));
-    box->setIconPixmap(Icons::application().pixmap(QSize(64, 64), devicePixelRatioF()));
+    box->setIconPixmap(applicationIcon().pixmap(QSize(64, 64), devicePixelRatioF()));
     box->setText(u"<h3>Sito %1</h3>"_s.arg(QStringLiteral(SITO_VERSION)));
     box->setInformativeText(
         tr("Показывает таблицы торговых баз данных, отобранные фильтрами по значениям. Сделано на библиотеке "
@@ -1135,7 +1137,7 @@ void MainWindow::showActivity(const QString &text)
 void MainWindow::updateActions()
 {
     const bool hasPage = m_page;
-    const bool hasSelection = hasPage && m_page->hasSelection();
+    const bool hasSelection = hasPage && m_page->view()->hasSelection();
     for (QAction *action :
          {m_actions.selectAll, m_actions.resizeColumns, m_actions.moveLeft, m_actions.moveRight,
           m_actions.columnFilter, m_actions.sortAscending, m_actions.sortDescending, m_actions.goRows})

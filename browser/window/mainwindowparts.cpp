@@ -2,12 +2,12 @@
 // The actions, menus, docks and bars of the main window, and their texts.
 #include <browser/window/mainwindow.h>
 
-#include <browser/parts/icons.h>
 #include <browser/parts/languages.h>
 #include <browser/parts/look.h>
-#include <browser/window/filterpanel.h>
 #include <browser/window/tablelist.h>
 #include <browser/window/tablepage.h>
+#include <hostkit/views/filterpanel.h>
+#include <hostkit/views/icons.h>
 
 #include <hostkit/table/tablemodel.h>
 #include <hostkit/views/filterheader.h>
@@ -48,10 +48,10 @@ void MainWindow::makeActions()
         action->setIcon(QIcon());
         return action;
     };
-    const auto onPage = [this](void (TablePage::*work)()) {
+    const auto onView = [this](void (FilteredTableView::*work)()) {
         return [this, work] {
             if (m_page)
-                (m_page->*work)();
+                (m_page->view()->*work)();
         };
     };
     const auto onColumn = [this](const std::function<void(int section)> &work) {
@@ -77,17 +77,17 @@ void MainWindow::makeActions()
             m_page->view()->selectAll();
     });
 
-    m_actions.sortAscending =
-        makePlain("sortAscending", {QKeySequence(u"Ctrl+Shift+Up"_s)},
-                  onColumn([this](int section) { m_page->setSorting(section, Qt::AscendingOrder, false); }));
-    m_actions.sortDescending =
-        makePlain("sortDescending", {QKeySequence(u"Ctrl+Shift+Down"_s)},
-                  onColumn([this](int section) { m_page->setSorting(section, Qt::DescendingOrder, false); }));
-    m_actions.unsort = makePlain("unsort", {}, onPage(&TablePage::clearSorting));
-    m_actions.resizeColumns = makePlain("resizeColumns", {}, onPage(&TablePage::resizeColumns));
+    m_actions.sortAscending = makePlain(
+        "sortAscending", {QKeySequence(u"Ctrl+Shift+Up"_s)},
+        onColumn([this](int section) { m_page->view()->setSorting(section, Qt::AscendingOrder, false); }));
+    m_actions.sortDescending = makePlain(
+        "sortDescending", {QKeySequence(u"Ctrl+Shift+Down"_s)},
+        onColumn([this](int section) { m_page->view()->setSorting(section, Qt::DescendingOrder, false); }));
+    m_actions.unsort = makePlain("unsort", {}, onView(&FilteredTableView::clearSorting));
+    m_actions.resizeColumns = makePlain("resizeColumns", {}, onView(&FilteredTableView::resizeColumns));
     const auto moveColumn = [this, &onColumn](bool toRight) {
         return onColumn([this, toRight](int section) {
-            if (m_page->moveColumn(section, toRight))
+            if (m_page->view()->moveColumn(section, toRight))
                 m_page->view()->scrollTo(m_page->view()->currentIndex());
         });
     };
@@ -112,18 +112,21 @@ void MainWindow::makeActions()
                                       m_page->view()->scrollTo(m_page->view()->currentIndex());
                                       m_page->header()->requestFilter(section);
                                   }));
-    m_actions.hideValues =
-        makePlain("hideSelected", {QKeySequence(u"Ctrl+H"_s)}, onPage(&TablePage::hideSelectedValues));
+    m_actions.hideValues = makePlain("hideSelected", {QKeySequence(u"Ctrl+H"_s)},
+                                     onView(&FilteredTableView::hideSelectedValues));
     m_actions.showOnly = makePlain("showOnlySelected", {QKeySequence(u"Ctrl+Shift+H"_s)},
-                                   onPage(&TablePage::showOnlySelectedValues));
+                                   onView(&FilteredTableView::showOnlySelectedValues));
     m_actions.sessions = new QAction(Icons::icon(Shape::Session), QString(), this);
     m_actions.sessions->setObjectName(u"sessionFilter"_s);
     m_actions.sessions->setCheckable(true);
     m_actions.sessions->setShortcut(QKeySequence(u"Ctrl+L"_s));
     addAction(m_actions.sessions);
     connect(m_actions.sessions, &QAction::triggered, this, &MainWindow::switchSessions);
-    m_actions.clearFilters = make("clearFilters", Shape::FilterOff, {QKeySequence(u"Ctrl+Shift+L"_s)},
-                                  onPage(&TablePage::clearFilters));
+    m_actions.clearFilters =
+        make("clearFilters", Shape::FilterOff, {QKeySequence(u"Ctrl+Shift+L"_s)}, [this] {
+            if (m_page)
+                m_page->clearFilters();
+        });
 
     m_actions.settings =
         make("settings", Shape::Settings, {QKeySequence(u"Ctrl+,"_s)}, [this] { showSettings(); });

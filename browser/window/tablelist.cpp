@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/tablelist.h>
 
-#include <browser/parts/icons.h>
+#include <hostkit/views/icons.h>
 
 #include <QEvent>
 #include <QHeaderView>

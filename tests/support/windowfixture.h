@@ -12,6 +12,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QLoggingCategory>
 #include <QMenu>
 #include <QRegularExpression>
@@ -153,7 +154,8 @@ public:
         QTableView *view = m_window->page()->view();
         const QPoint place = view->visualRect(view->model()->index(row, section)).center();
         QTest::mouseClick(view->viewport(), Qt::RightButton, {}, place);
-        Q_EMIT view->customContextMenuRequested(place);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, place, view->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(view->viewport(), &event);
         return openMenu();
     }
     void clickCell(int row, int section, Qt::KeyboardModifiers modifiers = {})

@@ -3,8 +3,8 @@
 // times, and in the colours of a palette that changes.
 #include <support/windowfixture.h>
 
-#include <browser/parts/icons.h>
-#include <browser/window/filterpanel.h>
+#include <hostkit/views/filterpanel.h>
+#include <hostkit/views/icons.h>
 
 #include <QImage>
 #include <QLabel>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <support/windowfixture.h>
 
-#include <browser/window/filterpanel.h>
+#include <hostkit/views/filterpanel.h>
 
 #include <QFile>
 #include <QInputDialog>

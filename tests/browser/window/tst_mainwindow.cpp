@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
+#include <support/panelitems.h>
 #include <support/windowfixture.h>
 
 #include <browser/settings/settingswindow.h>
-#include <browser/window/filterpanel.h>
-#include <browser/window/filterpanelitem.h>
 #include <browser/window/openserverdialog.h>
 #include <database/memorytable.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/values/valuelistwidget.h>
+#include <hostkit/views/filterpanel.h>
 #include <sources/sourceconnection.h>
 
 #include <database/memorytable.h>
@@ -460,7 +460,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         TablePage *page = m_fixture->window().page();
-        const QString actionName = page->valueFilter({SessId})->selectActionName();
+        const QString actionName = page->view()->valueFilter({SessId})->selectActionName();
 
         QMenu *menu = m_fixture->openCellMenu(2, SessId);
         QVERIFY(menu);
@@ -543,9 +543,9 @@ private Q_SLOTS:
         QVERIFY(sessions->isChecked());
         const qint64 securities =
             WindowFixture::askSample(u"SELECT count(DISTINCT stock_id) FROM sessions"_s);
-        const auto *item = m_fixture->window().findChild<FilterPanelItem *>();
+        const auto *item = panelItem(m_fixture->window());
         QVERIFY(item);
-        QCOMPARE(item->checkBox()->accessibleDescription(), u"скрыто сессий: %1"_s.arg(securities));
+        QCOMPARE(panelSwitch(item)->accessibleDescription(), u"скрыто сессий: %1"_s.arg(securities));
 
         sessions->trigger();
         QVERIFY(m_fixture->settle());
@@ -769,10 +769,10 @@ private Q_SLOTS:
         QVERIFY(openSmall());
         TablePage *page = m_fixture->window().page();
         page->header()->moveSection(1, 0);
-        page->setSorting(0, Qt::DescendingOrder, false);
+        page->view()->setSorting(0, Qt::DescendingOrder, false);
         QVERIFY(m_fixture->settle());
         m_fixture->clickCell(3, 0); // the row with a = 2
-        page->hideSelectedValues();
+        page->view()->hideSelectedValues();
         QVERIFY(m_fixture->settle());
         const QString file = m_fixture->path(u"out.csv"_s);
 
@@ -896,7 +896,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         m_fixture->clickCell(0, StockId);
-        m_fixture->window().page()->hideSelectedValues();
+        m_fixture->window().page()->view()->hideSelectedValues();
         action(u"sessionFilter"_s)->trigger();
         QVERIFY(m_fixture->settle());
         const int rows = m_fixture->rows();
@@ -919,8 +919,8 @@ private Q_SLOTS:
     {
         QVERIFY(openSmall());
         m_fixture->clickCell(0, 0);
-        m_fixture->window().page()->hideSelectedValues();
-        m_fixture->window().page()->setSorting(0, Qt::DescendingOrder, false);
+        m_fixture->window().page()->view()->hideSelectedValues();
+        m_fixture->window().page()->view()->setSorting(0, Qt::DescendingOrder, false);
         const QString other = m_fixture->makeDatabase(
             u"other.sqlite"_s, {u"CREATE TABLE t (a INTEGER, b TEXT)"_s, u"INSERT INTO t VALUES (1, 'x')"_s});
         m_fixture->window().openText(other);
@@ -943,7 +943,7 @@ private Q_SLOTS:
         QVERIFY(m_fixture->settle());
         for (int section : {0, 1}) {
             m_fixture->clickCell(0, section);
-            m_fixture->window().page()->hideSelectedValues();
+            m_fixture->window().page()->view()->hideSelectedValues();
         }
         m_fixture->closeWindow();
         QVERIFY(QFile::remove(file));
@@ -964,7 +964,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         m_fixture->clickCell(0, StockId);
-        m_fixture->window().page()->hideSelectedValues();
+        m_fixture->window().page()->view()->hideSelectedValues();
         QVERIFY(m_fixture->settle());
         const int rows = m_fixture->rows();
         QMenu *sets = m_fixture->window().panel()->setsMenu();
@@ -1007,7 +1007,7 @@ private Q_SLOTS:
         header->moveSection(header->visualIndex(Close), 0);
         header->resizeSection(Close, 177);
         header->hideSection(High);
-        m_fixture->window().page()->setSorting(Volume, Qt::DescendingOrder, false);
+        m_fixture->window().page()->view()->setSorting(Volume, Qt::DescendingOrder, false);
         m_fixture->window().showTable(u"securities"_s);
         QVERIFY(m_fixture->settle());
         m_fixture->window().resize(780, 555);
@@ -1082,7 +1082,7 @@ private Q_SLOTS:
         };
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         m_fixture->clickCell(4, StockId);
-        m_fixture->window().page()->hideSelectedValues();
+        m_fixture->window().page()->view()->hideSelectedValues();
         const QStringList kept = values();
         QCOMPARE(kept, QStringList{u"5"_s});
 
@@ -1101,7 +1101,7 @@ private Q_SLOTS:
         // Changed by the user.
         QVERIFY(reopen(request));
         m_fixture->clickCell(0, StockId);
-        m_fixture->window().page()->hideSelectedValues();
+        m_fixture->window().page()->view()->hideSelectedValues();
         QVERIFY(reopen({}));
         QCOMPARE(values(), QStringList{u"1|2|3"_s});
     }
@@ -1159,7 +1159,7 @@ private Q_SLOTS:
         QVERIFY(openSmall());
 
         m_fixture->clickCell(0, 0);
-        m_fixture->window().page()->hideSelectedValues();
+        m_fixture->window().page()->view()->hideSelectedValues();
         QVERIFY(m_fixture->settle());
 
         QCOMPARE(QApplication::activeWindow(), &m_fixture->window());
@@ -1171,7 +1171,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         m_fixture->clickCell(0, StockId);
-        m_fixture->window().page()->hideSelectedValues();
+        m_fixture->window().page()->view()->hideSelectedValues();
 
         QTest::keyClick(&m_fixture->window(), Qt::Key_Comma, Qt::ControlModifier);
         auto *settings = m_fixture->window().findChild<SettingsWindow *>();
@@ -1251,7 +1251,7 @@ private Q_SLOTS:
             page->header()->setSectionHidden(section, section != StockId);
 
         page->view()->selectRow(0);
-        page->showOnlySelectedValues();
+        page->view()->showOnlySelectedValues();
         QVERIFY(m_fixture->settle());
 
         const auto *filter = qobject_cast<ValueFilter *>(page->filters()->filters().constFirst());
@@ -1478,7 +1478,7 @@ private Q_SLOTS:
 
         for (TablePage *page : {quotes, m_fixture->window().page()}) {
             page->view()->selectionModel()->select(page->model()->index(0, 0), QItemSelectionModel::Select);
-            page->hideSelectedValues();
+            page->view()->hideSelectedValues();
         }
         m_fixture->closeWindow();
         m_fixture->makeWindow();
@@ -1498,7 +1498,7 @@ private Q_SLOTS:
         QVERIFY(m_fixture->settle());
         QCOMPARE(m_fixture->rows(), 2);
 
-        auto *item = m_fixture->window().panel()->findChild<FilterPanelItem *>();
+        auto *item = panelItem(*m_fixture->window().panel());
         QVERIFY(item);
         QTest::mouseClick(item->findChild<QToolButton *>(u"edit"_s), Qt::LeftButton);
         auto *dialog = m_fixture->window().findChild<QDialog *>(u"filterDialog"_s);
@@ -1749,7 +1749,7 @@ private Q_SLOTS:
         m_fixture->clickCell(0, 0);
         action(u"showOnlySelected"_s)->trigger();
         QVERIFY(m_fixture->settle());
-        auto *item = m_fixture->window().panel()->findChild<FilterPanelItem *>();
+        auto *item = panelItem(*m_fixture->window().panel());
         QVERIFY(item);
         QTest::mouseClick(item->findChild<QToolButton *>(u"edit"_s), Qt::LeftButton);
         auto *dialog = m_fixture->window().findChild<QDialog *>(u"filterDialog"_s);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <support/panelitems.h>
 #include <support/windowfixture.h>
 
-#include <browser/window/filterpanel.h>
-#include <browser/window/filterpanelitem.h>
+#include <hostkit/views/filterpanel.h>
 
 #include <QCheckBox>
 #include <QDropEvent>
@@ -27,9 +27,9 @@ private:
     QStringList panelNames()
     {
         QStringList result;
-        for (const FilterPanelItem *item : m_fixture->window().panel()->findChildren<FilterPanelItem *>()) {
+        for (const QFrame *item : panelItems(*m_fixture->window().panel())) {
             if (item->isVisible())
-                result.append(item->checkBox()->accessibleName());
+                result.append(panelSwitch(item)->accessibleName());
         }
         return result;
     }
@@ -61,8 +61,7 @@ private Q_SLOTS:
         QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
         QCOMPARE(panelNames(), QStringList{u"b"_s});
         // Its switch still works on the rows.
-        QTest::keyClick(m_fixture->window().panel()->findChild<FilterPanelItem *>()->checkBox(),
-                        Qt::Key_Space);
+        QTest::keyClick(panelSwitch(panelItem(*m_fixture->window().panel())), Qt::Key_Space);
         QVERIFY(m_fixture->settle());
         QCOMPARE(m_fixture->rows(), 3);
     }

@@ -28,7 +28,7 @@ public:
     QString translate(const char *context, const char *source, const char *, int) const override
     {
         return qstrcmp(context, "sito::OpenServerDialog") == 0 ? u'[' + QString::fromUtf8(source) + u']'
-                                                         : QString();
+                                                               : QString();
     }
 };
 

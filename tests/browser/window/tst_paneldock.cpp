@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <support/panelitems.h>
 #include <support/windowfixture.h>
 
-#include <browser/window/filterpanel.h>
-#include <browser/window/filterpanelitem.h>
 #include <hostkit/values/valuelistwidget.h>
+#include <hostkit/views/filterpanel.h>
 
 #include <QCheckBox>
 #include <QDockWidget>
@@ -56,12 +56,12 @@ private Q_SLOTS:
         QVERIFY(openTable());
         hideValue(0, 1);
         QCOMPARE(m_fixture->rows(), 2);
-        auto *item = m_fixture->window().panel()->findChild<FilterPanelItem *>();
+        auto *item = panelItem(*m_fixture->window().panel());
         QVERIFY(item);
         auto *button = item->findChild<QToolButton *>(u"edit"_s);
 
         if (isByKeyboard)
-            QTest::keyClick(item->checkBox(), Qt::Key_F2);
+            QTest::keyClick(panelSwitch(item), Qt::Key_F2);
         else
             QTest::mouseClick(button, Qt::LeftButton);
 

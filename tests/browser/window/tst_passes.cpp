@@ -59,7 +59,7 @@ private:
     void interruptPass()
     {
         m_fixture->clickCell(0, 0);
-        page()->hideSelectedValues();
+        page()->view()->hideSelectedValues();
         QVERIFY(page()->model()->isPassRunning());
         m_fixture->window().findChild<QToolButton *>(u"cancel"_s)->click();
         QVERIFY(!page()->model()->isPassRunning());
@@ -245,7 +245,7 @@ private Q_SLOTS:
     {
         const QString file = m_fixture->path(u"rows.csv"_s);
         m_fixture->clickCell(0, 0);
-        page()->hideSelectedValues();
+        page()->view()->hideSelectedValues();
         QVERIFY(m_fixture->settle());
 
         askToExport(file);

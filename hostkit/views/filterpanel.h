@@ -2,13 +2,15 @@
 #pragma once
 
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/hostkit_export.h>
+
+#include <filters/filter.h>
 
 #include <QHash>
 #include <QPointer>
 #include <QStringList>
 #include <QWidget>
 
-class Filter;
 class QLabel;
 class QMenu;
 class QScrollArea;
@@ -22,7 +24,7 @@ class FilterPanelItem;
 /// The filters of a table one below the other, also those of columns that are out of sight: each can be
 /// switched on and off, read, edited and removed. Above them the buttons that clear all, and that save and
 /// restore sets of them.
-class FilterPanel : public QWidget
+class HOSTKIT_EXPORT FilterPanel : public QWidget
 {
     Q_OBJECT
 public:

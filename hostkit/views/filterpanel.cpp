@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <browser/window/filterpanel.h>
+#include <hostkit/views/filterpanel.h>
 
-#include <browser/parts/icons.h>
-#include <browser/window/filterpanelitem.h>
+#include <hostkit/views/filterpanelitem_p.h>
+#include <hostkit/views/icons.h>
 
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/text/labeltext.h>
 
 #include <filters/filter.h>
 
@@ -183,7 +184,7 @@ void FilterPanel::fillSetsMenu()
     auto *deletion = new QMenu(tr("Удалить набор"), m_setsMenu);
     deletion->setObjectName(u"deleteSet"_s);
     for (const QString &name : std::as_const(m_setNames)) {
-        const QString label = QString(name).replace(u'&', "&&"_L1);
+        const QString label = labelText(name);
         QAction *restore = m_setsMenu->addAction(label);
         connect(restore, &QAction::triggered, this, [this, name] { Q_EMIT restoreRequested(name); });
         connect(deletion->addAction(label), &QAction::triggered, this,

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <browser/window/filterpanelitem.h>
+#include <hostkit/views/filterpanelitem_p.h>
 
-#include <browser/parts/icons.h>
-#include <browser/window/tablepage.h>
+#include <hostkit/views/icons.h>
+
+#include <hostkit/text/filtertext.h>
+#include <hostkit/text/labeltext.h>
+#include <hostkit/text/shortenedtext.h>
 
 #include <filters/selectfilter.h>
 
@@ -97,10 +100,8 @@ FilterPanelItem::FilterPanelItem(Filter *filter, QWidget *parent)
 void FilterPanelItem::update()
 {
     const QSignalBlocker blocker(m_check);
-    m_name = TablePage::displayName(*m_filter);
-    m_value = TablePage::displayText(*m_filter).simplified();
-    if (m_value.size() > maxText)
-        m_value = m_value.first(maxText - 1) + u'…';
+    m_name = displayName(*m_filter);
+    m_value = shortenedText(displayText(*m_filter).simplified(), maxText);
     if (m_value.isEmpty())
         m_value = tr("ничего не скрывает");
     m_check->setChecked(m_filter->isEnabled());
@@ -122,8 +123,8 @@ void FilterPanelItem::elide()
     option.initFrom(m_check);
     const int box = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, m_check).left();
     const QFontMetrics metrics = m_check->fontMetrics();
-    m_check->setText(metrics.elidedText(m_name, Qt::ElideRight, std::max(0, m_check->width() - box - 2))
-                         .replace(u'&', "&&"_L1));
+    m_check->setText(
+        labelText(metrics.elidedText(m_name, Qt::ElideRight, std::max(0, m_check->width() - box - 2))));
     m_text->setText(m_text->fontMetrics().elidedText(m_value, Qt::ElideRight, m_text->width()));
 }
 

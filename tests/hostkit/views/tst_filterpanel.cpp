@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <browser/window/filterpanel.h>
-#include <browser/window/filterpanelitem.h>
 #include <database/memorytable.h>
 #include <filters/filter.h>
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
 #include <hostkit/values/valuelistfilter.h>
+#include <hostkit/views/filterpanel.h>
+#include <support/panelitems.h>
 
 #include <QCheckBox>
 #include <QLabel>
@@ -33,15 +33,15 @@ private:
         return filter;
     }
     /// The items as the user sees them, from top to bottom.
-    QList<FilterPanelItem *> items() const
+    QList<QFrame *> items() const
     {
-        QList<FilterPanelItem *> result;
-        const QList<FilterPanelItem *> all = m_panel->findChildren<FilterPanelItem *>();
-        for (FilterPanelItem *item : all) {
+        QList<QFrame *> result;
+        const QList<QFrame *> all = panelItems(*m_panel);
+        for (QFrame *item : all) {
             if (item->isVisible())
                 result.append(item);
         }
-        std::sort(result.begin(), result.end(), [](const FilterPanelItem *a, const FilterPanelItem *b) {
+        std::sort(result.begin(), result.end(), [](const QFrame *a, const QFrame *b) {
             return a->mapToGlobal(QPoint()).y() < b->mapToGlobal(QPoint()).y();
         });
         return result;
@@ -49,9 +49,9 @@ private:
     QStringList texts() const
     {
         QStringList result;
-        for (const FilterPanelItem *item : items()) {
-            result.append(u"%1 %2: %3"_s.arg(item->checkBox()->isChecked() ? u"+"_s : u"-"_s,
-                                             item->checkBox()->text(),
+        for (const QFrame *item : items()) {
+            result.append(u"%1 %2: %3"_s.arg(panelSwitch(item)->isChecked() ? u"+"_s : u"-"_s,
+                                             panelSwitch(item)->text(),
                                              item->findChild<QLabel *>(u"text"_s)->text()));
         }
         return result;
@@ -123,7 +123,7 @@ private Q_SLOTS:
     {
         Filter *filter = add({0}, u"1"_s);
         QTRY_COMPARE(items().size(), 1);
-        QCheckBox *check = items().first()->checkBox();
+        QCheckBox *check = panelSwitch(items().first());
         QSignalSpy changes(m_filters.get(), &FilterList::changed);
 
         QTest::mouseClick(check, Qt::LeftButton, {}, QPoint(8, check->height() / 2));
@@ -153,12 +153,12 @@ private Q_SLOTS:
         add({0}, u"1"_s);
         add({1}, u"x"_s);
         QTRY_COMPARE(items().size(), 2);
-        items().last()->checkBox()->setFocus();
+        panelSwitch(items().last())->setFocus();
 
-        QTest::keyClick(items().last()->checkBox(), Qt::Key_Delete);
+        QTest::keyClick(panelSwitch(items().last()), Qt::Key_Delete);
         QTRY_COMPARE(items().size(), 1);
-        QVERIFY(items().first()->checkBox()->hasFocus());
-        QTest::keyClick(items().first()->checkBox(), Qt::Key_Delete);
+        QVERIFY(panelSwitch(items().first())->hasFocus());
+        QTest::keyClick(panelSwitch(items().first()), Qt::Key_Delete);
 
         QTRY_COMPARE(items().size(), 0);
         QVERIFY(button(m_panel.get(), u"sets"_s)->hasFocus());
@@ -173,7 +173,7 @@ private Q_SLOTS:
         QToolButton *edit = button(items().first(), u"edit"_s);
 
         QTest::mouseClick(edit, Qt::LeftButton);
-        QTest::keyClick(items().first()->checkBox(), Qt::Key_F2);
+        QTest::keyClick(panelSwitch(items().first()), Qt::Key_F2);
 
         QCOMPARE(requests.size(), 2);
         QCOMPARE(requests.at(0).at(0).value<Filter *>(), filter);
@@ -189,7 +189,7 @@ private Q_SLOTS:
 
         QVERIFY(!button(items().first(), u"edit"_s)->isVisible());
         QSignalSpy requests(m_panel.get(), &FilterPanel::editRequested);
-        QTest::keyClick(items().first()->checkBox(), Qt::Key_F2);
+        QTest::keyClick(panelSwitch(items().first()), Qt::Key_F2);
         QCOMPARE(requests.size(), 0);
         QCOMPARE(texts(), QStringList{u"- a: 1"_s});
     }
