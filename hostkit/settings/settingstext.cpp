@@ -46,34 +46,31 @@ QString numberText(Number number)
     return error == std::errc() ? QString::fromLatin1(buffer.data(), end - buffer.data()) : QString();
 }
 
-/// Nothing, and why in \a problem, when \a text is no number or one that \a Number does not hold.
+/// Returns nothing, and why in \a problem, unless \a text is a number from \a least to \a most.
 template <typename Number>
-std::optional<Number> numberOf(const QString &text, QString *problem)
+std::optional<Number> numberOf(const QString &text, QString *problem,
+                               Number least = std::numeric_limits<Number>::lowest(),
+                               Number most = std::numeric_limits<Number>::max())
 {
+    constexpr bool whole = !std::is_floating_point_v<Number>;
     QByteArray digits = text.trimmed().toLatin1();
     if (digits.startsWith('+') && !digits.startsWith("+-"))
         digits.remove(0, 1);
-    if constexpr (std::is_floating_point_v<Number>) {
-        if (!digits.contains('.') && digits.count(',') == 1)
-            digits.replace(',', '.');
-    }
+    if (!whole && !digits.contains('.') && digits.count(',') == 1)
+        digits.replace(',', '.');
     Number number{};
     const char *end = digits.constData() + digits.size();
     const auto [stop, error] = std::from_chars(digits.constData(), end, number);
-    if (error == std::errc() && stop == end)
+    const bool read = error == std::errc() && stop == end;
+    if (read && (!whole || (number >= least && number <= most)))
         return number;
     const bool negative = std::is_unsigned_v<Number> && digits.startsWith('-');
-    if ((stop == end && !digits.isEmpty()) || negative) {
-        if constexpr (std::is_floating_point_v<Number>)
-            *problem = Texts::tr("Число не помещается в тип значения");
-        else
-            *problem = Texts::tr("Допустимы целые числа от %1 до %2")
-                           .arg(numberText(std::numeric_limits<Number>::min()),
-                                numberText(std::numeric_limits<Number>::max()));
-    } else {
-        *problem =
-            std::is_floating_point_v<Number> ? Texts::tr("Это не число") : Texts::tr("Это не целое число");
-    }
+    if ((stop != end || digits.isEmpty()) && !negative)
+        *problem = whole ? Texts::tr("Это не целое число") : Texts::tr("Это не число");
+    else if (whole)
+        *problem = Texts::tr("Допустимы целые числа от %1 до %2").arg(numberText(least), numberText(most));
+    else
+        *problem = Texts::tr("Число не помещается в тип значения");
     return std::nullopt;
 }
 
@@ -82,24 +79,59 @@ QString joined(std::initializer_list<QString> numbers, const QString &separator 
     return QStringList(numbers).join(separator);
 }
 
-/// The \a count numbers of \a text, parted by commas, semicolons, blanks, "x" or "×".
+/// Splits \a text into \a count parts at commas, semicolons, blanks, "x" or "×".
+std::optional<QStringList> partsOf(const QString &text, qsizetype count, QString *problem)
+{
+    static const QRegularExpression separators(u"\\s*[,;×xXхХ]\\s*|\\s+"_s);
+    QStringList parts = text.trimmed().split(separators);
+    if (parts.size() == count)
+        return parts;
+    *problem = Texts::tr("Чисел должно быть %1").arg(count);
+    return std::nullopt;
+}
+
 template <typename Number, std::size_t count>
 std::optional<std::array<Number, count>> numbersOf(const QString &text, QString *problem)
 {
-    static const QRegularExpression separators(u"\\s*[,;×xXхХ]\\s*|\\s+"_s);
-    const QStringList parts = text.trimmed().split(separators);
-    if (parts.size() != int(count)) {
-        *problem = Texts::tr("Чисел должно быть %1").arg(count);
+    const auto parts = partsOf(text, count, problem);
+    if (!parts)
         return std::nullopt;
-    }
     std::array<Number, count> numbers;
     for (std::size_t i = 0; i < count; ++i) {
-        const auto number = numberOf<Number>(parts.at(int(i)), problem);
+        const auto number = numberOf<Number>(parts->at(int(i)), problem);
         if (!number)
             return std::nullopt;
         numbers[i] = *number;
     }
     return numbers;
+}
+
+/// QRect::width() and height() overflow where the edges are further apart than an int tells.
+QString rectText(const QRect &rect)
+{
+    return joined({numberText(rect.left()), numberText(rect.top()),
+                   joined({numberText(qint64(rect.right()) - rect.left() + 1),
+                           numberText(qint64(rect.bottom()) - rect.top() + 1)},
+                          u" × "_s)});
+}
+
+std::optional<QRect> rectOf(const QString &text, QString *problem)
+{
+    const auto parts = partsOf(text, 4, problem);
+    const auto left = parts ? numberOf<int>(parts->at(0), problem) : std::nullopt;
+    const auto top = left ? numberOf<int>(parts->at(1), problem) : std::nullopt;
+    if (!top)
+        return std::nullopt;
+    // The size may be beyond an int, the edges may not.
+    const auto lastOf = [problem](int first, const QString &size) -> std::optional<int> {
+        using Edge = std::numeric_limits<int>;
+        const qint64 before = qint64(first) - 1;
+        const auto number = numberOf<qint64>(size, problem, Edge::min() - before, Edge::max() - before);
+        return number ? std::optional(int(before + *number)) : std::nullopt;
+    };
+    const auto right = lastOf(*left, parts->at(2));
+    const auto bottom = right ? lastOf(*top, parts->at(3)) : std::nullopt;
+    return bottom ? std::optional(QRect(QPoint(*left, *top), QPoint(*right, *bottom))) : std::nullopt;
 }
 
 // Dates and times.
@@ -536,8 +568,7 @@ QString SettingsText::fromValue(const QVariant &value)
     case QMetaType::QPointF:
         return joined({numberText(value.toPointF().x()), numberText(value.toPointF().y())});
     case QMetaType::QRect:
-        return joined({numberText(value.toRect().x()), numberText(value.toRect().y()),
-                       sizeText(value.toRect().size())});
+        return rectText(value.toRect());
     case QMetaType::QRectF:
         return joined({numberText(value.toRectF().x()), numberText(value.toRectF().y()),
                        sizeText(value.toRectF().size())});
@@ -630,7 +661,7 @@ std::optional<QVariant> SettingsText::toValue(const QVariant &old, const QString
     case QMetaType::QPointF:
         return pairOf<QPointF, qreal>(text, problem);
     case QMetaType::QRect:
-        return quadrupleOf<QRect, int>(text, problem);
+        return wrapped(rectOf(text, problem));
     case QMetaType::QRectF:
         return quadrupleOf<QRectF, qreal>(text, problem);
     case QMetaType::QKeySequence: {

@@ -330,9 +330,8 @@ private Q_SLOTS:
         QTest::newRow("QSizeF") << Maker([=](QRandomGenerator &r) { return QVariant(QSizeF(f(r), f(r))); });
         QTest::newRow("QPoint") << Maker([=](QRandomGenerator &r) { return QVariant(QPoint(n(r), n(r))); });
         QTest::newRow("QPointF") << Maker([=](QRandomGenerator &r) { return QVariant(QPointF(f(r), f(r))); });
-        QTest::newRow("QRect") << Maker([](QRandomGenerator &r) {
-            return QVariant(QRect(r.bounded(-99, 99), r.bounded(-99, 99), r.bounded(99), r.bounded(99)));
-        });
+        QTest::newRow("QRect") << Maker(
+            [=](QRandomGenerator &r) { return QVariant(QRect(QPoint(n(r), n(r)), QPoint(n(r), n(r)))); });
         QTest::newRow("QRectF") << Maker(
             [=](QRandomGenerator &r) { return QVariant(QRectF(f(r), f(r), f(r), f(r))); });
         QTest::newRow("QKeySequence") << Maker([](QRandomGenerator &r) {
@@ -528,6 +527,10 @@ private Q_SLOTS:
             << QVariant(QSize(1, 2)) << u"640x480"_s << QVariant(QSize(640, 480));
         QTest::newRow("rectangle by blanks")
             << QVariant(QRect()) << u"1 2 3 4"_s << QVariant(QRect(1, 2, 3, 4));
+        QTest::newRow("rectangle of the full range")
+            << QVariant(QRect()) << u"-2147483648, 2147483647, 4294967296 × -4294967294"_s
+            << QVariant(QRect(QPoint(std::numeric_limits<int>::min(), std::numeric_limits<int>::max()),
+                              QPoint(std::numeric_limits<int>::max(), std::numeric_limits<int>::min())));
         QTest::newRow("address of letters beyond ASCII")
             << QVariant(QUrl(u"https://a.org"_s)) << u"https://a.org/я"_s
             << QVariant(QUrl(u"https://a.org/я"_s));
@@ -586,6 +589,12 @@ private Q_SLOTS:
         QTest::newRow("no colour") << QVariant(QColor(1, 2, 3)) << u"reddish"_s
                                    << u"Цвет пишется как #RRGGBB, #AARRGGBB или по-английски: red"_s;
         QTest::newRow("three numbers") << QVariant(QSize(1, 2)) << u"1, 2, 3"_s << u"Чисел должно быть 2"_s;
+        QTest::newRow("right edge beyond int") << QVariant(QRect()) << u"2, 0, 2147483647 × 1"_s
+                                               << u"Допустимы целые числа от -2147483649 до 2147483646"_s;
+        QTest::newRow("bottom edge below int") << QVariant(QRect()) << u"0, -9, 1 × -2147483639"_s
+                                               << u"Допустимы целые числа от -2147483638 до 2147483657"_s;
+        QTest::newRow("width beyond any number") << QVariant(QRect()) << u"1, 0, 99999999999999999999 × 1"_s
+                                                 << u"Допустимы целые числа от -2147483648 до 2147483647"_s;
         QTest::newRow("half a byte")
             << QVariant(QByteArray("a")) << u"\\x1"_s
             << u"После «\\» пишется x и две шестнадцатеричные цифры или ещё одна «\\»"_s;
@@ -1485,7 +1494,8 @@ private Q_SLOTS:
         edited("size", QSize(-1, -1));
         edited("exact size", QSizeF(1. / 3, Double::infinity()));
         edited("rectangle", QRect(1, 2, -3, 0));
-        edited("wide rectangle", QRect(QPoint(-1'000'000'000, 0), QPoint(1'000'000'000, 0)));
+        edited("rectangle of the full range",
+               QRect(QPoint(std::numeric_limits<int>::min(), 0), QPoint(std::numeric_limits<int>::max(), 0)));
         edited("exact rectangle", QRectF(.1, .2, -.3, 1e300));
         edited("colour", QColor(1, 2, 3));
         edited("transparent colour", QColor(1, 2, 3, 0));
@@ -1635,6 +1645,10 @@ private Q_SLOTS:
         QTest::newRow("colour") << QVariant(QColor(1, 2, 255)) << u"#0102ff"_s;
         QTest::newRow("font") << QVariant(QFont(u"Sans"_s, 10, QFont::Bold)) << u"Sans, 10 пт, жирный"_s;
         QTest::newRow("size") << QVariant(QSize(640, 480)) << u"640 × 480"_s;
+        QTest::newRow("rectangle of the full range")
+            << QVariant(QRect(QPoint(std::numeric_limits<int>::min(), 1),
+                              QPoint(std::numeric_limits<int>::max(), std::numeric_limits<int>::min())))
+            << u"-2147483648, 1, 4294967296 × -2147483648"_s;
         QTest::newRow("unknown") << QVariant(QLine(1, 2, 3, 4)) << u"<QLine>"_s;
     }
 
