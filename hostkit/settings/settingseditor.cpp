@@ -2,6 +2,7 @@
 #include <hostkit/settings/settingseditor_p.h>
 
 #include <hostkit/settings/settingsdelegate.h>
+#include <hostkit/settings/settingsescapes_p.h>
 #include <hostkit/settings/settingstext_p.h>
 #include <hostkit/settings/settingsvalue.h>
 

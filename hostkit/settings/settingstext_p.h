@@ -7,27 +7,17 @@
 
 #include <optional>
 
-namespace sito {
+namespace sito::SettingsText {
 
-/// Texts in which values of one type are edited: exact both ways, the same in every locale; that of a font
-/// leaves some of it out.
-namespace SettingsText {
+/// The texts in which values are edited, one form per type. They are exact both ways and the same in every
+/// locale. The text of a font alone leaves a part of the value out.
 
-/// Whether values of \a type have such a text.
+/// Returns whether values of \a type have a text.
 bool isKnown(QMetaType type);
-/// The text of \a value, whose type is known.
+/// Returns the text of \a value, and an empty one when its type is not known.
 QString fromValue(const QVariant &value);
-/// The value that \a text, an edited text of \a old, means; nothing, and why in \a problem, when there is none.
-/// What the text does not tell is as in \a old.
+/// Reads \a text as a value of the type of \a old; what the text leaves out is taken from \a old. Returns
+/// nothing, and why in \a problem, when \a text is no such value.
 std::optional<QVariant> toValue(const QVariant &old, const QString &text, QString *problem);
 
-/// Whether a text field would change \a c or show nothing of it.
-bool isLostInTextFields(QChar c);
-/// \a text with "\" and everything that no text editor keeps written as "\\", "\n", "\u0001".
-QString escaped(const QString &text);
-/// The text of which \a text is the escaped form; nothing when it is none.
-std::optional<QString> unescaped(const QString &text);
-
-} // namespace SettingsText
-
-} // namespace sito
+} // namespace sito::SettingsText
