@@ -49,8 +49,8 @@ std::optional<QTime> plainTime(const QString &text)
     return match.hasMatch() && time.isValid() ? std::optional(time) : std::nullopt;
 }
 
-/// The reading \a date, \a time at \a seconds from UTC; at 0 it is a date-time in UTC. (Which constructor says
-/// so depends on the version of Qt.)
+/// The reading \a date, \a time at \a seconds from UTC; at 0 it is a date-time in UTC. (Which constructor
+/// says so depends on the version of Qt.)
 QDateTime atOffset(QDate date, QTime time, int seconds)
 {
     const QDateTime instant = QDateTime(date, time, QTimeZone::utc()).addSecs(-seconds);

@@ -67,10 +67,24 @@ QString itemText(const QVariant &item)
     return plain ? text : u'"' + QString(text).replace(u'"', u"\\\""_s) + u'"';
 }
 
+/// The index of the uppermost SettingsViewProxy, or that of the model below all proxies when there is none.
+QModelIndex behindProxies(QModelIndex index)
+{
+    const auto *proxy = qobject_cast<const QAbstractProxyModel *>(index.model());
+    while (proxy && !qobject_cast<const SettingsViewProxy *>(proxy)) {
+        index = proxy->mapToSource(index);
+        proxy = qobject_cast<const QAbstractProxyModel *>(index.model());
+    }
+    return index;
+}
+
 } // namespace
 
 QString settingsPath(const QModelIndex &index)
 {
+    const QModelIndex source = behindProxies(index);
+    if (qobject_cast<const SettingsViewProxy *>(source.model()))
+        return source.data(SettingsViewProxy::PathRole).toString();
     QStringList names;
     for (QModelIndex row = index; row.isValid(); row = row.parent())
         names += row.siblingAtColumn(0).data().toString();
@@ -80,16 +94,13 @@ QString settingsPath(const QModelIndex &index)
 
 QVariant settingsValue(const QModelIndex &index)
 {
-    QModelIndex source = index;
-    while (const auto *proxy = qobject_cast<const QAbstractProxyModel *>(source.model())) {
-        // It knows its values also while it maps no index.
-        if (source.column() == valueColumn && qobject_cast<const SettingsViewProxy *>(proxy))
+    const QModelIndex source = behindProxies(index);
+    if (source.isValid() && source.column() == valueColumn) {
+        if (qobject_cast<const SettingsViewProxy *>(source.model()))
             return source.data(SettingsViewProxy::ValueRole);
-        source = proxy->mapToSource(source);
+        if (qobject_cast<const SettingsModel *>(source.model()))
+            return static_cast<const SettingsModelItem *>(source.internalPointer())->value;
     }
-    if (source.isValid() && source.column() == valueColumn &&
-        qobject_cast<const SettingsModel *>(source.model()))
-        return static_cast<const SettingsModelItem *>(source.internalPointer())->value;
     return index.data(Qt::EditRole);
 }
 

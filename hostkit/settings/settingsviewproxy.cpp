@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingsviewproxy.h>
 
+#include <hostkit/settings/settingsmirror_p.h>
 #include <hostkit/settings/settingsvalue.h>
-
-#include <QHash>
 
 #include <algorithm>
 #include <utility>
@@ -12,91 +11,6 @@
 namespace sito {
 
 namespace {
-
-/// What the proxy knows of one row.
-struct Cells
-{
-    struct Cell
-    {
-        QVariant display;
-        QVariant value;
-        QVariant decoration;
-        QVariant toolTip;
-        Qt::ItemFlags flags;
-
-        friend bool operator==(const Cell &left, const Cell &right)
-        {
-            // Icons do not compare; they follow `branch`.
-            return isSameSettingsValue(left.display, right.display) &&
-                   isSameSettingsValue(left.value, right.value) && left.toolTip == right.toolTip;
-        }
-    };
-
-    QList<Cell> cells;
-    bool branch = false;
-
-    friend bool operator==(const Cells &, const Cells &) = default;
-};
-
-struct Node
-{
-    Node *parent = nullptr;
-    int row = 0;
-    QList<Node *> children;
-    Cells known;
-
-    QString name() const
-    {
-        return known.cells.isEmpty() ? QString() : known.cells.first().display.toString();
-    }
-    int rows() const { return static_cast<int>(children.size()); }
-};
-
-/// Deletes \a nodes with all below them, level by level: the tree may be deeper than the stack.
-void destroy(QList<Node *> nodes)
-{
-    for (qsizetype i = 0; i < nodes.size(); ++i)
-        nodes += nodes.at(i)->children;
-    qDeleteAll(nodes);
-}
-
-void renumber(Node *parent, int from)
-{
-    for (int row = from; row < parent->rows(); ++row)
-        parent->children.at(row)->row = row;
-}
-
-/// For each name of \a names the row of \a nodes that shows it, or -1: as many as can be had with rows
-/// ascending, none twice.
-std::vector<int> matchedRows(const QList<Node *> &nodes, const QStringList &names)
-{
-    QHash<QString, QList<int>> places;
-    for (int row = static_cast<int>(nodes.size()) - 1; row >= 0; --row)
-        places[nodes.at(row)->name()].append(row);
-
-    // The longest ascending run of the first free places, by the classic row of smallest ends.
-    std::vector<int> place(std::size_t(names.size()), -1);
-    std::vector<int> before(std::size_t(names.size()), -1);
-    std::vector<int> ends;
-    for (int i = 0; i < names.size(); ++i) {
-        const auto it = places.find(names.at(i));
-        if (it == places.end() || it->isEmpty())
-            continue;
-        place[std::size_t(i)] = it->takeLast();
-        const auto end = std::lower_bound(ends.begin(), ends.end(), i, [&](int left, int right) {
-            return place[std::size_t(left)] < place[std::size_t(right)];
-        });
-        before[std::size_t(i)] = end == ends.begin() ? -1 : *(end - 1);
-        if (end == ends.end())
-            ends.push_back(i);
-        else
-            *end = i;
-    }
-    std::vector<int> result(std::size_t(names.size()), -1);
-    for (int i = ends.empty() ? -1 : ends.back(); i >= 0; i = before[std::size_t(i)])
-        result[std::size_t(i)] = place[std::size_t(i)];
-    return result;
-}
 
 /// The roles that changed here when \a roles did in the source.
 QList<int> withValueRole(QList<int> roles)
@@ -111,166 +25,59 @@ QList<int> withValueRole(QList<int> roles)
 class SettingsViewProxyPrivate
 {
 public:
-    explicit SettingsViewProxyPrivate(SettingsViewProxy *proxy) : q(proxy) {}
-    ~SettingsViewProxyPrivate() { destroy(root.children); }
+    using Node = SettingsMirror::Node;
+    using Cells = SettingsMirror::Cells;
+
+    explicit SettingsViewProxyPrivate(SettingsViewProxy *proxy) : q(proxy), mirror(*proxy) {}
 
     Node *node(const QModelIndex &index) const
     {
-        return index.isValid() ? static_cast<Node *>(index.internalPointer()) : const_cast<Node *>(&root);
+        return index.isValid() ? static_cast<Node *>(index.internalPointer()) : mirror.root();
     }
 
     QModelIndex indexOf(const Node *node, int column = 0) const
     {
-        return node == &root ? QModelIndex() : q->createIndex(node->row, column, node);
+        return node->parent ? q->createIndex(node->row, column, node) : QModelIndex();
     }
 
-    /// The rows from the top down to \a node.
-    static std::vector<int> rowPath(const Node *node)
+    /// Reads the cells of \a node again, and announces a difference.
+    void update(Node *node, const QModelIndex &sourceParent)
     {
-        std::vector<int> path;
-        for (; node->parent; node = node->parent)
-            path.push_back(node->row);
-        std::reverse(path.begin(), path.end());
-        return path;
-    }
-
-    /// The source's index of \a node. Only while both trees have the same shape.
-    QModelIndex sourceOf(const Node *node, int column = 0) const
-    {
-        QModelIndex index;
-        if (const QAbstractItemModel *source = q->sourceModel()) {
-            const std::vector<int> path = rowPath(node);
-            for (std::size_t i = 0; i < path.size(); ++i)
-                index = source->index(path[i], i + 1 == path.size() ? column : 0, index);
-        }
-        return index;
-    }
-
-    /// The node of a source index, found by rows; the root for an index that is none of the source's rows, as
-    /// the one that stands for the source's root; null when the trees do not have the same shape on the way.
-    Node *nodeOf(QModelIndex index) const
-    {
-        const QAbstractItemModel *source = q->sourceModel();
-        Node *top = const_cast<Node *>(&root);
-        if (!index.isValid() || source->index(index.row(), index.column(), source->parent(index)) != index)
-            return top;
-        std::vector<int> path;
-        for (; index.isValid(); index = source->parent(index))
-            path.push_back(index.row());
-        Node *result = top;
-        for (auto row = path.rbegin(); row != path.rend(); ++row) {
-            if (*row >= result->rows())
-                return nullptr;
-            result = result->children.at(*row);
-        }
-        return result;
-    }
-
-    Cells read(const QModelIndex &sourceIndex) const
-    {
-        const QAbstractItemModel *source = q->sourceModel();
-        Cells result;
-        result.branch = source->hasChildren(sourceIndex);
-        result.cells.reserve(columns);
-        const QModelIndex sourceParent = source->parent(sourceIndex);
-        for (int column = 0; column < columns; ++column) {
-            const QModelIndex cell = source->index(sourceIndex.row(), column, sourceParent);
-            result.cells.append({cell.data(), settingsValue(cell), cell.data(Qt::DecorationRole),
-                                 cell.data(Qt::ToolTipRole), source->flags(cell)});
-        }
-        return result;
-    }
-
-    /// A node for the source's row, with all below it.
-    Node *copy(const QModelIndex &sourceIndex) const
-    {
-        struct Todo
-        {
-            Node *node;
-            QModelIndex source;
-        };
-        auto *top = new Node{nullptr, 0, {}, read(sourceIndex)};
-        std::vector<Todo> todo{{top, sourceIndex}};
-        while (!todo.empty()) {
-            const Todo next = todo.back();
-            todo.pop_back();
-            fill(next.node, next.source);
-            for (Node *child : std::as_const(next.node->children))
-                todo.push_back({child, q->sourceModel()->index(child->row, 0, next.source)});
-        }
-        return top;
-    }
-
-    /// One level.
-    void fill(Node *parent, const QModelIndex &sourceIndex) const
-    {
-        const QAbstractItemModel *source = q->sourceModel();
-        const int rows = source->rowCount(sourceIndex);
-        parent->children.reserve(rows);
-        for (int row = 0; row < rows; ++row)
-            parent->children.append(new Node{parent, row, {}, read(source->index(row, 0, sourceIndex))});
-    }
-
-    void rebuild()
-    {
-        destroy(std::exchange(root.children, {}));
-        columns = q->sourceModel() ? q->sourceModel()->columnCount() : 0;
-        if (!q->sourceModel())
-            return;
-        fill(&root, {});
-        for (Node *child : std::as_const(root.children)) {
-            Node *whole = copy(q->sourceModel()->index(child->row, 0));
-            child->children = std::exchange(whole->children, {});
-            for (Node *grandchild : std::as_const(child->children))
-                grandchild->parent = child;
-            delete whole;
-        }
-    }
-
-    /// Looks at the cells of \a node again, and announces what is different.
-    void update(Node *node, const QModelIndex &sourceIndex)
-    {
-        Cells now = read(sourceIndex);
+        Cells now = mirror.read(node->row, sourceParent);
         const bool same = now == node->known;
-        node->known = std::move(now);
+        mirror.setCells(node, std::move(now));
         if (!same)
-            Q_EMIT q->dataChanged(indexOf(node), indexOf(node, columns - 1), {});
+            Q_EMIT q->dataChanged(indexOf(node), indexOf(node, mirror.columns() - 1), {});
     }
 
     /// update() for \a node and everything above it.
     void updateUpwards(Node *node, QModelIndex sourceIndex)
     {
         while (node->parent) {
+            sourceIndex = q->sourceModel()->parent(sourceIndex);
             update(node, sourceIndex);
             if (startOver)
                 return;
             node = node->parent;
-            sourceIndex = q->sourceModel()->parent(sourceIndex);
         }
     }
 
     void insert(Node *parent, const QModelIndex &sourceParent, int first, int count)
     {
         QList<Node *> added;
-        for (int row = first; row < first + count; ++row) {
-            added.append(copy(q->sourceModel()->index(row, 0, sourceParent)));
-            added.last()->parent = parent;
-        }
+        for (int row = first; row < first + count; ++row)
+            added.append(mirror.copy(parent, row, sourceParent));
         q->beginInsertRows(indexOf(parent), first, first + count - 1);
-        for (int i = 0; i < count; ++i)
-            parent->children.insert(first + i, added.at(i));
-        renumber(parent, first);
+        mirror.insert(parent, first, added);
         q->endInsertRows();
     }
 
     void remove(Node *parent, int first, int count)
     {
         q->beginRemoveRows(indexOf(parent), first, first + count - 1);
-        const QList<Node *> removed = parent->children.mid(first, count);
-        parent->children.remove(first, count);
-        renumber(parent, first);
+        const QList<Node *> removed = mirror.take(parent, first, count);
         q->endRemoveRows();
-        destroy(removed);
+        SettingsMirror::destroy(removed);
     }
 
     /// Gives \a parent the rows that the source has there, keeping those of the same name.
@@ -291,7 +98,7 @@ public:
         if (rows == parent->rows() && !anyShape)
             return;
 
-        const std::vector<int> kept = matchedRows(parent->children, names);
+        const std::vector<int> kept = SettingsMirror::matchedRows(parent, names);
         std::vector<bool> keep(std::size_t(parent->rows()), false);
         for (int row : kept) {
             if (row >= 0)
@@ -325,7 +132,7 @@ public:
             Node *node;
             QModelIndex source;
         };
-        std::vector<Todo> todo{{&root, {}}};
+        std::vector<Todo> todo{{mirror.root(), {}}};
         while (!todo.empty() && !startOver && q->sourceModel()) {
             const Todo next = todo.back();
             todo.pop_back();
@@ -333,7 +140,7 @@ public:
             for (int row = 0; !startOver && row < next.node->rows(); ++row) {
                 Node *child = next.node->children.at(row);
                 const QModelIndex source = q->sourceModel()->index(row, 0, next.source);
-                update(child, source);
+                update(child, next.source);
                 todo.push_back({child, source});
             }
         }
@@ -345,6 +152,7 @@ public:
     template <typename Comparison>
     void compare(Comparison comparison)
     {
+        mirror.forgetPlaces();
         if (comparing) {
             startOver = true;
             return;
@@ -385,6 +193,7 @@ public:
         // The outer change is told of with an index that the inner one may have made stale.
         overlapping = overlapping || changing > 0;
         ++changing;
+        mirror.forgetPlaces();
     }
 
     void rowsInserted(const QModelIndex &sourceParent, int first, int last)
@@ -394,8 +203,9 @@ public:
                 startOver = true;
                 return;
             }
-            Node *parent = nodeOf(sourceParent);
-            const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
+            Node *parent = mirror.nodeOf(sourceParent);
+            const QModelIndex place =
+                parent == mirror.root() ? QModelIndex() : sourceParent.siblingAtColumn(0);
             const int count = last - first + 1;
             if (!parent || count < 1 || q->sourceModel()->rowCount(place) != parent->rows() + count) {
                 startOver = true;
@@ -416,8 +226,9 @@ public:
                 startOver = true;
                 return;
             }
-            Node *parent = nodeOf(sourceParent);
-            const QModelIndex place = parent == &root ? QModelIndex() : sourceParent.siblingAtColumn(0);
+            Node *parent = mirror.nodeOf(sourceParent);
+            const QModelIndex place =
+                parent == mirror.root() ? QModelIndex() : sourceParent.siblingAtColumn(0);
             // None for the empty range that tells of an entry above its place.
             const int count = std::max(last - first + 1, 0);
             if (!parent || q->sourceModel()->rowCount(place) != parent->rows() - count) {
@@ -434,12 +245,12 @@ public:
     void reset()
     {
         compare([&] {
-            if (columns == q->sourceModel()->columnCount()) {
+            if (mirror.columns() == q->sourceModel()->columnCount()) {
                 startOver = true;
                 return;
             }
             q->beginResetModel();
-            rebuild();
+            mirror.rebuild();
             q->endResetModel();
         });
         end();
@@ -452,7 +263,7 @@ public:
             return;
         compare([&] {
             const QModelIndex sourceParent = q->sourceModel()->parent(topLeft);
-            Node *parent = nodeOf(sourceParent);
+            Node *parent = mirror.nodeOf(sourceParent);
             if (!parent || bottomRight.row() >= parent->rows()) {
                 startOver = true;
                 return;
@@ -463,15 +274,15 @@ public:
             int left = topLeft.column();
             int right = bottomRight.column();
             for (int row = topLeft.row(); row <= bottomRight.row(); ++row) {
-                Cells now = read(q->sourceModel()->index(row, 0, sourceParent));
-                Cells &known = parent->children.at(row)->known;
-                for (int column = 0; column < columns; ++column) {
+                Cells now = mirror.read(row, sourceParent);
+                const Cells &known = parent->children.at(row)->known;
+                for (int column = 0; column < mirror.columns(); ++column) {
                     if (now.branch != known.branch || now.cells.at(column) != known.cells.at(column)) {
                         left = std::min(left, column);
                         right = std::max(right, column);
                     }
                 }
-                known = std::move(now);
+                mirror.setCells(parent->children.at(row), std::move(now));
             }
             const bool wider = left < topLeft.column() || right > bottomRight.column();
             Q_EMIT q->dataChanged(indexOf(parent->children.at(topLeft.row()), left),
@@ -486,13 +297,12 @@ public:
         changing = 0;
         overlapping = false;
         startOver = comparing;
-        rebuild();
+        mirror.rebuild();
         q->endResetModel();
     }
 
     SettingsViewProxy *q;
-    Node root;
-    int columns = 0;
+    SettingsMirror mirror;
     /// Changes of the source that have begun and not ended.
     int changing = 0;
     /// Whether one of them began before another had ended.
@@ -528,11 +338,13 @@ void SettingsViewProxy::setSourceModel(QAbstractItemModel *source)
     beginResetModel();
     for (const QMetaObject::Connection &connection : std::exchange(d->connections, {}))
         disconnect(connection);
+    // Whoever hears of the new source may map an index.
+    d->mirror.forgetPlaces();
     QAbstractProxyModel::setSourceModel(source);
     d->changing = 0;
     d->overlapping = false;
     d->startOver = d->comparing;
-    d->rebuild();
+    d->mirror.rebuild();
     if (source) {
         using Model = QAbstractItemModel;
         SettingsViewProxyPrivate *p = d.get();
@@ -573,7 +385,7 @@ QModelIndex SettingsViewProxy::mapFromSource(const QModelIndex &sourceIndex) con
 {
     if (!sourceIndex.isValid() || sourceIndex.model() != sourceModel() || d->ahead())
         return {};
-    const Node *node = d->nodeOf(sourceIndex);
+    const SettingsMirror::Node *node = d->mirror.nodeOf(sourceIndex);
     return node ? d->indexOf(node, sourceIndex.column()) : QModelIndex();
 }
 
@@ -581,12 +393,12 @@ QModelIndex SettingsViewProxy::mapToSource(const QModelIndex &proxyIndex) const
 {
     if (!proxyIndex.isValid() || proxyIndex.model() != this || d->ahead() || !sourceModel())
         return {};
-    return d->sourceOf(d->node(proxyIndex), proxyIndex.column());
+    return d->mirror.sourceOf(d->node(proxyIndex), proxyIndex.column());
 }
 
 QModelIndex SettingsViewProxy::index(int row, int column, const QModelIndex &parent) const
 {
-    if (row < 0 || column < 0 || column >= d->columns || row >= rowCount(parent))
+    if (row < 0 || column < 0 || column >= d->mirror.columns() || row >= rowCount(parent))
         return {};
     return createIndex(row, column, d->node(parent)->children.at(row));
 }
@@ -608,14 +420,14 @@ int SettingsViewProxy::rowCount(const QModelIndex &parent) const
 
 int SettingsViewProxy::columnCount(const QModelIndex & /*parent*/) const
 {
-    return d->columns;
+    return d->mirror.columns();
 }
 
 bool SettingsViewProxy::hasChildren(const QModelIndex &parent) const
 {
     if (!parent.isValid())
-        return d->root.rows() > 0;
-    const Node *node = d->node(parent);
+        return d->mirror.root()->rows() > 0;
+    const SettingsMirror::Node *node = d->node(parent);
     return parent.column() == 0 && (node->known.branch || node->rows() > 0);
 }
 
@@ -623,11 +435,14 @@ QVariant SettingsViewProxy::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
+    const SettingsMirror::Node *node = d->node(index);
+    if (role == PathRole)
+        return node->path;
     if (!d->ahead() && sourceModel()) {
         const QModelIndex source = mapToSource(index);
         return role == ValueRole ? settingsValue(source) : sourceModel()->data(source, role);
     }
-    const Cells::Cell &cell = d->node(index)->known.cells.at(index.column());
+    const SettingsMirror::Cell &cell = node->known.cells.at(index.column());
     switch (role) {
     case Qt::DisplayRole:
     case Qt::EditRole:

@@ -19,45 +19,51 @@ class SettingsViewProxyPrivate;
 /// proxy.setSourceModel(&model);
 /// view.setModel(&proxy);       // or a QSortFilterProxyModel on top of it
 /// \endcode
-/// The proxy keeps a tree of its own, with the cells last told of, and follows each notification of the
-/// source by comparing the level concerned and announcing exactly what is different. Rows are matched by
-/// place and name, so what a view remembers (selection, current row, expansion, an open editor) stays with an
-/// entry as long as the source keeps its row: across refresh(), revertAll() and the resets of clear() and
-/// setSettings(). While the source is in the middle of a change, the proxy shows the state before, refuses
-/// edits, and maps no index; `ValueRole` answers with the typed values then too.
+/// The proxy keeps a copy of the rows and cells, as last announced. At each notification of the source it
+/// compares the level concerned and announces exactly what differs. Rows are matched by place and name, so
+/// what a view remembers (selection, current row, expansion, an open editor) stays with an entry as long as
+/// the source keeps its row: across refresh(), revertAll() and the resets of clear() and setSettings(). While
+/// the source is in the middle of a change, the proxy shows the state before, refuses edits, and maps no
+/// index.
 ///
-/// Three things are shown otherwise than by the source, because views insist on them: only column 0 has rows
-/// below it, a row with rows below it always has children, also when it is a key, and an empty model has none.
+/// Otherwise a cell asks the source for that cell alone: the rows above it are looked up once and kept until
+/// the source's next notification, and paths come from the copy.
 ///
-/// The source changes some things without a notification: the name of a new group, and what was a key
-/// becoming a group. The proxy looks for them with the next notification from within that group, and, for a
-/// group that sends none, once control is back in the event loop; synchronize() does it at once.
+/// Views need three things that the source does otherwise. Only column 0 has rows below it. A row with rows
+/// below it always has children, even when it is a key. An empty model has no children.
 ///
-/// Neither owns the source nor keeps an index or a pointer into it beyond a call. Used from the source's
+/// The source changes some things without a notification: the name of a new group, and a key that becomes a
+/// group. The proxy looks for such changes at the next notification from within that group, and once control
+/// is back in the event loop; synchronize() looks at once.
+///
+/// Does not own the source, and keeps no index of it beyond its next notification. Used from the source's
 /// thread.
 class HOSTKIT_EXPORT SettingsViewProxy : public QAbstractProxyModel
 {
     Q_OBJECT
 
 public:
-    /// A role beside those of the source, passed on by proxies on top.
+    /// Roles beside those of the source. Proxies on top pass them on. They belong to the rows shown, also
+    /// while the source is in the middle of a change and while one is announced. The numbers are fixed.
     enum Role {
-        /// The value of the cell in its own type, as settingsValue() answers it: a list as the list, where the
-        /// source's roles may answer with its items joined. Belongs to the rows and cells shown, also while the
-        /// source is in the middle of a change and while one is announced. The number is fixed.
-        ValueRole = Qt::UserRole + 0x5600
+        /// The value of the cell in its own type, as settingsValue() returns it. The source's roles may
+        /// return a list as its items joined.
+        ValueRole = Qt::UserRole + 0x5600,
+        /// The path of the row, as settingsPath() returns it; in every column. When the name of a group
+        /// changes, the paths below it follow without an announcement of their own.
+        PathRole
     };
 
     explicit SettingsViewProxy(QObject *parent = nullptr);
     ~SettingsViewProxy() override;
 
-    /// Shows \a sourceModel, a SettingsModel as a rule, from now on. A model reset. Null shows nothing.
+    /// Shows \a sourceModel, usually a SettingsModel, from now on; nothing when it is null. Resets the model.
     void setSourceModel(QAbstractItemModel *sourceModel) override;
 
-    /// The index of \a sourceIndex here; invalid for indexes that are no rows of the source, and while the
-    /// source is changing its rows.
+    /// Returns the index of \a sourceIndex here. It is invalid when \a sourceIndex is no row of the source,
+    /// and while the source is changing its rows.
     QModelIndex mapFromSource(const QModelIndex &sourceIndex) const override;
-    /// The source's index of the same cell; invalid while the source is changing its rows.
+    /// Returns the source's index of the same cell; invalid while the source is changing its rows.
     QModelIndex mapToSource(const QModelIndex &proxyIndex) const override;
 
     // The item model.
@@ -76,8 +82,8 @@ public:
     bool removeRows(int row, int count, const QModelIndex &parent = QModelIndex()) override;
 
 public Q_SLOTS:
-    /// Compares the whole tree with the source's and announces every difference. Does nothing while the
-    /// source is changing its rows: it is done afterwards then.
+    /// Compares the whole tree with the source's and announces every difference. While the source is changing
+    /// its rows, this waits for the end of the change.
     void synchronize();
 
 private:

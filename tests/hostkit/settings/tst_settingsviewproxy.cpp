@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QRegularExpression>
+#include <QSet>
 #include <QSignalBlocker>
 #include <QSignalSpy>
 #include <QSortFilterProxyModel>
@@ -29,7 +30,7 @@ using Node = SettingsOracle::Node;
 
 namespace {
 
-/// Rows and cells, with the shape.
+/// Rows, cells and paths, with the shape.
 QString shape(const QAbstractItemModel &model, const QModelIndex &parent = {})
 {
     QStringList rows;
@@ -38,6 +39,7 @@ QString shape(const QAbstractItemModel &model, const QModelIndex &parent = {})
         for (int column = 0; column < 3; ++column)
             cells += model.index(row, column, parent).data().toString();
         cells += model.index(row, 0, parent).data(Qt::ToolTipRole).toString();
+        cells += settingsPath(model.index(row, 1, parent));
         rows += cells.join(u'|') + u'{' + shape(model, model.index(row, 0, parent)) + u'}';
     }
     return rows.join(u' ');
@@ -168,6 +170,62 @@ private:
     mutable int m_askedOfTheDead = 0;
 };
 
+/// Counts what it is asked, and writes down of which rows.
+class CountingModel : public SettingsModel
+{
+    Q_OBJECT
+
+public:
+    QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override
+    {
+        const QModelIndex result = SettingsModel::index(row, column, parent);
+        ++lookups;
+        note(result);
+        return result;
+    }
+    QModelIndex parent(const QModelIndex &index) const override
+    {
+        ++lookups;
+        note(index);
+        return SettingsModel::parent(index);
+    }
+    bool hasChildren(const QModelIndex &parent = {}) const override
+    {
+        note(parent);
+        return SettingsModel::hasChildren(parent);
+    }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        ++answers;
+        note(index);
+        return SettingsModel::data(index, role);
+    }
+    Qt::ItemFlags flags(const QModelIndex &index) const override
+    {
+        ++answers;
+        note(index);
+        return SettingsModel::flags(index);
+    }
+
+    void forget()
+    {
+        asked.clear();
+        lookups = 0;
+        answers = 0;
+    }
+
+    mutable QSet<QString> asked;
+    mutable int lookups = 0;
+    mutable int answers = 0;
+
+private:
+    void note(const QModelIndex &index) const
+    {
+        if (index.isValid())
+            asked += SettingsModel::data(index, Qt::ToolTipRole).toString();
+    }
+};
+
 /// The types and texts of all values, in the order of rows.
 QStringList typedValues(const QAbstractItemModel &model, const QModelIndex &parent = {})
 {
@@ -269,6 +327,102 @@ private Q_SLOTS:
         }
         QCOMPARE(proxy.mapToSource({}), QModelIndex());
         QCOMPARE(proxy.mapFromSource({}), QModelIndex());
+    }
+
+    void asksOnlyTheRowOfACell()
+    {
+        const auto store = m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n");
+        CountingModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        QSortFilterProxyModel sorted;
+        sorted.setSourceModel(&proxy);
+        find(sorted, {u"a"_s, u"b"_s, u"c"_s, u"l"_s}); // the rows above are looked up once
+        const QModelIndex k = find(sorted, {u"a"_s, u"b"_s, u"c"_s, u"k"_s});
+
+        for (const int column : {0, 1, 2}) {
+            const QModelIndex cell = k.siblingAtColumn(column);
+            for (const int role :
+                 {int(Qt::DisplayRole), int(Qt::EditRole), int(Qt::DecorationRole), int(Qt::ToolTipRole),
+                  int(Qt::FontRole), int(Qt::BackgroundRole), int(SettingsViewProxy::ValueRole)}) {
+                model.forget();
+                cell.data(role);
+                QCOMPARE(model.asked, QSet{u"a/b/c/k"_s});
+                QVERIFY(model.lookups <= 1);
+            }
+            model.forget();
+            QVERIFY(cell.flags().testFlag(Qt::ItemIsEnabled));
+            QCOMPARE(model.asked, QSet{u"a/b/c/k"_s});
+            model.forget();
+            QCOMPARE(settingsPath(cell), u"a/b/c/k"_s);
+            QVERIFY(model.asked.isEmpty());
+        }
+        QCOMPARE(settingsValue(k.siblingAtColumn(2)), QVariant(u"1"_s));
+        QVERIFY(model.asked.isEmpty() || model.asked == QSet{u"a/b/c/k"_s});
+    }
+
+    void looksUpNoRowAboveWhenAViewPaintsAgain()
+    {
+        const auto store = m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n[d]\ne\\n=4\n");
+        CountingModel model;
+        model.setSettings(store.get());
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        QTreeView view;
+        view.setModel(&proxy);
+        view.expandAll();
+        view.resize(600, 400);
+        view.grab();
+
+        model.forget();
+        view.grab();
+
+        QVERIFY(model.answers > 0);
+        // One for the cell itself.
+        QCOMPARE(model.lookups, model.answers);
+    }
+
+    void announcesAnEditForItsCellAlone()
+    {
+        const auto store = m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n");
+        SettingsModel model;
+        model.setSettings(store.get());
+        model.setReadOnly(false);
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        QSortFilterProxyModel sorted;
+        sorted.setSourceModel(&proxy);
+        const QModelIndex k = find(sorted, {u"a"_s, u"b"_s, u"c"_s, u"k"_s}, 2);
+        ModelRecorder recorder(&proxy);
+        ModelRecorder above(&sorted);
+
+        QVERIFY(sorted.setData(k, u"new"_s));
+        QCoreApplication::processEvents();
+
+        QCOMPARE(recorder.take(), QStringList{u"changed a/b/c/k 2-2 []"_s});
+        QCOMPARE(above.take(), QStringList{u"changed a/b/c/k 2-2 []"_s});
+    }
+
+    void namesThePathsBelowAGroupThatGotItsName()
+    {
+        QStandardItemModel model;
+        auto *top = new QStandardItem(u"top"_s);
+        auto *group = new QStandardItem;
+        model.appendRow(top);
+        top->appendRow(group);
+        group->appendRow(new QStandardItem(u"a"_s));
+        SettingsViewProxy proxy;
+        proxy.setSourceModel(&model);
+        const QModelIndex a = proxy.index(0, 0, proxy.index(0, 0, proxy.index(0, 0)));
+        QCOMPARE(settingsPath(a), u"top//a"_s);
+        QCOMPARE(settingsPath(a.parent()), u"top/"_s);
+
+        group->setText(u"group"_s);
+
+        QCOMPARE(settingsPath(a), u"top/group/a"_s);
+        QCOMPARE(settingsPath(a), a.data(SettingsViewProxy::PathRole).toString());
+        QCOMPARE(settingsPath({}), QString());
     }
 
     void editsAndRemovesThroughTheModel()
