@@ -17,6 +17,11 @@ QString tablesStatement();
 /// number. Domains are told as the types that they rest on.
 QString columnsStatement(qint64 table);
 
+/// Gives why the table of that object number is not to be read, looked at without reading it: whether policies hide
+/// rows of it where that is an error; and the name and the owner of a function that planning a query would run, null
+/// when there is none. A function of the user, or of a superuser, who can do everything anyway, is not one.
+QString obstacleStatement(qint64 table);
+
 /// The name under which a table is listed: with its schema in front where the name alone does not find it. A
 /// part that holds a point or a quotation mark is quoted, so that no two tables have the same.
 QString listedName(const QString &schema, const QString &table, bool isFoundByName);

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcedatabase.h>
 
+#include <sources/postgressession_p.h>
+
 #include <data/exception.h>
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSqlError>
+#include <QSqlQuery>
 
 #include <atomic>
 #include <utility>
@@ -76,6 +79,7 @@ void SourceDatabase::checkFile(const QString &fileName)
 void SourceDatabase::open(const SourceLocation &location, int connectSeconds, int lockMilliseconds) const
 {
     auto connection = QSqlDatabase::addDatabase(location.driver, m_name);
+    const bool isPostgres = location.driver == "QPSQL"_L1;
     if (location.isFile()) {
         connection.setConnectOptions(u"QSQLITE_OPEN_READONLY"_s);
         connection.setDatabaseName(QFileInfo(location.file).absoluteFilePath());
@@ -85,19 +89,22 @@ void SourceDatabase::open(const SourceLocation &location, int connectSeconds, in
         connection.setDatabaseName(location.database);
         connection.setUserName(location.user);
         connection.setPassword(location.password);
-        if (location.driver == "QPSQL"_L1) {
-            // A server that falls silent is given up after some twenty seconds, a table that somebody else
-            // has locked after ten.
-            connection.setConnectOptions(
-                u"connect_timeout=%1;keepalives_idle=10;keepalives_interval=5;keepalives_count=2;"
-                "tcp_user_timeout=20000;options='-c lock_timeout=%2'"_s.arg(connectSeconds)
-                    .arg(lockMilliseconds));
-        }
+        if (isPostgres)
+            connection.setConnectOptions(PostgresSession::connectOptions(connectSeconds, lockMilliseconds));
     }
-    if (!connection.open()) {
-        const QSqlError error = connection.lastError();
+    const auto fail = [&location](const QSqlError &error) {
         const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
         throw Exception(tr("Не удалось открыть «%1»: %2").arg(location.displayName(), text.simplified()));
+    };
+    if (!connection.open())
+        fail(connection.lastError());
+    if (!isPostgres)
+        return;
+    const QStringList statements = PostgresSession::statements();
+    for (const QString &statement : statements) {
+        QSqlQuery query(connection);
+        if (!query.exec(statement))
+            fail(query.lastError());
     }
 }
 

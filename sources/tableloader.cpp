@@ -126,6 +126,7 @@ struct TableLoader::Private
     Source source(const QString &table) const;
     std::optional<qint64> count(const NamedTable &table, const std::stop_token &stop) const;
     QString rowNumberName(const NamedTable &table) const;
+    void checkObstacle(const NamedTable &table) const;
     bool isLarge(const NamedTable &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop) const;
     bool read(const QString &table, Source &source, const std::stop_token &stop,
@@ -432,7 +433,9 @@ public:
         }
         // Only a transaction that began with an earlier statement is older than this one.
         QSqlQuery query(m_connection);
-        if (!query.exec(u"SELECT pg_catalog.now() <> pg_catalog.statement_timestamp()"_s) || !query.next())
+        if (!query.exec(
+                u"SELECT pg_catalog.now() OPERATOR(pg_catalog.<>) pg_catalog.statement_timestamp()"_s) ||
+            !query.next())
             return;
         if (query.value(0).toBool()) {
             if (query.exec(u"SAVEPOINT sito_load"_s))
@@ -560,6 +563,25 @@ QString TableLoader::Private::rowNumberName(const NamedTable &table) const
     return {};
 }
 
+/// Throws when \a table of PostgreSQL is not to be read, before anything reads it.
+void TableLoader::Private::checkObstacle(const NamedTable &table) const
+{
+    QSqlQuery query(connection);
+    query.setForwardOnly(true);
+    execute(query, PostgresDialect::obstacleStatement(table.number));
+    if (!query.next())
+        return;
+    if (query.value(0).toBool())
+        throw Exception(
+            TableLoader::tr("Таблица «%1»: политики доступа скрывают часть её строк").arg(table.name));
+    if (!query.isNull(1)) {
+        throw Exception(
+            TableLoader::tr("Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую "
+                            "вызывает её индекс или статистика")
+                .arg(table.name, query.value(1).toString(), query.value(2).toString()));
+    }
+}
+
 /// Whether \a table of PostgreSQL, or what it consists of, may be more than the server reads in a moment.
 bool TableLoader::Private::isLarge(const NamedTable &table) const
 {
@@ -567,10 +589,12 @@ bool TableLoader::Private::isLarge(const NamedTable &table) const
     QSqlQuery query(connection);
     query.setForwardOnly(true);
     // What is wrong with the table, or in the way, is told with its name since it is named here, early.
-    execute(query, u"SELECT EXISTS (SELECT FROM "_s + table.quotedName +
-                       u" LIMIT 0), pg_catalog.pg_relation_size(oid) FROM pg_catalog.pg_class "
-                       "WHERE relkind = 'r' AND NOT relhassubclass AND oid = "_s +
-                       QString::number(table.number));
+    execute(query,
+            u"SELECT EXISTS (SELECT FROM "_s + table.quotedName +
+                u" LIMIT 0), pg_catalog.pg_relation_size(oid::pg_catalog.regclass) FROM pg_catalog.pg_class "
+                "WHERE relkind OPERATOR(pg_catalog.=) 'r' AND NOT relhassubclass "
+                "AND oid OPERATOR(pg_catalog.=) "_s +
+                QString::number(table.number));
     return !query.next() || query.value(1).toLongLong() > readInAMoment;
 }
 
@@ -580,6 +604,8 @@ std::optional<qint64> TableLoader::Private::count(const NamedTable &table, const
 {
     if (stop.stop_requested())
         return std::nullopt;
+    if (dialect == Dialect::Postgres)
+        checkObstacle(table);
     qint64 counted = 0;
     QString rest;
     Portion portion;
@@ -622,7 +648,8 @@ std::optional<qint64> TableLoader::Private::count(const NamedTable &table, const
     }
     QSqlQuery query(connection);
     query.setForwardOnly(true);
-    if (!query.exec(u"SELECT count(*) FROM "_s + table.quotedName + rest) || !query.next())
+    const QString count = dialect == Dialect::Postgres ? u"pg_catalog.count(*)"_s : u"count(*)"_s;
+    if (!query.exec(u"SELECT "_s + count + u" FROM "_s + table.quotedName + rest) || !query.next())
         fail(query.lastError());
     if (stop.stop_requested())
         return std::nullopt;

@@ -692,6 +692,14 @@
         <source>Таблица «%1» не имеет столбцов</source>
         <translation>Table &apos;%1&apos; has no columns</translation>
     </message>
+    <message>
+        <source>Таблица «%1»: политики доступа скрывают часть её строк</source>
+        <translation>Table &apos;%1&apos;: access policies hide some of its rows</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую вызывает её индекс или статистика</source>
+        <translation>Table &apos;%1&apos;: reading it would run the function &apos;%2&apos; of the user &apos;%3&apos;, which an index or statistics of it call</translation>
+    </message>
 </context>
 <context>
     <name>ValueListFilter</name>

@@ -11,6 +11,7 @@
 #include <data/fieldvalue.h>
 
 #include <support/exceptions.h>
+#include <support/postgresconnection.h>
 #include <support/postgresserver.h>
 
 #include <QElapsedTimer>
@@ -54,8 +55,8 @@ class tst_PostgreSql : public QObject
 private:
     void execute(const QString &statement) const
     {
-        QSqlQuery query(m_database->connection());
-        QVERIFY2(query.exec(statement), qPrintable(statement + u": "_s + query.lastError().text()));
+        const QString error = m_writer->execute(statement);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
     }
     QStringList column(const TableLoader &loader, const QString &table) const
     {
@@ -69,6 +70,7 @@ private:
     }
 
     PostgresServer m_server;
+    std::optional<PostgresConnection> m_writer;
     std::optional<SourceDatabase> m_database;
 
 private Q_SLOTS:
@@ -76,24 +78,20 @@ private Q_SLOTS:
     void init()
     {
         failOnAnyWarning();
-        m_database.emplace(m_server.location());
-        // What the server remarks would go to the standard error channel.
-        execute(u"SET client_min_messages = error"_s);
+        m_writer.emplace(m_server.location());
         execute(u"CREATE SCHEMA IF NOT EXISTS public"_s);
+        m_database.emplace(m_server.location());
     }
     void cleanup()
     {
         m_database.reset();
+        m_writer.reset();
         MemoryDatabase::instance().clear();
         if (!m_server.isRunning())
             return;
-        m_database.emplace(m_server.location());
-        {
-            QSqlQuery query(m_database->connection());
-            query.exec(u"SET client_min_messages = error"_s);
-            query.exec(u"DROP SCHEMA IF EXISTS public, other, \"Mixed.Case\", third CASCADE"_s);
-        }
-        m_database.reset();
+        m_writer.emplace(m_server.location());
+        execute(u"DROP SCHEMA IF EXISTS public, other, \"Mixed.Case\", third CASCADE"_s);
+        m_writer.reset();
         QCOMPARE(QSqlDatabase::connectionNames(), QStringList());
     }
 
@@ -430,7 +428,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE other.t (id bigint)"_s);
         execute(u"SET search_path = other"_s);
 
-        const TableLoader loader(m_database->connection());
+        const TableLoader loader(m_writer->connection());
 
         QCOMPARE(loader.tableNames(), QStringList({u"public.t"_s, u"t"_s}));
         QCOMPARE(loader.columns(u"t"_s).at(0).type, FieldType::Int64);
@@ -469,21 +467,21 @@ private Q_SLOTS:
         execute(u"INSERT INTO parts SELECT 1 FROM generate_series(1, 40000)"_s);
         execute(u"CREATE TABLE heir (e integer) INHERITS (t)"_s);
         execute(u"INSERT INTO heir SELECT i FROM generate_series(1, 7) i"_s);
-        const TableLoader loader(m_database->connection());
+        const TableLoader loader(m_writer->connection());
         std::stop_source stopped;
         stopped.request_stop();
 
         QCOMPARE(loader.rowCount(u"t"_s), 200'007);
         QCOMPARE(loader.rowCount(u"heir"_s), 7);
         QCOMPARE(loader.rowCount(u"parts"_s), 40'000);
-        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s)); // in no transaction
+        QVERIFY(!QSqlQuery(m_writer->connection()).exec(u"SAVEPOINT x"_s)); // in no transaction
         QVERIFY(!loader.rowCount(u"t"_s, stopped.get_token()));
 
-        QVERIFY(m_database->connection().transaction());
+        QVERIFY(m_writer->connection().transaction());
         execute(u"DELETE FROM t WHERE c = 1 OR c = 100000"_s);
         QCOMPARE(loader.rowCount(u"t"_s), 200'004);
         execute(u"SAVEPOINT x"_s); // still in the caller's
-        QVERIFY(m_database->connection().rollback());
+        QVERIFY(m_writer->connection().rollback());
         QCOMPARE(loader.rowCount(u"t"_s), 200'007);
         execute(u"DROP TABLE heir, t"_s);
     }
@@ -520,21 +518,21 @@ private Q_SLOTS:
     void leavesTheTransactionOfItsCallerAlone()
     {
         execute(u"CREATE TABLE t (c integer)"_s);
-        QVERIFY(m_database->connection().transaction());
+        QVERIFY(m_writer->connection().transaction());
         execute(u"INSERT INTO t VALUES (1)"_s);
         execute(u"SET LOCAL DateStyle = 'German'"_s);
 
-        const TableLoader loader(m_database->connection());
+        const TableLoader loader(m_writer->connection());
         QCOMPARE(column(loader, u"t"_s), QStringList({u"1"_s}));
         QCOMPARE(column(loader, u"t"_s), QStringList({u"1"_s}));
 
-        QSqlQuery query(m_database->connection());
+        QSqlQuery query(m_writer->connection());
         QVERIFY(query.exec(u"SHOW DateStyle"_s) && query.next());
         QCOMPARE(query.value(0).toString(), u"German, DMY"_s);
         query.finish();
-        QVERIFY(m_database->connection().rollback());
+        QVERIFY(m_writer->connection().rollback());
         QCOMPARE(loader.rowCount(u"t"_s), 0);
-        QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
+        QVERIFY(!QSqlQuery(m_writer->connection()).exec(u"SAVEPOINT x"_s));
     }
 
     void leavesNoTransactionBehind()
@@ -559,7 +557,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE b (c integer)"_s);
         execute(u"INSERT INTO a VALUES (1)"_s);
         execute(u"INSERT INTO b VALUES (1)"_s);
-        SourceDatabase other(m_server.location());
+        PostgresConnection other(m_server.location());
         TableLoader loader(m_database->connection());
         loader.setProgress([&other](const TableLoader::Progress &) {
             QSqlQuery query(other.connection());
@@ -593,17 +591,17 @@ private Q_SLOTS:
         execute(u"DROP DATABASE IF EXISTS bytes"_s);
         execute(u"CREATE DATABASE bytes ENCODING 'SQL_ASCII' TEMPLATE template0"_s);
         {
-            SourceDatabase bytes(m_server.location(u"bytes"_s));
-            QSqlQuery query(bytes.connection());
-            QVERIFY(query.exec(u"CREATE TABLE t (c text)"_s));
-            QVERIFY(query.exec(u"INSERT INTO t VALUES ('ok'), (E'a\\xFF')"_s));
+            const PostgresConnection writer(m_server.location(u"bytes"_s));
+            QCOMPARE(writer.execute(u"CREATE TABLE t (c text)"_s), QString());
+            QCOMPARE(writer.execute(u"INSERT INTO t VALUES ('ok'), (E'a\\xFF')"_s), QString());
+            const SourceDatabase bytes(m_server.location(u"bytes"_s));
 
             const TableLoader loader(bytes.connection());
             QCOMPARE(
                 column(loader, u"t"_s),
                 QStringList({u"База данных «trader@127.0.0.1:%1/bytes»: ERROR: invalid byte sequence for "
                              "encoding \"UTF8\": 0xff (22021)"_s.arg(m_server.location().port)}));
-            QVERIFY(query.exec(u"DELETE FROM t WHERE c <> 'ok'"_s));
+            QCOMPARE(writer.execute(u"DELETE FROM t WHERE c <> 'ok'"_s), QString());
             QCOMPARE(column(loader, u"t"_s), QStringList({u"ok"_s}));
         }
         execute(u"DROP DATABASE bytes"_s);
@@ -675,6 +673,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE big (id integer, t text)"_s);
         execute(u"INSERT INTO big SELECT i, repeat('x', 100) FROM generate_series(1, 200000) i"_s);
         m_database.reset();
+        m_writer.reset();
         SourceConnection connection;
         SourceRecorder recorder(connection);
         connection.open(m_server.location());

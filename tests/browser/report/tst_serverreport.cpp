@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <support/program.h>
 
-#include <sources/sourcedatabase.h>
-
 #include <support/exceptions.h>
+#include <support/postgresconnection.h>
 #include <support/postgresserver.h>
 
 #include <QScopeGuard>
-#include <QSqlQuery>
 #include <QTest>
 
 using namespace sito;
@@ -24,12 +22,13 @@ private Q_SLOTS:
     void initTestCase()
     {
         SITO_START_POSTGRES(m_server);
-        const SourceDatabase database(m_server.location());
-        QSqlQuery query(database.connection());
-        QVERIFY(
-            query.exec(u"CREATE TABLE quotes (code varchar(12) NOT NULL, price numeric, at timestamptz)"_s));
-        QVERIFY(query.exec(u"INSERT INTO quotes VALUES ('GAZP', 161.5, '2017-01-31 14:30+03'), "
-                           "('SBER', 255.123456789012, NULL), ('LKOH', NULL, NULL)"_s));
+        const PostgresConnection writer(m_server.location());
+        QCOMPARE(writer.execute(
+                     u"CREATE TABLE quotes (code varchar(12) NOT NULL, price numeric, at timestamptz)"_s),
+                 QString());
+        QCOMPARE(writer.execute(u"INSERT INTO quotes VALUES ('GAZP', 161.5, '2017-01-31 14:30+03'), "
+                                "('SBER', 255.123456789012, NULL), ('LKOH', NULL, NULL)"_s),
+                 QString());
     }
     void init() { failOnAnyWarning(); }
 

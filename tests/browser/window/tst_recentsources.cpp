@@ -2,11 +2,10 @@
 #include <support/windowfixture.h>
 
 #include <browser/window/openserverdialog.h>
-#include <sources/sourcedatabase.h>
+#include <support/postgresconnection.h>
 #include <support/postgresserver.h>
 
 #include <QFile>
-#include <QSqlQuery>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
@@ -98,10 +97,7 @@ private Q_SLOTS:
         PostgresServer server;
         SITO_START_POSTGRES(server);
         const SourceLocation location = server.location();
-        {
-            const SourceDatabase database(location);
-            QVERIFY(QSqlQuery(database.connection()).exec(u"CREATE TABLE s (a integer)"_s));
-        }
+        QCOMPARE(PostgresConnection(location).execute(u"CREATE TABLE s (a integer)"_s), QString());
         const QString file = makeTable(u"t.sqlite"_s);
         QVERIFY(open(file));
 
