@@ -14,6 +14,8 @@ struct IndexPage
 };
 
 /// A position in a master index. Dereferencing gives the row block. Valid until the index changes.
+///
+/// It steps over slots without a row: null slots and pages that hold none.
 class IndexIterator
 {
 public:
@@ -24,19 +26,21 @@ public:
     using reference = unsigned char *;
 
     IndexIterator() = default;
+    /// The position \a entry in \a slot or, when no row stands there, the next one up to \a lastSlot, the last
+    /// slot of the index. \a entry is null when the slot is.
     IndexIterator(const IndexPage *const *slot, const IndexPage *const *lastSlot, unsigned char **entry)
         : m_slot(slot), m_lastSlot(lastSlot), m_entry(entry)
     {
+        if (isAtEndOfSlot())
+            goToNextSlot();
     }
 
     unsigned char *operator*() const { return *m_entry; }
     IndexIterator &operator++()
     {
         ++m_entry;
-        while (m_entry == (*m_slot)->last && m_slot != m_lastSlot) {
-            ++m_slot;
-            m_entry = (*m_slot)->first;
-        }
+        if (m_entry == (*m_slot)->last)
+            goToNextSlot();
         return *this;
     }
     IndexIterator operator++(int)
@@ -51,6 +55,15 @@ public:
     }
 
 private:
+    bool isAtEndOfSlot() const { return !*m_slot || m_entry == (*m_slot)->last; }
+    void goToNextSlot()
+    {
+        while (m_slot != m_lastSlot && isAtEndOfSlot()) {
+            ++m_slot;
+            m_entry = *m_slot ? (*m_slot)->first : nullptr;
+        }
+    }
+
     const IndexPage *const *m_slot = nullptr;
     const IndexPage *const *m_lastSlot = nullptr;
     unsigned char **m_entry = nullptr;
@@ -75,10 +88,9 @@ public:
 
 /// The master index of a table: every row once, in index order.
 ///
-/// The rows stand in pages. The first page slot is never visited; the database library sees to it that there
-/// are at least two slots and that, when there are rows at all, neither the second slot nor the last is empty
-/// and no slot behind the second is null. Reading it while another thread changes the table needs the table's
-/// lock.
+/// The rows stand in pages, one per slot. The first slot is never visited; any other slot may be null or hold a
+/// page without rows, and there may be no slots at all. Reading the index while another thread changes the
+/// table needs the table's lock.
 class IndexList : public TableIndex, public RowRange
 {
 public:
@@ -91,15 +103,19 @@ public:
         }
         return count;
     }
-    /// The first entry of the second slot, or no entry when that slot is empty.
+    /// The first row behind the first slot; equal to end() when there is none.
     IndexIterator begin() const override
     {
+        if (m_slotCount < 2)
+            return {};
         const IndexPage *page = m_slots[1];
         return {m_slots + 1, m_slots + m_slotCount - 1, page ? page->first : nullptr};
     }
-    /// The place behind the last entry of the last slot, or no entry when that slot is empty.
+    /// The position behind the last entry of the last slot, or no entry when that slot is null.
     IndexIterator end() const override
     {
+        if (m_slotCount < 2)
+            return {};
         const IndexPage *const *last = m_slots + m_slotCount - 1;
         return {last, last, *last ? (*last)->last : nullptr};
     }

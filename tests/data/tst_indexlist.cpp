@@ -74,6 +74,20 @@ private Q_SLOTS:
         QTest::newRow("several pages") << QList<int>{1, 2, 1, 2} << QStringLiteral("1 2 3 4 5");
         QTest::newRow("no rows in the middle") << QList<int>{-1, 2, 0, 0, 1} << QStringLiteral("0 1 2");
         QTest::newRow("no rows at the end") << QList<int>{-1, 2, 0} << QStringLiteral("0 1");
+        QTest::newRow("no slots") << QList<int>{} << QString();
+        QTest::newRow("nothing but the first slot") << QList<int>{2} << QString();
+        QTest::newRow("no rows in the second slot, rows behind")
+            << QList<int>{-1, 0, 2} << QStringLiteral("0 1");
+        QTest::newRow("second slot empty, rows behind") << QList<int>{-1, -1, 2} << QStringLiteral("0 1");
+        QTest::newRow("several without rows, then rows")
+            << QList<int>{-1, 0, -1, 0, 2, 1} << QStringLiteral("0 1 2");
+        QTest::newRow("empty slots in the middle") << QList<int>{-1, 1, -1, -1, 2} << QStringLiteral("0 1 2");
+        QTest::newRow("empty slot at the end") << QList<int>{-1, 2, -1} << QStringLiteral("0 1");
+        QTest::newRow("empty slot and no rows at the end")
+            << QList<int>{-1, 2, -1, 0} << QStringLiteral("0 1");
+        QTest::newRow("no rows and an empty slot at the end")
+            << QList<int>{-1, 2, 0, -1} << QStringLiteral("0 1");
+        QTest::newRow("no rows at all in many slots") << QList<int>{3, 0, -1, 0, -1} << QString();
     }
     void visitsEveryRowBehindTheFirstSlot()
     {
