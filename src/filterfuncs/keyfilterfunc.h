@@ -49,7 +49,8 @@ public:
     /// (VarChars also of equal length and size) it stays a value. A double loses its fraction when it becomes
     /// an integer (2147483647.9 gives 2147483647); a NaN or one out of range gives the most negative integer.
     /// An Int64 is limited to the range of an Int. Decimals keep their own scale; XDecimals made of integers
-    /// have scale 0, of doubles 6, whatever the column's.
+    /// have scale 0, of doubles 6, whatever the column's; but a number that has no room at the column's scale
+    /// is refused.
     ///
     /// Throws Exception:
     /// - "Can't convert from %1 to %2" for a value whose type cannot become the column's. An XDecimal is

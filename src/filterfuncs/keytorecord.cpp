@@ -40,6 +40,16 @@ void store(Field &target, const xdecimal &value)
     target.setPresent();
 }
 
+/// Stores \a value with its own scale. Deliberately the column's scale is tried on the copy alone, afterwards:
+/// a number that has no room at that scale is refused by what setScale() throws.
+void storeUnscaled(Field &target, xdecimal value)
+{
+    store(target, value);
+    const auto scale = short(target.def->length);
+    if (value.scale() != scale)
+        value.setScale(scale);
+}
+
 /// Stores \a value with the scale of the column.
 void storeScaled(Field &target, decimal value)
 {
@@ -92,8 +102,7 @@ void assignInteger(Field &target, qint64 value, FieldType::Type sourceType)
     case FieldType::Decimal:
         return storeScaled(target, decimal(value));
     case FieldType::XDecimal:
-        // Deliberately without the column's scale.
-        return store(target, xdecimal(value, 0));
+        return storeUnscaled(target, xdecimal(value, 0));
     case FieldType::VarChar:
     case FieldType::String:
         return keyconversion::assignText(target, QString::number(value));
@@ -117,8 +126,7 @@ void assignDouble(Field &target, double value)
     case FieldType::Decimal:
         return storeScaled(target, decimal::fromDouble(value, 6));
     case FieldType::XDecimal:
-        // Deliberately without the column's scale.
-        return store(target, xdecimal::fromDouble(value, 6));
+        return storeUnscaled(target, xdecimal::fromDouble(value, 6));
     case FieldType::VarChar:
     case FieldType::String:
         return keyconversion::assignText(target, u"%1"_s.arg(value, 0, 'f', 6, QLatin1Char(' ')));
