@@ -48,10 +48,11 @@ public:
     /// deliberately not compared by value.
     inline int compare(const Field &other) const;
 
-    /// The value as text, for any type; empty when absent.
+    /// The value as text, for any type: of a String field the QString it holds; empty when absent.
     QString toString() const;
-    /// The text of a present VarChar field, the same as toString(), but sharing the row's memory: valid only
-    /// while the row is and until the field is written.
+    /// The text of a present VarChar field for comparison with other VarChars. It may share the row's memory:
+    /// valid only while the row is and until the field is written. Nobody relies on its being the same as
+    /// toString().
     QString asStaticString() const;
     /// Stores \a text into a String field; does not touch the presence bit.
     void storeString(const QStringView &text);

@@ -5,18 +5,14 @@
 #include <data/record.h>
 #include <data/table.h>
 
+#include <QList>
 #include <QString>
 
 #include <optional>
 
-/// Equality of fields for the key predicates: exactly Field::compare() == 0, but without a temporary text,
-/// and what can be said of a value before it is compared. Nothing here allocates.
+/// Equality of fields for the key predicates, and what can be said of a value before it is compared. Whole
+/// values are compared by Field::compare(); what is said of them beforehand rests on the stated layouts alone.
 namespace keycompare {
-
-inline bool isText(FieldType::Type type)
-{
-    return type == FieldType::VarChar || type == FieldType::String;
-}
 
 /// The QString of a String field, in place.
 inline const QString &stringAt(const Field &field)
@@ -24,7 +20,8 @@ inline const QString &stringAt(const Field &field)
     return *reinterpret_cast<const QString *>(field.data);
 }
 
-/// Hands the text of a present text field to \a take, which must not keep it.
+/// Hands the text by which a present text field is compared with one of the same type to \a take, which must
+/// not keep it.
 template <typename Take>
 inline decltype(auto) withText(const Field &field, Take take)
 {
@@ -33,71 +30,34 @@ inline decltype(auto) withText(const Field &field, Take take)
     return take(field.asStaticString());
 }
 
-inline bool sameText(const Field &a, const Field &b)
+/// Whether Field::compare() is 0; without its copies of the texts of String fields.
+inline bool sameField(const Field &a, const Field &b)
 {
-    return withText(
-        a, [&b](const QString &x) { return withText(b, [&x](const QString &y) { return x == y; }); });
+    if (a.def->type != FieldType::String || b.def->type != FieldType::String)
+        return a.compare(b) == 0;
+    const bool present = a.isPresent();
+    return present == b.isPresent() && (!present || stringAt(a) == stringAt(b));
+}
+
+/// Whether two rows are equal in \a columns, each read through its own table. No column is read behind one
+/// that differs.
+bool sameKey(const Record &record, const Record &key, const QList<int> &columns);
+
+/// Whether \a record equals one of \a keys in \a columns; for a row of any table, which may lack the columns
+/// behind one that differs.
+bool equalsAny(const Record &record, const QList<Record> &keys, const QList<int> &columns);
+
+/// The field of \a column, defined by \a def, in \a row, a row of \a table. Without a call where the column
+/// admits no absent values: its value lies where the definition says.
+inline Field fieldAt(const Table *table, const ColumnDef *def, int column, unsigned char *row)
+{
+    return def->nullable ? table->dataPtr(row, column)
+                         : Field(def, row + sizeof(RowHeader) + def->offset, row, 0);
 }
 
 inline bool sameScale(qint64 a, qint64 b)
 {
     return ((quint64(a) ^ quint64(b)) & decimal::scaleMask) == 0;
-}
-
-inline bool sameDecimal(qint64 a, qint64 b)
-{
-    if (a == b || sameScale(a, b))
-        return a == b;
-    return decimal::fromWord(a).compare(decimal::fromWord(b)) == 0;
-}
-
-/// Whether two present values are equal.
-inline bool sameValue(const Field &a, const Field &b)
-{
-    const FieldType::Type type = a.def->type;
-    if (type != b.def->type)
-        return isText(type) && isText(b.def->type) && sameText(a, b);
-    switch (type) {
-    case FieldType::Int:
-        return a.value<qint32>() == b.value<qint32>();
-    case FieldType::Int64:
-    case FieldType::DateTime:
-        return a.value<qint64>() == b.value<qint64>();
-    case FieldType::Double: {
-        // A NaN equals every double.
-        const auto x = a.value<double>();
-        const auto y = b.value<double>();
-        return !(x < y) && !(x > y);
-    }
-    case FieldType::Decimal:
-        return sameDecimal(a.value<qint64>(), b.value<qint64>());
-    case FieldType::XDecimal:
-        return xdecimal::fromData(a.data).compare(xdecimal::fromData(b.data)) == 0;
-    case FieldType::VarChar:
-        return a.asStaticString() == b.asStaticString();
-    case FieldType::String:
-        return stringAt(a) == stringAt(b);
-    case FieldType::Raw:
-    case FieldType::Block:
-        break;
-    }
-    return true;
-}
-
-/// Whether two fields are equal: both absent, or both present with equal values.
-inline bool sameField(const Field &a, const Field &b)
-{
-    const bool present = a.isPresent();
-    return present == b.isPresent() && (!present || sameValue(a, b));
-}
-
-/// The field of \a column, defined by \a def, in \a key, one of the rows that a predicate has made for
-/// itself. Without a call where the column admits no absent values: its value lies where the definition says.
-inline Field keyField(const Table *table, const ColumnDef *def, int column, const Record &key)
-{
-    unsigned char *row = key.row();
-    return def->nullable ? table->dataPtr(row, column)
-                         : Field(def, row + sizeof(RowHeader) + def->offset, row, 0);
 }
 
 /// The bits of \a value, such that equal numbers have equal bits; not for a NaN.
@@ -112,5 +72,9 @@ inline quint64 doubleBits(double value)
 
 /// The word of the number \a word at the scale of \a model, or nothing where that scale cannot hold it.
 std::optional<qint64> decimalAtScaleOf(qint64 model, qint64 word);
+
+/// The word of the number \a word without trailing zeros, as far as the scale goes: equal numbers have equal
+/// ones.
+quint64 shortestDecimal(qint64 word);
 
 } // namespace keycompare

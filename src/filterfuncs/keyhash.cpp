@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <filterfuncs/keyhash_p.h>
 
-#include <algorithm>
 #include <bit>
+#include <utility>
 
 KeyColumnHash::Kind KeyColumnHash::kindOf(FieldType::Type type)
 {
@@ -31,13 +31,18 @@ KeyColumnHash::Kind KeyColumnHash::kindOf(FieldType::Type type)
 KeyColumnHash::KeyColumnHash(const Table *table, int column, const QList<Record> &keys)
     : m_def(table->columnDef(column)), m_column(column), m_kind(kindOf(m_def->type))
 {
-    if (m_kind != Kind::Decimal)
+    if (m_kind != Kind::Decimal && m_kind != Kind::XDecimal)
         return;
     bool hasModel = false;
+    std::vector<xdecimal> xdecimals;
     for (const Record &key : keys) {
-        const Field field = keycompare::keyField(table, m_def, column, key);
+        const Field field = keycompare::fieldAt(table, m_def, column, key.row());
         if (!field.isPresent())
             continue;
+        if (m_kind == Kind::XDecimal) {
+            xdecimals.push_back(xdecimal::fromData(field.data));
+            continue;
+        }
         const auto value = field.value<qint64>();
         if (!hasModel)
             m_model = value;
@@ -47,6 +52,7 @@ KeyColumnHash::KeyColumnHash(const Table *table, int column, const QList<Record>
             return;
         }
     }
+    m_xdecimals = XDecimalOrder(std::move(xdecimals));
 }
 
 KeyColumnHash::Found KeyColumnHash::mixDecimal(qint64 value, quint64 &hash) const
@@ -59,7 +65,7 @@ KeyColumnHash::Found KeyColumnHash::mixDecimal(qint64 value, quint64 &hash) cons
 }
 
 KeyHash::KeyHash(const Table *table, const QList<Record> &keys, const QList<int> &columns)
-    : m_keys(keys), m_columns(columns)
+    : m_table(table), m_keys(keys), m_columns(columns)
 {
     m_columnHashes.reserve(size_t(columns.size()));
     bool doubles = false;
@@ -77,10 +83,7 @@ KeyHash::KeyHash(const Table *table, const QList<Record> &keys, const QList<int>
     m_links.resize(count);
     for (qsizetype key = 0; key < keys.size(); ++key) {
         quint64 hash = 0;
-        const auto fieldOf = [&](const KeyColumnHash &column) {
-            return keycompare::keyField(table, column.definition(), column.column(), keys[key]);
-        };
-        if (hashOf(hash, fieldOf) == KeyColumnHash::Found::Hash)
+        if (hashOf(keys[key].row(), hash) == KeyColumnHash::Found::Hash)
             insert(key, hash);
         else
             m_apartKeys.append(keys[key]);
@@ -99,7 +102,8 @@ void KeyHash::insert(qsizetype key, quint64 hash)
     quint32 &head = m_heads[headIndex(hash)];
     const auto upper = quint32(hash >> 32);
     for (quint32 next = head; next != 0 && patience > 0; next = m_links[next - 1].next, --patience) {
-        if (m_links[next - 1].hash == upper && equalsKey(m_keys[key], m_keys[qsizetype(next) - 1]))
+        if (m_links[next - 1].hash == upper &&
+            keycompare::sameKey(m_keys[key], m_keys[qsizetype(next) - 1], m_columns))
             return;
     }
     m_links[size_t(key)] = {upper, head};
@@ -111,15 +115,9 @@ bool KeyHash::find(const Record &record, quint64 hash) const
 {
     const auto upper = quint32(hash >> 32);
     for (quint32 next = m_heads[headIndex(hash)]; next != 0; next = m_links[next - 1].next) {
-        if (m_links[next - 1].hash == upper && equalsKey(record, m_keys[qsizetype(next) - 1]))
+        if (m_links[next - 1].hash == upper &&
+            keycompare::sameKey(record, m_keys[qsizetype(next) - 1], m_columns))
             return true;
     }
     return false;
-}
-
-bool KeyHash::equalsKey(const Record &record, const Record &key) const
-{
-    return std::all_of(m_columns.cbegin(), m_columns.cend(), [&](int column) {
-        return keycompare::sameField(record.field(column), key.field(column));
-    });
 }

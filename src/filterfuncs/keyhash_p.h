@@ -4,6 +4,7 @@
 #include <filterfuncs/keycompare_p.h>
 #include <filterfuncs/keymatcher_p.h>
 #include <filterfuncs/keywords_p.h>
+#include <filterfuncs/xdecimalorder_p.h>
 
 #include <data/record.h>
 #include <data/table.h>
@@ -13,8 +14,9 @@
 #include <memory>
 #include <vector>
 
-/// The hash value of a row in one of its key columns, such that equal values have equal hash values. Made for
-/// a set of keys: where all decimals of the keys share a scale, a row is brought to that scale.
+/// The hash value of a row of the keys' table in one of its key columns, such that equal values have equal hash
+/// values. Made for a set of keys: where all decimals of the keys share a scale, a row is brought to that scale;
+/// the hash value of an xdecimal is its rank among those of the keys.
 class KeyColumnHash
 {
 public:
@@ -30,15 +32,13 @@ public:
     const ColumnDef *definition() const { return m_def; }
     bool isDouble() const { return m_kind == Kind::Double; }
 
-    /// Mixes the value of \a field, that of the column in a row of any table, into \a hash.
+    /// Mixes the value of \a field, that of the column in a row of the table, into \a hash.
     Found mix(const Field &field, quint64 &hash) const
     {
         if (!field.isPresent()) {
             hash = combine(hash, absentCode);
             return Found::Hash;
         }
-        if (field.def != m_def && !isComparable(field.def->type))
-            return Found::Nothing;
         switch (m_kind) {
         case Kind::Int:
             hash = combine(hash, field.value<quint32>());
@@ -59,11 +59,13 @@ public:
             return Found::Hash;
         }
         case Kind::MixedDecimal:
-            hash = combine(hash, keycompare::doubleBits(decimal::fromWord(field.value<qint64>()).toDouble()));
+            hash = combine(hash, keycompare::shortestDecimal(field.value<qint64>()));
             return Found::Hash;
-        case Kind::XDecimal:
-            hash = combine(hash, keycompare::doubleBits(xdecimal::fromData(field.data).toDouble()));
-            return Found::Hash;
+        case Kind::XDecimal: {
+            const qsizetype rank = m_xdecimals.rankOf(xdecimal::fromData(field.data));
+            hash = combine(hash, quint64(rank));
+            return rank < 0 ? Found::Nothing : Found::Hash;
+        }
         case Kind::Text:
             hash =
                 keycompare::withText(field, [hash](const QString &text) { return combineText(hash, text); });
@@ -104,10 +106,6 @@ private:
     }
 
     static Kind kindOf(FieldType::Type type);
-    bool isComparable(FieldType::Type type) const
-    {
-        return type == m_def->type || (m_kind == Kind::Text && keycompare::isText(type));
-    }
     Found mixDecimal(qint64 value, quint64 &hash) const;
 
     const ColumnDef *m_def;
@@ -115,6 +113,7 @@ private:
     Kind m_kind;
     /// Decimal: one of the keys, which all have its scale.
     qint64 m_model = 0;
+    XDecimalOrder m_xdecimals;
 };
 
 /// Whether a row equals one of a set of keys in some columns, in a time that does not depend on their number.
@@ -122,7 +121,8 @@ private:
 /// A row's hash value is looked for in a bit filter, which turns away nearly all rows that equal no key, then
 /// in chains of the keys whose hash values fall together; keys are compared by their values in the end.
 /// Equality with a NaN does not hash: keys that hold one are kept apart and compared one by one, and a row
-/// that holds one is compared with all keys. Never changes after its construction.
+/// that holds one is compared with all keys. So is a row of another table, which may lack columns and have other
+/// types. Never changes after its construction.
 class KeyHash
 {
 public:
@@ -131,13 +131,10 @@ public:
 
     bool contains(const Record &record) const
     {
+        if (record.table() != m_table)
+            return keycompare::equalsAny(record, m_keys, m_columns);
         quint64 hash = 0;
-        const Table *const table = record.table();
-        unsigned char *const row = record.row();
-        const auto fieldOf = [=](const KeyColumnHash &column) {
-            return table->dataPtr(row, column.column());
-        };
-        switch (hashOf(hash, fieldOf)) {
+        switch (hashOf(record.row(), hash)) {
         case KeyColumnHash::Found::Nothing:
             return false;
         case KeyColumnHash::Found::Any:
@@ -158,12 +155,11 @@ private:
         quint32 next;
     };
 
-    /// The hash value of a row whose fields are fieldOf(column).
-    template <typename FieldOf>
-    KeyColumnHash::Found hashOf(quint64 &hash, FieldOf fieldOf) const
+    KeyColumnHash::Found hashOf(unsigned char *row, quint64 &hash) const
     {
         for (const KeyColumnHash &column : m_columnHashes) {
-            const KeyColumnHash::Found found = column.mix(fieldOf(column), hash);
+            const KeyColumnHash::Found found =
+                column.mix(keycompare::fieldAt(m_table, column.definition(), column.column(), row), hash);
             if (found != KeyColumnHash::Found::Hash)
                 return found;
         }
@@ -179,8 +175,8 @@ private:
     size_t headIndex(quint64 hash) const { return size_t(hash) & m_headMask; }
     bool find(const Record &record, quint64 hash) const;
     void insert(qsizetype key, quint64 hash);
-    bool equalsKey(const Record &record, const Record &key) const;
 
+    const Table *m_table;
     const QList<Record> &m_keys;
     const QList<int> &m_columns;
     std::vector<KeyColumnHash> m_columnHashes;

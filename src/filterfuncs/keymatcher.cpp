@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -22,8 +23,9 @@ double costOf(FieldType::Type type)
     case FieldType::String:
         return 4;
     case FieldType::VarChar:
-    case FieldType::XDecimal:
         return 8;
+    case FieldType::XDecimal:
+        return 60;
     default:
         return 0;
     }
@@ -41,7 +43,7 @@ std::optional<Place::Kind> kindOf(FieldType::Type type)
     case FieldType::Decimal:
         return Place::Decimal;
     case FieldType::XDecimal:
-        return Place::Number;
+        return Place::XDecimal;
     case FieldType::VarChar:
     case FieldType::String:
         return Place::Text;
@@ -50,6 +52,11 @@ std::optional<Place::Kind> kindOf(FieldType::Type type)
         break;
     }
     return std::nullopt;
+}
+
+bool isText(FieldType::Type type)
+{
+    return type == FieldType::VarChar || type == FieldType::String;
 }
 
 } // namespace
@@ -65,7 +72,7 @@ KeyColumnWords::judge(const Table *table, int column, const QList<Record> &keys,
 
     std::array<Field, KeySample::largest> fields;
     for (qsizetype i = 0; i < sample.size(); ++i)
-        fields[size_t(i)] = keycompare::keyField(table, def, column, keys[sample.key(i)]);
+        fields[size_t(i)] = keycompare::fieldAt(table, def, column, keys[sample.key(i)].row());
 
     Judged best{{*kind, 0}, std::numeric_limits<double>::infinity(), 0};
     const auto tryPlace = [&](quint8 shift, auto wordOf) {
@@ -89,16 +96,20 @@ KeyColumnWords::judge(const Table *table, int column, const QList<Record> &keys,
             if (!tryPlace(position, wordOf))
                 break;
         }
+    } else if (*kind == Place::XDecimal) {
+        std::vector<xdecimal> values;
+        for (qsizetype i = 0; i < sample.size(); ++i) {
+            if (fields[size_t(i)].isPresent())
+                values.push_back(xdecimal::fromData(fields[size_t(i)].data));
+        }
+        const XDecimalOrder order(std::move(values));
+        tryPlace(0,
+                 [&](const Field &field) { return quint16(order.rankOf(xdecimal::fromData(field.data))); });
     } else {
         const auto bitsOf = [&](const Field &field) {
-            switch (*kind) {
-            case Place::Double:
+            if (*kind == Place::Double)
                 return keycompare::doubleBits(field.value<double>());
-            case Place::Number:
-                return numberBits(field);
-            default:
-                return type == FieldType::Int ? quint64(field.value<quint32>()) : field.value<quint64>();
-            }
+            return type == FieldType::Int ? quint64(field.value<quint32>()) : field.value<quint64>();
         };
         std::array<quint64, KeySample::largest> bits = {};
         for (qsizetype i = 0; i < sample.size(); ++i) {
@@ -127,9 +138,8 @@ KeyColumnWords::KeyColumnWords(const Table *table, int column, const QList<Recor
     if (learnAll(table, keys))
         return;
     if (m_place.kind == Place::Decimal) {
-        // Keys of several scales: a double tells them apart at some more cost.
-        m_place.kind = Place::Number;
-        m_place.shift = 32;
+        // Keys of several scales: they are told apart without trailing zeros, at some more cost.
+        m_place.kind = Place::AnyDecimal;
         if (learnAll(table, keys))
             return;
     }
@@ -138,10 +148,20 @@ KeyColumnWords::KeyColumnWords(const Table *table, int column, const QList<Recor
 
 bool KeyColumnWords::learnAll(const Table *table, const QList<Record> &keys)
 {
+    if (m_place.kind == Place::XDecimal) {
+        std::vector<xdecimal> values;
+        values.reserve(size_t(keys.size()));
+        for (const Record &key : keys) {
+            const Field field = keycompare::fieldAt(table, m_def, m_column, key.row());
+            if (field.isPresent())
+                values.push_back(xdecimal::fromData(field.data));
+        }
+        m_xdecimals = XDecimalOrder(std::move(values));
+    }
     m_words = KeyWords(keys.size());
     for (qsizetype key = 0; key < keys.size(); ++key) {
         quint16 word = absentWord;
-        if (!learn(keycompare::keyField(table, m_def, m_column, keys[key]), word))
+        if (!learn(keycompare::fieldAt(table, m_def, m_column, keys[key].row()), word))
             return false;
         m_words.set(key, word);
     }
@@ -182,15 +202,15 @@ KeyColumnWords::Found KeyColumnWords::findDecimal(qint64 value, quint16 &word) c
 }
 
 KeyMatcher::KeyMatcher(const Table *table, const QList<Record> &keys, const QList<int> &columns)
-    : m_keys(keys), m_columns(columns)
+    : m_table(table), m_keys(keys), m_columns(columns)
 {
     if (keys.size() == 1) {
         m_onlyKey.reserve(size_t(columns.size()));
         for (const int column : columns) {
             const Field field = keys.first().field(column);
-            const bool isText = field.isPresent() && keycompare::isText(field.def->type);
-            m_onlyKey.push_back({column, isText, field, {}});
-            if (isText)
+            const bool hasText = field.isPresent() && isText(field.def->type);
+            m_onlyKey.push_back({column, hasText, field, {}});
+            if (hasText)
                 m_onlyKey.back().text = keycompare::withText(field, [](const QString &text) { return text; });
         }
         return;
@@ -218,20 +238,13 @@ KeyMatcher::KeyMatcher(const Table *table, const QList<Record> &keys, const QLis
     }
 }
 
-bool KeyMatcher::equalsKey(const Record &record, const Record &key) const
-{
-    return std::all_of(m_columns.cbegin(), m_columns.cend(), [&](int column) {
-        return keycompare::sameField(record.field(column), key.field(column));
-    });
-}
-
 bool KeyMatcher::confirm(const Record &record, quint16 word, qsizetype block) const
 {
-    const auto equal = [&](qsizetype key) { return equalsKey(record, m_keys[key]); };
+    const auto equal = [&](qsizetype key) { return keycompare::sameKey(record, m_keys[key], m_columns); };
     const KeyWords &first = m_first.words();
     if (!m_second.isEmpty()) {
         quint16 secondWord;
-        switch (m_second.find(record.field(m_second.column()), secondWord)) {
+        switch (m_second.find(m_table, record.row(), secondWord)) {
         case KeyColumnWords::Found::Nothing:
             return false;
         case KeyColumnWords::Found::Word:
@@ -241,10 +254,4 @@ bool KeyMatcher::confirm(const Record &record, quint16 word, qsizetype block) co
         }
     }
     return first.anyOf(word, block, equal);
-}
-
-bool KeyMatcher::searchAll(const Record &record) const
-{
-    return std::any_of(m_keys.cbegin(), m_keys.cend(),
-                       [&](const Record &key) { return equalsKey(record, key); });
 }

@@ -3,6 +3,7 @@
 
 #include <filterfuncs/keycompare_p.h>
 #include <filterfuncs/keywords_p.h>
+#include <filterfuncs/xdecimalorder_p.h>
 
 #include <data/record.h>
 #include <data/table.h>
@@ -21,11 +22,12 @@ public:
     struct Place
     {
         enum Kind : quint8 {
-            Bits,    ///< an integer, from bit `shift` on
-            Double,  ///< the same of a double, -0 read as 0
-            Decimal, ///< the same of a decimal, at the scale of the keys
-            Number,  ///< the same of the nearest double of a decimal or xdecimal, whatever its scale
-            Text,    ///< four characters of a text, from character `shift` on or, in a shorter one, the last
+            Bits,       ///< an integer, from bit `shift` on
+            Double,     ///< the same of a double, -0 read as 0
+            Decimal,    ///< the same of a decimal, at the scale of the keys
+            AnyDecimal, ///< taken from all of a decimal, without its trailing zeros
+            XDecimal,   ///< the rank of an xdecimal among those of the keys
+            Text, ///< four characters of a text, from character `shift` on or, in a shorter one, the last
         };
         Kind kind = Bits;
         quint8 shift = 0;
@@ -38,14 +40,14 @@ public:
         Any,     ///< any key can match: the value is a NaN
     };
 
-    /// The best place in \a column, and its cost per row in nanoseconds or so, judged by \a sample; nothing
-    /// for a type without one.
+    /// The best place in a column, and its cost per row in nanoseconds or so.
     struct Judged
     {
         Place place;
         double expectedHits;
         double cost;
     };
+    /// What \a sample says of \a column; nothing for a type without a place.
     static std::optional<Judged> judge(const Table *table, int column, const QList<Record> &keys,
                                        const KeySample &sample);
 
@@ -54,18 +56,23 @@ public:
     KeyColumnWords(const Table *table, int column, const QList<Record> &keys, Place place);
 
     bool isEmpty() const { return m_words.isEmpty(); }
-    int column() const { return m_column; }
     const KeyWords &words() const { return m_words; }
 
-    /// What \a field, that of the column in a row of any table, says, with the word in \a word.
+    /// What \a row, a row of the table, says, with the word in \a word.
+    Found find(const Table *table, unsigned char *row, quint16 &word) const
+    {
+        return find(keycompare::fieldAt(table, m_def, m_column, row), word);
+    }
+
+private:
+    static constexpr quint16 absentWord = 0;
+
     Found find(const Field &field, quint16 &word) const
     {
         if (!field.isPresent()) {
             word = absentWord;
             return m_hasAbsent ? Found::Word : Found::Nothing;
         }
-        if (field.def != m_def && !isComparable(field.def->type))
-            return Found::Nothing;
         switch (m_place.kind) {
         case Place::Bits:
             word = m_isInt ? quint16(field.value<quint32>() >> m_place.shift)
@@ -83,9 +90,14 @@ public:
             word = quint16(quint64(value) >> m_place.shift);
             return Found::Word;
         }
-        case Place::Number:
-            word = quint16(numberBits(field) >> m_place.shift);
+        case Place::AnyDecimal:
+            word = mixedWord(keycompare::shortestDecimal(field.value<qint64>()));
             return Found::Word;
+        case Place::XDecimal: {
+            const qsizetype rank = m_xdecimals.rankOf(xdecimal::fromData(field.data));
+            word = quint16(rank);
+            return rank < 0 ? Found::Nothing : Found::Word;
+        }
         case Place::Text:
             break;
         }
@@ -97,15 +109,7 @@ public:
         });
     }
 
-private:
-    static constexpr quint16 absentWord = 0;
-
-    static quint64 numberBits(const Field &field)
-    {
-        return keycompare::doubleBits(field.def->type == FieldType::Decimal
-                                          ? decimal::fromWord(field.value<qint64>()).toDouble()
-                                          : xdecimal::fromData(field.data).toDouble());
-    }
+    static quint16 mixedWord(quint64 bits) { return quint16((bits * 0x9E3779B97F4A7C15u) >> 48); }
     static quint16 textWord(const QString &text, qsizetype position)
     {
         const qsizetype size = text.size();
@@ -120,10 +124,6 @@ private:
         return word;
     }
 
-    bool isComparable(FieldType::Type type) const
-    {
-        return type == m_def->type || (keycompare::isText(type) && m_place.kind == Place::Text);
-    }
     Found findDecimal(qint64 value, quint16 &word) const;
     /// Learns from the field of a key what find() has to know, and takes its word; false for a NaN, and for a
     /// decimal of another scale than those before.
@@ -138,6 +138,7 @@ private:
     /// Decimal: one of the keys, which all have its scale.
     qint64 m_model = 0;
     bool m_hasModel = false;
+    XDecimalOrder m_xdecimals;
     /// Text: the lengths of the keys.
     qsizetype m_shortest = 0;
     qsizetype m_longest = -1;
@@ -145,8 +146,9 @@ private:
 };
 
 /// Whether a row equals one of a set of keys in some columns. What decides how that is found out is worked
-/// out once: the column in which a word tells the keys apart best is looked at first, and whole keys are
-/// compared where it agrees. Never changes after its construction.
+/// out once: for a row of the keys' own table the column in which a word tells the keys apart best is looked
+/// at first, and whole keys are compared where it agrees. A row of another table may lack columns and have
+/// other types; it is compared key by key. Never changes after its construction.
 class KeyMatcher
 {
 public:
@@ -155,10 +157,13 @@ public:
 
     bool contains(const Record &record) const
     {
+        if (record.table() != m_table)
+            return searchAll(record);
+        unsigned char *row = record.row();
         if (m_first.isEmpty())
-            return m_onlyKey.empty() ? searchAll(record) : equalsOnlyKey(record);
+            return m_onlyKey.empty() ? searchAll(record) : equalsOnlyKey(row);
         quint16 word;
-        switch (m_first.find(record.field(m_first.column()), word)) {
+        switch (m_first.find(m_table, row, word)) {
         case KeyColumnWords::Found::Nothing:
             return false;
         case KeyColumnWords::Found::Any:
@@ -180,10 +185,10 @@ private:
         QString text;
     };
 
-    bool equalsOnlyKey(const Record &record) const
+    bool equalsOnlyKey(unsigned char *row) const
     {
         for (const OnlyField &key : m_onlyKey) {
-            const Field field = record.field(key.column);
+            const Field field = keycompare::fieldAt(m_table, key.field.def, key.column, row);
             if (!(key.isText ? sameText(field, key.text) : keycompare::sameField(field, key.field)))
                 return false;
         }
@@ -191,7 +196,7 @@ private:
     }
     static bool sameText(const Field &field, const QString &key)
     {
-        if (!field.isPresent() || !keycompare::isText(field.def->type))
+        if (!field.isPresent())
             return false;
         // Nearly all texts differ in their length or at their end.
         return keycompare::withText(field, [&key](const QString &text) {
@@ -200,10 +205,10 @@ private:
                    (size == 0 || (text.constData()[size - 1] == key.constData()[size - 1] && text == key));
         });
     }
-    bool equalsKey(const Record &record, const Record &key) const;
     bool confirm(const Record &record, quint16 word, qsizetype block) const;
-    bool searchAll(const Record &record) const;
+    bool searchAll(const Record &record) const { return keycompare::equalsAny(record, m_keys, m_columns); }
 
+    const Table *m_table;
     const QList<Record> &m_keys;
     const QList<int> &m_columns;
     /// The fields of a single key: nothing is quicker than to compare them.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // What all key predicates promise alike: on random tables their answers are those of the plainest loop over
-// keys and columns, and asking them allocates nothing; one predicate may be asked from several threads.
+// keys and columns, and asking them allocates nothing where no text has to be made; one predicate may be asked
+// from several threads.
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
 #include <filterfuncs/keyfilterfunc_hash.h>
@@ -16,6 +17,7 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstring>
@@ -257,6 +259,14 @@ void TestKeyPredicates::answerLikeThePlainLoop()
         for (int i = 0; i < 5 && !keys.isEmpty(); ++i)
             records.append(table.row(random.below(int(table.rowCount()))));
 
+        // The text of a VarChar beside a String is made.
+        const bool mixesTexts = std::any_of(columns.cbegin(), columns.cend(), [&](int column) {
+            const auto isText = [](FieldType::Type type) { return type == VarChar || type == String; };
+            const FieldType::Type type = specs[column].type;
+            const FieldType::Type otherType = otherSpecs[column].type;
+            return type != otherType && isText(type) && isText(otherType);
+        });
+
         const KeyFilterFunc func(&table, keys, columns);
         const KeyFilterFunc_Hash hash(&table, keys, columns);
 
@@ -269,7 +279,8 @@ void TestKeyPredicates::answerLikeThePlainLoop()
                  {static_cast<const FilterFunc *>(&func), static_cast<const FilterFunc *>(&hash)}) {
                 const AllocationCounter allocations;
                 const bool answer = predicate->filter(record);
-                QVERIFY2(allocations.count() == 0, where.constData());
+                QVERIFY2(allocations.count() == 0 || (record.table() == &other && mixesTexts),
+                         where.constData());
                 QVERIFY2(answer == expected,
                          qPrintable(predicate->toString() + u", "_s + QString::fromLatin1(where)));
             }

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#include <filterfuncs/xdecimalorder_p.h>
+
+#include <algorithm>
+#include <utility>
+
+XDecimalOrder::XDecimalOrder(std::vector<xdecimal> values) : m_values(std::move(values))
+{
+    std::stable_sort(m_values.begin(), m_values.end(),
+                     [](const xdecimal &a, const xdecimal &b) { return a.compare(b) < 0; });
+    const auto same = [](const xdecimal &a, const xdecimal &b) { return a.compare(b) == 0; };
+    m_values.erase(std::unique(m_values.begin(), m_values.end(), same), m_values.end());
+}
+
+qsizetype XDecimalOrder::rankOf(const xdecimal &value) const
+{
+    auto first = m_values.begin();
+    auto last = m_values.end();
+    while (first != last) {
+        const auto middle = first + (last - first) / 2;
+        const int order = middle->compare(value);
+        if (order == 0)
+            return middle - m_values.begin();
+        if (order < 0)
+            first = middle + 1;
+        else
+            last = middle;
+    }
+    return -1;
+}
