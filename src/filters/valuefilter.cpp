@@ -11,10 +11,6 @@
 #include <QVarLengthArray>
 
 #include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -44,23 +40,44 @@ qsizetype bisect(const KeyValue *keys, qsizetype first, qsizetype last, Before b
     return first;
 }
 
+/// Whether \a key begins with a present Int.
+bool beginsWithInt(const KeyValue &key)
+{
+    return !key.isEmpty() && key.constData()->def->type == FieldType::Int && key.constData()->isPresent();
+}
+
+/// Whether \a key holds nothing but present integers.
+bool isOfIntegers(const KeyValue &key)
+{
+    return std::all_of(key.begin(), key.end(), [](const FieldValue &field) {
+        const FieldType::Type type = field.def->type;
+        return field.isPresent() &&
+               (type == FieldType::Int || type == FieldType::Int64 || type == FieldType::DateTime);
+    });
+}
+
 /// The first place in [first, last) whose key does not sort before \a key.
 qsizetype lowerBound(const KeyValue *keys, qsizetype first, qsizetype last, const KeyValue &key)
 {
     const auto sortsBeforeKey = [&key](const KeyValue &probe) { return probe < key; };
-    if (key.isEmpty() || key.constData()->def->type != FieldType::Int || !key.constData()->isPresent())
+    if (!beginsWithInt(key))
         return bisect(keys, first, last, sortsBeforeKey);
 
     // The first integers nearly always decide, and here they do so without a call.
     const auto number = key.constData()->value<qint32>();
     return bisect(keys, first, last, [&](const KeyValue &probe) {
-        if (probe.isEmpty())
+        if (!beginsWithInt(probe) || probe.constData()->value<qint32>() == number)
             return sortsBeforeKey(probe);
-        const FieldValue &field = *probe.constData();
-        if (field.def->type == FieldType::Int && field.isPresent() && field.value<qint32>() != number)
-            return field.value<qint32>() < number;
-        return sortsBeforeKey(probe);
+        return probe.constData()->value<qint32>() < number;
     });
+}
+
+/// Whether it is plain that lowerBound() is the end of \a list: keys often come in ascending order. Whatever the
+/// keys in between hold, those in front of one of integers do sort before it, so that every probe would say the
+/// same.
+bool sortsBehindAll(const QList<KeyValue> &list, const KeyValue &key)
+{
+    return !list.isEmpty() && isOfIntegers(key) && isOfIntegers(list.constLast()) && list.constLast() < key;
 }
 
 /// The first place in [first, last) whose key sorts after \a key.
@@ -192,16 +209,13 @@ void mergeRuns(const SortEntry *first, const SortEntry *middle, const SortEntry 
     std::copy(right, last, out);
 }
 
-enum class Equals { Keep, KeepFirst };
-
-/// Sorts \a keys, which nobody else shares, ascending; equal ones stay in the order they came in or give way
-/// to the first of them.
+/// Sorts \a keys, which nobody else shares, ascending; equal ones stay in the order they came in.
 ///
 /// A merge sort, not std::sort: that one may leave the range or never end when the order is not strict, which
 /// a single NaN among the keys is enough for. Here every step is bounded by places alone and only moves
 /// entries, so that for any order whatever the result is the same keys again. Nothing is changed when a
 /// comparison throws.
-void sortKeys(QList<KeyValue> &keys, Equals equals)
+void sortKeys(QList<KeyValue> &keys)
 {
     if (keys.size() < 2)
         return;
@@ -220,23 +234,12 @@ void sortKeys(QList<KeyValue> &keys, Equals equals)
         }
         entries.swap(merged);
     }
-    if (equals == Equals::KeepFirst) {
-        const auto same = [](const SortEntry &a, const SortEntry &b) { return !sortsBefore(a, b); };
-        entries.erase(std::unique(entries.begin(), entries.end(), same), entries.end());
-    }
 
     QList<KeyValue> sorted;
     sorted.reserve(qsizetype(entries.size()));
     for (const SortEntry &entry : entries)
         sorted.append(std::move(*entry.key));
     keys.swap(sorted);
-}
-
-bool holdsNaN(const KeyValue &key)
-{
-    return std::any_of(key.begin(), key.end(), [](const FieldValue &field) {
-        return field.def->type == FieldType::Double && field.isPresent() && std::isnan(field.value<double>());
-    });
 }
 
 /// QStringView::indexOf() for the short parts of keys, where the calls would cost more than the search.
@@ -291,54 +294,7 @@ QString joinedFields(const KeyValue &key)
     return QString(result.constData(), result.size());
 }
 
-/// The code that a call of valueToKey() reaches in the class that \a filter is an object of at the moment,
-/// for comparison alone; null where the compiler's pointers to members tell nothing.
-///
-/// C++ has no way to ask whether a virtual operation is overridden. What is read is the pointer to a virtual
-/// member of the Itanium C++ ABI, on which the stated order of the slots rests as well: the byte offset of
-/// the slot in the virtual table, marked as such by the lowest bit of either word.
-const void *reachedValueToKey(const ValueFilter *filter)
-{
-    struct VirtualMember
-    {
-        std::uintptr_t pointer;
-        std::uintptr_t adjustment;
-    };
-    const auto member = &ValueFilter::valueToKey;
-    if constexpr (sizeof(member) == sizeof(VirtualMember)) {
-        VirtualMember words;
-        std::memcpy(&words, &member, sizeof words);
-        if (((words.pointer | words.adjustment) & 1) != 0) {
-            const char *virtualTable = nullptr;
-            std::memcpy(&virtualTable, static_cast<const void *>(filter), sizeof virtualTable);
-            const void *code = nullptr;
-            std::memcpy(&code, virtualTable + (words.pointer & ~std::uintptr_t(1)), sizeof code);
-            return code;
-        }
-    }
-    return nullptr;
-}
-
-/// What reachedValueToKey() is where nothing overrides ValueFilter's own.
-std::atomic<const void *> ownValueToKey = nullptr;
-
 } // namespace
-
-/// Keys that valueToKey() has read, in the order of the text.
-struct ValueFilter::KeysInOrder
-{
-    QList<KeyValue> list;
-    /// Whether each key sorts after the one before it.
-    bool ascending = true;
-    bool hasNaN = false;
-
-    void append(KeyValue &&key)
-    {
-        ascending = ascending && (list.isEmpty() || list.constLast() < key);
-        hasNaN = hasNaN || holdsNaN(key);
-        list.append(std::move(key));
-    }
-};
 
 ValueFilter::ValueFilter(Table &table, int column, QObject *parent)
     : ValueFilter(table, column, QList<int>{column}, -1, parent)
@@ -348,8 +304,6 @@ ValueFilter::ValueFilter(Table &table, int column, QObject *parent)
 ValueFilter::ValueFilter(Table &table, int firstId, const QList<int> &columns, int secondId, QObject *parent)
     : Filter(firstId, secondId, parent), m_table(&table), m_columns(columns)
 {
-    // Until its constructor is done the object is a ValueFilter and nothing more.
-    ownValueToKey.store(reachedValueToKey(this), std::memory_order_relaxed);
 }
 
 ValueFilter::~ValueFilter() = default;
@@ -364,6 +318,10 @@ bool ValueFilter::hasExcludedKey(const KeyValue &key) const
 void ValueFilter::addExcludedKey(const KeyValue &key)
 {
     m_excludedKeys.detach();
+    if (sortsBehindAll(m_excludedKeys, key)) {
+        m_excludedKeys.append(key);
+        return;
+    }
     const KeyValue *keys = m_excludedKeys.constData();
     const qsizetype place = lowerBound(keys, 0, m_excludedKeys.size(), key);
     if (place != m_excludedKeys.size() && !(key < keys[place]))
@@ -387,7 +345,7 @@ void ValueFilter::setAllExcludedKeys(const QList<KeyValue> &keys)
     sorted.detach();
     const auto outOfPlace = [](const KeyValue &a, const KeyValue &b) { return b < a; };
     if (std::adjacent_find(sorted.cbegin(), sorted.cend(), outOfPlace) != sorted.cend())
-        sortKeys(sorted, Equals::Keep);
+        sortKeys(sorted);
     m_excludedKeys.swap(sorted);
 }
 
@@ -431,12 +389,6 @@ QString ValueFilter::value() const
                       [this](const KeyValue &key) { return keyToValue(key); });
 }
 
-bool ValueFilter::readsOwnKeys() const
-{
-    const void *own = ownValueToKey.load(std::memory_order_relaxed);
-    return own && reachedValueToKey(this) == own;
-}
-
 void ValueFilter::setValue(const QString &value)
 {
     // Overriding code that changes the caller's string does not change what is read.
@@ -444,50 +396,8 @@ void ValueFilter::setValue(const QString &value)
     m_excludedKeys.clear();
     if (text.isEmpty())
         return;
-
-    if (!readsOwnKeys()) {
-        // Overriding code may look at the set between two keys, through any operation or a reference it got
-        // before, and may even change it: it meets the set with all the keys before its own.
-        forEachPart(text, u'|', [this](const QString &part) { addExcludedKey(valueToKey(part)); });
-        return;
-    }
-
-    // valueToKey() is our own and runs nobody's code that could know of this filter, so that the set is seen
-    // again only when all keys are read or reading one has failed. It is enough that it is right at these two
-    // moments.
-    KeysInOrder keys;
-    keys.list.reserve(text.count(u'|') + 1);
-    try {
-        forEachPart(text, u'|', [&](const QString &part) { keys.append(valueToKey(part)); });
-    } catch (...) {
-        addKeys(keys);
-        throw;
-    }
-    addKeys(keys);
-}
-
-/// Does what addExcludedKey() would for each of \a keys in turn, in an empty set.
-///
-/// Without a NaN keys whose types are those of the columns are strictly ordered. Then adding them one by one
-/// gives the ascending list of the keys that are not equal to an earlier one, whatever order they come in,
-/// and that is what a stable sort gives when only the first of equal neighbours is kept: the same keys, among
-/// them the same one of those that are equal but look different, in the same places. With a NaN the place of
-/// a key depends on the keys that the search meets, and so on the order of adding; there is no shorter way to
-/// the same set then.
-void ValueFilter::addKeys(KeysInOrder &keys)
-{
-    if (keys.hasNaN) {
-        for (const KeyValue &key : std::as_const(keys.list))
-            addExcludedKey(key);
-        return;
-    }
-    if (!keys.ascending)
-        sortKeys(keys.list, Equals::KeepFirst);
-    // The set keeps the storage it has where that is large enough.
-    if (m_excludedKeys.capacity() < keys.list.size())
-        m_excludedKeys.swap(keys.list);
-    else
-        m_excludedKeys.append(std::move(keys.list));
+    // One after the other: an overridden valueToKey() meets the set with all the keys before its own.
+    forEachPart(text, u'|', [this](const QString &part) { addExcludedKey(valueToKey(part)); });
 }
 
 void ValueFilter::clear()

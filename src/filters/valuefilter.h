@@ -80,9 +80,9 @@ public:
     /// Empties the set and adds the keys that valueToKey() reads from the parts of \a value between "|", one
     /// after the other; of equal keys the first stays. An empty text leaves the set empty.
     ///
-    /// When valueToKey() throws, the keys of the parts before stay in the set. Takes time in proportion to n
-    /// log n for n keys in any order; with an overridden valueToKey(), or a NaN among the keys, keys far from
-    /// ascending order move each other about and take n * n.
+    /// When valueToKey() or a comparison throws, the keys of the parts before stay in the set. Takes time in
+    /// proportion to n log n for n keys in ascending order, as value() writes them; keys in random order move
+    /// each other about and take n * n.
     void setValue(const QString &value) override;
     /// Empties the set; does not call setValue().
     void clear() override;
@@ -104,11 +104,6 @@ public:
     virtual QString keyToText(const KeyValue &key) const;
 
 private:
-    struct KeysInOrder;
-
-    bool readsOwnKeys() const;
-    void addKeys(KeysInOrder &keys);
-
     Table *m_table;
     QList<int> m_columns;
     QList<KeyValue> m_excludedKeys;
