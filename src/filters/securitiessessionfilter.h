@@ -24,8 +24,12 @@ public:
     /// ends.
     ///
     /// Ids are read as 32-bit integers: an absent value is 0, an Int64 is limited to the range, a text that
-    /// is no such integer is 0. Throws Exception with the message "Incorrect type conversion." for a present
-    /// value of any other type, and one that names the table or column that is missing.
+    /// is no such integer is 0.
+    ///
+    /// Throws Exception:
+    /// - "Incorrect type conversion." for a present value of any other type;
+    /// - "There is no table '%1'." when the database has no table "sessions";
+    /// - "There is no column '%1' in the table '%2'." when that table lacks "stock_id" or "sess_id".
     SecuritiesSessionFilter(Table &table, int firstId, const QList<int> &columns, int secondId,
                             QObject *parent);
     ~SecuritiesSessionFilter() override;
