@@ -34,7 +34,7 @@ public:
     /// Converts each of \a keys, in order, into a row of \a table whose \a columns hold the values of the
     /// key.
     ///
-    /// Throws Exception when a key cannot be converted, see keyToRecord().
+    /// Throws Exception when a key cannot be converted, see keyconversion::keyToRecord().
     KeyFilterFunc(Table *table, const QList<KeyValue> &keys, const QList<int> &columns,
                   QObject *parent = nullptr);
     ~KeyFilterFunc() override;
@@ -43,24 +43,7 @@ public:
     /// there are keys but no columns. Throws nothing.
     bool filter(const Record &record) const override;
 
-    /// A new row of the table whose key columns hold the values of \a key, in the types of the columns;
-    /// values beyond the number of columns are ignored. An absent value makes its column absent; a column
-    /// that admits no absent values then keeps its default without an error.
-    ///
-    /// An empty text that is converted makes a column absent that admits it; copied between equal types
-    /// (VarChars also of equal length and size) it stays a value. A double loses its fraction when it becomes
-    /// an integer (2147483647.9 gives 2147483647); a NaN or one out of range gives the most negative integer.
-    /// An Int64 is limited to the range of an Int. Decimals keep their own scale; XDecimals made of integers
-    /// have scale 0, of doubles 6, whatever the column's; but a number that has no room at the column's scale
-    /// is refused.
-    ///
-    /// Throws Exception:
-    /// - "Can't convert from %1 to %2" for a value whose type cannot become the column's. An XDecimal is
-    ///   named Decimal there, and a text that was to become a Raw or Block is named VarChar;
-    /// - "Can't convert from '%1' to %2" for a text that cannot be read as an Int, Int64 or Double;
-    /// - "Can't convert double to datetime." and "Can't convert from decimal to datetime.";
-    /// - "Key of %1 values for %2 columns" for a key with fewer values than there are columns;
-    /// - what decimal and xdecimal throw for a text that is no number or a number that does not fit.
+    /// As keyconversion::keyToRecord() for the table and the columns of the predicate, with its exceptions.
     Record keyToRecord(const KeyValue &key) const;
 
 private:

@@ -2,7 +2,7 @@
 #include <filterfuncs/keyfilterfunc_fast.h>
 
 #include <filterfuncs/keyruns_p.h>
-#include <filterfuncs/keytorecord_p.h>
+#include <filterfuncs/keytorecord.h>
 
 #include <QString>
 
@@ -33,9 +33,7 @@ KeyFilterFunc_Fast::KeyFilterFunc_Fast(Table *keyTable, const QList<KeyValue> &k
     : FilterFunc(parent), table(keyTable), columns(keyColumns)
 {
     setup();
-    keyRecords.reserve(keys.size());
-    for (const KeyValue &key : keys)
-        keyRecords.append(keyToRecord(key));
+    keyRecords = keyconversion::keysToRecords(table, columns, keys);
     keyRuns = std::make_unique<const KeyRuns>(keyRecords, keyOffset, keyLength);
 }
 

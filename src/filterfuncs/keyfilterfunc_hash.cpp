@@ -2,15 +2,15 @@
 #include <filterfuncs/keyfilterfunc_hash.h>
 
 #include <filterfuncs/keyhash_p.h>
-#include <filterfuncs/keytorecord_p.h>
+#include <filterfuncs/keytorecord.h>
 
 KeyFilterFunc_Hash::KeyFilterFunc_Hash(Table *keyTable, const QList<KeyValue> &keys,
                                        const QList<int> &keyColumns, QObject *parent)
-    : FilterFunc(parent), table(keyTable), columns(keyColumns)
+    : FilterFunc(parent),
+      table(keyTable),
+      keyRecords(keyconversion::keysToRecords(keyTable, keyColumns, keys)),
+      columns(keyColumns)
 {
-    keyRecords.reserve(keys.size());
-    for (const KeyValue &key : keys)
-        keyRecords.append(keyToRecord(key));
     if (!keyRecords.isEmpty() && !columns.isEmpty())
         hash = std::make_unique<const KeyHash>(table, keyRecords, columns);
 }

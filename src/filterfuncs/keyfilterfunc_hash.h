@@ -31,7 +31,7 @@ public:
     /// Converts each of \a keys, in order, into a row of \a table whose \a columns hold the values of the
     /// key.
     ///
-    /// Throws Exception when a key cannot be converted, see KeyFilterFunc::keyToRecord().
+    /// Throws Exception when a key cannot be converted, see keyconversion::keyToRecord().
     KeyFilterFunc_Hash(Table *table, const QList<KeyValue> &keys, const QList<int> &columns,
                        QObject *parent = nullptr);
     ~KeyFilterFunc_Hash() override;

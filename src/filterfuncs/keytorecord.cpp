@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
+#include <filterfuncs/keytorecord.h>
+
 #include <filterfuncs/keytorecord_p.h>
 
 #include <data/datetime.h>
 #include <data/decimal.h>
 #include <data/exception.h>
 #include <data/fieldtype.h>
+#include <data/table.h>
 #include <data/xdecimal.h>
 
 #include <QString>
@@ -319,4 +322,14 @@ Record keyconversion::keyToRecord(const Table *table, const QList<int> &columns,
         assignField(target, *value++);
     }
     return record;
+}
+
+QList<Record> keyconversion::keysToRecords(const Table *table, const QList<int> &columns,
+                                           const QList<KeyValue> &keys)
+{
+    QList<Record> records;
+    records.reserve(keys.size());
+    for (const KeyValue &key : keys)
+        records.append(keyToRecord(table, columns, key));
+    return records;
 }

@@ -2,6 +2,7 @@
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
 #include <filterfuncs/keyfilterfunc_hash.h>
+#include <filterfuncs/keytorecord.h>
 #include <filterfuncs/keytorecord_p.h>
 
 #include <data/datetime.h>
@@ -518,6 +519,7 @@ private Q_SLOTS:
     void putsValuesIntoColumnsInTheOrderOfTheColumns();
     void ignoresFurtherValues();
     void refusesKeysThatAreTooShort();
+    void makesARowOfEachKey();
     void leavesNothingOfColumnsBeforeTheFailingOne();
     void givesTheSameRowsInAllClasses();
     void sharesTextsOfEqualTypes();
@@ -676,6 +678,29 @@ void TestKeyToRecord::refusesKeysThatAreTooShort()
                  KeyFilterFunc_Fast(&table, {source.key}, {0, 1});
              }),
              u"Key of 1 values for 2 columns"_s);
+    QCOMPARE(table.liveRowCount(), 0);
+}
+
+void TestKeyToRecord::makesARowOfEachKey()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, String}});
+    const Key two(Column(Int64), qint64(2));
+    const Key one(Column(String), text(u"1"));
+    const Key none(Column(String), text(u"x"));
+
+    {
+        const QList<Record> rows = keyconversion::keysToRecords(&table, {0}, {two.key, one.key, two.key});
+        QCOMPARE(rows.size(), 3);
+        QCOMPARE(rows[0].field(0).value<qint32>(), 2);
+        QCOMPARE(rows[1].field(0).value<qint32>(), 1);
+        QCOMPARE(rows[2].field(0).value<qint32>(), 2);
+        QVERIFY(rows[0].row() != rows[2].row());
+        QCOMPARE(table.liveRowCount(), 3);
+    }
+    QCOMPARE(exceptionMessage([&] {
+                 keyconversion::keysToRecords(&table, {0}, {two.key, none.key});
+             }),
+             u"Can't convert from 'x' to Int"_s);
     QCOMPARE(table.liveRowCount(), 0);
 }
 
