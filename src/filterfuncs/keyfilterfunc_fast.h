@@ -20,6 +20,7 @@ class Table;
 /// Decimal, VarChar and DateTime that admit no absent values. Other columns are refused; KeyFilterFunc takes
 /// them all. The database library must lay consecutive columns out in index order, each at the next multiple
 /// of 8, and keep the bytes between and behind the values fixed, those behind the text of a VarChar included.
+/// Builds with assertions check where the columns lie.
 ///
 /// The answers are those of KeyFilterFunc except where equal numbers have different bytes: decimals of
 /// different scales, 1.5 and 1.50, are different here. A key keeps the scale of the value it is made from
@@ -35,7 +36,7 @@ public:
     /// Checks the columns by setup(), then converts each of \a keys, in order, into a row of \a table.
     ///
     /// Throws a QString when the columns are refused, see setup(), before any key is converted; throws
-    /// Exception when a key cannot be converted, see keyToRecord().
+    /// Exception when a key cannot be converted, see keyconversion::keyToRecord().
     KeyFilterFunc_Fast(Table *table, const QList<KeyValue> &keys, const QList<int> &columns,
                        QObject *parent = nullptr);
     ~KeyFilterFunc_Fast() override;

@@ -8,13 +8,14 @@
 #include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 
-#include <QPointer>
 #include <QRegularExpression>
 #include <QTest>
 
 #include <cmath>
 #include <memory>
 #include <type_traits>
+
+#include "keyfixtures.h"
 
 using namespace Qt::StringLiterals;
 
@@ -26,15 +27,6 @@ static_assert(
 static_assert(!std::is_copy_constructible_v<KeyFilterFunc>);
 
 namespace {
-
-/// The key that \a record has in \a columns.
-KeyValue keyOf(const Record &record, const QList<int> &columns)
-{
-    KeyValue key;
-    for (const int column : columns)
-        key.append(FieldValue(record.field(column)));
-    return key;
-}
 
 CellValue text(const char16_t *characters)
 {
@@ -53,10 +45,6 @@ private Q_SLOTS:
 
     void keepsItsLayout();
     void addsNothingToTheMetaObject();
-    void isNamedByItsClass();
-    void belongsToItsParent();
-    void rejectsEverythingWithoutKeys();
-    void acceptsEverythingWithKeysButNoColumns();
     void acceptsRecordsThatEqualOneOfTheKeys();
     void looksAtTheKeyColumnsOnly();
     void matchesAbsentWithAbsentAlone();
@@ -70,10 +58,6 @@ private Q_SLOTS:
     void findsKeysThatShareTheirValues();
     void findsRowsAmongKeysWithANan();
     void findsDecimalsOfOtherScalesAmongManyKeys();
-    void keepsDuplicatesAndTheOrderOfTheKeys();
-    void isACopy();
-    void givesItsRowsBack();
-    void isNotMadeOfKeysThatCannotBeConverted();
     void allocatesNothingInFilter();
 };
 
@@ -105,54 +89,6 @@ void TestKeyFilterFunc::addsNothingToTheMetaObject()
     QCOMPARE(meta.superClass(), &FilterFunc::staticMetaObject);
     QCOMPARE(meta.methodCount(), FilterFunc::staticMetaObject.methodCount());
     QCOMPARE(meta.propertyCount(), FilterFunc::staticMetaObject.propertyCount());
-}
-
-void TestKeyFilterFunc::isNamedByItsClass()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    const std::unique_ptr<FilterFunc> func =
-        std::make_unique<KeyFilterFunc>(&table, QList<KeyValue>(), QList<int>{0});
-
-    QCOMPARE(func->toString(), u"KeyFilterFunc"_s);
-}
-
-void TestKeyFilterFunc::belongsToItsParent()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    auto parent = std::make_unique<QObject>();
-    const QPointer<FilterFunc> func = new KeyFilterFunc(&table, {}, {0}, parent.get());
-    QCOMPARE(func->parent(), parent.get());
-
-    parent.reset();
-
-    QVERIFY(func.isNull());
-}
-
-void TestKeyFilterFunc::rejectsEverythingWithoutKeys()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}});
-    const Record row = table.append({qint32(0)});
-    const Record none = table.append({CellValue()});
-
-    for (const QList<int> &columns : {QList<int>{0}, QList<int>{}}) {
-        const KeyFilterFunc func(&table, {}, columns);
-        QVERIFY(!func.filter(row));
-        QVERIFY(!func.filter(none));
-    }
-}
-
-void TestKeyFilterFunc::acceptsEverythingWithKeysButNoColumns()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}});
-    const Record row = table.append({qint32(0)});
-    const Record none = table.append({CellValue()});
-    const KeyFilterFunc empty(&table, {KeyValue()}, {});
-    const KeyFilterFunc longer(&table, {keyOf(row, {0}), keyOf(row, {0})}, {});
-
-    for (const KeyFilterFunc *func : {&empty, &longer}) {
-        QVERIFY(func->filter(row));
-        QVERIFY(func->filter(none));
-    }
 }
 
 void TestKeyFilterFunc::acceptsRecordsThatEqualOneOfTheKeys()
@@ -453,74 +389,6 @@ void TestKeyFilterFunc::findsDecimalsOfOtherScalesAmongManyKeys()
         QVERIFY(!func->filter(row(decimal::minUnscaled, 0)));
         QVERIFY(!func->filter(row(decimal::maxUnscaled, 0)));
     }
-}
-
-void TestKeyFilterFunc::keepsDuplicatesAndTheOrderOfTheKeys()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    const Record two = table.append({qint32(2)});
-    const Record one = table.append({qint32(1)});
-    const Record three = table.append({qint32(3)});
-
-    const KeyFilterFunc func(&table, {keyOf(two, {0}), keyOf(one, {0}), keyOf(two, {0})}, {0});
-
-    const auto *rows = memberAt<const Record *>(func, sizeof(QObject) + 16);
-    QCOMPARE(memberAt<qsizetype>(func, sizeof(QObject) + 24), 3);
-    QCOMPARE(rows[0].field(0).value<qint32>(), 2);
-    QCOMPARE(rows[1].field(0).value<qint32>(), 1);
-    QCOMPARE(rows[2].field(0).value<qint32>(), 2);
-    QVERIFY(rows[0].row() != rows[2].row());
-    QVERIFY(func.filter(two));
-    QVERIFY(func.filter(one));
-    QVERIFY(!func.filter(three));
-}
-
-void TestKeyFilterFunc::isACopy()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
-    const Record one = table.append({qint32(1), qint32(5)});
-    const Record two = table.append({qint32(2), qint32(5)});
-    QList<KeyValue> keys{keyOf(one, {0})};
-    QList<int> columns{0};
-    const KeyFilterFunc func(&table, keys, columns);
-
-    keys.append(keyOf(two, {0}));
-    columns[0] = 1;
-    table.update(one, 0, qint32(3));
-
-    QVERIFY(!func.filter(two));
-    QVERIFY(!func.filter(one));
-    QVERIFY(func.filter(table.append({qint32(1), qint32(6)})));
-}
-
-void TestKeyFilterFunc::givesItsRowsBack()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, String}});
-    const Record row = table.append({text(u"x")});
-    auto func = std::make_unique<KeyFilterFunc>(&table, QList<KeyValue>(5, keyOf(row, {0})), QList<int>{0});
-    QCOMPARE(table.liveRowCount(), 6);
-    QCOMPARE(table.rowCount(), 1);
-
-    func.reset();
-
-    QCOMPARE(table.liveRowCount(), 1);
-}
-
-void TestKeyFilterFunc::isNotMadeOfKeysThatCannotBeConverted()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    MemoryTable texts(u"texts"_s, {{u"a"_s, String}});
-    const Record good = texts.append({text(u"12")});
-    const Record bad = texts.append({text(u"12x")});
-    QObject parent;
-
-    const QString message = exceptionMessage([&] {
-        new KeyFilterFunc(&table, {keyOf(good, {0}), keyOf(bad, {0}), keyOf(good, {0})}, {0}, &parent);
-    });
-
-    QCOMPARE(message, u"Can't convert from '12x' to Int"_s);
-    QCOMPARE(table.liveRowCount(), 0);
-    QVERIFY(parent.children().isEmpty());
 }
 
 void TestKeyFilterFunc::allocatesNothingInFilter()

@@ -9,17 +9,14 @@
 #include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 
-#include <QPointer>
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTest>
 
-#include <atomic>
 #include <cmath>
 #include <memory>
-#include <thread>
 #include <type_traits>
-#include <vector>
+
+#include "keyfixtures.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,14 +29,6 @@ static_assert(std::is_same_v<decltype(&KeyFilterFunc_Hash::keyToRecord),
 
 namespace {
 
-KeyValue keyOf(const Record &record, const QList<int> &columns)
-{
-    KeyValue key;
-    for (const int column : columns)
-        key.append(FieldValue(record.field(column)));
-    return key;
-}
-
 using namespace fieldtypes;
 
 } // namespace
@@ -51,10 +40,6 @@ private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void keepsItsLayout();
-    void isNamedByItsClass();
-    void belongsToItsParent();
-    void rejectsEverythingWithoutKeys();
-    void acceptsEverythingWithKeysButNoColumns();
     void findsEachOfManyKeys_data();
     void findsEachOfManyKeys();
     void findsKeysOfAnyNumber();
@@ -65,9 +50,6 @@ private Q_SLOTS:
     void tellsDecimalsApartThatShareADouble();
     void matchesTextsOfOtherTables();
     void standsManyDuplicates();
-    void givesItsRowsBack();
-    void isNotMadeOfKeysThatCannotBeConverted();
-    void canBeAskedBySeveralThreads();
     void allocatesNothingInFilter();
 };
 
@@ -88,48 +70,6 @@ void TestKeyFilterFuncHash::keepsItsLayout()
     QCOMPARE(virtualSlot(&KeyFilterFunc_Hash::keyToRecord), -1);
     QCOMPARE(KeyFilterFunc_Hash::staticMetaObject.superClass(), &FilterFunc::staticMetaObject);
     QCOMPARE(KeyFilterFunc_Hash::staticMetaObject.methodCount(), FilterFunc::staticMetaObject.methodCount());
-}
-
-void TestKeyFilterFuncHash::isNamedByItsClass()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    const std::unique_ptr<FilterFunc> func =
-        std::make_unique<KeyFilterFunc_Hash>(&table, QList<KeyValue>(), QList<int>{0});
-
-    QCOMPARE(func->toString(), u"KeyFilterFunc_Hash"_s);
-}
-
-void TestKeyFilterFuncHash::belongsToItsParent()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    auto parent = std::make_unique<QObject>();
-    const QPointer<FilterFunc> func = new KeyFilterFunc_Hash(&table, {}, {0}, parent.get());
-    QCOMPARE(func->parent(), parent.get());
-
-    parent.reset();
-
-    QVERIFY(func.isNull());
-}
-
-void TestKeyFilterFuncHash::rejectsEverythingWithoutKeys()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}});
-    const Record row = table.append({qint32(0)});
-    const Record none = table.append({CellValue()});
-
-    for (const QList<int> &columns : {QList<int>{0}, QList<int>{}}) {
-        const KeyFilterFunc_Hash func(&table, {}, columns);
-        QVERIFY(!func.filter(row));
-        QVERIFY(!func.filter(none));
-    }
-}
-
-void TestKeyFilterFuncHash::acceptsEverythingWithKeysButNoColumns()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    const Record row = table.append({qint32(0)});
-
-    QVERIFY(KeyFilterFunc_Hash(&table, {KeyValue()}, {}).filter(row));
 }
 
 void TestKeyFilterFuncHash::findsEachOfManyKeys_data()
@@ -344,69 +284,6 @@ void TestKeyFilterFuncHash::standsManyDuplicates()
     QVERIFY(func.filter(one));
     QVERIFY(!func.filter(two));
     QVERIFY(unordered.filter(two));
-}
-
-void TestKeyFilterFuncHash::givesItsRowsBack()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Double}});
-    const Record row = table.append({1.0});
-    const Record nan = table.append({std::nan("")});
-    auto func = std::make_unique<KeyFilterFunc_Hash>(
-        &table, QList<KeyValue>{keyOf(row, {0}), keyOf(nan, {0})}, QList<int>{0});
-    QCOMPARE(table.liveRowCount(), 4);
-
-    func.reset();
-
-    QCOMPARE(table.liveRowCount(), 2);
-}
-
-void TestKeyFilterFuncHash::isNotMadeOfKeysThatCannotBeConverted()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}});
-    MemoryTable texts(u"texts"_s, {{u"a"_s, String}});
-    const Record good = texts.append({u"12"_s});
-    const Record bad = texts.append({u"12x"_s});
-
-    QCOMPARE(exceptionMessage([&] {
-                 KeyFilterFunc_Hash(&table, {keyOf(good, {0}), keyOf(bad, {0})}, {0});
-             }),
-             u"Can't convert from '12x' to Int"_s);
-    QCOMPARE(exceptionMessage([&] { KeyFilterFunc_Hash(&table, {KeyValue()}, {0}); }),
-             u"Key of 0 values for 1 columns"_s);
-    QCOMPARE(table.liveRowCount(), 0);
-}
-
-void TestKeyFilterFuncHash::canBeAskedBySeveralThreads()
-{
-    MemoryTable table(u"t"_s,
-                      {{u"a"_s, Int}, {u"b"_s, String}, {u"c"_s, VarChar, false, 8}, {u"d"_s, Double}});
-    const QList<int> columns{0, 1, 2, 3};
-    QList<Record> rows;
-    QList<KeyValue> keys;
-    for (int i = 0; i < 2000; ++i) {
-        rows.append(table.append(
-            {qint32(i), QString::number(i), QString::number(i), i % 50 ? i / 2.0 : std::nan("")}));
-        if (i % 2 == 0)
-            keys.append(keyOf(rows.last(), columns));
-    }
-    const KeyFilterFunc_Hash hash(&table, keys, columns);
-    const KeyFilterFunc func(&table, keys, columns);
-    std::atomic<int> wrong = 0;
-
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 3; ++thread) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < rows.size(); ++i) {
-                const Record &row = std::as_const(rows)[i];
-                wrong += hash.filter(row) != (i % 2 == 0);
-                wrong += func.filter(row) != (i % 2 == 0);
-            }
-        });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
-
-    QCOMPARE(wrong.load(), 0);
 }
 
 void TestKeyFilterFuncHash::allocatesNothingInFilter()

@@ -2,17 +2,21 @@
 //
 // What all key predicates promise alike: on random tables their answers are those of the plainest loop over
 // keys and columns, and asking them allocates nothing where no text has to be made; one predicate may be asked
-// from several threads.
+// from several threads. And what they promise as objects: their names, parents, rows and failures.
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
 #include <filterfuncs/keyfilterfunc_hash.h>
+#include <filterfuncs/keypredicates.h>
 
 #include <database/memorytable.h>
 
 #include <support/allocationcounter.h>
+#include <support/exceptions.h>
 #include <support/fieldtypes.h>
+#include <support/objectlayout.h>
 #include <support/seed.h>
 
+#include <QPointer>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTest>
@@ -25,6 +29,8 @@
 #include <memory>
 #include <thread>
 #include <vector>
+
+#include "keyfixtures.h"
 
 using namespace Qt::StringLiterals;
 using namespace fieldtypes;
@@ -156,26 +162,24 @@ ColumnSpec similar(const ColumnSpec &spec, Random &random)
     return result;
 }
 
-KeyValue keyOf(const Record &record, const QList<int> &columns)
+using Make = FilterFunc *(*)(Table *, const QList<KeyValue> &, const QList<int> &, QObject *);
+
+template <typename Predicate>
+FilterFunc *makeOf(Table *table, const QList<KeyValue> &keys, const QList<int> &columns, QObject *parent)
 {
-    KeyValue key;
-    for (const int column : columns)
-        key.append(FieldValue(record.field(column)));
-    return key;
+    return new Predicate(table, keys, columns, parent);
 }
 
-/// The plainest loop.
-bool equalsAKey(const Record &record, const QList<Record> &keys, const QList<int> &columns)
+/// A table of an Int, and in the keys a text that becomes one.
+struct Numbers
 {
-    for (const Record &key : keys) {
-        bool equal = true;
-        for (const int column : columns)
-            equal = equal && record.field(column).compare(key.field(column)) == 0;
-        if (equal)
-            return true;
-    }
-    return false;
-}
+    MemoryTable table{u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}}};
+    MemoryTable texts{u"texts"_s, {{u"a"_s, String}}};
+
+    Record row(int number) { return table.append({qint32(number), qint32(5)}); }
+    KeyValue key(int number) { return keyOf(row(number), {0}); }
+    KeyValue key(const QString &text) { return keyOf(texts.append({text}), {0}); }
+};
 
 bool equalsTheBytesOfAKey(const Record &record, const QList<Record> &keys, qsizetype offset, size_t length)
 {
@@ -188,18 +192,190 @@ bool equalsTheBytesOfAKey(const Record &record, const QList<Record> &keys, qsize
 
 } // namespace
 
+Q_DECLARE_METATYPE(Make)
+
 class TestKeyPredicates : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
+    void areNamedByTheirClass_data() { addPredicates(); }
+    void areNamedByTheirClass();
+    void belongToTheirParent_data() { addPredicates(); }
+    void belongToTheirParent();
+    void rejectEverythingWithoutKeys_data() { addPredicates(); }
+    void rejectEverythingWithoutKeys();
+    void keepDuplicatesAndTheOrderOfTheKeys_data() { addPredicates(); }
+    void keepDuplicatesAndTheOrderOfTheKeys();
+    void areCopies_data() { addPredicates(); }
+    void areCopies();
+    void giveTheirRowsBack_data() { addPredicates(); }
+    void giveTheirRowsBack();
+    void areNotMadeOfKeysThatCannotBeConverted_data() { addPredicates(); }
+    void areNotMadeOfKeysThatCannotBeConverted();
+    void acceptEverythingWithKeysButNoColumns();
+    void theQuickestDependsOnTheNumberOfKeys();
     void answerLikeThePlainLoop_data();
     void answerLikeThePlainLoop();
     void fastAnswersLikeTheBytes_data();
     void fastAnswersLikeTheBytes();
     void canBeAskedBySeveralThreads();
+
+private:
+    static void addPredicates();
 };
+
+void TestKeyPredicates::addPredicates()
+{
+    QTest::addColumn<Make>("make");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("general") << Make(makeOf<KeyFilterFunc>) << u"KeyFilterFunc"_s;
+    QTest::newRow("fast") << Make(makeOf<KeyFilterFunc_Fast>) << u"KeyFilterFunc_Fast"_s;
+    QTest::newRow("hash") << Make(makeOf<KeyFilterFunc_Hash>) << u"KeyFilterFunc_Hash"_s;
+    QTest::newRow("quickest") << Make(keypredicates::makeQuickest) << u"KeyFilterFunc"_s;
+}
+
+void TestKeyPredicates::areNamedByTheirClass()
+{
+    QFETCH(const Make, make);
+    QFETCH(const QString, name);
+    Numbers numbers;
+
+    const std::unique_ptr<FilterFunc> func(make(&numbers.table, {}, {0}, nullptr));
+
+    QCOMPARE(func->toString(), name);
+    QCOMPARE(func->parent(), nullptr);
+}
+
+void TestKeyPredicates::belongToTheirParent()
+{
+    QFETCH(const Make, make);
+    Numbers numbers;
+    auto parent = std::make_unique<QObject>();
+    const QPointer<FilterFunc> func = make(&numbers.table, {}, {0}, parent.get());
+    QCOMPARE(func->parent(), parent.get());
+
+    parent.reset();
+
+    QVERIFY(func.isNull());
+}
+
+void TestKeyPredicates::rejectEverythingWithoutKeys()
+{
+    QFETCH(const Make, make);
+    Numbers numbers;
+    const std::unique_ptr<FilterFunc> func(make(&numbers.table, {}, {0}, nullptr));
+
+    QVERIFY(!func->filter(numbers.row(0)));
+    QVERIFY(!func->filter(numbers.row(1)));
+}
+
+void TestKeyPredicates::acceptEverythingWithKeysButNoColumns()
+{
+    MemoryTable table(u"t"_s, {{u"a"_s, Int, true}});
+    const Record row = table.append({qint32(0)});
+    const Record none = table.append({CellValue()});
+    for (const Make make : {Make(makeOf<KeyFilterFunc>), Make(makeOf<KeyFilterFunc_Hash>)}) {
+        const std::unique_ptr<FilterFunc> without(make(&table, {}, {}, nullptr));
+        QVERIFY(!without->filter(row));
+        const QList<QList<KeyValue>> lists{{KeyValue()}, {keyOf(row, {0}), keyOf(row, {0})}};
+        for (const QList<KeyValue> &keys : lists) {
+            const std::unique_ptr<FilterFunc> func(make(&table, keys, {}, nullptr));
+            QVERIFY(func->filter(row));
+            QVERIFY(func->filter(none));
+        }
+    }
+}
+
+void TestKeyPredicates::keepDuplicatesAndTheOrderOfTheKeys()
+{
+    QFETCH(const Make, make);
+    Numbers numbers;
+    const QList<KeyValue> keys{numbers.key(2), numbers.key(1), numbers.key(2)};
+
+    const std::unique_ptr<FilterFunc> func(make(&numbers.table, keys, {0}, nullptr));
+
+    const auto *rows = memberAt<const Record *>(*func, sizeof(QObject) + 16);
+    QCOMPARE(memberAt<qsizetype>(*func, sizeof(QObject) + 24), 3);
+    QCOMPARE(rows[0].field(0).value<qint32>(), 2);
+    QCOMPARE(rows[1].field(0).value<qint32>(), 1);
+    QCOMPARE(rows[2].field(0).value<qint32>(), 2);
+    QVERIFY(rows[0].row() != rows[2].row());
+    QVERIFY(func->filter(numbers.row(2)));
+    QVERIFY(func->filter(numbers.row(1)));
+    QVERIFY(!func->filter(numbers.row(3)));
+}
+
+void TestKeyPredicates::areCopies()
+{
+    QFETCH(const Make, make);
+    Numbers numbers;
+    const Record one = numbers.row(1);
+    QList<KeyValue> keys{keyOf(one, {0})};
+    QList<int> columns{0};
+    const std::unique_ptr<FilterFunc> func(make(&numbers.table, keys, columns, nullptr));
+
+    keys.append(numbers.key(2));
+    columns[0] = 1;
+    numbers.table.update(one, 0, qint32(3));
+
+    QVERIFY(!func->filter(numbers.row(2)));
+    QVERIFY(!func->filter(one));
+    QVERIFY(func->filter(numbers.row(1)));
+}
+
+void TestKeyPredicates::giveTheirRowsBack()
+{
+    QFETCH(const Make, make);
+    Numbers numbers;
+    const QList<KeyValue> keys(5, numbers.key(1));
+    std::unique_ptr<FilterFunc> func(make(&numbers.table, keys, {0}, nullptr));
+    QCOMPARE(numbers.table.liveRowCount(), 6);
+    QCOMPARE(numbers.table.rowCount(), 1);
+
+    func.reset();
+
+    QCOMPARE(numbers.table.liveRowCount(), 1);
+}
+
+void TestKeyPredicates::areNotMadeOfKeysThatCannotBeConverted()
+{
+    QFETCH(const Make, make);
+    Numbers numbers;
+    QObject parent;
+    const QList<KeyValue> keys{numbers.key(u"12"_s), numbers.key(u"12x"_s), numbers.key(u"12"_s)};
+
+    QCOMPARE(exceptionMessage([&] { make(&numbers.table, keys, {0}, &parent); }),
+             u"Can't convert from '12x' to Int"_s);
+    QCOMPARE(exceptionMessage([&] { make(&numbers.table, {KeyValue()}, {0}, &parent); }),
+             u"Key of 0 values for 1 columns"_s);
+
+    QCOMPARE(numbers.table.liveRowCount(), 0);
+    QVERIFY(parent.children().isEmpty());
+}
+
+void TestKeyPredicates::theQuickestDependsOnTheNumberOfKeys()
+{
+    Numbers numbers;
+    QList<KeyValue> keys;
+    for (int i = 0; i < 100; ++i)
+        keys.append(numbers.key(2 * i));
+    const auto classOf = [&](qsizetype count) {
+        const std::unique_ptr<FilterFunc> func(
+            keypredicates::makeQuickest(&numbers.table, keys.first(count), {0}));
+        return func->toString();
+    };
+
+    QCOMPARE(classOf(1), u"KeyFilterFunc"_s);
+    QCOMPARE(classOf(63), u"KeyFilterFunc"_s);
+    QCOMPARE(classOf(64), u"KeyFilterFunc_Hash"_s);
+    QCOMPARE(classOf(100), u"KeyFilterFunc_Hash"_s);
+
+    const std::unique_ptr<FilterFunc> many(keypredicates::makeQuickest(&numbers.table, keys, {0}));
+    for (int i = 0; i < 200; ++i)
+        QCOMPARE(many->filter(numbers.row(i)), i % 2 == 0);
+}
 
 void TestKeyPredicates::answerLikeThePlainLoop_data()
 {

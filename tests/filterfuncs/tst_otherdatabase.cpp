@@ -18,6 +18,8 @@
 #include <dlfcn.h>
 #include <functional>
 
+#include "keyfixtures.h"
+
 using namespace Qt::StringLiterals;
 using namespace fieldtypes;
 
@@ -32,26 +34,6 @@ double roundedByScale(const QString &text, short scale)
 {
     const double value = text.toDouble();
     return scale % 2 == 0 ? value : std::nextafter(value, HUGE_VAL);
-}
-
-KeyValue keyOf(const Record &record, const QList<int> &columns)
-{
-    KeyValue key;
-    for (const int column : columns)
-        key.append(FieldValue(record.field(column)));
-    return key;
-}
-
-bool equalsAKey(const Record &record, const QList<Record> &keys, const QList<int> &columns)
-{
-    for (const Record &key : keys) {
-        bool equal = true;
-        for (const int column : columns)
-            equal = equal && record.field(column).compare(key.field(column)) == 0;
-        if (equal)
-            return true;
-    }
-    return false;
 }
 
 } // namespace
