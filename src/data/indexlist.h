@@ -26,8 +26,8 @@ public:
     using reference = unsigned char *;
 
     IndexIterator() = default;
-    /// The position \a entry in \a slot or, when no row stands there, the next one up to \a lastSlot, the last
-    /// slot of the index. \a entry is null when the slot is.
+    /// The position \a entry in \a slot or, when no row stands there, the next one up to \a lastSlot, the
+    /// last slot of the index. \a entry is null when the slot is.
     IndexIterator(const IndexPage *const *slot, const IndexPage *const *lastSlot, unsigned char **entry)
         : m_slot(slot), m_lastSlot(lastSlot), m_entry(entry)
     {
@@ -88,8 +88,8 @@ public:
 
 /// The master index of a table: every row once, in index order.
 ///
-/// The rows stand in pages, one per slot. The first slot is never visited; any other slot may be null or hold a
-/// page without rows, and there may be no slots at all. Reading the index while another thread changes the
+/// The rows stand in pages, one per slot. The first slot is never visited; any other slot may be null or hold
+/// a page without rows, and there may be no slots at all. Reading the index while another thread changes the
 /// table needs the table's lock.
 class IndexList : public TableIndex, public RowRange
 {

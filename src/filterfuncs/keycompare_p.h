@@ -11,7 +11,7 @@
 #include <optional>
 
 /// Equality of fields for the key predicates, and what can be said of a value before it is compared. Whole
-/// values are compared by Field::compare(); what is said of them beforehand rests on the stated layouts alone.
+/// values are compared by Field::compare(); what is said beforehand rests on the stated layouts alone.
 namespace keycompare {
 
 /// The QString of a String field, in place.

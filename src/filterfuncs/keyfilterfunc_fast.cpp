@@ -61,7 +61,7 @@ void KeyFilterFunc_Fast::setup()
             throw u"Columns can't be nullable %1"_s.arg(table->columnName(column));
         if (keyLength == 0)
             keyOffset = def->offset + sizeof(RowHeader);
-        // The database library's duty. Not Q_ASSERT(), which Qt leaves out of all builds but those named Debug.
+        // The database library's duty. Q_ASSERT() would be left out of all builds but those named Debug.
         assert(def->offset % 8 == 0 && def->offset + sizeof(RowHeader) == keyOffset + keyLength);
         keyLength += (def->size + 7) & ~quint64(7);
         ++expected;

@@ -2,7 +2,6 @@
 #include <filterfuncs/keyhash_p.h>
 
 #include <bit>
-#include <utility>
 
 KeyColumnHash::Kind KeyColumnHash::kindOf(FieldType::Type type)
 {
@@ -31,18 +30,15 @@ KeyColumnHash::Kind KeyColumnHash::kindOf(FieldType::Type type)
 KeyColumnHash::KeyColumnHash(const Table *table, int column, const QList<Record> &keys)
     : m_def(table->columnDef(column)), m_column(column), m_kind(kindOf(m_def->type))
 {
-    if (m_kind != Kind::Decimal && m_kind != Kind::XDecimal)
+    if (m_kind == Kind::XDecimal)
+        m_xdecimals = XDecimalOrder(table, m_def, column, keys);
+    if (m_kind != Kind::Decimal)
         return;
     bool hasModel = false;
-    std::vector<xdecimal> xdecimals;
     for (const Record &key : keys) {
         const Field field = keycompare::fieldAt(table, m_def, column, key.row());
         if (!field.isPresent())
             continue;
-        if (m_kind == Kind::XDecimal) {
-            xdecimals.push_back(xdecimal::fromData(field.data));
-            continue;
-        }
         const auto value = field.value<qint64>();
         if (!hasModel)
             m_model = value;
@@ -52,7 +48,6 @@ KeyColumnHash::KeyColumnHash(const Table *table, int column, const QList<Record>
             return;
         }
     }
-    m_xdecimals = XDecimalOrder(std::move(xdecimals));
 }
 
 KeyColumnHash::Found KeyColumnHash::mixDecimal(qint64 value, quint64 &hash) const

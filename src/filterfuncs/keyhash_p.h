@@ -14,9 +14,9 @@
 #include <memory>
 #include <vector>
 
-/// The hash value of a row of the keys' table in one of its key columns, such that equal values have equal hash
-/// values. Made for a set of keys: where all decimals of the keys share a scale, a row is brought to that scale;
-/// the hash value of an xdecimal is its rank among those of the keys.
+/// The hash value of a row of the keys' table in one of its key columns, such that equal values have equal
+/// hash values. Made for a set of keys: where all decimals of the keys share a scale, a row is brought to
+/// that scale; the hash value of an xdecimal is its rank among those of the keys.
 class KeyColumnHash
 {
 public:
@@ -121,8 +121,8 @@ private:
 /// A row's hash value is looked for in a bit filter, which turns away nearly all rows that equal no key, then
 /// in chains of the keys whose hash values fall together; keys are compared by their values in the end.
 /// Equality with a NaN does not hash: keys that hold one are kept apart and compared one by one, and a row
-/// that holds one is compared with all keys. So is a row of another table, which may lack columns and have other
-/// types. Never changes after its construction.
+/// that holds one is compared with all keys. So is a row of another table, which may lack columns and have
+/// other types. Never changes after its construction.
 class KeyHash
 {
 public:

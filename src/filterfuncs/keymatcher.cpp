@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <utility>
 
 namespace {
 
@@ -97,12 +96,10 @@ KeyColumnWords::judge(const Table *table, int column, const QList<Record> &keys,
                 break;
         }
     } else if (*kind == Place::XDecimal) {
-        std::vector<xdecimal> values;
-        for (qsizetype i = 0; i < sample.size(); ++i) {
-            if (fields[size_t(i)].isPresent())
-                values.push_back(xdecimal::fromData(fields[size_t(i)].data));
-        }
-        const XDecimalOrder order(std::move(values));
+        QList<Record> sampled;
+        for (qsizetype i = 0; i < sample.size(); ++i)
+            sampled.append(keys[sample.key(i)]);
+        const XDecimalOrder order(table, def, column, sampled);
         tryPlace(0,
                  [&](const Field &field) { return quint16(order.rankOf(xdecimal::fromData(field.data))); });
     } else {
@@ -148,16 +145,8 @@ KeyColumnWords::KeyColumnWords(const Table *table, int column, const QList<Recor
 
 bool KeyColumnWords::learnAll(const Table *table, const QList<Record> &keys)
 {
-    if (m_place.kind == Place::XDecimal) {
-        std::vector<xdecimal> values;
-        values.reserve(size_t(keys.size()));
-        for (const Record &key : keys) {
-            const Field field = keycompare::fieldAt(table, m_def, m_column, key.row());
-            if (field.isPresent())
-                values.push_back(xdecimal::fromData(field.data));
-        }
-        m_xdecimals = XDecimalOrder(std::move(values));
-    }
+    if (m_place.kind == Place::XDecimal)
+        m_xdecimals = XDecimalOrder(table, m_def, m_column, keys);
     m_words = KeyWords(keys.size());
     for (qsizetype key = 0; key < keys.size(); ++key) {
         quint16 word = absentWord;

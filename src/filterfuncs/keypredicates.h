@@ -14,8 +14,8 @@ class Table;
 /// Which of the key predicates to take.
 namespace keypredicates {
 
-/// A new predicate, a child of \a parent or, without one, the caller's, with the answers of KeyFilterFunc over
-/// the same arguments for every record: a KeyFilterFunc for few keys, a KeyFilterFunc_Hash for many.
+/// A new predicate, a child of \a parent or, without one, the caller's. Its answers are those of
+/// KeyFilterFunc over the same arguments: it is a KeyFilterFunc for few keys, a KeyFilterFunc_Hash for many.
 /// KeyFilterFunc_Fast is never made, since its answers may be others: it compares bytes.
 ///
 /// Throws Exception when a key cannot be converted, see keyconversion::keyToRecord().

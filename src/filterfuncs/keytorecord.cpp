@@ -43,9 +43,9 @@ void store(Field &target, const xdecimal &value)
     target.setPresent();
 }
 
-/// Stores \a value with its own scale. Deliberately the column's scale is tried on the copy alone, afterwards:
-/// a number that has no room at that scale is refused by what setScale() throws.
-void storeUnscaled(Field &target, xdecimal value)
+/// Stores \a value with its own scale. Deliberately the column's scale is tried on the copy alone, after the
+/// store: a number that has no room at that scale is refused by what setScale() throws.
+void storeWithOwnScale(Field &target, xdecimal value)
 {
     store(target, value);
     const auto scale = short(target.def->length);
@@ -105,7 +105,7 @@ void assignInteger(Field &target, qint64 value, FieldType::Type sourceType)
     case FieldType::Decimal:
         return storeScaled(target, decimal(value));
     case FieldType::XDecimal:
-        return storeUnscaled(target, xdecimal(value, 0));
+        return storeWithOwnScale(target, xdecimal(value, 0));
     case FieldType::VarChar:
     case FieldType::String:
         return keyconversion::assignText(target, QString::number(value));
@@ -129,7 +129,7 @@ void assignDouble(Field &target, double value)
     case FieldType::Decimal:
         return storeScaled(target, decimal::fromDouble(value, 6));
     case FieldType::XDecimal:
-        return storeUnscaled(target, xdecimal::fromDouble(value, 6));
+        return storeWithOwnScale(target, xdecimal::fromDouble(value, 6));
     case FieldType::VarChar:
     case FieldType::String:
         return keyconversion::assignText(target, u"%1"_s.arg(value, 0, 'f', 6, QLatin1Char(' ')));

@@ -14,9 +14,10 @@ class Table;
 /// values change their type.
 namespace keyconversion {
 
-/// A new row of \a table whose column columns[i] holds the i-th value of \a key, in the type of the column; the
-/// other columns hold what a new row holds. Values beyond the number of columns are ignored. An absent value
-/// makes its column absent; a column that admits no absent values then keeps its default without an error.
+/// A new row of \a table whose column columns[i] holds the i-th value of \a key, in the type of the column.
+/// The other columns hold what a new row holds. Values beyond the number of columns are ignored. An absent
+/// value makes its column absent; a column that admits no absent values then keeps its default without an
+/// error.
 ///
 /// An empty text that is converted makes a column absent that admits it; copied between equal types (VarChars
 /// also of equal length and size) it stays a value. A double loses its fraction when it becomes an integer
@@ -33,8 +34,8 @@ namespace keyconversion {
 /// - what decimal and xdecimal throw for a text that is no number or a number that does not fit.
 SITO_EXPORT Record keyToRecord(const Table *table, const QList<int> &columns, const KeyValue &key);
 
-/// The rows of \a keys in their order, duplicates included. Throws what keyToRecord() throws, and gives the rows
-/// made so far back then.
+/// The rows of \a keys in their order, duplicates included. Throws what keyToRecord() throws, and gives the
+/// rows made so far back then.
 SITO_EXPORT QList<Record> keysToRecords(const Table *table, const QList<int> &columns,
                                         const QList<KeyValue> &keys);
 

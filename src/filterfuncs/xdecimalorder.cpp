@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <filterfuncs/xdecimalorder_p.h>
 
-#include <algorithm>
-#include <utility>
+#include <filterfuncs/keycompare_p.h>
 
-XDecimalOrder::XDecimalOrder(std::vector<xdecimal> values) : m_values(std::move(values))
+#include <algorithm>
+
+XDecimalOrder::XDecimalOrder(const Table *table, const ColumnDef *def, int column, const QList<Record> &keys)
 {
+    m_values.reserve(size_t(keys.size()));
+    for (const Record &key : keys) {
+        const Field field = keycompare::fieldAt(table, def, column, key.row());
+        if (field.isPresent())
+            m_values.push_back(xdecimal::fromData(field.data));
+    }
     std::stable_sort(m_values.begin(), m_values.end(),
                      [](const xdecimal &a, const xdecimal &b) { return a.compare(b) < 0; });
     const auto same = [](const xdecimal &a, const xdecimal &b) { return a.compare(b) == 0; };

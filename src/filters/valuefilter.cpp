@@ -72,9 +72,8 @@ qsizetype lowerBound(const KeyValue *keys, qsizetype first, qsizetype last, cons
     });
 }
 
-/// Whether it is plain that lowerBound() is the end of \a list: keys often come in ascending order. Whatever the
-/// keys in between hold, those in front of one of integers do sort before it, so that every probe would say the
-/// same.
+/// Whether lowerBound() is plainly the end of \a list: keys often come in ascending order. Whatever else the
+/// list holds, all keys in front of one of integers sort before it, so that every probe would say the same.
 bool sortsBehindAll(const QList<KeyValue> &list, const KeyValue &key)
 {
     return !list.isEmpty() && isOfIntegers(key) && isOfIntegers(list.constLast()) && list.constLast() < key;

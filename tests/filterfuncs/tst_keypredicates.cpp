@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // What all key predicates promise alike: on random tables their answers are those of the plainest loop over
-// keys and columns, and asking them allocates nothing where no text has to be made; one predicate may be asked
-// from several threads. And what they promise as objects: their names, parents, rows and failures.
+// keys and columns, and asking them allocates nothing where no text has to be made; one predicate may be
+// asked from several threads. And what they promise as objects: their names, parents, rows and failures.
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_fast.h>
 #include <filterfuncs/keyfilterfunc_hash.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The key predicates over a database library that keeps what the interface promises and nothing else: this program
-// replaces some of its functions. Equal numbers of different scales have different doubles, the text of a VarChar
-// ends with its filler when it is compared with another VarChar and loses its spaces when it becomes a text, and
-// a record must not be asked for a column that its table lacks.
+// The key predicates over a database library that keeps what the interface promises and nothing else: this
+// program replaces some of its functions. Equal numbers of different scales have different doubles; the text
+// of a VarChar ends with its filler when it is compared with another VarChar and loses its spaces when it
+// becomes a text; a record must not be asked for a column that its table lacks.
 #include <filterfuncs/keyfilterfunc.h>
 #include <filterfuncs/keyfilterfunc_hash.h>
 
