@@ -34,7 +34,7 @@ public:
     IndexList *masterIndex() const;
 
     /// Locks the table's content against other threads; the same thread may lock it again and must unlock it
-    /// as often. Bracket with it whatever looks up columns and walks the index while others may write.
+    /// as often. Hold the lock while looking up columns and walking the index, if others may write.
     void lock() const;
     void unlock() const;
 

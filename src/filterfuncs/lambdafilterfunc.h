@@ -6,8 +6,8 @@
 #include <functional>
 #include <utility>
 
-/// The predicate whose answer comes from a callable of the host's. The predicate owns the callable and what
-/// it holds; asking it from several threads needs a callable that allows that.
+/// The predicate whose answer comes from a callable of the host. The predicate owns the callable and what it
+/// holds. Several threads may ask it only if the callable allows that.
 class SITO_EXPORT LambdaFilterFunc : public FilterFunc
 {
     Q_OBJECT

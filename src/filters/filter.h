@@ -13,8 +13,8 @@ class QWidget;
 /// and restored, a widget to edit it, and the predicate that applies it to records.
 ///
 /// Switch and value are independent: neither setting nor clearing the value touches the switch, and switching
-/// off keeps the value. A new filter is switched off and has no value. Nothing tells a host that the value
-/// has changed; it makes a new predicate after each change of its own.
+/// off keeps the value. A new filter is switched off and has no value. No signal tells that the value has
+/// changed: a host creates a new predicate after each change it makes.
 ///
 /// A filter belongs to its parent or, without one, to its creator, and is used from the thread that owns it.
 /// Members and virtual operations keep their order: they are compiled into hosts.
@@ -59,8 +59,8 @@ public:
     /// Restores the value from such a text; an empty one means no value. Does nothing in a filter without a
     /// value of its own.
     virtual void setValue(const QString &value);
-    /// Takes the value away: setValue() with a null text, unless a subclass knows a shorter way. What that
-    /// throws passes through.
+    /// Removes the value: calls setValue() with a null text, unless a subclass overrides it. Exceptions of
+    /// setValue() pass through.
     virtual void clear();
 
     /// Switches the filter on or off and emits enabledChanged(): deliberately on every call, also when

@@ -24,8 +24,8 @@ class Table;
 ///
 /// **Not a number.** A NaN equals every double, and texts of VarChar and String columns that are mixed with
 /// dates in one place of a key have no consistent order either. Keys with such values may come to lie in any
-/// order and searches may miss them. Adding and sorting invent nothing, and sorting loses nothing; removing
-/// takes out the run the search finds, which may hold other keys then.
+/// order and searches may miss them. Adding and sorting never make up keys, and sorting loses none; removing
+/// erases the run that the search finds, which may then hold other keys.
 ///
 /// **The text** of a set joins the fields of a key with "," and the keys with "|", without quotes or escapes:
 /// 12,3|15,1. It is ambiguous on purpose where the values hold these characters: a "|" in a value makes two
@@ -51,9 +51,9 @@ public:
 
     /// Whether a key equal to \a key is in the set.
     bool hasExcludedKey(const KeyValue &key) const;
-    /// Puts \a key at its place in the set, unless an equal key is there already.
+    /// Inserts \a key at its place in the set, unless an equal key is there already.
     void addExcludedKey(const KeyValue &key);
-    /// Takes every key equal to \a key out of the set (see Not a number).
+    /// Removes every key equal to \a key from the set (see Not a number).
     void removeExcludedKey(const KeyValue &key);
     /// Makes \a keys, sorted, the whole set. Deliberately keeps equal keys, side by side and in any order;
     /// \a keys itself is not touched. Far quicker than adding the keys one by one.
