@@ -62,6 +62,80 @@ Char *writeDigits(Char *end, UInt128 value)
     return writeDigits(middle, value / powers[wordDigits]);
 }
 
+/// The digits of a number, from the first to the last that is not 0.
+struct Digits
+{
+    /// Their value, in one word as long as they have room there.
+    quint64 word = 0;
+    UInt128 wide = 0;
+    qint64 count = 0;
+    /// The zeros behind them.
+    qint64 zeros = 0;
+    /// How many digits there are behind the point, zeros too.
+    qint64 fraction = 0;
+    bool any = false;
+
+    UInt128 value() const { return count <= wordDigits ? UInt128(word) : wide; }
+};
+
+/// Reads digits with at most one point among them, and moves \a at behind them.
+Digits readDigits(const char16_t *&at, const char16_t *end)
+{
+    Digits digits;
+    bool point = false;
+    for (; at != end; ++at) {
+        const unsigned digit = unsigned(*at) - u'0';
+        if (digit > 9) {
+            if (*at != u'.' || point)
+                break;
+            point = true;
+            continue;
+        }
+        digits.any = true;
+        digits.fraction += point ? 1 : 0;
+        if (digit == 0) {
+            digits.zeros += digits.count != 0 ? 1 : 0;
+            continue;
+        }
+        const qint64 before = digits.count;
+        digits.count += digits.zeros + 1;
+        if (digits.count <= wordDigits)
+            digits.word = digits.word * wordPowers[size_t(digits.zeros + 1)] + digit;
+        else if (digits.count <= largestPower)
+            digits.wide =
+                (before <= wordDigits ? UInt128(digits.word) : digits.wide) * power(digits.zeros + 1) + digit;
+        digits.zeros = 0;
+    }
+    return digits;
+}
+
+/// Reads a sign, if there is one, and moves \a at behind it; returns whether it is a minus.
+bool readSign(const char16_t *&at, const char16_t *end)
+{
+    const bool negative = at != end && *at == u'-';
+    if (negative || (at != end && *at == u'+'))
+        ++at;
+    return negative;
+}
+
+/// Reads an exponent, if there is one, and moves \a at behind it; returns whether it has digits.
+bool readExponent(const char16_t *&at, const char16_t *end, qint64 &exponent)
+{
+    if (at == end || (*at != u'e' && *at != u'E'))
+        return true;
+    ++at;
+    const bool negative = readSign(at, end);
+    if (at == end)
+        return false;
+    // More than any text has digits, so that the sum with their number keeps its sense.
+    constexpr qint64 enough = 100'000'000'000'000'000;
+    for (; at != end && *at >= u'0' && *at <= u'9'; ++at)
+        exponent = std::min(exponent * 10 + (*at - u'0'), enough);
+    if (negative)
+        exponent = -exponent;
+    return true;
+}
+
 } // namespace
 
 DecimalNumber::Result DecimalNumber::read(QStringView text, const Room &room)
@@ -73,75 +147,25 @@ DecimalNumber::Result DecimalNumber::read(QStringView text, const Room &room)
     while (at != end && QChar::isSpace(end[-1]))
         --end;
 
-    const bool negative = at != end && *at == u'-';
-    if (negative || (at != end && *at == u'+'))
-        ++at;
-
-    // The digits from the first to the last that is not 0, in one word as long as they have room there.
-    quint64 word = 0;
-    UInt128 wide = 0;
-    qint64 count = 0;
-    // The zeros behind them, up to now.
-    qint64 zeros = 0;
-    qint64 fraction = 0;
-    bool digits = false;
-    bool point = false;
-    for (; at != end; ++at) {
-        const unsigned digit = unsigned(*at) - u'0';
-        if (digit > 9) {
-            if (*at != u'.' || point)
-                break;
-            point = true;
-            continue;
-        }
-        digits = true;
-        fraction += point ? 1 : 0;
-        if (digit == 0) {
-            zeros += count != 0 ? 1 : 0;
-            continue;
-        }
-        const qint64 before = count;
-        count += zeros + 1;
-        if (count <= wordDigits)
-            word = word * wordPowers[size_t(zeros + 1)] + digit;
-        else if (count <= largestPower)
-            wide = (before <= wordDigits ? UInt128(word) : wide) * power(zeros + 1) + digit;
-        zeros = 0;
-    }
-    if (!digits)
-        return Result::NotANumber;
-
+    const bool negative = readSign(at, end);
+    const Digits digits = readDigits(at, end);
     qint64 exponent = 0;
-    if (at != end && (*at == u'e' || *at == u'E')) {
-        ++at;
-        const bool negativeExponent = at != end && *at == u'-';
-        if (negativeExponent || (at != end && *at == u'+'))
-            ++at;
-        if (at == end)
-            return Result::NotANumber;
-        // More than any text has digits, so that the sum with their number keeps its sense.
-        constexpr qint64 enough = 100'000'000'000'000'000;
-        for (; at != end && *at >= u'0' && *at <= u'9'; ++at)
-            exponent = std::min(exponent * 10 + (*at - u'0'), enough);
-        if (negativeExponent)
-            exponent = -exponent;
-    }
-    if (at != end)
+    if (!digits.any || !readExponent(at, end, exponent) || at != end)
         return Result::NotANumber;
 
-    const qint64 wanted = fraction - exponent;
+    const qint64 wanted = digits.fraction - exponent;
     const qint64 nearest = std::clamp<qint64>(wanted, minScale, maxScale);
-    if (count == 0) {
+    if (digits.count == 0) {
         unscaled = 0;
         scale = int(nearest);
         return Result::Good;
     }
     // The scale of the digits without the zeros behind them; a lower one would lose some of them.
-    const qint64 least = wanted - zeros;
-    if (count > largestPower || nearest < least)
+    const qint64 least = wanted - digits.zeros;
+    if (digits.count > largestPower || nearest < least)
         return Result::Overflow;
 
-    UInt128 magnitude = count <= wordDigits ? UInt128(word) : wide;
+    UInt128 magnitude = digits.value();
     qint64 reached = least;
     while (reached < nearest && magnitude <= room.tenth) {
         magnitude *= 10;

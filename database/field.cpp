@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <data/field.h>
 
-#include "fieldtext_p.h"
+#include <database/fieldtext_p.h>
 
 QString Field::toString() const
 {

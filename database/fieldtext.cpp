@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "fieldtext_p.h"
+#include <database/fieldtext_p.h>
 
 #include <data/datetime.h>
 

@@ -4,7 +4,7 @@
 #include <data/datetime.h>
 #include <data/table.h>
 
-#include "fieldtext_p.h"
+#include <database/fieldtext_p.h>
 
 #include <QByteArray>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "masterindex_p.h"
+#include <database/masterindex_p.h>
 
 #include <algorithm>
 

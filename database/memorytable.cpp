@@ -9,7 +9,7 @@
 #include <mutex>
 #include <type_traits>
 
-#include "table_p.h"
+#include <database/table_p.h>
 
 namespace {
 /// Names the place of a cell in a message.

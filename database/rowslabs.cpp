@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "rowslabs_p.h"
+#include <database/rowslabs_p.h>
 
 #include <algorithm>
 #include <cstring>

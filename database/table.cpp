@@ -6,7 +6,7 @@
 
 #include <new>
 
-#include "table_p.h"
+#include <database/table_p.h>
 
 namespace {
 constexpr qsizetype alignment = 8;

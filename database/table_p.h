@@ -11,8 +11,8 @@
 #include <mutex>
 #include <vector>
 
-#include "masterindex_p.h"
-#include "rowslabs_p.h"
+#include <database/masterindex_p.h>
+#include <database/rowslabs_p.h>
 
 /// Where the columns of a table lie in its row blocks.
 struct RowLayout
