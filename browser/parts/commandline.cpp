@@ -291,7 +291,7 @@ QString CommandLine::fileName(const QString &option, const QString &value)
     return value;
 }
 
-CommandLine::KeyOption CommandLine::keyOption(const QString &option, const QString &value, bool keep)
+KeyOption CommandLine::keyOption(const QString &option, const QString &value, bool keep)
 {
     const qsizetype equals = value.indexOf(u'=');
     if (equals <= 0)

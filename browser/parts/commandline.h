@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/values/keyoption.h>
 #include <settings/settingsmodel.h>
 
 #include <QCoreApplication>
@@ -39,15 +40,6 @@ public:
         Screenshot,
     };
 
-    /// One --exclude or --keep.
-    struct KeyOption
-    {
-        bool keep = false;
-        QStringList columns;
-        /// One or more keys in the stored form of a filter; not empty.
-        QString keys;
-    };
-
     /// One --set or --remove.
     struct SettingsChange
     {
@@ -70,6 +62,7 @@ public:
     /// A file or an address, or empty for the sample.
     QString database;
     QString table;
+    /// Those of --exclude and --keep.
     QList<KeyOption> keyOptions;
     /// The two columns of --session-filter, or none.
     QStringList sessionColumns;

@@ -4,8 +4,9 @@
 #include <browser/parts/printable.h>
 #include <browser/parts/sampledatabase.h>
 
-#include <hostkit/filters/columnsfilter.h>
 #include <hostkit/text/celltext.h>
+#include <hostkit/text/shortenedtext.h>
+#include <hostkit/values/keyoption.h>
 #include <hostkit/views/tableexport.h>
 #include <sources/columnnotes.h>
 #include <sources/sourcedatabase.h>
@@ -18,12 +19,13 @@
 #include <data/exception.h>
 #include <data/indexlist.h>
 #include <filterfuncs/filterfunc.h>
-#include <filters/securitiessessionfilter.h>
+#include <filters/valuefilter.h>
 
 #include <QElapsedTimer>
 
 #include <algorithm>
 #include <limits>
+#include <mutex>
 #include <numeric>
 
 namespace sito {
@@ -34,31 +36,10 @@ namespace {
 
 constexpr qsizetype maxShownWidth = 40;
 
-/// Locks a table as std::lock_guard would.
-class TableLock
-{
-    Q_DISABLE_COPY_MOVE(TableLock)
-public:
-    explicit TableLock(const Table &table) : m_table(table) { m_table.lock(); }
-    ~TableLock() { m_table.unlock(); }
-
-private:
-    const Table &m_table;
-};
-
 bool isNumber(FieldType::Type type)
 {
     return type == FieldType::Int || type == FieldType::Int64 || type == FieldType::Double ||
            type == FieldType::Decimal || type == FieldType::XDecimal;
-}
-
-QString shortened(QString text)
-{
-    if (text.size() > maxShownWidth) {
-        text.truncate(maxShownWidth - (text.at(maxShownWidth - 2).isHighSurrogate() ? 2 : 1));
-        text += u'…';
-    }
-    return text;
 }
 
 void removeTrailingSpaces(QString &line)
@@ -77,8 +58,7 @@ HeadlessReport::HeadlessReport(const CommandLine &commandLine, QTextStream &out)
 HeadlessReport::~HeadlessReport()
 {
     // Filters and predicates refer to the tables, the loader to the connection.
-    m_excluding.clear();
-    m_keeping.clear();
+    m_predicates.clear();
     m_filters.clear();
     MemoryDatabase::instance().clear();
     m_loader.reset();
@@ -97,9 +77,11 @@ void HeadlessReport::run()
         wanted.append(u"sessions"_s);
     m_loader->load(wanted, MemoryDatabase::instance());
     MemoryTable &table = *MemoryDatabase::instance().table(m_commandLine.table);
-    makeFilters(table);
+    m_filters = filtersFromOptions(table, m_commandLine.keyOptions, m_commandLine.sessionColumns);
+    for (const auto &filter : m_filters)
+        m_predicates.emplace_back(filter->createFilterFunc(nullptr));
 
-    const TableLock lock(table);
+    const std::lock_guard<const Table> lock(table);
     qint64 wantedRows = 0;
     if (m_commandLine.action == CommandLine::Action::Head)
         wantedRows = m_commandLine.headRows;
@@ -160,41 +142,6 @@ void HeadlessReport::list()
     }
 }
 
-void HeadlessReport::makeFilters(MemoryTable &table)
-{
-    struct Plan
-    {
-        bool keep;
-        QList<int> columns;
-        QStringList keys;
-    };
-    // Options of one kind over the same columns make one filter.
-    QList<Plan> plans;
-    for (const CommandLine::KeyOption &option : m_commandLine.keyOptions) {
-        const QList<int> columns = ColumnsFilter::columnsByName(table, option.columns);
-        const auto known = std::find_if(plans.begin(), plans.end(), [&option, &columns](const Plan &plan) {
-            return plan.keep == option.keep && plan.columns == columns;
-        });
-        if (known == plans.end())
-            plans.append({option.keep, columns, {option.keys}});
-        else
-            known->keys.append(option.keys);
-    }
-    for (const Plan &plan : std::as_const(plans)) {
-        auto filter = std::make_unique<ColumnsFilter>(table, plan.columns, nullptr);
-        filter->setValue(plan.keys.join(u'|'));
-        (plan.keep ? m_keeping : m_excluding).emplace_back(filter->createFilterFunc(nullptr));
-        m_filters.push_back(std::move(filter));
-    }
-    if (!m_commandLine.sessionColumns.isEmpty()) {
-        const QList<int> columns = ColumnsFilter::columnsByName(table, m_commandLine.sessionColumns);
-        auto filter = std::make_unique<SecuritiesSessionFilter>(table, columns.first(), columns,
-                                                                columns.last(), nullptr);
-        m_excluding.emplace_back(filter->createFilterFunc(nullptr));
-        m_filters.push_back(std::move(filter));
-    }
-}
-
 HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wantedRows) const
 {
     Pass result;
@@ -202,9 +149,9 @@ HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wante
     timer.start();
     for (unsigned char *row : *table.masterIndex()) {
         const Record record(row);
-        const auto says = [&record](const std::unique_ptr<FilterFunc> &func) { return func->filter(record); };
-        if (std::any_of(m_excluding.begin(), m_excluding.end(), says) ||
-            !std::all_of(m_keeping.begin(), m_keeping.end(), says)) {
+        const bool isHidden = std::any_of(m_predicates.begin(), m_predicates.end(),
+                                          [&record](const auto &func) { return func->filter(record); });
+        if (isHidden) {
             ++result.hidden;
             continue;
         }
@@ -221,11 +168,13 @@ void HeadlessReport::printRows(const MemoryTable &table, const std::vector<unsig
     const int columnCount = table.columnCount();
     std::vector<QStringList> lines(1);
     for (int column = 0; column < columnCount; ++column)
-        lines[0].append(shortened(printable(table.columnName(column))));
+        lines[0].append(shortenedText(printable(table.columnName(column)), maxShownWidth));
     for (unsigned char *row : rows) {
         QStringList line;
-        for (int column = 0; column < columnCount; ++column)
-            line.append(shortened(printable(cellText(table.dataPtr(row, column)).value_or(u"NULL"_s))));
+        for (int column = 0; column < columnCount; ++column) {
+            const QString text = cellText(table.dataPtr(row, column)).value_or(u"NULL"_s);
+            line.append(shortenedText(printable(text), maxShownWidth));
+        }
         lines.push_back(line);
     }
     std::vector<qsizetype> widths(size_t(columnCount), 0);

@@ -49,7 +49,6 @@ private:
     void list();
     /// Says of which columns the values have more digits than declared.
     void noteWiderColumns(const MemoryTable &table);
-    void makeFilters(MemoryTable &table);
     Pass pass(const MemoryTable &table, qint64 wantedRows) const;
     void printRows(const MemoryTable &table, const std::vector<unsigned char *> &rows);
     void exportRows(const MemoryTable &table, const std::vector<unsigned char *> &rows) const;
@@ -62,9 +61,8 @@ private:
     std::unique_ptr<SourceDatabase> m_database;
     std::unique_ptr<TableLoader> m_loader;
     std::vector<std::unique_ptr<ValueFilter>> m_filters;
-    /// A row is shown when none of the first and all of the second say yes.
-    std::vector<std::unique_ptr<FilterFunc>> m_excluding;
-    std::vector<std::unique_ptr<FilterFunc>> m_keeping;
+    /// Those of the filters; a row is shown when none of them answers true.
+    std::vector<std::unique_ptr<FilterFunc>> m_predicates;
 };
 
 } // namespace sito

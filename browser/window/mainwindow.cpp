@@ -512,7 +512,7 @@ bool MainWindow::applyRequest(TablePage &page, const ShowRequest &request)
     guarded([&] {
         MemoryTable &table = *page.table();
         std::vector<std::unique_ptr<ValueFilter>> made;
-        for (const CommandLine::KeyOption &option : request.keyOptions) {
+        for (const KeyOption &option : request.keyOptions) {
             const QList<int> columns = ColumnsFilter::columnsByName(table, option.columns);
             std::unique_ptr<ValueFilter> filter;
             if (option.keep)

@@ -43,7 +43,7 @@ struct ShowRequest
     QString table = {};
     /// Filters in the place of those that were kept for the table, unless one of them is wrong. They are for this
     /// time: what was kept stays so until the user changes the filters.
-    QList<CommandLine::KeyOption> keyOptions = {};
+    QList<KeyOption> keyOptions = {};
     QStringList sessionColumns = {};
 
     bool hasFilters() const { return !keyOptions.isEmpty() || !sessionColumns.isEmpty(); }
