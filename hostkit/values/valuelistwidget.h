@@ -26,10 +26,10 @@ class ValueListWidgetPrivate;
 /// unchecks the selected values, Return asks to be done with it (accepted()), and letters typed in the list
 /// go to the search.
 ///
-/// **Threads.** The values are counted, and searched, in threads of their own. The one that counts waits until
-/// it gets the table's lock, however long that takes, and holds it while it reads the table. Threads are told
-/// to stop and waited for by fill(), cancel() and the destructor; that takes no longer than the predicates take
-/// for one row, whoever holds the lock, the calling thread included. Nothing else waits for the lock.
+/// **Threads.** The values are counted, and searched, in threads of parallel::threadPool(). Counting waits until it
+/// gets the table's lock, however long that takes, and holds it while it reads the table. fill(), cancel() and the
+/// destructor stop what runs and wait for it; that takes no longer than the predicates take for one row, or a
+/// tenth of a second while somebody else has the lock, the calling thread included.
 ///
 /// The table, and whatever the predicates read, must live until cancel() is called or the widget is deleted.
 class HOSTKIT_EXPORT ValueListWidget : public QWidget
@@ -47,7 +47,8 @@ public:
               const std::vector<std::shared_ptr<const FilterFunc>> &hiddenBy,
               const QList<KeyValue> &excluded);
     /// Stops counting and searching, and empties the list, excludedKeys() included. When it returns, the widget
-    /// knows nothing of the table any more: table, rows and keys may go.
+    /// refers to neither the table nor the predicates any more. If somebody else had the table's lock for long, a
+    /// thread may still be waiting for it: call parallel::waitForWaiters() before deleting such a table.
     void cancel();
     /// Whether the values are there: from ready() on, unless they could not be counted, until the next fill()
     /// or cancel().
@@ -71,12 +72,10 @@ Q_SIGNALS:
     void changed();
 
 protected:
-    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    friend class ValueListWidgetPrivate;
     const std::unique_ptr<ValueListWidgetPrivate> d;
 };
 

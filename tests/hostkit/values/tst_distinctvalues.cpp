@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <hostkit/values/distinctvalues_p.h>
+#include <hostkit/values/valuecount_p.h>
+
+#include <hostkit/parallel/stopsource.h>
+#include <hostkit/parallel/tablelock.h>
+#include <hostkit/parallel/threadpool.h>
 
 #include <database/memorytable.h>
 #include <filterfuncs/lambdafilterfunc.h>
@@ -10,13 +14,13 @@
 
 #include <QRandomGenerator>
 #include <QTest>
+#include <QThreadPool>
 
 #include <chrono>
 #include <cmath>
 #include <future>
 #include <limits>
 #include <map>
-#include <stop_token>
 #include <thread>
 
 using namespace sito;
@@ -49,7 +53,19 @@ QString shortForm(const DistinctValues &values)
 std::shared_ptr<const DistinctValues> countOf(MemoryTable &table, const QList<int> &columns,
                                               const QList<KeyValue> &keys = {})
 {
-    return DistinctValues::count({.table = &table, .columns = columns, .hiddenBy = {}, .keys = keys});
+    return ValueCount::run({.table = &table, .columns = columns, .hiddenBy = {}, .keys = keys}, {});
+}
+
+/// Whether the counting of column 0 is stopped.
+bool isStopped(MemoryTable &table, const parallel::StopToken &stop,
+               const std::vector<std::shared_ptr<const FilterFunc>> &hiddenBy = {})
+{
+    try {
+        ValueCount::run({.table = &table, .columns = {0}, .hiddenBy = hiddenBy, .keys = {}}, {.stop = stop});
+    } catch (const parallel::Stopped &) {
+        return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -115,7 +131,16 @@ class tst_DistinctValues : public QObject
                 qint32(random.bounded(3))};
     }
 
+    /// So that work is split also on a machine with fewer.
+    QThreadPool m_pool;
+
 private Q_SLOTS:
+    void initTestCase()
+    {
+        m_pool.setMaxThreadCount(3);
+        parallel::setThreadPool(&m_pool);
+    }
+    void cleanupTestCase() { parallel::setThreadPool(nullptr); }
     void init() { failOnAnyWarning(); }
 
     void countsAndOrdersAsAPlainMapDoes_data()
@@ -161,8 +186,9 @@ private Q_SLOTS:
             [&numbers](const Record &record) { return numbers.at(record.row()) % 5 == 0; }));
 
         for (const int threads : {1, 3}) {
-            const auto values = DistinctValues::count(
-                {.table = &table, .columns = columns, .hiddenBy = hiddenBy, .keys = keys}, {}, {}, threads);
+            const auto values =
+                ValueCount::run({.table = &table, .columns = columns, .hiddenBy = hiddenBy, .keys = keys},
+                                {.threads = threads});
 
             const QByteArray about = seedMessage(seed, u"%1 threads"_s.arg(threads));
             QVERIFY2(values->size() == qsizetype(oracle.size()), about.constData());
@@ -302,11 +328,10 @@ private Q_SLOTS:
     {
         MemoryTable table(u"t"_s, columns());
         table.append(std::span<const CellValue>(rowWith(Int, qint32(1))));
-        std::stop_source stop;
-        stop.request_stop();
+        parallel::StopSource stop;
+        stop.requestStop();
 
-        QVERIFY(!DistinctValues::count({.table = &table, .columns = {Int}, .hiddenBy = {}, .keys = {}},
-                                       stop.get_token()));
+        QVERIFY(isStopped(table, stop.token()));
     }
 
     void stopsInTheMiddle()
@@ -314,16 +339,15 @@ private Q_SLOTS:
         MemoryTable table(u"t"_s, {{.name = u"n"_s, .type = FieldType::Int}});
         for (int i = 0; i < 50'000; ++i)
             table.append({qint32(i)});
-        std::stop_source stop;
+        parallel::StopSource stop;
         std::atomic<int> asked = 0;
         const auto func = std::make_shared<LambdaFilterFunc>([&](const Record &) {
             if (++asked == 10'000)
-                stop.request_stop();
+                stop.requestStop();
             return false;
         });
 
-        QVERIFY(!DistinctValues::count({.table = &table, .columns = {0}, .hiddenBy = {func}, .keys = {}},
-                                       stop.get_token(), {}, 1));
+        QVERIFY(isStopped(table, stop.token(), {func}));
 
         QCOMPARE(asked.load(), 10'000);
     }
@@ -332,21 +356,20 @@ private Q_SLOTS:
     {
         MemoryTable table(u"t"_s, {{.name = u"n"_s, .type = FieldType::Int}});
         table.append({1});
-        std::stop_source stop;
+        parallel::StopSource stop;
         table.lock();
-        std::future<bool> isNull = std::async(std::launch::async, [&table, token = stop.get_token()] {
-            return !DistinctValues::count({.table = &table, .columns = {0}, .hiddenBy = {}, .keys = {}},
-                                          token);
-        });
-        const std::future_status before = isNull.wait_for(std::chrono::milliseconds(20));
+        std::future<bool> answer = std::async(
+            std::launch::async, [&table, token = stop.token()] { return isStopped(table, token); });
+        const std::future_status before = answer.wait_for(std::chrono::milliseconds(20));
 
-        stop.request_stop();
+        stop.requestStop();
 
-        const std::future_status after = isNull.wait_for(std::chrono::seconds(5));
+        const std::future_status after = answer.wait_for(std::chrono::seconds(5));
         table.unlock();
+        parallel::waitForWaiters(table);
         QCOMPARE(before, std::future_status::timeout);
         QCOMPARE(after, std::future_status::ready);
-        QVERIFY(isNull.get());
+        QVERIFY(answer.get());
     }
 
     void waitsForTheLock()
@@ -355,7 +378,7 @@ private Q_SLOTS:
         table.lock();
         std::future<QString> form = std::async(std::launch::async, [&table] {
             return shortForm(
-                *DistinctValues::count({.table = &table, .columns = {0}, .hiddenBy = {}, .keys = {}}));
+                *ValueCount::run({.table = &table, .columns = {0}, .hiddenBy = {}, .keys = {}}, {}));
         });
         const std::future_status before = form.wait_for(std::chrono::milliseconds(20));
         table.append({7});
@@ -388,8 +411,8 @@ private Q_SLOTS:
 
         QVERIFY_THROWS_EXCEPTION(
             std::bad_function_call,
-            DistinctValues::count({.table = &table, .columns = {0}, .hiddenBy = {func}, .keys = {}}, {}, {},
-                                  threads));
+            ValueCount::run({.table = &table, .columns = {0}, .hiddenBy = {func}, .keys = {}},
+                            {.threads = threads}));
 
         // The lock is free again.
         std::jthread([&table] { table.append({qint32(1)}); }).join();
@@ -401,15 +424,21 @@ private Q_SLOTS:
         MemoryTable table(u"t"_s, {{.name = u"n"_s, .type = FieldType::Int}});
         for (int i = 0; i < 100'000; ++i)
             table.append({qint32(i)});
+        parallel::Progress progress;
         QList<int> percents;
+        const auto func = std::make_shared<LambdaFilterFunc>([&](const Record &) {
+            if (percents.isEmpty() || percents.last() != progress.percent())
+                percents.append(progress.percent());
+            return false;
+        });
 
-        DistinctValues::count(
-            {.table = &table, .columns = {0}, .hiddenBy = {}, .keys = {}}, {},
-            [&percents](int percent) { percents.append(percent); }, 1);
+        ValueCount::run({.table = &table, .columns = {0}, .hiddenBy = {func}, .keys = {}},
+                        {.progress = &progress});
 
         QVERIFY(percents.size() > 3);
         QVERIFY(std::is_sorted(percents.begin(), percents.end()));
-        QCOMPARE(percents.last(), 100);
+        QCOMPARE(percents.first(), 0);
+        QCOMPARE(progress.percent(), 100);
     }
 
     void ownsItsValues()

@@ -7,6 +7,7 @@
 #include <filterfuncs/lambdafilterfunc.h>
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/tablelock.h>
 #include <hostkit/values/valuelistwidget.h>
 
 #include <support/exceptions.h>
@@ -932,7 +933,7 @@ private Q_SLOTS:
         fill(table);
         auto filter = std::make_unique<ValueListFilter>(table, QList<int>{Code});
         // Who has it closes the popup: it could be waited for for ever.
-        const std::lock_guard<Table> lock(table);
+        std::unique_lock<Table> lock(table);
 
         filter->select(nullptr);
         QPointer<QWidget> popup = QApplication::activePopupWidget();
@@ -942,6 +943,9 @@ private Q_SLOTS:
         popup = QApplication::activePopupWidget();
         filter.reset();
         QTRY_VERIFY(!popup);
+
+        lock.unlock();
+        parallel::waitForWaiters(table);
     }
 
     void takesNothingOverBeforeTheValuesAreThere()
@@ -971,6 +975,7 @@ private Q_SLOTS:
         filter.select(nullptr);
         qobject_cast<QDialog *>(QApplication::activePopupWidget())->accept();
         lock.unlock();
+        parallel::waitForWaiters(table);
 
         QVERIFY(!filter.isEnabled());
         QCOMPARE(enabled.size(), 0);

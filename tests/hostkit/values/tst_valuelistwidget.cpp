@@ -4,6 +4,7 @@
 #include <data/indexlist.h>
 #include <database/memorytable.h>
 #include <filterfuncs/lambdafilterfunc.h>
+#include <hostkit/parallel/tablelock.h>
 
 #include <QAbstractItemModelTester>
 #include <QAccessible>
@@ -177,6 +178,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_widget.reset();
+        parallel::waitForWaiters(*m_table);
         m_table.reset();
     }
 

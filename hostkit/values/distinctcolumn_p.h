@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <data/fieldvalue.h>
+#include <data/table.h>
+
+#include <QString>
+
+namespace sito {
+
+/// The distinct values of one column in ascending order; the places in it are the ranks. Rank 0 is the absent
+/// value, whether there is one or not.
+///
+/// Never changes once it is filled; may be read from any thread. The definition of the column, and so the table,
+/// must outlive it.
+class DistinctColumn
+{
+    Q_DISABLE_COPY_MOVE(DistinctColumn)
+public:
+    DistinctColumn(Table *table, int column) : m_table(table), m_column(column) {}
+    virtual ~DistinctColumn() = default;
+
+    /// The value of \a rank, a copy.
+    virtual FieldValue value(quint32 rank) const = 0;
+    /// The value of \a rank as it is shown, see valuetext::shown().
+    virtual QString text(quint32 rank) const = 0;
+    virtual bool isNaN(quint32 rank) const = 0;
+
+protected:
+    FieldValue absent() const { return FieldValue(m_table, m_column); }
+    const ColumnDef *definition() const { return m_table->columnDef(m_column); }
+
+private:
+    Table *m_table;
+    int m_column;
+};
+
+} // namespace sito

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/values/distinctcolumn_p.h>
+
+#include <vector>
+
+namespace sito {
+
+/// A column of texts.
+class TextColumn final : public DistinctColumn
+{
+public:
+    using DistinctColumn::DistinctColumn;
+
+    /// Adds the value behind all others.
+    void append(const QString &text) { m_texts.push_back(text); }
+
+    FieldValue value(quint32 rank) const override;
+    QString text(quint32 rank) const override;
+    bool isNaN(quint32) const override { return false; }
+
+private:
+    std::vector<QString> m_texts;
+};
+
+} // namespace sito

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/table/hashslots_p.h>
+#include <hostkit/values/columnids_p.h>
+
+#include <QString>
+
+namespace sito {
+
+/// Those of texts.
+class TextIds final : public ColumnIds
+{
+public:
+    TextIds(Table *table, int column);
+
+    void read(std::span<unsigned char *const> rows, quint32 *ids) override;
+    quint32 idOf(const Field &field) override;
+    size_t size() const override { return m_texts.size() + 1; }
+    std::vector<quint32> absorb(const ColumnIds &other, const parallel::StopToken &stop) override;
+    std::unique_ptr<const DistinctColumn> sort(const std::vector<qint64> &counts, std::vector<quint32> &ranks,
+                                               const parallel::StopToken &stop) const override;
+
+private:
+    struct Slot
+    {
+        quint32 upperHash = 0;
+        /// The id; 0 in a free slot.
+        quint32 id = 0;
+
+        bool isFree() const { return id == 0; }
+    };
+
+    static const QString &stringAt(const Field &field);
+    static quint64 hashOf(const QString &text);
+    /// \a text so that it can be kept: that of a VarChar refers to the row.
+    QString kept(const QString &text) const;
+    /// The slot of \a text, or a free one for it.
+    Slot &slot(const QString &text, quint64 hash);
+    /// Makes \a text a new one, with its slot; returns its id.
+    quint32 add(Slot &free, const QString &text, quint64 hash);
+    /// Sorts items whose texts agree in the first \a depth units, and are not shorter than that.
+    void sortRun(radixsort::Item *items, size_t count, qsizetype depth, radixsort::Item *spare,
+                 const parallel::StopToken &stop) const;
+
+    const bool m_isString;
+    /// The texts of the VarChars that are being read.
+    std::vector<QString> m_batch;
+    HashSlots<Slot> m_slots;
+    std::vector<QString> m_texts;
+    std::vector<quint64> m_hashes;
+};
+
+} // namespace sito
