@@ -8,6 +8,8 @@ class QPushButton;
 
 namespace sito {
 
+class SizeGrip;
+
 /// A popup that holds an editor and asks to apply or drop what is set in it. A click elsewhere drops it.
 /// Deletes itself when it is closed.
 ///
@@ -31,8 +33,6 @@ public:
     /// The size that the user gave the popups of this program; not valid if none.
     static QSize wantedSize();
     static void setWantedSize(const QSize &size);
-    /// Of the edge: between that of the text and that of the window, so that it shows on dark and on light.
-    static QColor edgeColor(const QPalette &palette);
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -40,13 +40,10 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    class Grip;
-
     void retranslate();
     void placeGrip();
 
-    Grip *m_grip;
-    Qt::Corner m_corner = Qt::BottomRightCorner;
+    SizeGrip *m_grip;
     QPushButton *m_apply;
     QPushButton *m_cancel;
     QWidget *m_content;
