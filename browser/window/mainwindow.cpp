@@ -18,6 +18,7 @@
 #include <hostkit/table/tablemodel.h>
 #include <hostkit/text/filtertext.h>
 #include <hostkit/values/showonlyfilter.h>
+#include <hostkit/values/showonlywidget.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/views/filterheader.h>
 #include <hostkit/views/tableexport.h>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/showonlyfilter.h>
 
+#include <hostkit/values/showonlywidget.h>
+
 #include <database/memorytable.h>
 #include <filterfuncs/filterfunc.h>
 

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+
+#include <data/keyvalue.h>
+
+#include <QList>
+#include <QWidget>
+
+class QLabel;
+class QListView;
+class ValueFilter;
+
+namespace sito {
+
+class CheckedKeysModel;
+
+/// The editor of ShowOnlyFilter: its keys, each with a check box. While none is checked a line below them says
+/// that one is needed, for a filter without keys would show everything.
+class HOSTKIT_EXPORT ShowOnlyWidget : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit ShowOnlyWidget(QWidget *parent = nullptr);
+    ~ShowOnlyWidget() override;
+
+    /// Lists the keys of \a filter, all of them checked.
+    void setKeys(const ValueFilter &filter);
+    QList<KeyValue> checkedKeys() const;
+    /// Whether a key is checked, so that there is something to apply.
+    bool isComplete() const;
+    /// Why it is not; empty when it is.
+    QString error() const;
+
+Q_SIGNALS:
+    /// isComplete() has become \a isComplete. Comes also from setKeys().
+    void completeChanged(bool isComplete);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void updateState();
+    void retranslate();
+
+    QListView *m_view;
+    CheckedKeysModel *m_keys;
+    QLabel *m_error;
+    bool m_isComplete = false;
+};
+
+} // namespace sito
