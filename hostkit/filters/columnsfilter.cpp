@@ -3,8 +3,8 @@
 
 #include <data/exception.h>
 #include <data/table.h>
+#include <filterfuncs/keypredicates.h>
 
-#include <hostkit/filters/keypredicates_p.h>
 #include <hostkit/text/keychecks_p.h>
 
 namespace sito {
@@ -33,7 +33,7 @@ QList<int> ColumnsFilter::columnsByName(const Table &table, const QStringList &n
 
 FilterFunc *ColumnsFilter::createFilterFunc(QObject *parent) const
 {
-    return keypredicates::make(table(), getAllExcludedKeys(), columns(), parent);
+    return keypredicates::makeQuickest(table(), getAllExcludedKeys(), columns(), parent);
 }
 
 QWidget *ColumnsFilter::createFilterWidget(QWidget *)

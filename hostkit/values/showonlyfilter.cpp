@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/showonlyfilter.h>
 
-#include <hostkit/filters/keypredicates_p.h>
 #include <hostkit/text/valuetext_p.h>
 #include <hostkit/values/oppositefunc_p.h>
 #include <hostkit/values/showonlywidget.h>
 
 #include <data/table.h>
+#include <filterfuncs/keypredicates.h>
 
 #include <QStringList>
 
@@ -28,7 +28,7 @@ FilterFunc *ShowOnlyFilter::createFilterFunc(QObject *parent) const
 {
     std::unique_ptr<FilterFunc> func;
     if (hasValue())
-        func.reset(keypredicates::make(table(), getAllExcludedKeys(), columns(), nullptr));
+        func.reset(keypredicates::makeQuickest(table(), getAllExcludedKeys(), columns()));
     return new OppositeFunc(std::move(func), parent);
 }
 

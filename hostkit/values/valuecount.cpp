@@ -9,7 +9,7 @@
 #include <data/record.h>
 #include <data/table.h>
 #include <filterfuncs/filterfunc.h>
-#include <filterfuncs/keyfilterfunc.h>
+#include <filterfuncs/keytorecord.h>
 
 #include <algorithm>
 #include <bit>
@@ -43,8 +43,7 @@ std::optional<KeyValue> ownKey(Table *table, const QList<int> &columns, const Ke
     if (!isOwn) {
         // The way of the predicates.
         try {
-            const KeyFilterFunc converter(table, {}, columns);
-            const Record record = converter.keyToRecord(key);
+            const Record record = keyconversion::keyToRecord(table, columns, key);
             result.clear();
             for (const int column : columns)
                 result.append(FieldValue(record.field(column)));

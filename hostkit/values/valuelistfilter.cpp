@@ -2,7 +2,6 @@
 #include <hostkit/values/valuelistfilter.h>
 
 #include <hostkit/filters/filterlist.h>
-#include <hostkit/filters/keypredicates_p.h>
 #include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/keychecks_p.h>
 #include <hostkit/text/valuetext_p.h>
@@ -11,6 +10,7 @@
 
 #include <data/table.h>
 #include <filterfuncs/filterfunc.h>
+#include <filterfuncs/keypredicates.h>
 
 #include <QCursor>
 #include <QStringList>
@@ -29,7 +29,8 @@ ValueListFilter::~ValueListFilter()
 {
     if (!m_popup)
         return;
-    // It may be the popup's own signal that led here: it goes later, but the table and the rows may go at once.
+    // It may be the popup's own signal that led here: it goes later, but the table and the rows may go at
+    // once.
     m_popup->findChild<ValueListWidget *>()->cancel();
     m_popup->close();
 }
@@ -41,7 +42,7 @@ void ValueListFilter::setSiblings(FilterList *siblings)
 
 FilterFunc *ValueListFilter::createFilterFunc(QObject *parent) const
 {
-    return keypredicates::make(table(), getAllExcludedKeys(), columns(), parent);
+    return keypredicates::makeQuickest(table(), getAllExcludedKeys(), columns(), parent);
 }
 
 QWidget *ValueListFilter::createFilterWidget(QWidget *parent)
