@@ -4,18 +4,17 @@
 #include <data/indexlist.h>
 #include <data/table.h>
 
-#include <bit>
 #include <mutex>
+#include <utility>
 
 namespace sito {
 
 namespace {
 
-size_t slotOf(const unsigned char *row, size_t mask)
+size_t hashOf(const unsigned char *row)
 {
     // The multiplication carries the bits in which neighbouring rows differ to the top of the word.
-    const quint64 mixed = quint64(quintptr(row)) * 0x9E3779B97F4A7C15u;
-    return size_t(mixed >> 32) & mask;
+    return size_t(quint64(quintptr(row)) * 0x9E3779B97F4A7C15u >> 32);
 }
 
 } // namespace
@@ -32,24 +31,21 @@ RowSet RowSet::list(const Table &table)
     return result;
 }
 
+void RowSet::makeIndex() const
+{
+    HashSlots<Slot> index(m_listed);
+    for (quint32 id = 0; id < m_listed; ++id) {
+        index.slot(hashOf(m_rows[id].row()), [](const Slot &) { return false; }).id = id;
+        index.added([this](const Slot &slot) { return hashOf(m_rows[slot.id].row()); });
+    }
+    m_index = std::move(index);
+}
+
 quint32 RowSet::find(const unsigned char *row) const
 {
-    if (m_slots.empty()) {
-        m_slots.assign(std::bit_ceil(size_t(m_listed) * 2 + 1), none);
-        const size_t mask = m_slots.size() - 1;
-        for (quint32 id = 0; id < m_listed; ++id) {
-            size_t slot = slotOf(m_rows[id].row(), mask);
-            while (m_slots[slot] != none)
-                slot = (slot + 1) & mask;
-            m_slots[slot] = id;
-        }
-    }
-    const size_t mask = m_slots.size() - 1;
-    for (size_t slot = slotOf(row, mask); m_slots[slot] != none; slot = (slot + 1) & mask) {
-        if (m_rows[m_slots[slot]].row() == row)
-            return m_slots[slot];
-    }
-    return none;
+    if (!m_index)
+        makeIndex();
+    return m_index->slot(hashOf(row), [&](const Slot &slot) { return m_rows[slot.id].row() == row; }).id;
 }
 
 quint32 RowSet::addDeparted(const Record &row)

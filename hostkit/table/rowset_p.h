@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/table/hashslots_p.h>
+
 #include <data/record.h>
 
 #include <QtGlobal>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 class Table;
@@ -38,10 +41,19 @@ public:
     std::shared_ptr<const std::vector<Record>> takeDeparted();
 
 private:
+    struct Slot
+    {
+        quint32 id = none;
+
+        bool isFree() const { return id == none; }
+    };
+
+    void makeIndex() const;
+
     std::vector<Record> m_rows;
     quint32 m_listed = 0;
-    /// Ids of the listed rows by address, in open addressing; empty until it is needed.
-    mutable std::vector<quint32> m_slots;
+    /// The listed rows by address; made when it is needed.
+    mutable std::optional<HashSlots<Slot>> m_index;
 };
 
 } // namespace sito
