@@ -4,6 +4,7 @@
 #include <data/exception.h>
 #include <data/table.h>
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/table/hashslots_p.h>
 #include <hostkit/table/tablemodel.h>
 #include <hostkit/values/showonlyfilter.h>
 #include <hostkit/values/valuelistfilter.h>
@@ -166,21 +167,18 @@ struct StoredForms
 class DifferentRows
 {
 public:
-    explicit DifferentRows(const StoredForms &forms) : m_forms(forms), m_slots(1024) {}
+    explicit DifferentRows(const StoredForms &forms) : m_forms(forms) {}
 
     /// Whether no row like \a row was added before.
     bool add(unsigned char *row)
     {
         const size_t hash = m_forms(row);
-        Slot *slot = &m_slots[hash & (m_slots.size() - 1)];
-        while (slot->row) {
-            if (slot->hash == hash && m_forms(slot->row, row))
-                return false;
-            slot = next(slot);
-        }
-        *slot = {hash, row};
-        if (++m_size * 2 > m_slots.size())
-            grow();
+        Slot &slot = m_slots.slot(
+            hash, [&](const Slot &other) { return other.hash == hash && m_forms(other.row, row); });
+        if (!slot.isFree())
+            return false;
+        slot = {hash, row};
+        m_slots.added([](const Slot &other) { return other.hash; });
         return true;
     }
 
@@ -190,26 +188,12 @@ private:
         size_t hash = 0;
         /// Null in a free slot.
         unsigned char *row = nullptr;
+
+        bool isFree() const { return row == nullptr; }
     };
 
-    Slot *next(Slot *slot) { return slot == &m_slots.back() ? &m_slots.front() : slot + 1; }
-    void grow()
-    {
-        const std::vector<Slot> old = std::exchange(m_slots, std::vector<Slot>(m_slots.size() * 4));
-        for (const Slot &one : old) {
-            if (!one.row)
-                continue;
-            Slot *slot = &m_slots[one.hash & (m_slots.size() - 1)];
-            while (slot->row)
-                slot = next(slot);
-            *slot = one;
-        }
-    }
-
     const StoredForms m_forms;
-    /// A power of two of them, half of them free at least.
-    std::vector<Slot> m_slots;
-    size_t m_size = 0;
+    HashSlots<Slot> m_slots;
 };
 
 /// Whether \a key, which has a value for each of \a columns, is in strict order with the keys of rows.
