@@ -3,6 +3,7 @@
 
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/keytext.h>
 #include <hostkit/values/showonlyfilter.h>
 #include <hostkit/values/valuelistfilter.h>
@@ -19,7 +20,6 @@
 #include <QVariant>
 
 #include <algorithm>
-#include <exception>
 #include <limits>
 #include <utility>
 
@@ -298,12 +298,8 @@ QString FilterStorage::attempt(const Entry &entry, Table &table, std::unique_ptr
     try {
         filter = make(entry, table);
         return QString();
-    } catch (const Exception &exception) {
-        return exception.message();
-    } catch (const QString &text) {
-        return text;
-    } catch (const std::exception &exception) {
-        return QString::fromLocal8Bit(exception.what());
+    } catch (...) {
+        return currentExceptionText();
     }
 }
 
