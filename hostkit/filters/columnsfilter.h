@@ -8,24 +8,24 @@
 
 namespace sito {
 
-/// The plain value filter over some columns of a table, for keys that were typed by a person or read from a
-/// file: it refuses texts that ValueFilter would quietly make something else of.
+/// The plain value filter over some columns of a table, for keys that were typed by a user or read from a
+/// file. It refuses texts that ValueFilter would silently change.
 ///
 /// It has no widget.
 class HOSTKIT_EXPORT ColumnsFilter : public ValueFilter
 {
     Q_OBJECT
 public:
-    /// A filter over \a columns, of which there must be at least one. Throws Exception for a Raw or Block
-    /// column: their values are never told apart, so that any key of one would match every row.
+    /// Makes a filter over \a columns, at least one. Throws Exception for a Raw or Block column: its values
+    /// always compare equal, so any key would match every row.
     ColumnsFilter(Table &table, const QList<int> &columns, QObject *parent = nullptr);
     ~ColumnsFilter() override;
 
-    /// The indexes of the columns of these names. Throws Exception for a name that \a table does not have and for one
-    /// that is given twice.
+    /// The indexes of the columns of these names. Throws Exception for a name that \a table does not have and
+    /// for one that is given twice.
     static QList<int> columnsByName(const Table &table, const QStringList &names);
 
-    /// The library's predicate that is quickest for so many keys.
+    /// The predicate of keypredicates::makeQuickest().
     FilterFunc *createFilterFunc(QObject *parent) const override;
     /// Always null.
     QWidget *createFilterWidget(QWidget *parent) override;

@@ -34,23 +34,24 @@ public:
     /// Whether \a filter restricts the rows now: it is switched on and has a value.
     static bool takesPart(const Filter &filter);
 
-    /// Appends \a filter, which must not be null, and takes it over; emits added() and changed(). A filter of
-    /// another list leaves that one first, as by remove(), but is not deleted. Does nothing with a filter that
-    /// is in the list already. A filter that is deleted by somebody else leaves the list by itself, with
-    /// removed() and changed().
+    /// Appends \a filter, which must not be null, and takes ownership; emits added() and changed(). A filter
+    /// of another list is first removed from that one, but not deleted. Does nothing if the filter is in the
+    /// list already. A filter that somebody else deletes is removed from the list, with removed() and
+    /// changed().
     void add(Filter *filter);
-    /// Takes \a filter out of the list: emits aboutToBeRemoved(), removed() and changed(), and deletes it
-    /// when control returns to the event loop. Does nothing with a filter that is not in the list.
+    /// Removes \a filter: emits aboutToBeRemoved(), removed() and changed(), and deletes the filter when
+    /// control returns to the event loop. Does nothing if the filter is not in the list.
     void remove(Filter *filter);
-    /// Takes all filters out, the last one first, as remove() does, but with one changed() for all of them;
-    /// emits nothing when there are none.
+    /// Removes all filters, the last one first, as remove() does, but emits changed() once. Emits nothing if
+    /// the list is empty.
     void clear();
-    /// To be called after the value of \a filter was changed, since filters signal nothing of it by
-    /// themselves; emits filterChanged() and changed(). Does nothing with a filter that is not in the list.
+    /// Emits filterChanged() and changed(). Call it after changing the value of \a filter, because filters
+    /// emit nothing then. Does nothing if the filter is not in the list.
     void notifyChanged(Filter *filter);
 
-    /// The predicates of the filters that take part, but not that of \a except, made now: later changes do
-    /// not reach them. A predicate that is let go in another thread than this one is deleted in its own.
+    /// New predicates of the filters that take part, except that of \a except. Later changes of the filters
+    /// do not affect them. A predicate whose last reference is dropped in another thread is deleted in this
+    /// one.
     ///
     /// Throws what Filter::createFilterFunc() throws.
     std::vector<std::shared_ptr<const FilterFunc>> createFilterFuncs(const Filter *except = nullptr) const;
@@ -63,7 +64,8 @@ Q_SIGNALS:
     /// The value or the switch of \a filter has changed: after notifyChanged(), and whenever the filter
     /// itself emits enabledChanged() or asincChanged().
     void filterChanged(Filter *filter);
-    /// Anything has happened that may change which rows are shown; comes after the signal that says what.
+    /// Emitted after each change that may affect which rows are shown, after the signal that says what
+    /// changed.
     void changed();
 
 private:

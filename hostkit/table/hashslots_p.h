@@ -9,9 +9,9 @@
 
 namespace sito {
 
-/// A hash table in open addressing, at least half of whose slots are free. What a slot holds, and how it is told
-/// from others, is up to the user: a Slot is small, free when it is made without arguments, and isFree() tells.
-/// Entries are never taken out.
+/// A hash table in open addressing, at least half of whose slots are free. What a slot holds, and how it is
+/// told from others, is up to the user: a Slot is small, free when it is made without arguments, and isFree()
+/// tells. Entries are never taken out.
 template <typename Slot>
 class HashSlots
 {
@@ -19,8 +19,8 @@ public:
     /// Has room for \a count entries before it grows.
     explicit HashSlots(size_t count = 512) : m_slots(std::bit_ceil(std::max<size_t>(count, 1) * 2)) {}
 
-    /// The slot of the entry with this \a hash for which isSame() answers true; if there is none, the free slot
-    /// for it, and added() is to be called when it has been filled. Valid until then.
+    /// The slot of the entry with this \a hash for which isSame() answers true; if there is none, the free
+    /// slot for it, and added() is to be called when it has been filled. Valid until then.
     template <typename IsSame>
     Slot &slot(size_t hash, const IsSame &isSame)
     {
@@ -37,7 +37,8 @@ public:
         return const_cast<HashSlots *>(this)->slot(hash, isSame);
     }
 
-    /// Counts one more entry. Grows when there is need, for which \a hashOf gives the hash of any entry again.
+    /// Counts one more entry. Grows when there is need, for which \a hashOf gives the hash of any entry
+    /// again.
     template <typename HashOf>
     void added(const HashOf &hashOf)
     {

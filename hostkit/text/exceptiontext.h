@@ -9,9 +9,9 @@
 
 namespace sito {
 
-/// What the exception that is being handled says to the user: the message of an Exception, a QString as it is,
-/// the text of a std::exception, a sentence for a lack of memory and for everything else. Never null. To be
-/// called inside a catch block. Callable from any thread.
+/// What the exception that is being handled says to the user: the message of an Exception, a QString as it
+/// is, the text of a std::exception, a fixed sentence for std::bad_alloc and for everything else. Never null.
+/// Must be called inside a catch block. May be called from any thread.
 HOSTKIT_EXPORT QString currentExceptionText();
 
 /// The same for \a exception, which must not be null.

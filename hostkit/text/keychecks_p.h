@@ -11,19 +11,19 @@ class ValueFilter;
 
 namespace sito {
 
-/// What hostkit asks of the columns and of the texts that keys are made from. Each function throws Exception
-/// with a message that names the column; where they take \a key, that is the text of the whole key, for the
+/// Checks of columns, and of texts from which keys are made. Each function throws Exception with a message
+/// that names the column. Where there is a parameter \a key, it is the text of the whole key, for the
 /// message.
 namespace keychecks {
 
-/// Throws for a Raw or Block column: their values are never told apart, so that any key of one would match
-/// every row.
+/// Throws for a Raw or Block column: its values always compare equal, so any key would match every row.
 void requireComparable(const Table &table, const QList<int> &columns);
 
 /// Throws unless a key of \a fields values is one for \a columns columns.
 void requireFieldCount(qsizetype fields, qsizetype columns, const QString &key);
 
-/// Throws for a key with fewer values than \a columns: it cannot be compared with other keys of these columns.
+/// Throws for a key with fewer values than \a columns: it cannot be compared with other keys of these
+/// columns.
 void requireWhole(const KeyValue &key, qsizetype columns);
 
 /// Throws where \a column of \a table admits no absent values.

@@ -7,8 +7,8 @@
 
 namespace sito {
 
-/// \a text for a label, a button or a menu, which would take a single "&" for the mark of a mnemonic: each "&" is
-/// doubled, so that \a text is shown as it is.
+/// \a text for a label, a button or a menu, which would take a single "&" for the mark of a mnemonic: each
+/// "&" is doubled, so that \a text is shown as it is.
 HOSTKIT_EXPORT QString labelText(QString text);
 
 } // namespace sito

@@ -10,7 +10,7 @@ class ValueFilter;
 
 namespace sito {
 
-/// How values are shown where they are chosen. In the language of the moment; callable from any thread.
+/// How values are shown in lists of values, in the current language. May be called from any thread.
 namespace valuetext {
 
 /// The value of \a field in one line: its text, with marks for line breaks and other control characters, and
@@ -20,7 +20,7 @@ QString shown(const Field &field);
 QString shownText(const QString &text);
 /// The fields of \a key, joined.
 QString shown(const KeyValue &key);
-/// Whether shown() has a word in brackets for \a field because it has no text of its own.
+/// Whether shown() gives a word in brackets because \a field has no text of its own.
 bool isUnwritten(const Field &field);
 
 /// The texts of the fields of one key, joined.

@@ -16,27 +16,28 @@ class Table;
 
 namespace sito {
 
-/// The ids of a column's values in the order in which they appear: 0 for an absent value, from 1 on for the
-/// others. Values that differ in bits have different ids, also where they are equal.
+/// Gives the values of a column ids in the order in which they appear: 0 for an absent value, from 1 on for
+/// the others. Values that differ in bits have different ids, even if they are equal.
 class ColumnIds
 {
     Q_DISABLE_COPY_MOVE(ColumnIds)
 public:
-    /// The most rows that are read at once, and what is done between two looks at a stop token.
+    /// The most rows that read() takes; also how many values are handled between two looks at a stop token.
     static constexpr size_t batchSize = 1024;
 
-    /// Those of the kind that the type of the column needs.
+    /// An object of the class that fits the type of the column.
     static std::unique_ptr<ColumnIds> make(Table *table, int column);
     virtual ~ColumnIds() = default;
 
-    /// The ids of the values of \a rows, at most batchSize, into \a ids.
+    /// Writes the ids of the values of \a rows, at most batchSize, to \a ids.
     virtual void read(std::span<unsigned char *const> rows, quint32 *ids) = 0;
     /// The id of \a field, a value of the column's type.
     virtual quint32 idOf(const Field &field) = 0;
     virtual size_t size() const = 0;
     /// For each id of \a other, one for the same column, the id here. Throws parallel::Stopped.
     virtual std::vector<quint32> absorb(const ColumnIds &other, const parallel::StopToken &stop) = 0;
-    /// The values in ascending order, and for each id its rank among them. \a counts has the rows of each id.
+    /// Returns the values in ascending order, and writes the rank of each id to \a ranks, which has size()
+    /// elements. \a counts holds the number of rows of each id.
     /// Throws parallel::Stopped.
     virtual std::unique_ptr<const DistinctColumn> sort(const std::vector<qint64> &counts,
                                                        std::vector<quint32> &ranks,
@@ -48,8 +49,8 @@ protected:
     /// An item for each id but 0, in their order.
     std::vector<radixsort::Item> presentItems() const;
 
-    /// Goes through \a items, in ascending order with equal values side by side: gives each id its rank, behind
-    /// that of the absent value, and calls take(id) with the commonest of each run of equal values.
+    /// Goes through \a items, in ascending order with equal values side by side: gives each id its rank,
+    /// behind that of the absent value, and calls take(id) with the commonest of each run of equal values.
     template <typename Equal, typename Lesser, typename Take>
     static void rankRuns(const std::vector<radixsort::Item> &items, const std::vector<qint64> &counts,
                          std::vector<quint32> &ranks, const Equal &equal, const Lesser &hasLesserBits,

@@ -8,11 +8,10 @@
 
 namespace sito {
 
-/// The distinct values of one column in ascending order; the places in it are the ranks. Rank 0 is the absent
-/// value, whether there is one or not.
+/// The distinct values of one column in ascending order; a rank is a place
+/// in this order. Rank 0 is the absent value, whether it occurs or not.
 ///
-/// Never changes once it is filled; may be read from any thread. The definition of the column, and so the table,
-/// must outlive it.
+/// Immutable once it is filled; may be read from any thread. The table must outlive it.
 class DistinctColumn
 {
     Q_DISABLE_COPY_MOVE(DistinctColumn)

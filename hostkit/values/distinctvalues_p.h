@@ -12,16 +12,16 @@
 
 namespace sito {
 
-/// The distinct values of one or several columns in the rows of a table, in ascending order of their keys, with
-/// the number of rows of each: a picture of the table as it was when they were counted, by ValueCount.
+/// The distinct values of one or several columns in the rows of a table, in ascending order of their keys,
+/// with the number of rows of each: a picture of the table as it was when they were counted, by ValueCount.
 ///
 /// Values are distinct as Field::compare() says: 0.0 is -0.0, 1.5 is 1.50, and of such forms the commonest
-/// stands for all (the one with the lesser bits among equally common ones). A NaN, which equals every
-/// double there, is nevertheless a value of its own, behind all other doubles of its column; its key is no
-/// key to give to a filter, see isKey().
+/// stands for all (of equally common ones, the one with the smaller bits). A NaN, which equals every double
+/// there, is still a value of its own, after all other doubles of its column; its key must not be given to a
+/// filter, see isKey().
 ///
-/// Never changes; may be read from any thread. Keeps no row alive and reads none; the definitions of the
-/// columns, and so the table, must outlive it.
+/// Immutable; may be read from any thread. It holds copies of the values and reads no rows. The table must
+/// outlive it, because the keys refer to the definitions of its columns.
 class DistinctValues
 {
     Q_DISABLE_COPY_MOVE(DistinctValues)
@@ -46,13 +46,15 @@ public:
     KeyValue key(qsizetype index) const;
     /// The value at \a index as it is shown, see valuetext::shown().
     QString text(qsizetype index) const;
-    /// Whether key() at \a index tells its rows from others: it holds no NaN.
+    /// Whether a filter with key() at \a index matches exactly the rows of this value: false if it holds a
+    /// NaN.
     bool isKey(qsizetype index) const;
-    /// Whether the text at \a index stands for something that has none: one column, absent or without text.
+    /// Whether text() at \a index is a word in brackets because the value has no text of its own. Always
+    /// false for more than one column.
     bool isUnwritten(qsizetype index) const;
 
-    /// For each of ValueCount::Source::keys its index here, or -1 for a key that cannot be a key of these columns
-    /// (too few values, one that does not become a value of its column) or holds a NaN.
+    /// For each of ValueCount::Source::keys its index here, or -1 for a key that cannot be a key of these
+    /// columns (too few values, one that does not become a value of its column) or holds a NaN.
     const std::vector<qsizetype> &keyIndexes() const { return m_content.keyIndexes; }
 
 private:

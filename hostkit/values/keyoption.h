@@ -27,11 +27,12 @@ struct KeyOption
 };
 
 /// The filters over \a table that \a options and \a sessionColumns ask for, all of them switched on: a
-/// ValueListFilter for keys to exclude and a ShowOnlyFilter for keys to keep, one for all options of one kind over
-/// the same columns, and behind them a SecuritiesSessionFilter over \a sessionColumns, unless that is empty.
+/// ValueListFilter for keys to exclude and a ShowOnlyFilter for keys to keep, one for all options of one kind
+/// over the same columns, and behind them a SecuritiesSessionFilter over \a sessionColumns, unless that is
+/// empty.
 ///
-/// Throws Exception for columns that \a table does not have or that are named twice in an option, for Raw and Block
-/// columns, and for keys that are no values of the columns; also what SecuritiesSessionFilter throws.
+/// Throws Exception for columns that \a table does not have or that are named twice in an option, for Raw and
+/// Block columns, and for keys that are no values of the columns; also what SecuritiesSessionFilter throws.
 HOSTKIT_EXPORT std::vector<std::unique_ptr<ValueFilter>>
 filtersFromOptions(Table &table, const QList<KeyOption> &options, const QStringList &sessionColumns = {});
 

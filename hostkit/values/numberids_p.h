@@ -11,7 +11,7 @@
 
 namespace sito {
 
-/// Those of numbers and dates; Word is as wide as a value.
+/// The ids of numbers and dates; Word is as wide as a value.
 template <typename Word>
 class NumberIds final : public ColumnIds
 {

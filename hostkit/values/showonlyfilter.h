@@ -8,8 +8,8 @@ namespace sito {
 /// The filter that shows only the rows whose key is in its set, and hides all others. An empty set hides
 /// nothing, as that of any filter without a value.
 ///
-/// The set is the one that ValueFilter calls the excluded keys; its text forms, and what is refused, are those
-/// of ColumnsFilter.
+/// The set is the one that ValueFilter calls the excluded keys; its text forms, and what is refused, are
+/// those of ColumnsFilter.
 class HOSTKIT_EXPORT ShowOnlyFilter : public ColumnsFilter
 {
     Q_OBJECT

@@ -16,8 +16,8 @@ namespace sito {
 
 class CheckedKeysModel;
 
-/// The editor of ShowOnlyFilter: its keys, each with a check box. While none is checked a line below them says
-/// that one is needed, for a filter without keys would show everything.
+/// The editor of ShowOnlyFilter: its keys, each with a check box. While none is checked, a line below them
+/// says that at least one is needed, because a filter without keys would show everything.
 class HOSTKIT_EXPORT ShowOnlyWidget : public QWidget
 {
     Q_OBJECT
@@ -28,13 +28,13 @@ public:
     /// Lists the keys of \a filter, all of them checked.
     void setKeys(const ValueFilter &filter);
     QList<KeyValue> checkedKeys() const;
-    /// Whether a key is checked, so that there is something to apply.
+    /// Whether at least one key is checked, so that the choice can be applied.
     bool isComplete() const;
-    /// Why it is not; empty when it is.
+    /// Why it is not complete; empty when it is.
     QString error() const;
 
 Q_SIGNALS:
-    /// isComplete() has become \a isComplete. Comes also from setKeys().
+    /// Emitted when isComplete() has changed, also by setKeys().
     void completeChanged(bool isComplete);
 
 protected:

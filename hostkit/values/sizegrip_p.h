@@ -7,8 +7,8 @@
 
 namespace sito {
 
-/// The grip in a corner of a popup by which its user makes it larger and smaller: by the mouse or, with the focus,
-/// by the arrow keys.
+/// The grip in a corner of a popup by which its user makes it larger and smaller: by the mouse or, with the
+/// focus, by the arrow keys.
 ///
 /// Unlike QSizeGrip, it does not ask the window manager, which leaves popups alone, and takes keys.
 class SizeGrip final : public QWidget

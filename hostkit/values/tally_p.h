@@ -16,8 +16,9 @@ class Table;
 
 namespace sito {
 
-/// Numbers of rows by the ids of their values. The ids of several columns are folded from the left: the first two
-/// become the id of the pair, that and the third the id of the three, and so on. Used by one thread at a time.
+/// Numbers of rows by the ids of their values. The ids of several columns are folded from the left: the first
+/// two become the id of the pair, that and the third the id of the three, and so on. Used by one thread at a
+/// time.
 class Tally
 {
 public:
@@ -38,7 +39,7 @@ public:
     qint64 count(quint32 id) const { return id < m_counts.size() ? m_counts[id] : 0; }
     size_t columnCount() const { return m_columns.size(); }
     const ColumnIds &column(size_t column) const { return *m_columns[column]; }
-    /// The ids of the fields of the key \a id into \a ids, of which there are columnCount().
+    /// Writes the ids of the fields of the key \a id to \a ids, which has columnCount() elements.
     void unfold(quint32 id, std::vector<quint32> &ids) const
     {
         for (size_t column = m_columns.size() - 1; column > 0; --column) {

@@ -8,7 +8,7 @@
 
 namespace sito {
 
-/// Those of texts.
+/// The ids of texts.
 class TextIds final : public ColumnIds
 {
 public:
@@ -33,11 +33,11 @@ private:
 
     static const QString &stringAt(const Field &field);
     static quint64 hashOf(const QString &text);
-    /// \a text so that it can be kept: that of a VarChar refers to the row.
+    /// A copy of \a text that may outlive the row; the text of a VarChar may refer to it.
     QString kept(const QString &text) const;
     /// The slot of \a text, or a free one for it.
     Slot &slot(const QString &text, quint64 hash);
-    /// Makes \a text a new one, with its slot; returns its id.
+    /// Adds \a text, which is new, with its free slot; returns its id.
     quint32 add(Slot &free, const QString &text, quint64 hash);
     /// Sorts items whose texts agree in the first \a depth units, and are not shorter than that.
     void sortRun(radixsort::Item *items, size_t count, qsizetype depth, radixsort::Item *spare,

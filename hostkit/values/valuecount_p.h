@@ -36,12 +36,12 @@ public:
         QList<KeyValue> keys;
     };
 
-    /// Counts as \a context says, holding the lock of the table until the last row is read; the caller must not own
-    /// it. The progress is in rows.
+    /// Counts as \a context says, holding the lock of the table until the last row is read; the caller must
+    /// not own it. The progress is in rows.
     ///
-    /// Throws parallel::Stopped when it was stopped, which takes no longer than the predicates take for a row:
-    /// neither the lock nor the rest of the work is waited for, see parallel::underLock(). What a predicate throws
-    /// is thrown on.
+    /// Throws parallel::Stopped when it was stopped, which takes no longer than the predicates take for a
+    /// row: neither the lock nor the rest of the work is waited for, see parallel::underLock(). What a
+    /// predicate throws is thrown on.
     static std::shared_ptr<const DistinctValues> run(const Source &source, const parallel::Context &context);
 
 private:

@@ -6,8 +6,8 @@
 
 namespace sito {
 
-/// Paints the count of a value at the right edge, and lets a click anywhere in a row check or uncheck it. For the
-/// views of a ValueListModel.
+/// Paints the count of a value at the right edge, and lets a click anywhere in a row check or uncheck it. For
+/// the views of a ValueListModel.
 class ValueListDelegate final : public QStyledItemDelegate
 {
     Q_OBJECT

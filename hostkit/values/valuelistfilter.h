@@ -16,30 +16,30 @@ class FilterList;
 
 /// The filter whose values are chosen from a list: of one column, or of the combinations of several.
 ///
-/// What is stored are the values that are hidden, so that values that are new in the data show at once.
+/// It stores the hidden values, so new values in the data are shown at once.
 class HOSTKIT_EXPORT ValueListFilter : public SelectFilter
 {
     Q_OBJECT
 public:
-    /// A filter over \a columns, of which there must be at least one. Throws Exception for a Raw or Block
-    /// column, as ColumnsFilter does.
+    /// Makes a filter over \a columns, at least one. Throws Exception for a Raw or Block column, as
+    /// ColumnsFilter does.
     ValueListFilter(Table &table, const QList<int> &columns, QObject *parent = nullptr);
     ~ValueListFilter() override;
 
-    /// The list that this filter belongs to, which may be null: the values offered are those of the rows that
-    /// its other filters leave. Not owned; may be deleted at any time.
+    /// Sets the list that this filter belongs to; may be null. Only values of rows that the other filters of
+    /// the list show are offered. Not owned; may be deleted at any time.
     void setSiblings(FilterList *siblings);
 
-    /// As ValueFilter::createFilterFunc(); a KeyFilterFunc_Hash for many keys.
+    /// As ValueFilter::createFilterFunc(), with the predicate of keypredicates::makeQuickest().
     FilterFunc *createFilterFunc(QObject *parent) const override;
     /// A new ValueListWidget.
     QWidget *createFilterWidget(QWidget *parent) override;
-    /// Takes over what is unchecked in \a widget. Does nothing before its values are there, and with another
-    /// kind of widget.
+    /// Hides the values that are unchecked in \a widget. Does nothing before its values are counted, or for a
+    /// widget of another class.
     void apply(QWidget *widget) override;
-    /// Lets \a widget count the values and show them; returns at once. It needs neither the filter nor its
-    /// siblings after that, but the table and the rows that the predicates of the siblings read; see
-    /// ValueListWidget::cancel().
+    /// Starts counting the values for \a widget; returns at once. Afterwards the widget needs neither the
+    /// filter nor its siblings, but it needs the table and the rows that the predicates of the siblings read
+    /// until ValueListWidget::cancel().
     void init(QWidget *widget) override;
     /// The names of the columns joined with ", ".
     QString name() const override;
@@ -52,16 +52,16 @@ public:
 
     /// "Значения…", translated.
     QString selectActionName() const override;
-    /// Shows the list as a popup below \a parent, which may be null. Returns at once. When the user agrees,
-    /// apply() takes the choice over, the filter is switched on exactly if it has a value, and asincChanged()
-    /// is emitted; Escape and a click elsewhere drop the choice. As long as the values are not there, one cannot
-    /// agree.
+    /// Shows the list as a popup below \a parent, which may be null. Returns at once. When the user applies
+    /// the choice, apply() is called, the filter is switched on if it has a value and off otherwise, and
+    /// asincChanged() is emitted. Escape and a click elsewhere cancel. The choice cannot be applied before
+    /// the values are counted.
     void select(QWidget *parent) override;
     /// The same below \a place, a rectangle on the screen.
     void select(QWidget *parent, const QRect &place);
 
-    /// The size that the user gave the popups, which all of them share; not valid as long as they have their own.
-    /// For hosts that keep it from one run to the next, as is setPopupSize(), which popups to come go by.
+    /// The size that the user gave the popups; all popups share it. Invalid if the user gave none. Hosts that
+    /// keep it between runs give it back by setPopupSize(), which applies to later popups.
     static QSize popupSize();
     static void setPopupSize(const QSize &size);
 

@@ -38,8 +38,8 @@ public:
     bool isSearching() const;
     /// Waits until the search that runs, if any, has reported.
     void waitForSearch();
-    /// Stops everything and waits for it, but not for the lock of a table: afterwards no thread knows anything of
-    /// what count() and search() got, and nothing is reported.
+    /// Stops everything and waits for it, but not for the lock of a table: afterwards no thread knows
+    /// anything of what count() and search() got, and nothing is reported.
     void stop();
 
 Q_SIGNALS:

@@ -11,9 +11,8 @@
 
 namespace sito {
 
-/// The values to choose from, one row each, with check boxes: checked is shown. All of them, or those that a
-/// search has found. Says nothing to anybody but its views of what is changed through setData() and the
-/// functions here.
+/// The values to choose from, one in a row, with check boxes: checked means shown. Contains all values, or
+/// those that a search has found.
 class ValueListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -27,10 +26,12 @@ public:
     explicit ValueListModel(QObject *parent = nullptr);
     ~ValueListModel() override;
 
-    /// Shows all of \a values, checked but for those of \a unchecked. A model reset.
+    /// Shows all of \a values; those with a number in \a unchecked are unchecked, all others checked. Resets
+    /// the model.
     void setValues(std::shared_ptr<const DistinctValues> values, const std::vector<qsizetype> &unchecked);
     const std::shared_ptr<const DistinctValues> &values() const { return m_values; }
-    /// Shows the values of these numbers, in this order; nothing: all. A model reset.
+    /// Shows the values with these numbers, which must be ascending; without \a numbers, all values. Resets
+    /// the model.
     void setShown(std::optional<Numbers> numbers);
     const std::optional<Numbers> &shown() const { return m_shown; }
     /// The number of the value in \a row among all.
@@ -40,9 +41,9 @@ public:
 
     bool isChecked(qsizetype number) const { return !m_unchecked[size_t(number)]; }
     qsizetype checkedCount() const { return qsizetype(m_unchecked.size()) - m_uncheckedCount; }
-    /// Does nothing to values whose keys are no keys.
+    /// Skips values for which DistinctValues::isKey() is false, as do the next two.
     void setChecked(const QList<int> &rows, bool checked);
-    /// For all rows.
+    /// Checks or unchecks all rows.
     void setAllChecked(bool checked);
     void invertAll();
 

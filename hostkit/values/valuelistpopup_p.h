@@ -10,8 +10,8 @@ namespace sito {
 
 class SizeGrip;
 
-/// A popup that holds an editor and asks to apply or drop what is set in it. A click elsewhere drops it.
-/// Deletes itself when it is closed.
+/// A popup that holds an editor, with a button to apply and one to cancel. A click elsewhere cancels. Deletes
+/// itself when it is closed.
 ///
 /// A grip in one corner, the one with the most room around it, makes it larger and smaller: by the mouse or,
 /// as the last in the order of the Tab key, by the arrow keys.
@@ -19,18 +19,18 @@ class ValueListPopup final : public QDialog
 {
     Q_OBJECT
 public:
-    /// Takes \a content over and gives it the focus.
+    /// Takes ownership of \a content; popup() gives it the focus.
     ValueListPopup(const QString &title, QWidget *content, QWidget *parent);
 
-    /// Whether what is set can be applied; it cannot at first.
+    /// Enables or disables the button to apply, which is disabled at first.
     void setApplicable(bool applicable);
     /// Shows it below \a place, a rectangle on the screen, or above it where there is more room.
     void popup(const QRect &place);
-    /// Moves the corner of the grip \a by so much, beginning with \a from, as far as the screen and the content
-    /// let it. The size is that of the popups to come.
+    /// Moves the corner with the grip by \a by from where it is when the geometry is \a from, as far as the
+    /// screen and the content allow. Later popups get this size.
     void stretch(const QRect &from, const QPoint &by);
 
-    /// The size that the user gave the popups of this program; not valid if none.
+    /// The size that the user gave the popups of this program; invalid if none was given.
     static QSize wantedSize();
     static void setWantedSize(const QSize &size);
 

@@ -15,7 +15,8 @@ public:
 
     /// Emits typed() instead.
     void keyboardSearch(const QString &text) override;
-    /// Gives the selected values the opposite check of the current one; that one alone when it is not selected.
+    /// Gives the selected values the opposite check of the current one; that one alone when it is not
+    /// selected.
     void toggleSelected();
     /// Makes the value in \a row the current one, and selects none.
     void setCurrentRow(int row);

@@ -304,7 +304,8 @@ private Q_SLOTS:
                                    {.name = u"d"_s, .type = FieldType::Double}});
         const Record row = other.append({qint32(7), u"x"_s, std::numeric_limits<double>::quiet_NaN()});
 
-        // An Int becomes the Int64 of the column, a text that is no number does not, nor does too short a key.
+        // An Int becomes the Int64 of the column, a text that is no number does not, nor does too short a
+        // key.
         const auto listed = countOf(table, {Int64}, {keyOf(row, {0}), KeyValue(), keyOf(row, {0})});
         QCOMPARE(shortForm(*listed), u"5=1 7=0"_s);
         QCOMPARE(listed->keyIndexes(), std::vector<qsizetype>({1, -1, 1}));
