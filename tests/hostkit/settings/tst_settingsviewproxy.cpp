@@ -226,6 +226,22 @@ private:
     }
 };
 
+/// A store, a model over it, and the proxy, which keeps the rules of item models.
+template <typename Model = SettingsModel>
+struct Shown
+{
+    explicit Shown(std::unique_ptr<QSettings> settings) : store(std::move(settings))
+    {
+        model.setSettings(store.get());
+        proxy.setSourceModel(&model);
+    }
+
+    const std::unique_ptr<QSettings> store;
+    Model model;
+    SettingsViewProxy proxy;
+    const QAbstractItemModelTester tester{&proxy, QAbstractItemModelTester::FailureReportingMode::Fatal};
+};
+
 /// The types and texts of all values, in the order of rows.
 QStringList typedValues(const QAbstractItemModel &model, const QModelIndex &parent = {})
 {
@@ -313,31 +329,25 @@ private Q_SLOTS:
 
     void mapsBothWays()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=2\nh\\l=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
+        Shown<> shown(m_files.parsed("a=1\n[g]\nk=2\nh\\l=3\n"));
 
         for (const QStringList &names : {QStringList{u"a"_s}, {u"g"_s}, {u"g"_s, u"h"_s, u"l"_s}}) {
             for (int column : {0, 1, 2}) {
-                QCOMPARE(proxy.mapToSource(find(proxy, names, column)), find(model, names, column));
-                QCOMPARE(proxy.mapFromSource(find(model, names, column)), find(proxy, names, column));
+                QCOMPARE(shown.proxy.mapToSource(find(shown.proxy, names, column)),
+                         find(shown.model, names, column));
+                QCOMPARE(shown.proxy.mapFromSource(find(shown.model, names, column)),
+                         find(shown.proxy, names, column));
             }
         }
-        QCOMPARE(proxy.mapToSource({}), QModelIndex());
-        QCOMPARE(proxy.mapFromSource({}), QModelIndex());
+        QCOMPARE(shown.proxy.mapToSource({}), QModelIndex());
+        QCOMPARE(shown.proxy.mapFromSource({}), QModelIndex());
     }
 
     void asksOnlyTheRowOfACell()
     {
-        const auto store = m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n");
-        CountingModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
+        Shown<CountingModel> shown(m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n"));
         QSortFilterProxyModel sorted;
-        sorted.setSourceModel(&proxy);
+        sorted.setSourceModel(&shown.proxy);
         find(sorted, {u"a"_s, u"b"_s, u"c"_s, u"l"_s}); // the rows above are looked up once
         const QModelIndex k = find(sorted, {u"a"_s, u"b"_s, u"c"_s, u"k"_s});
 
@@ -346,55 +356,47 @@ private Q_SLOTS:
             for (const int role :
                  {int(Qt::DisplayRole), int(Qt::EditRole), int(Qt::DecorationRole), int(Qt::ToolTipRole),
                   int(Qt::FontRole), int(Qt::BackgroundRole), int(SettingsViewProxy::ValueRole)}) {
-                model.forget();
+                shown.model.forget();
                 cell.data(role);
-                QCOMPARE(model.asked, QSet{u"a/b/c/k"_s});
-                QVERIFY(model.lookups <= 1);
+                QCOMPARE(shown.model.asked, QSet{u"a/b/c/k"_s});
+                QVERIFY(shown.model.lookups <= 1);
             }
-            model.forget();
+            shown.model.forget();
             QVERIFY(cell.flags().testFlag(Qt::ItemIsEnabled));
-            QCOMPARE(model.asked, QSet{u"a/b/c/k"_s});
-            model.forget();
+            QCOMPARE(shown.model.asked, QSet{u"a/b/c/k"_s});
+            shown.model.forget();
             QCOMPARE(settingsPath(cell), u"a/b/c/k"_s);
-            QVERIFY(model.asked.isEmpty());
+            QVERIFY(shown.model.asked.isEmpty());
         }
         QCOMPARE(settingsValue(k.siblingAtColumn(2)), QVariant(u"1"_s));
-        QVERIFY(model.asked.isEmpty() || model.asked == QSet{u"a/b/c/k"_s});
+        QVERIFY(shown.model.asked.isEmpty() || shown.model.asked == QSet{u"a/b/c/k"_s});
     }
 
     void looksUpNoRowAboveWhenAViewPaintsAgain()
     {
-        const auto store = m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n[d]\ne\\n=4\n");
-        CountingModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
+        Shown<CountingModel> shown(m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n[d]\ne\\n=4\n"));
         QTreeView view;
-        view.setModel(&proxy);
+        view.setModel(&shown.proxy);
         view.expandAll();
         view.resize(600, 400);
         view.grab();
 
-        model.forget();
+        shown.model.forget();
         view.grab();
 
-        QVERIFY(model.answers > 0);
+        QVERIFY(shown.model.answers > 0);
         // One for the cell itself.
-        QCOMPARE(model.lookups, model.answers);
+        QCOMPARE(shown.model.lookups, shown.model.answers);
     }
 
     void announcesAnEditForItsCellAlone()
     {
-        const auto store = m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
+        Shown<> shown(m_files.parsed("[a]\nb\\c\\k=1\nb\\c\\l=2\nb\\m=3\n"));
+        shown.model.setReadOnly(false);
         QSortFilterProxyModel sorted;
-        sorted.setSourceModel(&proxy);
+        sorted.setSourceModel(&shown.proxy);
         const QModelIndex k = find(sorted, {u"a"_s, u"b"_s, u"c"_s, u"k"_s}, 2);
-        ModelRecorder recorder(&proxy);
+        ModelRecorder recorder(&shown.proxy);
         ModelRecorder above(&sorted);
 
         QVERIFY(sorted.setData(k, u"new"_s));
@@ -427,28 +429,23 @@ private Q_SLOTS:
 
     void editsAndRemovesThroughTheModel()
     {
-        const auto store = m_files.parsed("a=1\nb=2\n[g]\nk=2\nl=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
-        const QModelIndex value = find(proxy, {u"g"_s, u"k"_s}, 2);
-        ModelRecorder recorder(&proxy);
+        Shown<> shown(m_files.parsed("a=1\nb=2\n[g]\nk=2\nl=3\n"));
+        const QModelIndex value = find(shown.proxy, {u"g"_s, u"k"_s}, 2);
+        ModelRecorder recorder(&shown.proxy);
 
         QVERIFY(!value.flags().testFlag(Qt::ItemIsEditable));
-        QVERIFY(!proxy.setData(value, u"new"_s));
-        model.setReadOnly(false);
+        QVERIFY(!shown.proxy.setData(value, u"new"_s));
+        shown.model.setReadOnly(false);
         QVERIFY(value.flags().testFlag(Qt::ItemIsEditable));
-        QVERIFY(proxy.setData(value, u"new"_s));
-        QVERIFY(!proxy.removeRows(0, 1, find(proxy, {u"g"_s}, 1)));
-        QVERIFY(!proxy.removeRows(0, 1, find(proxy, {u"g"_s}, 2)));
-        QVERIFY(proxy.removeRows(1, 1, find(proxy, {u"g"_s})));
-        QVERIFY(proxy.removeRows(1, 2));
-        QVERIFY(!proxy.removeRows(1, 1));
+        QVERIFY(shown.proxy.setData(value, u"new"_s));
+        QVERIFY(!shown.proxy.removeRows(0, 1, find(shown.proxy, {u"g"_s}, 1)));
+        QVERIFY(!shown.proxy.removeRows(0, 1, find(shown.proxy, {u"g"_s}, 2)));
+        QVERIFY(shown.proxy.removeRows(1, 1, find(shown.proxy, {u"g"_s})));
+        QVERIFY(shown.proxy.removeRows(1, 2));
+        QVERIFY(!shown.proxy.removeRows(1, 1));
 
-        QCOMPARE(entries(*store), QStringList{u"g/k=new"_s});
-        QCOMPARE(treeText(proxy), u"g{k=new}"_s);
+        QCOMPARE(entries(*shown.store), QStringList{u"g/k=new"_s});
+        QCOMPARE(treeText(shown.proxy), u"g{k=new}"_s);
         QCOMPARE(recorder.take(),
                  (QStringList{u"changed g/k 2-2 []"_s, u"removing g 1..1"_s, u"removed g 1..1"_s,
                               u"removing none 1..2"_s, u"removed none 1..2"_s}));
@@ -456,83 +453,63 @@ private Q_SLOTS:
 
     void tellsOfTopLevelRowsUnderTheInvalidIndex()
     {
-        const auto store = m_files.parsed("b=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
-        ModelRecorder recorder(&proxy);
+        Shown<> shown(m_files.parsed("b=1\n"));
+        ModelRecorder recorder(&shown.proxy);
 
-        store->setValue(u"a"_s, 2);
-        model.refresh();
-        QCOMPARE(treeText(proxy), u"a=2 b=1"_s);
+        shown.store->setValue(u"a"_s, 2);
+        shown.model.refresh();
+        QCOMPARE(treeText(shown.proxy), u"a=2 b=1"_s);
         QCOMPARE(recorder.take(), (QStringList{u"inserting none 0..0"_s, u"inserted none 0..0"_s,
                                                u"changed a 0-2 []"_s, u"changed b 0-2 []"_s}));
 
-        store->remove(u"b"_s);
-        model.refresh();
-        QCOMPARE(treeText(proxy), u"a=2"_s);
+        shown.store->remove(u"b"_s);
+        shown.model.refresh();
+        QCOMPARE(treeText(shown.proxy), u"a=2"_s);
         QCOMPARE(recorder.take(),
                  (QStringList{u"changed a 0-2 []"_s, u"removing none 1..1"_s, u"removed none 1..1"_s}));
     }
 
     void swallowsEmptyRemovals()
     {
-        const auto store = m_files.parsed("[g]\nx=1\nx\\y=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
-        const QPersistentModelIndex y = find(proxy, {u"g"_s, u"x"_s, u"y"_s});
-        const QPersistentModelIndex second = proxy.index(1, 0, find(proxy, {u"g"_s}));
-        ModelRecorder recorder(&proxy);
+        Shown<> shown(m_files.parsed("[g]\nx=1\nx\\y=2\n"));
+        const QPersistentModelIndex y = find(shown.proxy, {u"g"_s, u"x"_s, u"y"_s});
+        const QPersistentModelIndex second = shown.proxy.index(1, 0, find(shown.proxy, {u"g"_s}));
+        ModelRecorder recorder(&shown.proxy);
 
-        model.refresh();
+        shown.model.refresh();
 
         QVERIFY(recorder.take().filter(u"remov"_s).isEmpty());
-        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(shape(shown.proxy), shape(shown.model));
         QCOMPARE(rowPath(y), (QList<int>{0, 0, 0}));
         QCOMPARE(rowPath(second), (QList<int>{0, 1}));
-        const QModelIndex x = find(proxy, {u"g"_s, u"x"_s});
-        QVERIFY(!model.hasChildren(proxy.mapToSource(x)));
-        QVERIFY(proxy.hasChildren(x));
+        const QModelIndex x = find(shown.proxy, {u"g"_s, u"x"_s});
+        QVERIFY(!shown.model.hasChildren(shown.proxy.mapToSource(x)));
+        QVERIFY(shown.proxy.hasChildren(x));
     }
 
     void keepsRowsAcrossResets()
     {
-        const auto store = m_files.parsed("a=1\n[g]\nk=2\n");
         const auto other = m_files.parsed("b=1\n[g]\nl=2\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
-        const QPersistentModelIndex k = find(proxy, {u"g"_s, u"k"_s});
-        ModelRecorder recorder(&proxy);
+        Shown<> shown(m_files.parsed("a=1\n[g]\nk=2\n"));
+        const QPersistentModelIndex k = find(shown.proxy, {u"g"_s, u"k"_s});
+        ModelRecorder recorder(&shown.proxy);
 
-        model.clear();
+        shown.model.clear();
         QCOMPARE(recorder.take(), (QStringList{u"inserting none 2..3"_s, u"inserted none 2..3"_s}));
-        model.setSettings(other.get());
+        shown.model.setSettings(other.get());
 
         QCOMPARE(recorder.take(), (QStringList{u"inserting none 4..5"_s, u"inserted none 4..5"_s}));
-        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(shape(shown.proxy), shape(shown.model));
         QCOMPARE(rowPath(k), (QList<int>{0, 0}));
     }
 
     void tellsOfTheNameOfANewGroupBeforeItsFirstRow()
     {
-        const auto store = m_files.parsed("[a]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
-        ModelRecorder recorder(&proxy);
-        store->setValue(u"b/c/k"_s, 2);
+        Shown<> shown(m_files.parsed("[a]\nk=1\n"));
+        ModelRecorder recorder(&shown.proxy);
+        shown.store->setValue(u"b/c/k"_s, 2);
 
-        model.refresh();
+        shown.model.refresh();
 
         // Names of the time of each notification: nothing waits for the event loop.
         QCOMPARE(recorder.take(),
@@ -589,28 +566,24 @@ private Q_SLOTS:
     void followsSilentChangesWithTheEventLoop()
     {
         QFETCH(bool, atOnce);
-        const auto store = m_files.parsed("[a]\nk=1\n");
         const auto other = m_files.parsed("[a]\nk=1\n[b]\n/x=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
-        ModelRecorder recorder(&proxy);
-        model.setSettings(other.get());
-        QCOMPARE(model.rowCount(), 3);
-        model.setReadOnly(false);
-        model.setEditStrategy(SettingsModel::OnManualSubmit);
-        model.removeRows(1, 2);
+        Shown<> shown(m_files.parsed("[a]\nk=1\n"));
+        ModelRecorder recorder(&shown.proxy);
+        shown.model.setSettings(other.get());
+        QCOMPARE(shown.model.rowCount(), 3);
+        shown.model.setReadOnly(false);
+        shown.model.setEditStrategy(SettingsModel::OnManualSubmit);
+        shown.model.removeRows(1, 2);
         recorder.take();
 
-        model.refresh(); // b comes without a name, and only its nameless child is told of after it got one
+        // b comes without a name, and only its nameless child is told of after it got one.
+        shown.model.refresh();
         if (atOnce)
-            proxy.synchronize();
+            shown.proxy.synchronize();
         else
             QCoreApplication::processEvents();
 
-        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(shape(shown.proxy), shape(shown.model));
         QVERIFY(recorder.take().contains(u"changed b 0-2 []"_s));
     }
 
@@ -802,24 +775,19 @@ private Q_SLOTS:
 
     void bearsChangesMadeByItsListeners()
     {
-        const auto store = m_files.parsed("a=1\nb=2\nc=3\n[g]\nk=1\nl=2\nm=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        Shown<> shown(m_files.parsed("a=1\nb=2\nc=3\n[g]\nk=1\nl=2\nm=3\n"));
+        shown.model.setReadOnly(false);
         int left = 3;
-        connect(&proxy, &QAbstractItemModel::rowsRemoved, this, [&] {
+        connect(&shown.proxy, &QAbstractItemModel::rowsRemoved, this, [&] {
             if (--left > 0)
-                model.removeRows(0, 1, model.index(0, 0));
+                shown.model.removeRows(0, 1, shown.model.index(0, 0));
         });
 
-        model.removeRows(1, 1);
+        shown.model.removeRows(1, 1);
         QCoreApplication::processEvents();
 
-        QCOMPARE(treeText(model), u"g{m=3} b=2 c=3"_s);
-        QCOMPARE(shape(proxy), shape(model));
+        QCOMPARE(treeText(shown.model), u"g{m=3} b=2 c=3"_s);
+        QCOMPARE(shape(shown.proxy), shape(shown.model));
     }
 
     void bearsChangesMadeByListenersBeforeIt()
@@ -986,25 +954,20 @@ private Q_SLOTS:
 
     void findsSilentChangesOnceControlIsBack()
     {
-        const auto store = m_files.parsed("[g]\nk=1\n[h]\nm=3\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
-        const Tester tester(&proxy, Tester::FailureReportingMode::Fatal);
+        Shown<> shown(m_files.parsed("[g]\nk=1\n[h]\nm=3\n"));
+        shown.model.setReadOnly(false);
         {
-            const QSignalBlocker blocker(&model);
-            model.setData(model.index(0, 2, model.index(0, 0)), 7);
+            const QSignalBlocker blocker(&shown.model);
+            shown.model.setData(shown.model.index(0, 2, shown.model.index(0, 0)), 7);
         }
-        QSignalSpy changed(&proxy, &QAbstractItemModel::dataChanged);
+        QSignalSpy changed(&shown.proxy, &QAbstractItemModel::dataChanged);
 
-        model.setData(model.index(0, 2, model.index(1, 0)), 8);
+        shown.model.setData(shown.model.index(0, 2, shown.model.index(1, 0)), 8);
         const auto before = changed.size();
         QCoreApplication::processEvents();
 
         QVERIFY(changed.size() > before);
-        QCOMPARE(proxy.index(0, 2, proxy.index(0, 0)).data().toInt(), 7);
+        QCOMPARE(shown.proxy.index(0, 2, shown.proxy.index(0, 0)).data().toInt(), 7);
     }
 
     void waitsQuietlyForTheEndOfAChange()
@@ -1019,22 +982,18 @@ private Q_SLOTS:
             }
             int calls = 0;
         };
-        const auto store = m_files.parsed("[g]\nk=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
+        Shown<> shown(m_files.parsed("[g]\nk=1\n"));
+        shown.model.setReadOnly(false);
         Counter counter;
-        proxy.installEventFilter(&counter);
+        shown.proxy.installEventFilter(&counter);
         bool done = false;
-        connect(&proxy, &QAbstractItemModel::dataChanged, this, [&] {
+        connect(&shown.proxy, &QAbstractItemModel::dataChanged, this, [&] {
             // As a slot with a dialog does: other events go on while the proxy is not done.
             if (!std::exchange(done, true))
                 QTest::qWait(30);
         });
 
-        model.setData(model.index(0, 2, model.index(0, 0)), 2);
+        shown.model.setData(shown.model.index(0, 2, shown.model.index(0, 0)), 2);
 
         QVERIFY(done);
         QVERIFY2(counter.calls < 5, QByteArray::number(counter.calls).constData());
@@ -1070,35 +1029,31 @@ private Q_SLOTS:
 
     void keepsAnEditorOpen()
     {
-        const auto store = m_files.parsed("[g]\nb=1\n");
-        SettingsModel model;
-        model.setSettings(store.get());
-        model.setReadOnly(false);
-        SettingsViewProxy proxy;
-        proxy.setSourceModel(&model);
+        Shown<> shown(m_files.parsed("[g]\nb=1\n"));
+        shown.model.setReadOnly(false);
         QTreeView view;
-        view.setModel(&proxy);
+        view.setModel(&shown.proxy);
         view.expandAll();
         view.show();
-        view.setCurrentIndex(find(proxy, {u"g"_s, u"b"_s}, 2));
+        view.setCurrentIndex(find(shown.proxy, {u"g"_s, u"b"_s}, 2));
         view.edit(view.currentIndex());
         QPointer<QLineEdit> editor = view.findChild<QLineEdit *>();
         QVERIFY(editor);
 
-        store->setValue(u"g/a"_s, 1);
-        store->setValue(u"c/a"_s, 1);
-        model.refresh();
+        shown.store->setValue(u"g/a"_s, 1);
+        shown.store->setValue(u"c/a"_s, 1);
+        shown.model.refresh();
         QCoreApplication::processEvents();
 
         QVERIFY(editor);
-        QVERIFY(view.isPersistentEditorOpen(find(proxy, {u"g"_s, u"b"_s}, 2)));
-        QCOMPARE(view.currentIndex(), find(proxy, {u"g"_s, u"b"_s}, 2));
-        QVERIFY(view.isExpanded(find(proxy, {u"g"_s})));
+        QVERIFY(view.isPersistentEditorOpen(find(shown.proxy, {u"g"_s, u"b"_s}, 2)));
+        QCOMPARE(view.currentIndex(), find(shown.proxy, {u"g"_s, u"b"_s}, 2));
+        QVERIFY(view.isExpanded(find(shown.proxy, {u"g"_s})));
 
-        store->clear();
-        model.refresh();
+        shown.store->clear();
+        shown.model.refresh();
         QCoreApplication::processEvents();
-        QCOMPARE(proxy.rowCount(), 0);
+        QCOMPARE(shown.proxy.rowCount(), 0);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(!editor);
     }
