@@ -17,7 +17,7 @@ namespace sito {
 
 namespace {
 
-/// Those that only wait to be deleted left out.
+/// Excludes editors already scheduled for deletion.
 QList<SettingsEditor *> openEditors(const QAbstractItemView *view)
 {
     auto editors = view->viewport()->findChildren<SettingsEditor *>(QString(), Qt::FindDirectChildrenOnly);
