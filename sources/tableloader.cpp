@@ -125,6 +125,7 @@ struct TableLoader::Private
     QString quoted(const QString &name, QSqlDriver::IdentifierType type) const;
     Source source(const QString &table) const;
     std::optional<qint64> count(const NamedTable &table, const std::stop_token &stop) const;
+    bool isUtf8() const;
     QString rowNumberName(const NamedTable &table) const;
     void checkObstacle(const NamedTable &table) const;
     bool isLarge(const NamedTable &table) const;
@@ -140,6 +141,30 @@ struct TableLoader::Private
 };
 
 namespace {
+
+/// A name that SQLite keeps as \a bytes. Those that are no UTF-8 are shown each as "\xE9", so that names stay
+/// apart.
+QString nameText(const QByteArray &bytes)
+{
+    QString text;
+    for (qsizetype i = 0; i < bytes.size();) {
+        qsizetype size = 1;
+        for (; size <= 4; ++size) {
+            const QByteArray character = bytes.mid(i, size);
+            const QString decoded = QString::fromUtf8(character);
+            if (character.size() == size && decoded.toUtf8() == character) {
+                text += decoded;
+                break;
+            }
+        }
+        if (size > 4) {
+            size = 1;
+            text += u"\\x"_s + QString::fromLatin1(bytes.mid(i, 1).toHex().toUpper());
+        }
+        i += size;
+    }
+    return text;
+}
 
 bool isAscii(const QString &text)
 {
@@ -200,6 +225,13 @@ TableLoader::Private::Dialect TableLoader::Private::dialectOf(const QSqlDatabase
     }
 }
 
+/// Whether SQLite keeps the texts of the database as UTF-8.
+bool TableLoader::Private::isUtf8() const
+{
+    QSqlQuery query(connection);
+    return query.exec(u"PRAGMA encoding"_s) && query.next() && query.value(0).toString() == "UTF-8"_L1;
+}
+
 void TableLoader::Private::fail(const QSqlError &error) const
 {
     const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
@@ -241,14 +273,19 @@ QList<TableLoader::Private::NamedTable> TableLoader::Private::tables() const
     QSqlQuery query(connection);
     query.setForwardOnly(true);
     switch (dialect) {
-    case Dialect::Sqlite:
-        execute(query, u"SELECT name, rootpage FROM sqlite_master WHERE type = 'table' "
+    case Dialect::Sqlite: {
+        const bool isUtf8 = this->isUtf8();
+        execute(query, u"SELECT name, rootpage, CAST(name AS BLOB) FROM sqlite_master WHERE type = 'table' "
                        "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s);
         while (query.next()) {
-            const QString name = query.value(0).toString();
-            result.append({name, quoted(name, QSqlDriver::TableName), query.value(1).toLongLong()});
+            const QByteArray bytes = query.value(2).toByteArray();
+            const QString name = isUtf8 ? nameText(bytes) : query.value(0).toString();
+            const bool isText = !isUtf8 || name.toUtf8() == bytes;
+            result.append({name, isText ? u"main."_s + quoted(name, QSqlDriver::TableName) : QString(),
+                           query.value(1).toLongLong()});
         }
         break;
+    }
     case Dialect::Postgres:
         execute(query, PostgresDialect::tablesStatement());
         while (query.next()) {
@@ -289,6 +326,10 @@ TableLoader::Private::NamedTable TableLoader::Private::require(const QString &ta
                                     [&table](const NamedTable &known) { return known.name == table; });
     if (found == all.end())
         throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table));
+    if (found->quotedName.isEmpty()) {
+        throw Exception(
+            TableLoader::tr("Таблица «%1»: её имя не записано в UTF-8, по нему её не прочитать").arg(table));
+    }
     return *found;
 }
 
@@ -305,6 +346,10 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
         if (dialect == Dialect::Postgres) {
             column->takeServerTexts();
             result.expressions.append(PostgresDialect::expression(*column, type));
+        } else if (dialect == Dialect::Sqlite) {
+            // By position: SQLite takes a quoted name that no column has for a text, and a name that is no UTF-8
+            // cannot be written.
+            result.expressions.append(u'c' + QString::number(result.expressions.size()));
         } else {
             result.expressions.append(quoted(name, QSqlDriver::FieldName));
         }
@@ -313,19 +358,23 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
     QSqlQuery query(connection);
     query.setForwardOnly(true);
     switch (dialect) {
-    case Dialect::Sqlite:
+    case Dialect::Sqlite: {
+        const bool isUtf8 = this->isUtf8();
         // Columns that are hidden in "SELECT *", those of virtual tables, have hidden = 1.
         if (!query.prepare(
-                u"SELECT name, type, \"notnull\", pk FROM pragma_table_xinfo(?) WHERE hidden <> 1 ORDER BY cid"_s))
+                u"SELECT name, type, \"notnull\", pk, CAST(name AS BLOB) FROM pragma_table_xinfo(?) "
+                "WHERE hidden <> 1 ORDER BY cid"_s))
             fail(query.lastError());
         query.addBindValue(table);
         if (!query.exec())
             fail(query.lastError());
         while (query.next()) {
             const bool nullable = query.value(2).toInt() == 0 && query.value(3).toInt() == 0;
-            add(query.value(0).toString(), query.value(1).toString(), nullable);
+            add(isUtf8 ? nameText(query.value(4).toByteArray()) : query.value(0).toString(),
+                query.value(1).toString(), nullable);
         }
         break;
+    }
     case Dialect::Postgres:
         execute(query, PostgresDialect::columnsStatement(named.number));
         while (query.next())
@@ -696,7 +745,12 @@ bool TableLoader::Private::read(const QString &table, Source &source, const std:
     const bool isSqlite = dialect == Dialect::Sqlite;
     const bool isPostgres = dialect == Dialect::Postgres;
 
-    const QString from = u" FROM "_s + source.table.quotedName;
+    QString with;
+    QString from = u" FROM "_s + source.table.quotedName;
+    if (isSqlite) {
+        with = u"WITH r(%1) AS (SELECT *%2) "_s.arg(source.expressions.join(u", "_s), from);
+        from = u" FROM r"_s;
+    }
     const std::optional<qint64> total = count(source.table, stop);
     if (!total)
         return true;
@@ -705,9 +759,9 @@ bool TableLoader::Private::read(const QString &table, Source &source, const std:
         return true;
 
     RowReader rows(connection, isPostgres);
-    if (!rows.exec(u"SELECT "_s + source.expressions.join(u", "_s) + from))
+    if (!rows.exec(with + u"SELECT "_s + source.expressions.join(u", "_s) + from))
         fail(rows.lastError());
-    EncodingCheck encoding(connection, u"SELECT "_s + bytes.join(u", "_s) + from);
+    EncodingCheck encoding(connection, with + u"SELECT "_s + bytes.join(u", "_s) + from);
     std::vector<CellValue> cells(columns.size());
     qint64 reported = 0;
     bool isWidened = false;

@@ -700,6 +700,10 @@
         <source>Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую вызывает её индекс или статистика</source>
         <translation>Table &apos;%1&apos;: reading it would run the function &apos;%2&apos; of the user &apos;%3&apos;, which an index or statistics of it call</translation>
     </message>
+    <message>
+        <source>Таблица «%1»: её имя не записано в UTF-8, по нему её не прочитать</source>
+        <translation>Table &apos;%1&apos;: its name is not written in UTF-8, it cannot be read by it</translation>
+    </message>
 </context>
 <context>
     <name>ValueListFilter</name>

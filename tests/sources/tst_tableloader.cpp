@@ -11,6 +11,7 @@
 #include <QDate>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QRandomGenerator>
 #include <QScopeGuard>
 #include <QSqlDatabase>
@@ -685,6 +686,89 @@ private Q_SLOTS:
         QCOMPARE(table->columnName(1), name);
         QCOMPARE(texts(*table), QStringList({u"1 | x"_s}));
         QCOMPARE(loader.rowCount(name), 1);
+    }
+
+    void readsColumnsWhoseNamesAreNoText_data()
+    {
+        QTest::addColumn<QByteArray>("second");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("one") << QByteArray("cafB") << u"cafB"_s;
+        QTest::newRow("two") << QByteArray("caf\xea") << u"caf\\xEA"_s;
+    }
+    void readsColumnsWhoseNamesAreNoText()
+    {
+        QFETCH(QByteArray, second);
+        QFETCH(QString, name);
+        QTemporaryDir directory;
+        const QString fileName = directory.filePath(u"names.sqlite"_s);
+        const QString other = u"other"_s;
+        const auto remove = qScopeGuard([&other] { QSqlDatabase::removeDatabase(other); });
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, other);
+            database.setDatabaseName(fileName);
+            QVERIFY(database.open());
+            QSqlQuery query(database);
+            QVERIFY(
+                query.exec(u"CREATE TABLE sito_rows (id INTEGER, cafA TEXT, cafB TEXT, \"цена\" INTEGER)"_s));
+            QVERIFY(query.exec(u"INSERT INTO sito_rows VALUES (1, 'Ясно', 'b', 5), (2, NULL, 'd', 6)"_s));
+            database.close();
+        }
+        QFile file(fileName);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = file.readAll();
+        bytes.replace("cafA", "caf\xe9").replace("cafB", second);
+        file.seek(0);
+        file.write(bytes);
+        file.close();
+
+        {
+            QSqlDatabase database = QSqlDatabase::database(other);
+            const TableLoader loader(database);
+
+            QCOMPARE(outcome(loader, u"sito_rows"_s),
+                     QStringList({u"1 | Ясно | b | 5"_s, u"2 | NULL | d | 6"_s}));
+            QStringList names;
+            const auto columns = loader.columns(u"sito_rows"_s);
+            for (const ColumnSpec &column : columns)
+                names.append(column.name);
+            QCOMPARE(names, QStringList({u"id"_s, u"caf\\xE9"_s, name, u"цена"_s}));
+        }
+    }
+
+    void readsNoTableWhoseNameIsNoText()
+    {
+        QTemporaryDir directory;
+        const QString fileName = directory.filePath(u"names.sqlite"_s);
+        const QString other = u"other"_s;
+        const auto remove = qScopeGuard([&other] { QSqlDatabase::removeDatabase(other); });
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, other);
+            database.setDatabaseName(fileName);
+            QVERIFY(database.open());
+            QSqlQuery query(database);
+            QVERIFY(query.exec(u"CREATE TABLE \"t\uFFFD\" (id INTEGER)"_s));
+            QVERIFY(query.exec(u"INSERT INTO \"t\uFFFD\" VALUES (1)"_s));
+            QVERIFY(query.exec(u"CREATE TABLE tA (id INTEGER)"_s));
+            database.close();
+        }
+        QFile file(fileName);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = file.readAll();
+        bytes.replace("tA", "t\xe9");
+        file.seek(0);
+        file.write(bytes);
+        file.close();
+
+        {
+            QSqlDatabase database = QSqlDatabase::database(other);
+            const TableLoader loader(database);
+
+            QCOMPARE(loader.tableNames(), QStringList({u"t\\xE9"_s, u"t\uFFFD"_s}));
+            QCOMPARE(outcome(loader, u"t\uFFFD"_s), QStringList({u"1"_s}));
+            QCOMPARE(
+                outcome(loader, u"t\\xE9"_s),
+                QStringList({u"Таблица «t\\xE9»: её имя не записано в UTF-8, по нему её не прочитать"_s}));
+        }
     }
 
     void namesTheTableThatIsMissing()
