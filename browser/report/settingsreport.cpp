@@ -2,9 +2,10 @@
 #include <browser/report/settingsreport.h>
 
 #include <browser/parts/printable.h>
-#include <browser/settings/inifile.h>
 
 #include <data/exception.h>
+#include <hostkit/settings/inifile.h>
+#include <hostkit/settings/settingsdocument.h>
 #include <hostkit/settings/settingsvalue.h>
 #include <settings/settingsmodel.h>
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <vector>
 
 namespace sito {
@@ -81,44 +83,51 @@ SettingsReport::SettingsReport(const CommandLine &commandLine, QTextStream &out)
 
 void SettingsReport::run()
 {
-    requireIniFile(m_commandLine.settingsFile);
     const QString file = QFileInfo(m_commandLine.settingsFile).absoluteFilePath();
-    if (!m_commandLine.settingsChanges.isEmpty()) {
-        QSettings store(file, QSettings::IniFormat);
-        requireWritable(store);
-        SettingsModel trial;
-        trial.setEditStrategy(SettingsModel::OnManualSubmit);
-        trial.setSettings(&store);
-        applyChanges(trial);
-
-        SettingsModel model;
-        model.setEditStrategy(m_commandLine.strategy);
-        model.setSettings(&store);
-        applyChanges(model);
-        model.submitAll();
-        store.sync();
-        if (store.status() != QSettings::NoError)
-            throw Exception(tr("Не удалось записать «%1»").arg(m_commandLine.settingsFile));
-    }
+    if (const QString problem = IniFile::problem(m_commandLine.settingsFile); !problem.isEmpty())
+        throw Exception(problem);
+    if (!m_commandLine.settingsChanges.isEmpty())
+        change(file);
     QSettings store(file, QSettings::IniFormat);
     SettingsModel model;
     model.setSettings(&store);
     print(model);
+    if (const QString unreadable = IniFile(file).unreadableText(); !unreadable.isEmpty())
+        m_out << unreadable << '\n';
 }
 
-void SettingsReport::requireWritable(const QSettings &store) const
+void SettingsReport::change(const QString &file) const
 {
-    if (isReadOnlyStore(store))
+    SettingsDocument document;
+    document.open(std::make_unique<QSettings>(file, QSettings::IniFormat));
+    if (document.isReadOnly())
         throw Exception(tr("Файл «%1» доступен только для чтения").arg(m_commandLine.settingsFile));
+    SettingsModel trial;
+    trial.setReadOnly(false);
+    trial.setEditStrategy(SettingsModel::OnManualSubmit);
+    trial.setSettings(document.model()->settings());
+    applyChanges(trial);
+
+    QString refusal;
+    QObject::connect(&document, &SettingsDocument::wrote, &document,
+                     [&refusal](const SettingsDocument::Outcome &outcome) {
+                         if (outcome.refused)
+                             refusal = outcome.message;
+                     });
+    document.setManual(m_commandLine.strategy == SettingsModel::OnManualSubmit);
+    try {
+        applyChanges(*document.model());
+    } catch (const Exception &) {
+        if (refusal.isEmpty())
+            throw;
+        throw Exception(refusal);
+    }
+    if (const SettingsDocument::Outcome outcome = document.submit(); outcome.refused)
+        throw Exception(outcome.message);
 }
 
 void SettingsReport::applyChanges(SettingsModel &model) const
 {
-    model.setReadOnly(false);
-    // By path, the model would write some names that hold "%" to another entry.
-    const SettingsModel::EditStrategy strategy = model.editStrategy();
-    QSettings *atOnce = strategy == SettingsModel::OnFieldChange ? model.settings() : nullptr;
-    model.setEditStrategy(SettingsModel::OnManualSubmit);
     for (const CommandLine::SettingsChange &change : m_commandLine.settingsChanges) {
         const QModelIndex index = find(model, change.path);
         if (!index.isValid())
@@ -129,17 +138,12 @@ void SettingsReport::applyChanges(SettingsModel &model) const
         if (change.remove) {
             if (!model.removeRow(index.row(), index.parent()))
                 throw Exception(tr("Не удалось удалить «%1»").arg(change.path));
-            if (atOnce)
-                atOnce->remove(change.path);
         } else if (isGroup(index)) {
             throw Exception(tr("«%1» - группа, у неё нет значения").arg(change.path));
         } else if (!model.setData(index.siblingAtColumn(valueColumn), change.value)) {
             throw Exception(tr("Не удалось изменить «%1»").arg(change.path));
-        } else if (atOnce) {
-            atOnce->setValue(change.path, change.value);
         }
     }
-    model.setEditStrategy(strategy);
 }
 
 void SettingsReport::print(const SettingsModel &model)

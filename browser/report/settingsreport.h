@@ -8,11 +8,10 @@
 #include <QString>
 #include <QTextStream>
 
-class QSettings;
-
 namespace sito {
 
-/// Edits an INI file through a SettingsModel, as a view would, and prints the tree that the file then holds.
+/// Edits an INI file through a SettingsDocument, as the window does, and prints the tree that the file then holds,
+/// and which of its lines cannot be read.
 ///
 /// Every failure is thrown as Exception. All changes are tried out on a model that writes nothing before the
 /// first one is made, so that a path that is missing leaves the file as it is.
@@ -27,7 +26,7 @@ public:
     void run();
 
 private:
-    void requireWritable(const QSettings &store) const;
+    void change(const QString &file) const;
     void applyChanges(SettingsModel &model) const;
     void print(const SettingsModel &model);
 

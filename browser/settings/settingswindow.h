@@ -1,15 +1,25 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/settings/settingsdelegate.h>
+#include <hostkit/settings/settingsdocument.h>
+
+#include <QTimer>
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
+class QLabel;
+class QLineEdit;
 class QSettings;
 
 namespace sito {
 
-class SettingsWindowPrivate;
+class NoticeBar;
+class PendingPanel;
+class SettingsActions;
+class SettingsTree;
 
 /// Shows a settings store as a tree and edits it: a window of its own, over any INI file or the store of the
 /// application.
@@ -17,20 +27,9 @@ class SettingsWindowPrivate;
 /// Changes are written at once or wait until they are submitted, as the user chooses; those that wait are marked
 /// in the tree, listed below it, and each can be dismissed alone.
 ///
-/// **The file**
-/// - What is in it for the first time or from another program is copied to "FILE.bak-YYYYMMDD-hhmmss" beside
-///   it before it is overwritten.
-/// - A write brings the changes into what the file holds then, all of them or none. Where it cannot or must not
-///   be (no copy, no INI file any more, marked as read-only, held by another program), nothing is
-///   written, a message tells why, and the changes go on waiting; one that was to be written at once stays in
-///   its editor.
-/// - What another program writes meanwhile is told of, never overwritten unseen: a write that would replace
-///   such a value is refused once, and the value shown.
-/// - Values that QSettings cannot read, such as those of another program's types, stay in the file as they are.
-/// - The types of values are those of the INI form when the file is opened: numbers and choices are texts, and
-///   so is a list of one item; an empty list is no value. A write of such a list tells so.
-/// - When it is gone or spoilt, what it held stays in the tree and all changes go on waiting. A file that is
-///   gone is written anew, with all that the tree knows of it, by a write on command.
+/// The file is a SettingsDocument: nothing in it is overwritten unseen, and what cannot be written goes on
+/// waiting; one that was to be written at once stays in its editor. A message tells why, and what another program
+/// wrote is told of and shown. Lines that cannot be read are named.
 ///
 /// An editor that is open takes part in writing, closing and refreshing as if Enter had been pressed; a value
 /// that was refused before is only written on Enter or by the command to write, and holds up the others.
@@ -58,8 +57,55 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    friend class SettingsWindowPrivate;
-    const std::unique_ptr<SettingsWindowPrivate> d;
+    using Outcome = SettingsDocument::Outcome;
+
+    void build();
+    void buildActions();
+    void buildSearch();
+    void buildViews();
+    void retranslate();
+    void updateState();
+    QString stateText() const;
+
+    void open(std::unique_ptr<QSettings> store);
+    bool mayClose();
+    bool finishEditing(SettingsDelegate::Refused refused = SettingsDelegate::Refused::Keep);
+
+    void chooseFile();
+    void submit();
+    void revert();
+    void refresh();
+    void removeSelected();
+    QString removalDetails(const QList<QPersistentModelIndex> &rows) const;
+    void applySearch();
+    void chooseImmediate();
+    void showEntry(const QString &path);
+    void dismiss(int row);
+
+    bool trySubmit();
+    void wrote(const Outcome &outcome);
+    void showOutcome(const Outcome &outcome);
+    void showOutcomeAfterEditing(Outcome outcome);
+    void tell(const Outcome &outcome, int dropped = 0);
+    void tellOfProblem(const QString &problem);
+    void tellOfChange();
+    void editingEnded();
+    void setManual(bool manual);
+    void reload();
+    bool mayDropChanges();
+    int readAgain(SettingsChanges::Grown groups);
+
+    SettingsDocument m_document;
+    std::optional<Outcome> m_postponed; ///< to be shown when no editor is open any more
+    QTimer m_searchTimer;
+
+    SettingsActions *m_actions = nullptr;
+    NoticeBar *m_stateBar = nullptr;
+    NoticeBar *m_noticeBar = nullptr;
+    QLineEdit *m_searchLine = nullptr;
+    SettingsTree *m_tree = nullptr;
+    PendingPanel *m_panel = nullptr;
+    QLabel *m_status = nullptr;
 };
 
 } // namespace sito

@@ -11,23 +11,21 @@
 
 namespace sito {
 
-/// A settings store over a private copy of some content, gone with the object.
+/// A settings store over a temporary copy of some content, deleted with this object.
 ///
 /// All stores over one file share, within a process, what one of them read or was given, so that a look at a file
 /// through a second store changes what the first one holds. A private copy shares nothing.
 class HOSTKIT_EXPORT ScratchStore
 {
 public:
-    explicit ScratchStore(const QByteArray &content, QSettings::Format format = QSettings::IniFormat);
-    /// A copy of the file \a fileName as it is now; null when that is no regular file or cannot be read. The
-    /// status of the store tells whether all of it could be understood.
-    static std::unique_ptr<ScratchStore> ofFile(const QString &fileName, QSettings::Format format);
+    /// \a content is that of an INI file.
+    explicit ScratchStore(const QByteArray &content);
 
     QSettings *operator->() const { return m_store.get(); }
     QSettings &operator*() const { return *m_store; }
     /// Whether the copy could be made.
     bool isComplete() const { return m_complete; }
-    /// Writes the store out and answers its content; null when that failed.
+    /// Writes the store out and returns its content; null when that failed.
     QByteArray content() const;
 
 private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingschanges.h>
 
-#include <hostkit/settings/scratchstore.h>
+#include <hostkit/settings/inifile.h>
 #include <hostkit/settings/settingsvalue.h>
 #include <settings/settingsmodel.h>
 
@@ -21,27 +21,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int valueColumn = 2;
-
-QString parentPath(const QString &path)
-{
-    return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
-}
-
-bool isIn(const QString &path, const SettingsChanges::Change &removal)
-{
-    return path == removal.path || path.startsWith(removal.path + u'/');
-}
-
-/// Whether \a read is \a known, or what a file that holds it as a text gives back of it.
-bool isKnown(const QVariant &read, const QVariant &known)
-{
-    const bool isList = known.typeId() == QMetaType::QStringList || known.typeId() == QMetaType::QVariantList;
-    const QVariantList items = isList ? known.toList() : QVariantList{known};
-    if (isSameSettingsValue(read, known) || (!read.isValid() && items.isEmpty()))
-        return true;
-    return read.typeId() == QMetaType::QString && items.size() == 1 &&
-           read.toString() == items.first().toString();
-}
 
 /// Calls \a visit for each row of \a model, with its path, top down.
 void visitRows(const SettingsModel &model,
@@ -67,23 +46,28 @@ void visitRows(const SettingsModel &model,
     }
 }
 
-/// Every group of \a store, by path; and every key.
-struct Entries
+/// All that \a store holds.
+SettingsDiff::Values valuesOf(const QSettings &store)
 {
-    explicit Entries(const QSettings &store)
+    SettingsDiff::Values values;
+    const QStringList keys = store.allKeys();
+    for (const QString &key : keys)
+        values.insert(key, key.isEmpty() ? QVariant() : store.value(key));
+    return values;
+}
+
+/// What is in a store.
+struct Paths
+{
+    explicit Paths(const QSettings &store) : groups(SettingsDiff::groupsOf(store.allKeys()))
     {
         const QStringList all = store.allKeys();
-        for (const QString &key : all) {
-            keys.insert(key);
-            for (QString group = parentPath(key); !group.isEmpty() && !groups.contains(group);
-                 group = parentPath(group))
-                groups.insert(group);
-        }
+        keys = QSet<QString>(all.begin(), all.end());
     }
 
-    bool contains(const QString &path, bool group) const
+    bool contains(const QString &path, bool isGroup) const
     {
-        return group ? groups.contains(path) : keys.contains(path);
+        return (isGroup ? groups : keys).contains(path);
     }
 
     QSet<QString> keys;
@@ -127,8 +111,8 @@ void SettingsChanges::setModel(SettingsModel *model)
     for (const QMetaObject::Connection &connection : std::exchange(m_connections, {}))
         disconnect(connection);
     m_model = model;
-    m_removals.clear();
-    m_base.clear();
+    m_diff.forgetRemovals();
+    m_diff.forgetKnown();
     m_hadFile = false;
     if (model) {
         takeBase();
@@ -161,11 +145,7 @@ void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last
         return;
     for (int row = first; row <= last; ++row) {
         const QModelIndex index = m_model->index(row, 0, parent);
-        Change change;
-        change.path = settingsPath(index);
-        change.removal = true;
-        change.group = m_model->hasChildren(index);
-        m_removals.append(change);
+        m_diff.noteRemoval(settingsPath(index), m_model->hasChildren(index));
     }
 }
 
@@ -173,7 +153,7 @@ void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last
 void SettingsChanges::takeBase()
 {
     visitRows(*m_model, [this](const QModelIndex &index, const QString &path) {
-        m_base.insert(path, settingsValue(index.siblingAtColumn(valueColumn)));
+        m_diff.know(path, settingsValue(index.siblingAtColumn(valueColumn)));
     });
 }
 
@@ -189,27 +169,14 @@ SettingsChanges::StoreState SettingsChanges::storeState() const
         return StoreState::Readable;
     if (!QFileInfo::exists(store->fileName()))
         return m_hadFile ? StoreState::Missing : StoreState::Readable;
-    const auto content = ScratchStore::ofFile(store->fileName(), store->format());
-    return content && (*content)->status() == QSettings::NoError ? StoreState::Readable
-                                                                 : StoreState::Unreadable;
-}
-
-/// Whether \a now was put into the model. A value that differs from the store's only because another program
-/// changed that was not.
-bool SettingsChanges::isEdit(const QString &path, const QVariant &now, const QVariant &old)
-{
-    if (isSameSettingsValue(now, old)) {
-        m_base.insert(path, now);
-        return false;
-    }
-    return !isSameSettingsValue(now, m_base.value(path));
+    return IniFile::problem(store->fileName()).isEmpty() ? StoreState::Readable : StoreState::Unreadable;
 }
 
 void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight)
 {
     // A merge tells of whole rows, with what it read.
     if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
-        m_base.insert(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
+        m_diff.know(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
     const QSettings *store = m_model->settings();
     // In the middle of a walk the store has a current group.
     if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !store ||
@@ -221,7 +188,7 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
     const QVariant now = settingsValue(topLeft);
     const QVariant old = store->value(path);
     const qsizetype row = m_edited.value(path, -1);
-    const bool edit = isEdit(path, now, old);
+    const bool edit = m_diff.isEdit(path, now, old);
     if (row >= 0 && edit) {
         m_changes[row].oldValue = old;
         m_changes[row].newValue = now;
@@ -237,69 +204,26 @@ void SettingsChanges::synchronize()
     m_scheduled = false;
     if (m_working)
         return;
-    QList<Change> edits;
     const QSettings *store = m_model ? m_model->settings() : nullptr;
     if (!store) {
-        m_removals.clear();
+        m_diff.forgetRemovals();
         publish({});
         return;
     }
     noteFile();
-    QSet<QString> keys;
-    QSet<QString> groups;
+    QList<SettingsDiff::Entry> entries;
     visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
-        if (m_model->hasChildren(index)) {
-            groups.insert(path);
-            return;
-        }
-        // The second row of a name that was group and key is a stale one.
-        if (index.data().toString().isEmpty() || keys.contains(path))
-            return;
-        keys.insert(path);
-        Change change;
-        change.path = path;
-        change.newValue = settingsValue(index.siblingAtColumn(valueColumn));
-        change.oldValue = store->value(path);
-        if (isEdit(path, change.newValue, change.oldValue))
-            edits.append(change);
+        const bool isGroup = m_model->hasChildren(index);
+        if (isGroup || !index.data().toString().isEmpty())
+            entries.append(
+                {path, isGroup, isGroup ? QVariant() : settingsValue(index.siblingAtColumn(valueColumn))});
     });
-    if (!m_removals.isEmpty()) {
-        const Entries entries(*store);
-        const auto isGone = [&](const Change &change) {
-            return !entries.contains(change.path, change.group);
-        };
-        const auto isBack = [&](const Change &change) {
-            return (change.group ? groups : keys).contains(change.path);
-        };
-        m_removals.removeIf(isBack);
-        // A store that could not be read says nothing of what is in it.
-        if (std::any_of(m_removals.begin(), m_removals.end(), isGone) &&
-            storeState() == StoreState::Readable) {
-            m_base.removeIf([&](QHash<QString, QVariant>::iterator entry) {
-                return !entries.keys.contains(entry.key()) && !entries.groups.contains(entry.key()) &&
-                       std::any_of(m_removals.begin(), m_removals.end(), [&](const Change &change) {
-                           return isGone(change) && isIn(entry.key(), change);
-                       });
-            });
-            m_removals.removeIf(isGone);
-        }
-        // What was removed with the group around it is no removal of its own any more.
-        const QList<Change> all = m_removals;
-        m_removals.removeIf([&](const Change &change) {
-            return std::any_of(all.begin(), all.end(), [&](const Change &other) {
-                return other.group && change.path.startsWith(other.path + u'/');
-            });
-        });
-        for (Change &change : m_removals)
-            change.oldValue =
-                change.group ? QVariant() : store->value(change.path, m_base.value(change.path));
-    }
-    publish(edits);
+    publish(
+        m_diff.changes(entries, valuesOf(*store), [this] { return storeState() == StoreState::Readable; }));
 }
 
-void SettingsChanges::publish(const QList<Change> &edits)
+void SettingsChanges::publish(const QList<Change> &now)
 {
-    const QList<Change> now = edits + m_removals;
     const bool same = std::equal(now.begin(), now.end(), m_changes.begin(), m_changes.end(),
                                  [](const Change &one, const Change &other) {
                                      return one.path == other.path && one.removal == other.removal &&
@@ -315,7 +239,7 @@ void SettingsChanges::publish(const QList<Change> &edits)
     m_removalsIn.clear();
     for (qsizetype row = 0; row < m_changes.size(); ++row) {
         if (m_changes.at(row).removal)
-            ++m_removalsIn[parentPath(m_changes.at(row).path)];
+            ++m_removalsIn[SettingsDiff::groupOf(m_changes.at(row).path)];
         else
             m_edited.insert(m_changes.at(row).path, row);
     }
@@ -326,22 +250,9 @@ void SettingsChanges::publish(const QList<Change> &edits)
 /// Takes the removals of groups out of \a pending that would remove what was not known when they were made.
 void SettingsChanges::dropGrown(QList<Change> &pending)
 {
-    m_grown.clear();
-    const auto isGroupRemoval = [](const Change &change) { return change.removal && change.group; };
-    if (std::none_of(pending.begin(), pending.end(), isGroupRemoval))
-        return;
-    const QSettings &store = *m_model->settings();
-    QStringList unknown = store.allKeys();
-    unknown.removeIf([&](const QString &key) {
-        return m_base.contains(key) && isKnown(store.value(key), m_base.value(key));
-    });
-    pending.removeIf([&](const Change &change) {
-        const bool grown =
-            isGroupRemoval(change) && std::any_of(unknown.begin(), unknown.end(),
-                                                  [&](const QString &key) { return isIn(key, change); });
-        if (grown)
-            m_grown += change.path;
-        return grown;
+    m_grown = m_diff.grownGroups(pending, valuesOf(*m_model->settings()));
+    pending.removeIf([this](const Change &change) {
+        return change.removal && change.group && m_grown.contains(change.path);
     });
 }
 
@@ -374,7 +285,7 @@ int SettingsChanges::dismiss(int row)
     if (change.removal && storeState() != StoreState::Readable)
         return -1;
     // The store may have been read while the file was away.
-    if (change.removal && !Entries(*m_model->settings()).contains(change.path, change.group))
+    if (change.removal && !Paths(*m_model->settings()).contains(change.path, change.group))
         m_model->settings()->sync();
     // What is not listed yet would not be made again.
     synchronize();
@@ -385,17 +296,16 @@ int SettingsChanges::dismiss(int row)
         if (change.removal) {
             // The model restores all or nothing: the others are made again.
             QList<Change> others = m_changes;
-            const auto isIt = [&](const Change &other) {
+            others.removeIf([&](const Change &other) {
                 return other.removal && other.path == change.path && other.group == change.group;
-            };
-            others.removeIf(isIt);
-            m_removals.removeIf(isIt);
+            });
+            m_diff.forgetRemoval(change.path, change.group);
             dropGrown(others);
             merge();
             dropped = apply(others) + int(m_grown.size());
         } else {
             Change back = change;
-            back.newValue = m_model->settings()->value(change.path, m_base.value(change.path));
+            back.newValue = m_model->settings()->value(change.path, known().value(change.path));
             apply({back});
         }
     }
@@ -407,12 +317,12 @@ int SettingsChanges::dismiss(int row)
 void SettingsChanges::merge()
 {
     const Unwatched unwatched(*m_model);
-    const Entries entries(*m_model->settings());
+    const Paths stored(*m_model->settings());
     // The model would cut rows from the ends of levels in their stead.
     QList<QPersistentModelIndex> vanished;
     visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         const bool nameless = index.data().toString().isEmpty();
-        if (!nameless && !entries.contains(path, m_model->hasChildren(index)))
+        if (!nameless && !stored.contains(path, m_model->hasChildren(index)))
             vanished.append(index);
     });
     for (const QPersistentModelIndex &index : std::as_const(vanished)) {
@@ -420,7 +330,7 @@ void SettingsChanges::merge()
             m_model->removeRow(index.row(), index.parent());
     }
     m_model->revertAll();
-    m_base.clear();
+    m_diff.forgetKnown();
     takeBase();
 }
 
@@ -429,7 +339,7 @@ bool SettingsChanges::dismissAll()
     if (!m_model || !m_model->settings() || m_model->readOnly() ||
         m_model->editStrategy() != SettingsModel::OnManualSubmit || storeState() != StoreState::Readable)
         return false;
-    m_removals.clear();
+    m_diff.forgetRemovals();
     {
         const QScopedValueRollback working(m_working, true);
         m_model->settings()->sync();

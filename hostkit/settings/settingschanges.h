@@ -2,6 +2,8 @@
 #pragma once
 
 #include <hostkit/hostkit_export.h>
+#include <hostkit/settings/settingschange.h>
+#include <hostkit/settings/settingsdiff.h>
 
 #include <QAbstractTableModel>
 #include <QHash>
@@ -17,10 +19,8 @@ namespace sito {
 /// What a SettingsModel holds and its store does not yet: the edits and removals that wait for submitAll(), as
 /// a list that views show and of which each can be dismissed alone.
 ///
-/// Found by comparing: an edit is a key whose value was set in the model and differs from the store's in type
-/// or value, a removal is an entry that was removed from the model while the store has it. So an edit back to
-/// the old value is none, what another program wrote is none either, and with `OnFieldChange` the list is
-/// empty. The store must have no current group.
+/// Found by comparing, see SettingsDiff; with `OnFieldChange` the list is empty. The store must have no current
+/// group.
 ///
 /// **When the file is gone**
 /// A store whose file was deleted or spoilt meanwhile reads as an empty one, and a model that follows it loses
@@ -36,15 +36,7 @@ class HOSTKIT_EXPORT SettingsChanges : public QAbstractTableModel
     Q_OBJECT
 
 public:
-    /// One pending change.
-    struct Change
-    {
-        QString path;
-        bool removal = false; ///< of the entry and all below it; else an edit of a key
-        bool group = false;   ///< whether the removed entry is a group
-        QVariant oldValue;    ///< the store's; none for groups
-        QVariant newValue;    ///< the model's; none for removals
-    };
+    using Change = SettingsChange;
 
     enum Column { KindColumn, PathColumn, OldColumn, NewColumn, ColumnCount };
 
@@ -76,7 +68,7 @@ public:
 
     /// The value of each key as it was last known to be the store's, by path; pending changes do not change it.
     /// Groups have invalid ones.
-    const QHash<QString, QVariant> &known() const { return m_base; }
+    const QHash<QString, QVariant> &known() const { return m_diff.known(); }
 
     /// Looks at the store's file as it is now, without a change to what the store holds.
     StoreState storeState() const;
@@ -120,16 +112,14 @@ private:
     void noteFile();
     void merge();
     void dropGrown(QList<Change> &pending);
-    bool isEdit(const QString &path, const QVariant &now, const QVariant &old);
-    void publish(const QList<Change> &edits);
+    void publish(const QList<Change> &now);
     /// Brings \a changes about in the model, by path; how many could not be.
     int apply(const QList<Change> &changes);
 
     QPointer<SettingsModel> m_model;
     QList<QMetaObject::Connection> m_connections;
     QList<Change> m_changes;
-    QList<Change> m_removals;
-    QHash<QString, QVariant> m_base; ///< known()
+    SettingsDiff m_diff;
     QStringList m_grown;
     QHash<QString, qsizetype> m_edited;
     QHash<QString, int> m_removalsIn;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <support/program.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -83,7 +84,51 @@ private Q_SLOTS:
                              "a/b/z  QString  3\n"
                              "a/x    QString\n"
                              "top    QString  ё\n"_s);
-        QCOMPARE(contentOf(file), QByteArray("[General]\ntop=\xd1\x91\n\n[a]\nb\\z=3\nx=\n"));
+        QCOMPARE(contentOf(file), QByteArray("[General]\ntop=\xd1\x91\n[a]\nx=\n[a/b]\nz=3\n"));
+    }
+
+    void changesOnlyTheLinesOfEntries_data()
+    {
+        QTest::addColumn<QString>("strategy");
+        QTest::newRow("on field change") << u"on-field-change"_s;
+        QTest::newRow("on manual submit") << u"on-manual-submit"_s;
+    }
+    void changesOnlyTheLinesOfEntries()
+    {
+        QFETCH(QString, strategy);
+        // Comments, spaces, line ends, a list of another program and a type of another one.
+        const QByteArray rest = "; why\r\nlist=A;B\r\nv=@Variant(\\0\\0\\x4\\0)\r\n[h]\r\n b = 2 ; two\r\n";
+        const QByteArray content = "; first\r\n[g]\r\na=1\r\nc=3\r\n" + rest;
+        const QString file = makeFile(content);
+
+        const ProgramRun run = runBrowser({u"--settings"_s, file, u"--strategy"_s, strategy, u"--set"_s,
+                                           u"g/a=9"_s, u"--remove"_s, u"g/c"_s});
+
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(contentOf(file), "; first\r\n[g]\r\na=9\r\n" + rest);
+        const QStringList copies =
+            QFileInfo(file).dir().entryList({QFileInfo(file).fileName() + u".bak-*"_s});
+        QCOMPARE(copies.size(), 1);
+        QCOMPARE(contentOf(QFileInfo(file).dir().filePath(copies.constFirst())), content);
+    }
+
+    void namesWhatCannotBeRead()
+    {
+        const QByteArray content = "# note\na=1\nsome words\n[g]\nb=2\n";
+        const QString file = makeFile(content);
+
+        const ProgramRun shown = runBrowser({u"--settings"_s, file});
+        const ProgramRun changed = runBrowser({u"--settings"_s, file, u"--set"_s, u"g/b=9"_s});
+
+        QCOMPARE(shown.errors, QString());
+        QCOMPARE(shown.exitCode, 0);
+        QCOMPARE(shown.output, u"Path  Type     Value\n"
+                               "g/\n"
+                               "g/b   QString  2\n"
+                               "a     QString  1\n"
+                               "Lines that cannot be read: 1, 3\n"_s);
+        QCOMPARE(changed.exitCode, 0);
+        QCOMPARE(contentOf(file), QByteArray(content).replace("b=2", "b=9"));
     }
 
     void changesEntriesBelowNamesWithPercents_data()

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMessageBox>
+#include <QString>
+
+namespace sito {
+
+/// Asks \a question in a box over \a parent; whether the user presses the button \a yes. Enter and Esc mean no.
+bool isConfirmed(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &question,
+                 const QString &details, const QString &yes);
+
+} // namespace sito

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QWidget>
+
+class QAction;
+class QLabel;
+class QPushButton;
+class QTreeView;
+
+namespace sito {
+
+class SettingsChanges;
+
+/// The list of the changes that wait, of which each can be dismissed alone.
+class PendingPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// Shows \a changes, which must live as long.
+    explicit PendingPanel(SettingsChanges &changes, QWidget *parent = nullptr);
+
+    /// Whether changes can be dismissed.
+    void setWritable(bool writable);
+    /// Makes the change at \a row the current one, or the last.
+    void setCurrentRow(int row);
+
+Q_SIGNALS:
+    /// The user wants to see the entry \a path.
+    void activated(const QString &path);
+    /// The user wants to dismiss the change at \a row.
+    void dismissed(int row);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void retranslate();
+    void updateState();
+
+    SettingsChanges &m_changes;
+    bool m_writable = false;
+    QLabel *m_title;
+    QTreeView *m_list;
+    QAction *m_dismiss;
+    QPushButton *m_button;
+};
+
+} // namespace sito

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/hostkit_export.h>
+#include <hostkit/settings/settingschange.h>
+
+#include <QHash>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <functional>
+
+namespace sito {
+
+/// Tells the changes of somebody who edits a copy of a store from those that others make in the store meanwhile.
+///
+/// It compares three things: what the copy holds, what the store holds, and what was last known to be the store's.
+/// An edit is a value that differs from the store's in type or value and was put into the copy; a removal is an
+/// entry that was removed from the copy while the store has it. An edit back to the old value is none, and neither
+/// is what another program wrote. It knows nothing of models and files.
+class HOSTKIT_EXPORT SettingsDiff
+{
+public:
+    /// By path.
+    using Values = QHash<QString, QVariant>;
+
+    /// An entry of the copy.
+    struct Entry
+    {
+        QString path;
+        bool group = false;
+        QVariant value; ///< none for groups
+    };
+
+    /// What was last known to be in the store; groups have invalid values.
+    const Values &known() const { return m_known; }
+    void know(const QString &path, const QVariant &value) { m_known.insert(path, value); }
+    void forgetKnown() { m_known.clear(); }
+
+    /// An entry, with all below it, was removed from the copy.
+    void noteRemoval(const QString &path, bool isGroup);
+    void forgetRemoval(const QString &path, bool isGroup);
+    void forgetRemovals() { m_removals.clear(); }
+
+    /// Whether \a now, in the copy, was put there, while the store holds \a stored. If both are the same, that is
+    /// known from now on.
+    bool isEdit(const QString &path, const QVariant &now, const QVariant &stored);
+    /// Edits in the order of \a entries, all of the copy, then removals in the order in which they were made.
+    /// Removals whose entries are back in the copy or gone from the store are forgotten; nothing is gone from a
+    /// store that could not be read, as \a isReadable tells when it matters.
+    QList<SettingsChange> changes(const QList<Entry> &entries, const Values &stored,
+                                  const std::function<bool()> &isReadable);
+    /// The paths of the groups whose removal among \a changes would remove what was not known when they were made.
+    QStringList grownGroups(const QList<SettingsChange> &changes, const Values &stored) const;
+
+    /// The group around the entry \a path; empty at the top.
+    static QString groupOf(const QString &path);
+    /// All groups around the entries \a paths.
+    static QSet<QString> groupsOf(const QStringList &paths);
+
+private:
+    void forgetGone(const Values &stored, const std::function<bool()> &isReadable);
+
+    Values m_known;
+    QList<SettingsChange> m_removals;
+};
+
+} // namespace sito
