@@ -30,8 +30,7 @@ struct CellFilters
     Q_DECLARE_TR_FUNCTIONS(CellFilters)
 };
 
-/// The rows and the columns that can be compared of a selection, in ascending order, the columns as indexes of
-/// the table.
+/// The rows of a selection, and its columns that can be compared, as indexes of the table; both ascending.
 struct Selection
 {
     Selection(const TableModel &model, const QItemSelection &cells)
@@ -88,8 +87,8 @@ KeyValue keyOf(const Record &record, const QList<int> &columns)
     return key;
 }
 
-/// Calls \a take with the stored form of a present \a field: its bits, or its text. Values of one form are equal;
-/// equal ones may still have several, as 0.0 and -0.0.
+/// Calls \a take with the stored form of a present \a field: its bits, or its text. Values with the same form
+/// are equal; equal values may have different forms, as 0.0 and -0.0.
 template <typename Take>
 auto withStoredForm(const Field &field, Take take)
 {
@@ -117,7 +116,7 @@ size_t hashOf(const std::array<quint64, 2> &words, size_t seed)
     return qHashMulti(seed, words[0], words[1]);
 }
 
-/// Brings the bits at the top, where doubles differ, down to where the place is taken from.
+/// Moves the top bits, in which doubles differ, down to those that choose the slot.
 size_t hashOf(quint64 bits, size_t seed)
 {
     bits ^= seed ^ bits >> 32;
@@ -143,7 +142,7 @@ struct StoredForms
         }
         return seed;
     }
-    /// Whether \a a and \a b have the same.
+    /// Whether \a a and \a b have the same forms.
     bool operator()(unsigned char *a, unsigned char *b) const
     {
         return std::all_of(columns->begin(), columns->end(), [this, a, b](int column) {
@@ -250,7 +249,7 @@ Kind *findFilter(const FilterList &filters, const QList<int> &columns)
     return nullptr;
 }
 
-/// Gives \a filter its keys and switches it on; the list tells of it once.
+/// Gives \a filter its keys and switches it on; the list reports it once.
 Filter *take(FilterList &filters, ValueFilter *filter, const QList<KeyValue> &keys)
 {
     filter->setAllExcludedKeys(keys);

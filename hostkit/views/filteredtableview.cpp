@@ -87,7 +87,7 @@ void FilteredTableView::connectParts()
         auto *values = qobject_cast<ValueListFilter *>(filter);
         if (!values || values->hasValue())
             return;
-        // The list is still telling of the change.
+        // The list is still reporting the change.
         const auto removeLater = [this, later = QPointer<ValueListFilter>(values)] {
             if (later && !later->hasValue())
                 m_filters->remove(later);
@@ -337,7 +337,7 @@ void FilteredTableView::resizeEvent(QResizeEvent *event)
 
 void FilteredTableView::contextMenuEvent(QContextMenuEvent *event)
 {
-    // The Menu key is about the current cell; the position that comes with it is the middle of the view.
+    // The Menu key means the current cell; its event has the middle of the view as position.
     const QModelIndex pointed =
         event->reason() == QContextMenuEvent::Keyboard ? QModelIndex() : indexAt(event->pos());
     if (pointed.isValid() && selectionModel()->isSelected(pointed))

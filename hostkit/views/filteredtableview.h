@@ -23,12 +23,11 @@ class FilterList;
 class TableModel;
 class ValueListFilter;
 
-/// The rows of a table in a view that is ready for use: with a TableModel, a FilterList, a FilterHeader whose
-/// buttons open the lists of values, sorting by clicks on the titles, and a ViewAnchor. All of them belong to
-/// the view.
+/// A complete view of a table: with a TableModel, a FilterList, a FilterHeader whose buttons open the lists
+/// of values, sorting by clicks on the titles, and a ViewAnchor. The view owns all of them.
 ///
-/// A ValueListFilter of which everything is shown again leaves the list of filters by itself. While no row is
-/// shown, a text in the middle says why. Context menus are the host's: see cellMenuRequested() and
+/// A ValueListFilter that hides nothing any more is removed from the list of filters. While no row is
+/// shown, a text in the middle says why. The host provides context menus: see cellMenuRequested() and
 /// headerMenuRequested().
 ///
 /// Do not give the view another model, header or selection model.
@@ -44,55 +43,55 @@ public:
     TableModel *tableModel() const { return m_model; }
     FilterHeader *filterHeader() const { return m_header; }
 
-    /// The filter by the list of the values of \a columns: the one among the filters or a new one, which joins
-    /// them as soon as it has a value. Throws Exception for columns whose values cannot be compared.
+    /// The ValueListFilter over \a columns: the one in filters(), or a new one that is added there as soon as
+    /// it has a value. Throws Exception for columns whose values cannot be compared.
     ValueListFilter *valueFilter(const QList<int> &columns);
-    /// Lets the user choose the values of the column of \a section, below \a place on the screen. Does nothing
-    /// for a section that there is not; emits failed() for a column whose values cannot be compared.
+    /// Lets the user choose the values of the column of \a section, below \a place on the screen. Does
+    /// nothing for a section that does not exist; emits failed() for a column whose values cannot be
+    /// compared.
     void chooseValues(int section, const QRect &place);
-    /// Carries out the select operation of \a filter, below \a place on the screen. Emits failed() when that
-    /// throws.
+    /// Calls select() of \a filter, below \a place on the screen. Emits failed() when that throws.
     void select(SelectFilter &filter, const QRect &place);
 
     bool hasSelection() const;
-    /// The table's columns, ascending, of the selected cells; without hidden ones.
+    /// The table's columns that have a selected cell, ascending, without hidden ones.
     QList<int> selectedColumns() const;
-    /// As cellfilters.h has it, for the selected cells but those of hidden columns. Emit failed() when that throws.
+    /// As in cellfilters.h, for the selected cells outside hidden columns. Emit failed() when that throws.
     void hideSelectedValues();
     void showOnlySelectedValues();
 
-    /// Sorts by the column of \a section: ascending, descending at the next call, not at all at the third; with
-    /// \a adding in addition to the keys that there are.
+    /// Sorts by the column of \a section: ascending, descending at the next call, not at all at the third.
+    /// With \a adding, the other sort keys stay.
     void sortBy(int section, bool adding);
     void setSorting(int section, Qt::SortOrder order, bool adding);
     void clearSorting();
 
     void showAllColumns();
-    /// The shown section at the left or at the right of the shown \a section; -1 when there is none.
+    /// The nearest shown section to the left or right of the shown \a section; -1 when there is none.
     int neighbour(int section, bool atRight) const;
     /// Moves the column of \a section past its neighbour(); returns whether there is one.
     bool moveColumn(int section, bool toRight);
-    /// Makes the shown columns as wide as the cells in view need, up to 42 average characters.
+    /// Fits the width of the shown columns to the visible cells, up to 42 average characters.
     void resizeColumns();
 
     /// See HeaderLayout.
     QString layoutText() const;
     void restoreLayout(const QString &text);
 
-    /// The cell of \a index in global coordinates.
+    /// The rectangle of the cell of \a index, in global coordinates.
     QRect cellRect(const QModelIndex &index) const;
 
 Q_SIGNALS:
-    /// Something could not be done, as \a message says; also when a pass failed.
+    /// Emitted when an operation or a pass has failed; \a message is for the user.
     void failed(const QString &message);
-    /// The rows that are shown, or their order, have changed.
+    /// Emitted when the shown rows, or their order, have changed.
     void rowsChanged();
-    /// A selection that fell apart was given up; see ViewAnchor.
+    /// See ViewAnchor::selectionDropped().
     void selectionDropped();
-    /// The user asks for the menu of a cell at \a globalPosition: of the selected one below the pointer, or
-    /// else of the current one, which may be invalid.
+    /// Emitted when the user asks for the menu of a cell, at \a globalPosition. \a index is the selected cell
+    /// below the pointer, or else the current one, which may be invalid.
     void cellMenuRequested(const QModelIndex &index, const QPoint &globalPosition);
-    /// The user asks for the menu of a column; \a section is -1 beyond the last one.
+    /// Emitted when the user asks for the menu of a column; \a section is -1 beyond the last one.
     void headerMenuRequested(int section, const QPoint &globalPosition);
 
 protected:
@@ -114,7 +113,7 @@ private:
     TableModel *const m_model;
     FilterHeader *const m_header;
     QLabel *const m_note;
-    /// Filters that were asked for and have no value yet.
+    /// What valueFilter() has made and is not in the list of filters, because it has no value yet.
     QList<QPointer<ValueListFilter>> m_spareFilters;
 };
 

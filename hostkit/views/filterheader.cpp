@@ -78,7 +78,7 @@ struct FilterHeader::Layout
 };
 
 // ---------------------------------------------------------------------------------------------------------
-// What assistive tools are told.
+// The interface for assistive tools.
 
 namespace {
 
@@ -162,7 +162,7 @@ public:
             return nullptr;
         const int section = all.at(index);
         QAccessible::Id &id = m_buttons[section];
-        if (id == 0) // no interface has it
+        if (id == 0) // not the id of any interface
             id = QAccessible::registerAccessibleInterface(new FilterButtonInterface(header(), section));
         return QAccessible::accessibleInterface(id);
     }
@@ -355,7 +355,7 @@ void FilterHeader::paintSection(QPainter *painter, const QRect &rect, int logica
     initStyleOption(&option);
     option.rect = rect;
     initStyleOptionForIndex(&option, logicalIndex);
-    if (m_hovered == logicalIndex || m_pressed == logicalIndex) // the button answers, not the section
+    if (m_hovered == logicalIndex || m_pressed == logicalIndex) // the button is highlighted, not the section
         option.state &= ~(QStyle::State_Sunken | QStyle::State_MouseOver);
 
     painter->save();
@@ -416,7 +416,7 @@ QSize FilterHeader::sectionSizeFromContents(int logicalIndex) const
     const int margin = style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, this) + 1;
     const int side = fontMetrics().height() + 2;
     size.setHeight(std::max(size.height(), side + 4));
-    // Room for the button, and for the mark of the sorting whether or not there is one now.
+    // Room for the button, and for the sort mark even while there is none.
     return {size.width() + side + fontMetrics().height() / 2 + 4 * margin, size.height()};
 }
 

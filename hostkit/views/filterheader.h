@@ -11,17 +11,17 @@ namespace sito {
 
 /// A horizontal header with a filter button in every section, for tables whose columns are filtered.
 ///
-/// A section shows, from the left: its title, elided where it does not fit; the mark of the sorting, with the
-/// number of the sort key when there are several; the filter button, a funnel, which is filled in the
-/// highlight colour while a filter takes part over the column. Everything is drawn from the palette when it
-/// is painted, and from paths, so that it follows the palette and is sharp at any scale.
+/// A section shows, from the left: its title, elided where it does not fit; the sort mark, with the number of
+/// the sort key when there are several; the filter button, a funnel, which is filled in the highlight colour
+/// while a filter over the column is active. Everything is drawn from paths in the current colours of the
+/// palette, so it is sharp at any scale and follows the palette.
 ///
-/// A click on the button asks for the filter, one elsewhere asks for sorting; dragging moves the section, and
-/// dragging a border resizes it. With the focus in the view that is the header's parent, Alt+Down asks for the
-/// filter of the current column, and Alt+Up for sorting by it.
+/// A click on the button requests the filter, a click elsewhere requests sorting. Dragging moves the section,
+/// and dragging a border resizes it. While the focus is in the view that is the header's parent, Alt+Down
+/// requests the filter of the current column, and Alt+Up sorting by it.
 ///
-/// The header filters and sorts nothing itself: the owner does, and says what to show by
-/// setFilteredSections() and setSortMarks(). Do not switch on the view's own sorting.
+/// The header itself neither filters nor sorts: its owner does, and calls setFilteredSections() and
+/// setSortMarks() with what to show. Do not switch on the view's own sorting.
 ///
 /// For assistive tools the header has one child per shown section, in the order shown: a button with a menu,
 /// named by the title, which says whether the filter is on and can be pressed.
@@ -45,28 +45,30 @@ public:
     void setFilteredSections(const QList<int> &sections);
     bool isFiltered(int section) const { return m_filtered.contains(section); }
 
-    /// The sort keys that are shown, the first deciding first.
+    /// Shows \a marks as the sort keys, the most significant one first.
     void setSortMarks(const QList<SortMark> &marks);
     const QList<SortMark> &sortMarks() const { return m_sortMarks; }
 
     /// Where the button of \a section lies in the viewport; null for a hidden section, and for one that is
     /// too narrow for a button.
     QRect filterButtonRect(int section) const;
-    /// An invisible widget that lies on the button of \a section from now on, or at the nearest visible place
-    /// of the header: what a popup can be placed by. There is just one; it lives as long as the header.
+    /// An invisible widget to place a popup by, moved onto the button of \a section or to the nearest visible
+    /// place of the header. There is just one; it lives as long as the header.
     QWidget *popupAnchor(int section);
 
-    /// What is said of \a section to assistive tools: its title, and whether its filter is on.
+    /// The text of \a section for assistive tools: its title, and whether its filter is on.
     QString accessibleText(int section) const;
     /// Does what a click on the button of \a section does.
     void requestFilter(int section);
 
 Q_SIGNALS:
-    /// The user asks for the filter over the column of \a section; \a buttonRect is in global coordinates.
+    /// Emitted when the user asks for the filter over the column of \a section; \a buttonRect is in global
+    /// coordinates.
     void filterRequested(int section, const QRect &buttonRect);
-    /// The user asks for sorting by \a section; with Shift or Control, in addition to the keys there are.
+    /// Emitted when the user asks for sorting by \a section; with Shift or Control, in addition to the
+    /// existing sort keys.
     void sortRequested(int section, Qt::KeyboardModifiers modifiers);
-    /// The user asks for a menu; \a section is -1 beyond the last one.
+    /// Emitted when the user asks for a menu; \a section is -1 beyond the last one.
     void menuRequested(int section, const QPoint &globalPosition);
 
 protected:

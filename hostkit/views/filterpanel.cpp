@@ -144,7 +144,7 @@ void FilterPanel::removeItem(Filter *filter)
     FilterPanelItem *item = m_items.take(filter);
     if (!item)
         return;
-    // The focus stays among the filters: at the next one, or else at the one before.
+    // The focus goes to the next filter, or else to the one before.
     const bool hadFocus = item->isAncestorOf(focusWidget()) && focusWidget()->hasFocus();
     const int place = m_rows->indexOf(item);
     m_rows->removeWidget(item);
@@ -171,7 +171,7 @@ void FilterPanel::updateState()
 void FilterPanel::fillSetsMenu()
 {
     m_setsMenu->clear();
-    // The submenu owns its entry, so it outlives that; and something in it may just have been chosen.
+    // clear() keeps submenus, which own their entries. One of their actions may have been triggered just now.
     for (QMenu *old : m_setsMenu->findChildren<QMenu *>())
         old->deleteLater();
     QAction *save = m_setsMenu->addAction(tr("Сохранить набор…"));

@@ -21,9 +21,9 @@ namespace sito {
 
 class FilterPanelItem;
 
-/// The filters of a table one below the other, also those of columns that are out of sight: each can be
-/// switched on and off, read, edited and removed. Above them the buttons that clear all, and that save and
-/// restore sets of them.
+/// Shows the filters of a table one below the other, also those over hidden columns. Each can be switched
+/// on and off, read, edited and removed. Buttons above them clear all filters, and save and restore sets of
+/// them.
 class HOSTKIT_EXPORT FilterPanel : public QWidget
 {
     Q_OBJECT
@@ -37,14 +37,14 @@ public:
     /// The names of the sets that can be restored.
     void setSetNames(const QStringList &names);
 
-    /// Gives the focus to the first filter or, without one, to the buttons above.
+    /// Sets the focus to the first filter or, when there is none, to the buttons above.
     void focusFirst();
 
     /// The entries for sets: save, restore by name, delete by name. Belongs to the panel.
     QMenu *setsMenu() const { return m_setsMenu; }
 
 Q_SIGNALS:
-    /// The user wants to edit \a filter, below \a button.
+    /// Emitted when the user wants to edit \a filter; \a button is the one that was clicked.
     void editRequested(Filter *filter, QWidget *button);
     void saveRequested();
     void restoreRequested(const QString &name);

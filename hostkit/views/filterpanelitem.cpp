@@ -30,7 +30,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What a person would still read.
+/// In characters; nobody would read more.
 constexpr qsizetype maxText = 600;
 
 /// Whether \a filter can be edited at all.

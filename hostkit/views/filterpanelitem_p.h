@@ -10,14 +10,14 @@ class QToolButton;
 
 namespace sito {
 
-/// One filter in the panel: its switch with its name, what it hides, and the buttons to edit and to remove it.
+/// One filter in the panel: its switch with its name, its value, and the buttons to edit and to remove it.
 class FilterPanelItem : public QFrame
 {
     Q_OBJECT
 public:
     explicit FilterPanelItem(Filter *filter, QWidget *parent);
 
-    /// Shows the filter's state of now.
+    /// Shows the filter's current state.
     void update();
     QCheckBox *checkBox() const { return m_check; }
 

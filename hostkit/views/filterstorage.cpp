@@ -42,8 +42,8 @@ const QString enabledKey = u"enabled"_s;
 const QString keysKey = u"keys"_s;
 const QString textKey = u"text"_s;
 
-/// \a name as a part of a key that every store takes and that no other name gives, also where upper and lower
-/// case are the same: small letters and digits of ASCII as they are, everything else as "_" and four digits.
+/// \a name as a part of a key. Every store accepts it, and no other name has the same, also in stores that
+/// ignore case: small letters and digits of ASCII as they are, everything else as "_" and four digits.
 QString encoded(const QString &name)
 {
     if (name.isEmpty())
@@ -59,7 +59,7 @@ QString encoded(const QString &name)
     return result;
 }
 
-/// The name that encoded() gives as \a part; null when it gives that for none.
+/// The name from which encoded() makes \a part; null when there is none.
 QString decoded(const QString &part)
 {
     if (part == "_"_L1)
@@ -139,7 +139,7 @@ struct FilterStorage::Entry
     QMap<QString, QVariant> values;
 
     QString text(const QString &key) const { return values.value(key).toString(); }
-    /// Whether \a other says the same; a store may give numbers and switches back as texts.
+    /// Whether \a other has the same content; a store may return numbers and switches as texts.
     bool isLike(const Entry &other) const
     {
         const auto isSame = [](const QVariant &one, const QVariant &two) {
@@ -287,7 +287,7 @@ std::unique_ptr<ValueFilter> FilterStorage::make(const Entry &entry, Table &tabl
         throw Exception(tr("Фильтр не создан"));
     if (kind->keys == Keys::Stored)
         keysFromJson(*filter, entry.text(keysKey));
-    // A predicate may still refuse a key that reads well; no pass over the rows must fail by it.
+    // A predicate may refuse a key that was read without error, and would fail every pass over the rows.
     const std::unique_ptr<FilterFunc> func(filter->createFilterFunc(nullptr));
     filter->setEnabled(entry.values.value(enabledKey, true).toBool());
     return filter;
@@ -313,7 +313,7 @@ QList<FilterStorage::Entry> FilterStorage::read(const QString &group) const
     const QStringList groups = groupsBelow(m_store, group);
     for (const QString &name : groups) {
         const int number = name.toInt();
-        // What lies behind the size was left there by a program that writes the file at the same time.
+        // Entries beyond the size come from another program that writes the file at the same time.
         if (number >= 1 && number <= size && QString::number(number) == name)
             numbers.append(number);
     }
@@ -367,7 +367,7 @@ void FilterStorage::saveTo(const QString &group, const FilterList &filters)
                                         [&entry](const Entry &other) { return other.isLike(entry); });
         if (known != wasLeft.cend()) {
             wasLeft.erase(known);
-            // Somebody has made the same anew.
+            // The user has made the same filter again.
             if (std::any_of(own.begin(), own.end(),
                             [&entry](const Entry &other) { return other.isLike(entry); }))
                 continue;
@@ -438,18 +438,18 @@ QString FilterStorage::wholeGroup(const QString &group) const
     return m_store.group() + u'/' + group;
 }
 
-/// Says when the file of the store could not be read; empty when it could.
+/// The message for a store whose file could not be read; empty when it could.
 QString FilterStorage::readingError() const
 {
     const QString name = m_store.fileName();
-    // The store takes a file that it may not read for an empty one.
+    // QSettings treats a file that it may not read as an empty one.
     const bool isUnread = QFile::exists(name) && !QFile(name).open(QIODevice::ReadOnly);
     if (isUnread || m_store.status() == QSettings::FormatError)
         return tr("Не удалось прочитать «%1»").arg(name);
     return QString();
 }
 
-/// Throws Exception when what is in the file is not known in full, so that writing it could lose something.
+/// Throws Exception unless the file was read in full and can be written: a write could lose something.
 void FilterStorage::requireStore() const
 {
     if (const QString error = readingError(); !error.isEmpty())
@@ -463,8 +463,8 @@ void FilterStorage::write()
     m_store.sync();
     if (m_store.status() == QSettings::NoError)
         return;
-    // The status tells of the first error ever; another object over the same file starts afresh and writes
-    // what this one could not.
+    // The status keeps the first error for ever. Another object over the same file starts without it, and
+    // writes what this one could not.
     QSettings again(m_store.fileName(), m_store.format());
     again.sync();
     if (again.status() != QSettings::NoError)

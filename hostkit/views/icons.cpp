@@ -60,7 +60,7 @@ QList<QList<QPointF>> linesOf(Shape shape)
     return {};
 }
 
-/// Draws what of \a shape is no line.
+/// Draws the parts of \a shape that are not among its lines.
 void drawFigures(QPainter &painter, Shape shape, const QColor &colour, const QColor &accent)
 {
     switch (shape) {

@@ -11,8 +11,8 @@ class QPainter;
 
 namespace sito {
 
-/// Icons for tables and filters. They are drawn when they are painted, in the palette's colours at that time:
-/// sharp at any scale, and right in a palette that has changed since. For the GUI thread.
+/// Icons for tables and filters. They are drawn whenever they are painted, in the current colours of the
+/// palette, so they are sharp at any scale and follow the palette. For the GUI thread.
 namespace Icons {
 
 enum class Shape {
@@ -37,8 +37,8 @@ enum class Shape {
 
 HOSTKIT_EXPORT QIcon icon(Shape shape);
 
-/// An icon that \a draw draws at paint time into the square from (0, 0) to (16, 16), which is scaled to the size
-/// that is asked for.
+/// An icon that calls \a draw when it is painted. \a draw draws into the square from (0, 0) to (16, 16),
+/// which is scaled to the size requested.
 HOSTKIT_EXPORT QIcon drawn(const std::function<void(QPainter &, QIcon::Mode)> &draw);
 
 } // namespace Icons

@@ -29,20 +29,20 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// So many rows are read under one lock.
+/// How many rows are read under one lock.
 constexpr size_t rowsAtOnce = 500;
 
 constexpr qint64 millisecondsPerDay = 86'400'000;
-/// The first instant that all spreadsheets count alike.
+/// The first instant that has the same number in all spreadsheets.
 constexpr qint64 firstCountedDate = -25'508 * millisecondsPerDay; // 1900-03-01
-/// The first instant that they do not show any more.
+/// The first instant that they cannot show.
 constexpr qint64 endOfDates = 253'402'300'800'000; // 10000-01-01
-/// What they count the days from, in days before 1970-01-01.
+/// Day 0 of spreadsheets, in days before 1970-01-01.
 constexpr int firstDay = 25'569;
-/// How many digits of a number they keep.
+/// How many digits of a number spreadsheets keep.
 constexpr int keptDigits = 15;
 
-/// \a text as a field among tabs.
+/// \a text as a field between tabs.
 QString tabField(const std::optional<QString> &text)
 {
     if (!text)
@@ -142,13 +142,13 @@ QString htmlCell(const Field &field)
 
 } // namespace
 
-/// How far an operation of several forms has come.
+/// Counts the rows that are done, over all forms of one operation.
 class TableExport::Count
 {
 public:
     Count(const Progress &progress, qint64 total) : m_progress(progress), m_total(total) {}
 
-    /// Counts \a rows more; false to give up.
+    /// Adds \a rows; returns false to cancel.
     bool add(qint64 rows)
     {
         m_done += rows;

@@ -23,23 +23,23 @@ namespace sito {
 
 class TableModel;
 
-/// Rows of a table on their way out: into a CSV file, or as text and HTML onto the clipboard.
+/// Exports rows of a table into a CSV file, or as text and HTML for the clipboard.
 ///
-/// It holds handles on the rows as they were when it was made, so that later passes of a model, and rows that
-/// leave the table, do not matter; values are read when they are written out. All operations but the makers
-/// and mimeData() may be called in any thread, as long as nobody writes into the rows without holding the
-/// table's lock: that is held for some rows at a time, never while anybody is called. The table must outlive
-/// the object.
+/// An object holds handles on the rows that it was made for: later passes of a model, and rows that leave the
+/// table, have no effect on it. Values are read when they are written out. All operations except shown(),
+/// selected() and mimeData() may be called from any thread, as long as nobody writes into the rows without
+/// holding the table's lock. The lock is held for some rows at a time, never during a call of other code. The
+/// table must outlive the object.
 ///
-/// Values are written as they are. A text that begins with "=", "+", "-" or "@" is a formula to a spreadsheet
-/// that opens a CSV file or takes the clipboard's plain text; who opens data of unknown origin has to tell it
-/// to take the columns for texts. The HTML form marks texts as such.
+/// Values are written as they are. A spreadsheet takes a text that begins with "=", "+", "-" or "@" for a
+/// formula when it opens a CSV file or pastes plain text; users have to import data of unknown origin as text
+/// columns. The HTML form marks texts as such.
 class HOSTKIT_EXPORT TableExport
 {
     Q_DECLARE_TR_FUNCTIONS(TableExport)
 public:
-    /// Told now and then, and at the end, how many of the rows are done; false gives up. May do what it
-    /// likes, process events included.
+    /// Called now and then, and at the end, with the number of rows that are done; returning false cancels.
+    /// May do anything, process events included.
     using Progress = std::function<bool(qint64 done, qint64 total)>;
 
     /// The values of \a columns, indexes of columns of \a table, in \a rows, which are rows of \a table.
@@ -47,41 +47,40 @@ public:
 
     /// All rows that \a model shows, in the order shown, with the columns of \a sections in that order.
     static TableExport shown(const TableModel &model, const QList<int> &sections);
-    /// Of these the rows and sections in which anything is selected in \a selection, a selection of
-    /// \a model: where the selection is no rectangle, also the cells between.
+    /// As shown(), but only the rows and sections with a cell in \a selection, a selection of \a model. Where
+    /// the selection is no rectangle, the cells between are included.
     static TableExport selected(const TableModel &model, const QList<int> &sections,
                                 const QItemSelection &selection);
-    /// The sections that \a header shows, from its beginning on, as they were moved there.
+    /// The sections that \a header shows, in their visual order.
     static QList<int> shownSections(const QHeaderView &header);
 
     qint64 rowCount() const { return qint64(m_rows.size()); }
     const QList<int> &columns() const { return m_columns; }
 
-    /// Whether a line with the names of the columns comes first; at first it does.
+    /// Whether a line with the names of the columns comes first; true by default.
     bool hasHeaders() const { return m_headers; }
     void setHeaders(bool headers) { m_headers = headers; }
-    /// Whether CSV begins with a byte order mark, which makes spreadsheets take it for UTF-8; at first it
-    /// does not.
+    /// Whether CSV begins with a byte order mark, by which spreadsheets recognise UTF-8; false by default.
     bool hasByteOrderMark() const { return m_byteOrderMark; }
     void setByteOrderMark(bool mark) { m_byteOrderMark = mark; }
 
-    /// Writes CSV as RFC 4180 has it: UTF-8, lines ended by CR LF, fields as csvField() gives them; so an
-    /// absent value is an empty field and an empty text a pair of quotes. (With a single column a line of an
+    /// Writes CSV by RFC 4180: UTF-8, lines ended by CR LF, fields as csvField() gives them. So an absent
+    /// value is an empty field, and an empty text a pair of quotes. (With a single column, the line of an
     /// absent value is empty.) \a device must be open for writing.
     ///
-    /// Returns false when \a progress gave up. Throws Exception when the device takes no more; the message is
-    /// the device's error.
+    /// Returns false when \a progress cancelled. Throws Exception when a write fails; the message is the
+    /// device's error.
     bool writeCsv(QIODevice &device, const Progress &progress = {}) const;
 
-    /// Text that spreadsheets take: fields separated by tabs, lines by LF, and a LF at the end unless there
-    /// is but one line. A field is in quotes where it holds a tab, a line break or a quote, and when it is an
-    /// empty text; an absent value is an empty field. Null when \a progress gave up.
+    /// Text that spreadsheets can paste: fields separated by tabs, lines by LF, and a LF at the end unless
+    /// there is just one line. A field is in quotes when it holds a tab, a line break or a quote, and when it
+    /// is an empty text; an absent value is an empty field. Null when \a progress cancelled.
     QString clipboardText(const Progress &progress = {}) const;
     /// An HTML page with one table. Cells have the types that spreadsheets know: numbers of up to 15 digits
-    /// and dates from March 1900 on as values, everything else as texts. Null when \a progress gave up.
+    /// and dates from March 1900 on as values, everything else as texts. Null when \a progress cancelled.
     QString html(const Progress &progress = {}) const;
-    /// clipboardText() as text/plain, html() and CSV as text/csv; null when \a progress gave up. \a progress
-    /// sees one count over all three.
+    /// clipboardText() as text/plain, html() and CSV as text/csv; null when \a progress cancelled.
+    /// \a progress gets one count over all three.
     std::unique_ptr<QMimeData> mimeData(const Progress &progress = {}) const;
 
 private:
@@ -90,7 +89,8 @@ private:
 
     class Count;
 
-    /// Whether all was written; \a error says why not, and is null when \a count gave up.
+    /// Returns whether everything was written; otherwise \a error is the reason, null when \a count
+    /// cancelled.
     bool writeCsv(QIODevice &device, Count &count, QString &error) const;
     QString clipboardText(Count &count) const;
     QString html(Count &count) const;
@@ -102,12 +102,13 @@ private:
     bool m_byteOrderMark = false;
 };
 
-/// Writes \a rows into the file \a fileName as CSV. A file of that name is replaced when all is written, and
-/// stays as it was when \a progress gives up, for which false is returned, or anything goes wrong.
+/// Writes \a rows into the file \a fileName as CSV. An existing file is replaced after everything has been
+/// written; it stays as it was when \a progress cancels or an error occurs. Returns false when \a progress
+/// cancelled.
 ///
 /// Throws Exception when \a fileName is the same file as \a source, the database that is open (empty for
-/// none), or anything else than a file (a directory, a device, a pipe), and when it cannot be written. May be
-/// called in any thread, as TableExport::writeCsv().
+/// none), when it is not a regular file (a directory, a device, a pipe), and when it cannot be written. May
+/// be called from any thread, as TableExport::writeCsv().
 HOSTKIT_EXPORT bool exportCsvFile(const QString &fileName, const TableExport &rows,
                                   const QString &source = QString(),
                                   const TableExport::Progress &progress = {});

@@ -67,7 +67,7 @@ void ViewAnchor::takeSelection()
     if (rows <= manyRows)
         return;
 
-    // For each extent of columns the rows after the pass.
+    // The rows after the pass, by range of columns.
     std::map<std::pair<int, int>, std::vector<bool>> places;
     for (const QItemSelectionRange &range : selection) {
         std::vector<bool> &selected = places[{range.left(), range.right()}];
@@ -125,7 +125,7 @@ void ViewAnchor::restore()
     if (m_row < 0 || m_view->model() != m_model)
         return;
 
-    // The range of the scroll bar is that of the rows from before until the view has been laid out.
+    // Until the view has been laid out, the range of the scroll bar is that of the rows before.
     m_view->doItemsLayout();
     const QHeaderView *header = m_view->verticalHeader();
     const int top = std::max(0, header->sectionPosition(m_row) - m_offset);
@@ -143,7 +143,7 @@ void ViewAnchor::restore()
     m_view->verticalScrollBar()->setValue(value);
 }
 
-/// The row that survives nearest to \a row among those below it or else above it; -1 when none does.
+/// The nearest row below \a row that is still shown, or else the nearest one above; -1 when there is none.
 int ViewAnchor::nearestSurvivor(int row) const
 {
     for (int below = row; below < m_model->rowCount(); ++below) {

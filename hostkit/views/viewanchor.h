@@ -16,23 +16,24 @@ class TableModel;
 
 /// Keeps the place of a QTableView over a TableModel when the model shows the result of a pass.
 ///
-/// **Scroll place.** The topmost visible row that survives stays where it was. When none of the visible rows
-/// does, the nearest surviving row comes to the top, first of those below, then of those above. A view that
-/// stands at its very top stays there, so that rows that come back at the top are seen.
+/// **Scroll position.** The topmost visible row that is still shown keeps its place. When none of the
+/// visible rows is, the nearest shown row below comes to the top, or else the nearest one above. A view
+/// that is at its very top stays there, so that rows that return at the top are visible.
 ///
-/// **Current index.** When its row vanishes, the nearest surviving row becomes current, first of those below,
-/// then of those above, in the same column; nothing is selected and nothing scrolls by that.
+/// **Current index.** When its row disappears, the nearest shown row below becomes current, or else the
+/// nearest one above, in the same column. This neither selects nor scrolls.
 ///
-/// **Selection.** It stays with its rows. Qt follows every selected row by itself, which takes seconds for hundreds
-/// of thousands of them: a selection of more than 2000 rows is taken away while the rows move and made anew afterwards,
-/// with selectionChanged() for both. A view also looks at all pieces of a selection for each cell that it paints, so
-/// that one which would fall into more than 2000 pieces is given up, but for the current row; selectionDropped()
-/// tells of it.
+/// **Selection.** It stays with its rows. Qt tracks each selected row by itself, which takes seconds for
+/// hundreds of thousands of them. So a selection of more than 2000 rows is removed while the rows move and
+/// made again afterwards; selectionChanged() is emitted for both. A view also looks at all ranges of a
+/// selection for each cell that it paints. So a selection that would split into more than 2000 ranges is
+/// dropped except for the current row, and selectionDropped() is emitted.
 class HOSTKIT_EXPORT ViewAnchor : public QObject
 {
     Q_OBJECT
 public:
-    /// Becomes a child of \a view, whose model must be \a model itself; does nothing while it is not.
+    /// Becomes a child of \a view. Works only while the model of \a view is \a model itself, not a proxy over
+    /// it.
     ViewAnchor(QTableView *view, TableModel *model);
     ~ViewAnchor() override;
 
@@ -60,9 +61,9 @@ private:
     const QPointer<TableModel> m_model;
     /// The row to keep in place, as it will be after the pass; -1 when the view stays as it is.
     int m_row = -1;
-    /// Where the row stands below the top of the viewport.
+    /// The distance of that row from the top of the viewport, in pixels.
     int m_offset = 0;
-    /// The selection while it is taken away.
+    /// The selection while it is removed from the view.
     std::vector<Piece> m_pieces;
     bool m_isTaken = false;
     bool m_isDropped = false;
