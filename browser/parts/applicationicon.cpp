@@ -10,7 +10,7 @@ namespace sito {
 
 namespace {
 
-/// A sieve in the square from (0, 0) to (16, 16), in colours of its own: it stands on foreign backgrounds.
+/// A sieve in the square from (0, 0) to (16, 16). Its colours are fixed: desktops show it on any background.
 void drawSieve(QPainter &painter)
 {
     const QColor rim(0x1f, 0x6f, 0x8b);

@@ -33,7 +33,7 @@ QString helpText(const QString &name)
 
 } // namespace
 
-/// A command line while it is read: what it asks for, and which options said so.
+/// A command line while it is read: the result so far, and the options that it comes from.
 class CommandLine::Reading
 {
 public:
@@ -41,14 +41,14 @@ public:
     {
         const char *name;
         bool hasValue;
-        /// Takes the option and its value; the name is as it is written.
+        /// Takes the option and its value; \a name is the option as written.
         void (*take)(Reading &reading, const QString &name, const QString &value);
     };
     static const QList<Option> &options();
 
     /// Takes everything that \a parser has read.
     void take(const QCommandLineParser &parser);
-    /// Throws when what was taken does not go together.
+    /// Throws when options contradict each other.
     void check() const;
     CommandLine finish(bool canShowWindow);
 
@@ -70,7 +70,7 @@ private:
     CommandLine result;
     std::optional<Action> action;
     bool hasDatabase = false;
-    // The options that gave these; empty when none did.
+    // The option that each of these comes from; empty when there is none.
     QString actionOption;
     QString tableOption;
     QString strategyOption;
@@ -307,7 +307,7 @@ KeyOption CommandLine::keyOption(const QString &option, const QString &value, bo
 
 QString CommandLine::problem(const QCommandLineParser &parser, const QStringList &arguments)
 {
-    // The parser's own texts name options otherwise than they were written, and speak a language of their own.
+    // The parser's own texts do not name options as written, and are in another language.
     const QStringList unknown = parser.unknownOptionNames();
     if (!unknown.isEmpty()) {
         const QString option = "--"_L1 + unknown.first();

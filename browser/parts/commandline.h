@@ -14,7 +14,7 @@ class QCommandLineParser;
 
 namespace sito {
 
-/// Why a command line cannot be carried out, in words for the user.
+/// A mistake in the command line; the message is for the user.
 struct UsageError
 {
     QString message;
@@ -48,8 +48,8 @@ public:
         QString value;
     };
 
-    /// Reads \a arguments, the program's name left out. Without an option that says what to do, the window is
-    /// asked for if \a canShowWindow. Throws UsageError.
+    /// Reads \a arguments, which are without the program's name. Without an option that chooses the action,
+    /// the action is Window if \a canShowWindow. Throws UsageError.
     static CommandLine parse(const QStringList &arguments, bool canShowWindow = false);
     /// Whether there is a display to show a window on.
     static bool hasDisplay();
@@ -69,25 +69,25 @@ public:
     qint64 headRows = 0;
     QString exportFile;
     QString screenshotFile;
-    /// Invalid for that of a new window.
+    /// Invalid for the size of a new window.
     QSize screenshotSize;
-    /// "1", "1.5" or "2"; empty for that of the display.
+    /// "1", "1.5" or "2"; empty for the scale of the display.
     QString scale;
     /// The column whose filter is open in the picture.
     QString popupColumn;
     bool showsSettings = false;
-    /// "ru" or "en"; empty for that of the settings.
+    /// "ru" or "en"; empty for the language in the settings.
     QString language;
-    /// "light" or "dark"; empty for that of the settings.
+    /// "light" or "dark"; empty for the look in the settings.
     QString look;
     QString settingsFile;
-    /// In the order in which they were given.
+    /// In the order given.
     QList<SettingsChange> settingsChanges;
     SettingsModel::EditStrategy strategy = SettingsModel::OnFieldChange;
 
 private:
     class Reading;
-    // Each returns what the value of an option says, or throws UsageError.
+    // Each reads the value of an option, or throws UsageError.
     static QString oneOf(const QString &option, const QString &value, const QStringList &choices);
     static QString fileName(const QString &option, const QString &value);
     static KeyOption keyOption(const QString &option, const QString &value, bool keep);

@@ -61,8 +61,8 @@ void Languages::apply(Language language)
     m_current = language;
     QCoreApplication::removeTranslator(&m_own);
     QCoreApplication::removeTranslator(&m_qt);
-    // Numbers and dates are written as the language does, whatever the locale of the process. QLocale's
-    // default is for texts alone: what is saved and exported never uses it.
+    // Numbers and dates are shown as usual in the language, whatever the locale of the process. QLocale's
+    // default is for display only: what is saved and exported never uses it.
     QLocale::setDefault(isRussian() ? QLocale(QLocale::Russian, QLocale::Russia)
                                     : QLocale(QLocale::English, QLocale::UnitedStates));
     if (isRussian()) {

@@ -7,36 +7,36 @@
 
 namespace sito {
 
-/// The language of the application's texts, of its own and of Qt's. A change reaches every widget as
+/// The language of all texts, the application's own and those of Qt. A change reaches every widget as
 /// QEvent::LanguageChange.
 class Languages
 {
     Q_DISABLE_COPY_MOVE(Languages)
 public:
     enum class Language {
-        /// Russian where the system's is, else English.
+        /// Russian when the system's language is Russian, otherwise English.
         System,
         Russian,
         English,
     };
 
-    /// \a isSystemRussian: what the system's language is taken for. Nothing is installed until apply(); needs a
-    /// QCoreApplication, which must outlive it.
+    /// \a isSystemRussian says what to take the system's language for. Installs nothing before apply(). Needs
+    /// a QCoreApplication, which must outlive this object.
     explicit Languages(bool isSystemRussian);
     ~Languages();
 
-    /// "system", "ru", "en": for settings and command lines.
+    /// The name for settings and command lines: "system", "ru" or "en".
     static QString name(Language language);
     /// The language of that name; System for any other text.
     static Language fromName(const QString &name);
-    /// Whether the user reads Russian, the language of the texts in the sources: by LC_ALL, LC_MESSAGES, LANG
-    /// as they are now.
+    /// Whether the current values of LC_ALL, LC_MESSAGES and LANG ask for Russian, the language of the texts
+    /// in the sources.
     static bool isSystemRussian();
 
     void apply(Language language);
-    /// What was applied last.
+    /// The language applied last.
     Language current() const { return m_current; }
-    /// Whether texts are Russian now.
+    /// Whether texts are in Russian now.
     bool isRussian() const;
 
 private:

@@ -56,7 +56,7 @@ QPalette paletteOf(const Colours &colours)
     for (const QPalette::ColorRole role :
          {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::PlaceholderText})
         palette.setColor(QPalette::Disabled, role, QColor(colours.disabledText));
-    // Some parts draw it below disabled text, one pixel off.
+    // Styles draw it below disabled text, shifted by one pixel.
     palette.setColor(QPalette::Disabled, QPalette::Light, QColor(colours.window));
     palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(colours.mid));
     palette.setColor(QPalette::Disabled, QPalette::HighlightedText, QColor(colours.disabledText));
@@ -87,12 +87,12 @@ Look::Scheme Look::fromName(const QString &name)
 
 void Look::apply(Scheme scheme)
 {
-    // Asked before anything is changed.
+    // Initialised before any change.
     static const QString systemStyle = QApplication::style()->name();
     if (scheme == applied)
         return;
     applied = scheme;
-    // The other styles take their colours from elsewhere than the palette.
+    // Other styles do not take all their colours from the palette.
     const QString style = scheme == Scheme::System ? systemStyle : u"fusion"_s;
     if (QApplication::style()->name() != style)
         QApplication::setStyle(QStyleFactory::create(style));

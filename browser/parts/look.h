@@ -9,20 +9,20 @@ namespace sito {
 namespace Look {
 
 enum class Scheme {
-    /// What the desktop says, also when it changes its mind.
+    /// The scheme of the desktop, also when it changes.
     System,
     Light,
     Dark,
 };
 
-/// "system", "light", "dark": for settings and command lines.
+/// The name for settings and command lines: "system", "light" or "dark".
 QString name(Scheme scheme);
 /// The scheme of that name; System for any other text.
 Scheme fromName(const QString &name);
 
 /// Gives the application the colours of \a scheme; the widgets follow at once.
 void apply(Scheme scheme);
-/// What was applied last.
+/// The scheme applied last.
 Scheme current();
 
 } // namespace Look

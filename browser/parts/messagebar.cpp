@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// More would push the table out of the window.
+/// More messages would push the table out of the window.
 constexpr qsizetype maxShown = 4;
 
 } // namespace
@@ -82,7 +82,7 @@ void MessageBar::changeEvent(QEvent *event)
 
 void MessageBar::paintEvent(QPaintEvent *)
 {
-    // A tint of amber over whatever the window's colour is: readable text on it in light and dark palettes.
+    // A tint of amber over the window's colour: text stays readable in light and dark palettes.
     QPainter painter(this);
     const QColor window = palette().color(QPalette::Window);
     const QColor amber(0xf0, 0xa0, 0x20);

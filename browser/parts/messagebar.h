@@ -9,17 +9,17 @@ class QToolButton;
 
 namespace sito {
 
-/// A line above the content that tells what went wrong, and stays until it is closed or replaced. It never
-/// takes the focus away.
+/// A bar above the content with error messages, shown until it is closed or replaced. It never takes the
+/// focus.
 class MessageBar : public QFrame
 {
     Q_OBJECT
 public:
     explicit MessageBar(QWidget *parent = nullptr);
 
-    /// Shows \a messages, one a line, in the place of those before; hides the bar when there are none.
+    /// Replaces the messages by \a messages, one a line; hides the bar when there are none.
     void showMessages(const QStringList &messages);
-    /// Adds \a message to those that are shown, unless it is there already.
+    /// Adds \a message unless it is already shown.
     void addMessage(const QString &message);
     const QStringList &messages() const { return m_messages; }
 

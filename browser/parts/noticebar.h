@@ -11,8 +11,8 @@ class QToolButton;
 
 namespace sito {
 
-/// A message above the content of a window, which stays until it is closed or replaced, with at most one button
-/// for what can be done about it.
+/// A message above the content of a window, shown until it is closed or replaced. It may have one button for
+/// what the user can do about it.
 class NoticeBar : public QFrame
 {
     Q_OBJECT
@@ -20,15 +20,15 @@ class NoticeBar : public QFrame
 public:
     explicit NoticeBar(QWidget *parent = nullptr);
 
-    /// Shows \a text with the icon \a icon; \a button is the text of the button, none when empty.
+    /// Shows \a text with \a icon; \a button is the text of the button. There is none when it is empty.
     void tell(Icons::Shape icon, const QString &text, const QString &button = QString());
-    /// Without a button to close it: for what lasts.
+    /// Whether the bar has a button to close it; false for a lasting state.
     void setClosable(bool closable);
     QString text() const;
     void clear();
 
 Q_SIGNALS:
-    /// The button was clicked.
+    /// Emitted when the button is clicked.
     void triggered();
 
 protected:

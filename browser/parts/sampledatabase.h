@@ -9,7 +9,8 @@ class QTemporaryFile;
 
 namespace sito {
 
-/// The sample that is built into the program, as a file of its own for as long as this object lives.
+/// The sample database that is built into the program, as a temporary file. The file is deleted with this
+/// object.
 class SampleDatabase
 {
 public:
