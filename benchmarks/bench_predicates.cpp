@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The key predicates over a table of quotes. None of the keys stands in the rows, so every key is looked at.
-//   virtual_read/COLUMNS      one virtual call a row that reads the row's key bytes: the least a predicate
-//   can cost fast/COLUMNS/K            KeyFilterFunc_Fast general/COLUMNS/K         KeyFilterFunc
+// The key predicates over a table of quotes. No row holds any of the keys, so every key is looked at.
+//   virtual_read/COLUMNS      one virtual call a row that reads the row's key bytes: the minimum
+//   fast/COLUMNS/K            KeyFilterFunc_Fast
+//   general/COLUMNS/K         KeyFilterFunc
 //   hash/COLUMNS/K            KeyFilterFunc_Hash
 //   sse2_scan/K               a bare loop looking for a 64-bit key among K side by side
 //   key_rows/K                one memcmp a key over the key rows
@@ -62,7 +63,7 @@ quint64 packed(const unsigned char *row)
     return quint64(quint32(stock)) << 32 | quint32(session);
 }
 
-/// Calls \a filter for each of the first \a rows rows and fails the case when one is accepted.
+/// Calls \a filter for each of the first \a rows rows; the case fails when a row is accepted.
 template <typename Filter>
 void pass(benchmark::State &state, qint64 rows, Filter &&filter)
 {
@@ -79,7 +80,7 @@ void pass(benchmark::State &state, qint64 rows, Filter &&filter)
     state.SetItemsProcessed(qint64(state.iterations()) * rows);
 }
 
-/// Shows that \a predicate accepts a row with the values of the last of \a keys.
+/// Checks that \a predicate accepts a row with the values of the last of \a keys.
 bool acceptsLastKey(const FilterFunc &predicate, const QList<KeyValue> &keys, const QList<int> &columns)
 {
     const Record record(&data().table);
@@ -222,7 +223,7 @@ void flatSetOfTexts(benchmark::State &state)
     });
 }
 
-/// The rows as an item model, as a host without the library would have them.
+/// The rows as an item model, as a host would write it without the library.
 class QuotesModel : public QAbstractTableModel
 {
 public:

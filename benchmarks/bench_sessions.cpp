@@ -89,7 +89,7 @@ void qmap(benchmark::State &state, Order order)
 }
 } // namespace
 
-// One order after another: the table of each is made once.
+// One order after the other, so that each table is made once.
 BENCHMARK_CAPTURE(filter, by_day, ByDay);
 BENCHMARK_CAPTURE(fields, by_day, ByDay);
 BENCHMARK_CAPTURE(qmap, by_day, ByDay);

@@ -41,7 +41,7 @@ void fill(benchmark::State &state)
 {
     Store store(state.range(0), state.range(1));
     for (auto _ : state) {
-        // Neither the model's icons nor its end are part of the fill.
+        // The fill includes neither the model's icons nor its destruction.
         state.PauseTiming();
         auto model = std::make_unique<SettingsModel>();
         state.ResumeTiming();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// TableModel in a QTableView of 1200 x 800, beside a plain QAbstractTableModel over the same rows and handles behind
-// a QSortFilterProxyModel with a QSet of packed keys. Excluded are K of the rows, evenly spread, by keys of two Ints.
+// TableModel in a QTableView of 1200 x 800, beside a plain QAbstractTableModel over the same rows and handles
+// behind a QSortFilterProxyModel with a QSet of packed keys. Keys of two Ints exclude K of the rows, evenly
+// spread.
 //   exclude/K        from FilterList::notifyChanged() until the view is repainted
 //   exclude_proxy/K  from the change of the QSet until its view is repainted
 //   sort/COLUMN, sort_proxy/COLUMN   from the choice of a column until the view is repainted
@@ -81,7 +82,7 @@ protected:
     }
 };
 
-/// The filter as a value list has it: many keys by hash.
+/// The filter of a value list: its predicate looks up many keys by hash.
 class KeysFilter : public ColumnsFilter
 {
 public:
@@ -168,8 +169,8 @@ struct Ours
         new ViewAnchor(&view, &model);
     }
 
-    /// Until the result of the pass that is about to begin is painted; returns the longest time that handling
-    /// events took, in milliseconds.
+    /// Waits until the result of the next pass is painted; returns the longest time that handling events
+    /// took, in milliseconds.
     double waitUntilPainted()
     {
         qint64 longest = 0;

@@ -52,7 +52,7 @@ MemoryTable &table()
                           {QStringLiteral("stock"), FieldType::Int}});
     const qint64 count = rowCount();
     for (qint64 i = 0; i < count; ++i) {
-        // Every value as often as any other, in no order.
+        // All values equally often, in no order.
         const qint64 value = i * 7919 % distinctValues;
         const QString number = QStringLiteral("%1").arg(value, 8, 10, QChar(u'0'));
         result->append({qint32(value), value * 1'000'003, QStringLiteral("Company %1 plc").arg(number),
@@ -62,7 +62,7 @@ MemoryTable &table()
     return *result;
 }
 
-/// Lets the event loop run until \a done.
+/// Runs the event loop until \a done.
 template <typename Done>
 void waitFor(Done done)
 {
@@ -70,7 +70,7 @@ void waitFor(Done done)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-/// Tells when a list that shows something is painted.
+/// Records when a list with rows is painted.
 class PaintWatch : public QObject
 {
 public:

@@ -10,7 +10,7 @@
 
 #include <cstdlib>
 
-/// The table that the predicates are measured on: quotes of 1,000 stocks over as many sessions as it takes.
+/// The table that the predicates are measured on: quotes of 1,000 stocks, in as many sessions as needed.
 namespace quotes {
 enum Column { StockId, SessId, Code, Name, Price, Volume, Time };
 
@@ -71,7 +71,7 @@ inline Data &data()
     return result;
 }
 
-/// \a count keys over \a columns, none of which stands in the table.
+/// \a count keys over \a columns that no row of the table holds.
 inline QList<KeyValue> keys(qint64 count, const QList<int> &columns)
 {
     MemoryTable &table = data().table;
@@ -79,7 +79,7 @@ inline QList<KeyValue> keys(qint64 count, const QList<int> &columns)
     result.reserve(count);
     const Record scratch(&table);
     for (qint64 i = 0; i < count; ++i) {
-        // Rows behind the last one of the table.
+        // The values of rows after the last one of the table.
         const qint64 number = 100'000'000 + i * 7;
         const QList<CellValue> values = row(number);
         for (int column = 0; column < values.size(); ++column)

@@ -39,7 +39,7 @@ void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
 
-// operator new ends here, too.
+// operator new calls it, too.
 void *malloc(size_t size) noexcept
 {
     ++heapAllocations;
@@ -61,7 +61,7 @@ void *realloc(void *block, size_t size) noexcept
 
 #endif
 
-/// How often the calling thread allocated since this object was made.
+/// Counts the allocations of the calling thread since this object was made.
 class AllocationCounter
 {
 public:

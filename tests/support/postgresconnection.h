@@ -11,7 +11,7 @@
 
 using namespace sito;
 
-/// A plain connection to a server, as a program of somebody else has it, to make what is then read.
+/// A plain connection to a server, as other programs have, to make what a test then reads.
 class PostgresConnection
 {
     Q_DISABLE_COPY_MOVE(PostgresConnection)
@@ -31,7 +31,7 @@ public:
     ~PostgresConnection() { QSqlDatabase::removeDatabase(m_name); }
 
     QSqlDatabase connection() const { return QSqlDatabase::database(m_name, false); }
-    /// What went wrong with \a statement, or empty.
+    /// Runs \a statement; returns the error message, or an empty text.
     QString execute(const QString &statement) const
     {
         QSqlQuery query(connection());

@@ -24,10 +24,10 @@
 
 using namespace sito;
 
-/// A PostgreSQL server of a test's own, on a free port of the loopback interface, with an empty cluster in a temporary
-/// directory. It ends with this object, and with the test program in any case.
+/// A PostgreSQL server for one test, on a free port of the loopback interface, with an empty cluster in a
+/// temporary directory. It ends with this object, and at the latest with the test program.
 ///
-/// The server refuses to run as root; then it runs as the user "postgres", or else "nobody".
+/// Root cannot run the server; a test of root runs it as the user "postgres", or else "nobody".
 class PostgresServer
 {
     Q_DISABLE_COPY_MOVE(PostgresServer)
@@ -35,10 +35,10 @@ public:
     PostgresServer() = default;
     ~PostgresServer() { stop(); }
 
-    /// Whether its absence makes tests fail instead of being skipped.
+    /// Whether tests fail, instead of being skipped, when there is no server.
     static bool isRequired() { return !qEnvironmentVariableIsEmpty("SITO_REQUIRE_POSTGRESQL"); }
 
-    /// Why there can be no server here, or empty.
+    /// Why no server can run here; empty when one can.
     static QString whatIsMissing()
     {
         if (!QSqlDatabase::isDriverAvailable(QStringLiteral("QPSQL")))
@@ -48,7 +48,7 @@ public:
         return {};
     }
 
-    /// Makes the cluster and starts the server; what went wrong, or empty.
+    /// Makes the cluster and starts the server; returns an error message, or an empty text.
     QString start()
     {
         m_directory = std::make_unique<QTemporaryDir>();
@@ -69,7 +69,7 @@ public:
         if (!initdb.waitForFinished(60'000) || initdb.exitCode() != 0)
             return QStringLiteral("initdb: ") + QString::fromLocal8Bit(initdb.readAll());
         QString error;
-        // Somebody else may take the port between the question and the start.
+        // Another program may take the port between the question and the start.
         for (int attempt = 0; attempt < 5; ++attempt) {
             m_port = freePort();
             error = restart();
@@ -79,11 +79,11 @@ public:
         return error;
     }
 
-    /// Starts the server again, after stop() or while it runs; what went wrong, or empty.
+    /// Starts the server again, after stop() or while it runs; returns an error message, or an empty text.
     QString restart()
     {
         stop();
-        // One that ended without a farewell would have left it, saying that all is ready.
+        // A server that was killed has left the file behind, which would say that it is ready.
         QFile::remove(cluster() + QStringLiteral("/postmaster.pid"));
         m_server = std::make_unique<QProcess>();
         run(*m_server, QStringLiteral("postgres"),
@@ -110,7 +110,7 @@ public:
         return QStringLiteral("postgres: ") + output;
     }
 
-    /// Ends the server at once: connections to it are cut off.
+    /// Stops the server immediately, and cuts off its connections.
     void stop()
     {
         if (!m_server)
@@ -126,7 +126,7 @@ public:
 
     bool isRunning() const { return m_server && m_server->state() == QProcess::Running; }
 
-    /// Freezes all of the server, as a network does that falls silent; and lets it go on.
+    /// Freezes all processes of the server, like a network that has become silent, or continues them.
     void freeze(bool frozen)
     {
         const auto signal = frozen ? SIGSTOP : SIGCONT;
@@ -159,7 +159,7 @@ public:
 private:
     static QString program(const QString &name)
     {
-        // Debian keeps them out of the search path, by version.
+        // Debian keeps the programs outside the search path, by version.
         QDir versions(QStringLiteral("/usr/lib/postgresql"));
         QStringList directories;
         const auto found = versions.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::Reversed);
@@ -196,7 +196,7 @@ private:
         m_group = entry->pw_gid;
     }
 
-    /// Starts one of the server's programs as its user, to end with this program at the latest.
+    /// Starts one of the server's programs as its user; it ends with this program at the latest.
     void run(QProcess &process, const QString &name, const QStringList &arguments) const
     {
         process.setWorkingDirectory(m_directory->path());
@@ -220,7 +220,8 @@ private:
     int m_port = 0;
 };
 
-/// For initTestCase(): starts \a server; without one the whole program is skipped, or fails where it is required.
+/// For initTestCase(): starts \a server. Without a server the whole program is skipped, or fails where one is
+/// required.
 #define SITO_START_POSTGRES(server)                                                                          \
     do {                                                                                                     \
         const QString missing = PostgresServer::whatIsMissing();                                             \

@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// What one run of sito-browser left behind.
+/// The result of one run of sito-browser.
 struct ProgramRun
 {
     int exitCode = -1;
@@ -15,7 +15,7 @@ struct ProgramRun
     QString errors;
 };
 
-/// Runs sito-browser in another directory than its own, without a display, in English unless \a locale says
+/// Runs sito-browser without a display, in a directory that is not its own, in English unless \a locale says
 /// otherwise.
 inline ProgramRun runBrowser(const QStringList &arguments, const QString &locale = QStringLiteral("C"))
 {

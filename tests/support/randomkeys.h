@@ -103,7 +103,7 @@ public:
         }
         case FieldType::VarChar: {
             QString result = text(column.length);
-            while (result.endsWith(QChar(u'\0'))) // such a column knows no others
+            while (result.endsWith(QChar(u'\0'))) // a VarChar column cannot hold them
                 result.chop(1);
             return result;
         }
@@ -184,14 +184,14 @@ inline QStringList exactTexts(const QList<KeyValue> &keys)
     return result;
 }
 
-/// What is different between the keys of two filters; empty when nothing is.
+/// The difference between the keys of two filters; empty when there is none.
 inline QString keyDifference(const ValueFilter &filter, const ValueFilter &original)
 {
     const QList<KeyValue> &keys = filter.getAllExcludedKeys();
     const QList<KeyValue> &expected = original.getAllExcludedKeys();
     QStringList texts = exactTexts(keys);
     QStringList expectedTexts = exactTexts(expected);
-    if (holdsNaN(expected)) { // these have no order to come back in
+    if (holdsNaN(expected)) { // such keys have no order
         texts.sort();
         expectedTexts.sort();
         return texts == expectedTexts ? QString() : QStringLiteral("other keys with a NaN among them");

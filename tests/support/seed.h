@@ -5,8 +5,8 @@
 #include <QRandomGenerator>
 #include <QString>
 
-/// The seed of a test's random script: another one in each run, or that of the environment variable
-/// SITO_TEST_SEED, to repeat a run that failed. A test prints it with every failure, see seedMessage().
+/// The seed of a test's random script: different in each run, or the value of the environment variable
+/// SITO_TEST_SEED, to repeat a failed run. A test prints it with every failure, see seedMessage().
 inline quint64 testSeed()
 {
     bool given = false;
@@ -14,7 +14,7 @@ inline quint64 testSeed()
     return given ? seed : QRandomGenerator::global()->generate64();
 }
 
-/// What a failure of a random script tells: how to repeat it, and what it was about.
+/// The message for a failure of a random script: how to repeat it, and \a about.
 inline QByteArray seedMessage(quint64 seed, const QString &about)
 {
     return "SITO_TEST_SEED=" + QByteArray::number(seed) + ": " + about.toUtf8();

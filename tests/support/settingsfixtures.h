@@ -12,11 +12,11 @@
 #include <functional>
 #include <memory>
 
-/// Settings files in a temporary directory of their own.
+/// Settings files in a temporary directory.
 class SettingsFiles
 {
 public:
-    /// A file name that no QSettings of this process has seen yet.
+    /// A file name that no QSettings of this process has used.
     QString newFile() { return m_dir.filePath(QStringLiteral("store%1.ini").arg(++m_count)); }
 
     /// A store over a new file with \a content, so that QSettings parses the text.
@@ -45,7 +45,7 @@ public:
         return store;
     }
 
-    /// What another process would read from the file of \a store.
+    /// A store with what another process would read from the file of \a store.
     std::unique_ptr<QSettings> reparsed(QSettings &store)
     {
         store.sync();
@@ -158,10 +158,10 @@ public:
                 });
     }
 
-    /// What was noted since the last call.
+    /// The notifications since the last call.
     QStringList take() { return std::exchange(m_notes, {}); }
 
-    /// Called after each notification; its answer is appended to the note.
+    /// Called after each notification; its result is appended to the note.
     std::function<QString()> snapshot;
 
 private:
