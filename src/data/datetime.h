@@ -25,11 +25,11 @@ public:
     /// "yyyy-MM-dd HH:mm:ss", "yyyy.MM.dd" and "yyyy-MM-dd"; the last two mean midnight. Every number has
     /// exactly as many digits as the pattern has letters, and no other white space stands for the blank; a
     /// minus sign before the year stands for years before Christ. Any other text, and a day or time that the
-    /// calendar does not have, gives 0 without a word. The result does not depend on the machine's time zone.
+    /// calendar does not have, gives 0 and no error. The result does not depend on the machine's time zone.
     inline explicit datetime(const QString &text);
 
-    /// What toUtcString() wrote: a text of the patterns above, or "@" and a number of milliseconds. Any other
-    /// text gives 0.
+    /// Reads a text of toUtcString(): one of the patterns above, or "@" and a number of milliseconds. Any
+    /// other text gives 0.
     static inline datetime fromUtcString(QStringView text);
 
     constexpr qint64 milliseconds() const { return m_milliseconds; }
@@ -37,9 +37,9 @@ public:
     /// The UTC clock reading as "yyyy.MM.dd HH:mm:ss.zzz"; empty for 0. A year before Christ has a minus sign
     /// in front, a year after 9999 as many digits as it needs (which the constructor does not read).
     ///
-    /// Deliberately, a reading that the machine's time zone skips (a change to daylight-saving time) is shown
-    /// moved by the size of that gap, as a local clock would show it: 02:30 as 03:30. Everywhere else the
-    /// datetime read from this text is the same again, for years from -9999 to 9999.
+    /// A reading that the machine's time zone skips (a change to daylight-saving time) is deliberately shown
+    /// moved by the size of that gap, as a local clock would show it: 02:30 as 03:30. Every other text of
+    /// years from -9999 to 9999 is read as the same datetime again.
     inline QString toString() const;
 
     /// The UTC clock reading as "yyyy.MM.dd HH:mm:ss.zzz", the same in every time zone; empty for 0, and "@"
@@ -219,14 +219,14 @@ inline QString datetime::readingText(qint64 reading)
 inline qint64 datetime::localReading(qint64 reading)
 {
     constexpr qint64 second = 1000;
-    // Farther from UTC is no zone. Where the search could leave the range of instants there are no gaps
-    // either.
+    // No zone is farther from UTC. There are no gaps either where the search could leave the range of
+    // instants.
     constexpr qint64 reach = 25 * 3600;
     constexpr qint64 limit = std::numeric_limits<qint64>::max() - 2 * reach * second;
     if (reading > limit || reading < -limit)
         return reading;
 
-    // Zones change on whole seconds and by whole seconds.
+    // Changes of a zone happen at whole seconds and are whole seconds long.
     const qint64 seconds = floorDivide(reading, second);
     const auto offsetAt = [](qint64 instant) -> qint64 {
         return QDateTime::fromMSecsSinceEpoch(instant * second).offsetFromUtc();
@@ -241,8 +241,8 @@ inline qint64 datetime::localReading(qint64 reading)
     qint64 before = seconds - reach;
     qint64 after = seconds + reach;
 
-    // The local clock stands before the reading at \c before and behind it at \c after; in between lies the
-    // change that skips it.
+    // The local clock is before the reading at \c before, and after it at \c after; the change that skips the
+    // reading lies between.
     while (after - before > 1) {
         const qint64 middle = before + (after - before) / 2;
         if (middle + offsetAt(middle) <= seconds)

@@ -45,7 +45,7 @@ public:
     explicit decimal(const QString &text);
     explicit decimal(const QStringView &text);
 
-    /// What the constructor from text reads, or nothing where that would throw.
+    /// As the constructor from text, but returns nothing where that would throw.
     static std::optional<decimal> fromString(QStringView text);
 
     /// \a value rounded to \a scale digits after the point, half away from zero; the rounding sees the exact

@@ -8,8 +8,8 @@
 
 /// The exception of the database library and of value conversions. Thrown by value, caught by reference.
 ///
-/// An exception that is destroyed reports itself through dump(), also one that was caught and dealt with;
-/// a copy is an exception of its own.
+/// An exception reports itself through dump() when it is destroyed, also after it was caught and handled. A
+/// copy is an exception of its own.
 class DATABASE_EXPORT Exception
 {
 public:
@@ -19,7 +19,7 @@ public:
     virtual ~Exception() { dump(); }
 
     const QString &message() const { return m_message; }
-    /// Further lines that tell where it happened, outermost last; usually none.
+    /// Further lines that say where it happened, outermost last; usually none.
     const QStringList &lines() const { return m_lines; }
     void addLine(const QString &line) { m_lines.append(line); }
 

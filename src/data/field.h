@@ -12,8 +12,8 @@
 #include <cstddef>
 #include <cstring>
 
-/// A typed view of one cell. Owns nothing and is valid only as long as the row it was taken from; reading and
-/// writing through it is as safe between threads as the row itself.
+/// A typed view of one cell. It owns nothing and is valid only as long as the row it was taken from. It is as
+/// safe between threads as the row itself.
 ///
 /// The layout is compiled into hosts.
 class DATABASE_EXPORT Field
@@ -28,10 +28,10 @@ public:
     /// Whether the cell holds a value. A mask of 0, that of a column without absent values, always does.
     bool isPresent() const { return (*nullFlags & nullMask) == nullMask; }
     void setPresent() { *nullFlags = static_cast<unsigned char>(*nullFlags | nullMask); }
-    /// Clears the presence bit; without effect where the mask is 0.
+    /// Clears the presence bit; has no effect where the mask is 0.
     void setAbsent() { *nullFlags = static_cast<unsigned char>((*nullFlags | nullMask) ^ nullMask); }
 
-    /// The value itself, read as \a T: the caller vouches for the type.
+    /// The value, read as \a T; the caller must know that the type is right.
     template <typename T>
     T value() const
     {
@@ -48,11 +48,11 @@ public:
     /// deliberately not compared by value.
     inline int compare(const Field &other) const;
 
-    /// The value as text, for any type: of a String field the QString it holds; empty when absent.
+    /// The value as text, for any type; for a String field the QString it holds. Empty when absent.
     QString toString() const;
-    /// The text of a present VarChar field for comparison with other VarChars. It may share the row's memory:
-    /// valid only while the row is and until the field is written. Nobody relies on its being the same as
-    /// toString().
+    /// The text of a present VarChar field, for comparison with other VarChars. It may share the row's
+    /// memory: it is valid only as long as the row and until the field is written. It need not be the same
+    /// as toString().
     QString asStaticString() const;
     /// Stores \a text into a String field; does not touch the presence bit.
     void storeString(const QStringView &text);

@@ -8,7 +8,7 @@
 
 /// A present constant, made from a character (a String of that one character) or from an integer (an Int).
 ///
-/// Its type is its own and not that of a column: Field::compare() orders different types by code, so an Int
+/// It keeps its own type, whatever the column: Field::compare() orders different types by code, so an Int
 /// constant is never equal to an Int64 value of the same number. A filter over an Int64 column that was
 /// filled with constants holds other keys than the same filter restored from its text.
 class DATABASE_EXPORT FieldConstValue : public FieldValue

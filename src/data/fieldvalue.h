@@ -58,7 +58,7 @@ private:
     static constexpr int inlineSize = 24;
 
     bool isInline() const { return data == m_storage; }
-    /// Whether the value is a few bytes inside the object, as numbers are.
+    /// Whether the value is just bytes inside the object, as a number is.
     bool isPlain() const { return isInline() && def->type != FieldType::String; }
     void copyPlain(const FieldValue &other) noexcept
     {

@@ -69,7 +69,7 @@ private:
     unsigned char **m_entry = nullptr;
 };
 
-/// What an index is to its owner: an object that can be deleted and counted.
+/// An index for its owner, who deletes it and counts its rows.
 class TableIndex
 {
 public:
@@ -77,7 +77,7 @@ public:
     virtual qint64 rowCount() const = 0;
 };
 
-/// What an index is to its readers: a range of rows.
+/// An index for its readers: a range of rows.
 class RowRange
 {
 public:

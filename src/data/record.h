@@ -9,7 +9,7 @@
 #include <atomic>
 #include <utility>
 
-/// What stands in front of a row's data area.
+/// The header in front of a row's data area.
 struct RowHeader
 {
     std::atomic<qint32> references;

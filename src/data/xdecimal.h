@@ -29,7 +29,7 @@ public:
     /// text that is no number, and "XDecimal overflow: '%1'" for a number that cannot be held exactly.
     explicit xdecimal(const QStringView &text);
 
-    /// What the constructor from text reads, or nothing where that would throw.
+    /// As the constructor from text, but returns nothing where that would throw.
     static std::optional<xdecimal> fromString(QStringView text);
     /// \a value rounded to \a scale digits after the point, half away from zero. Throws Exception as
     /// decimal::fromDouble does.

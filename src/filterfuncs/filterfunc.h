@@ -13,9 +13,9 @@ class Record;
 /// What a true answer means is the host's business; the key predicates that a value filter makes answer true
 /// for the rows that the filter excludes.
 ///
-/// A predicate never changes after its construction and filter() keeps nothing between calls, so one
-/// predicate may be asked from several threads at once as long as nobody writes the rows. It belongs to its
-/// parent or, without one, to its creator.
+/// A predicate never changes after its construction, and filter() keeps nothing between calls. So several
+/// threads may call it at once as long as nobody writes the rows. It belongs to its parent or, without one,
+/// to its creator.
 class SITO_EXPORT FilterFunc : public QObject
 {
     Q_OBJECT

@@ -10,8 +10,8 @@
 
 #include <optional>
 
-/// Equality of fields for the key predicates, and what can be said of a value before it is compared. Whole
-/// values are compared by Field::compare(); what is said beforehand rests on the stated layouts alone.
+/// Equality of fields for the key predicates, and what they derive from a value before it is compared. Whole
+/// values are compared by Field::compare(); what is derived before relies on the stated layouts alone.
 namespace keycompare {
 
 /// The QString of a String field, in place.
@@ -20,8 +20,8 @@ inline const QString &stringAt(const Field &field)
     return *reinterpret_cast<const QString *>(field.data);
 }
 
-/// Hands the text by which a present text field is compared with one of the same type to \a take, which must
-/// not keep it.
+/// Calls \a take with the text by which a present text field is compared with one of the same type; \a take
+/// must not keep it.
 template <typename Take>
 inline decltype(auto) withText(const Field &field, Take take)
 {
@@ -47,7 +47,7 @@ bool sameKey(const Record &record, const Record &key, const QList<int> &columns)
 /// behind one that differs.
 bool equalsAny(const Record &record, const QList<Record> &keys, const QList<int> &columns);
 
-/// The field of \a column, defined by \a def, in \a row, a row of \a table. Without a call where the column
+/// The field of \a column, defined by \a def, in \a row, a row of \a table. Saves a call where the column
 /// admits no absent values: its value lies where the definition says.
 inline Field fieldAt(const Table *table, const ColumnDef *def, int column, unsigned char *row)
 {

@@ -19,14 +19,14 @@ class Table;
 ///
 /// Values are equal as Field::compare() says: absent equals absent and nothing else, VarChar and String
 /// compare as texts, other values of different types are never equal, a NaN equals every double, and values
-/// of a type that is never ordered (Raw, Block) are all equal. The record may be one of another table: its
-/// columns of the same numbers are looked at, in the order of the columns given, and none behind one that
-/// differs from the key, so that it may lack those.
+/// of a type that is never ordered (Raw, Block) are all equal. The record may belong to another table. Its
+/// columns with the same numbers are compared, in the order of the columns given; no column behind one that
+/// differs from the key is read, so the table may lack those.
 ///
 /// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included,
-/// and no later change of the lists reaches it. The time of a call grows with the number of keys. A call
-/// allocates nothing, except that a VarChar beside a String, which only a record of another table can have,
-/// has its text made. The table is not owned and must outlive the predicate.
+/// and later changes of the lists do not affect it. The time of a call grows with the number of keys. A call
+/// allocates nothing, except the text of a VarChar that is compared with a String, which only a record of
+/// another table can have. The table is not owned and must outlive the predicate.
 class SITO_EXPORT KeyFilterFunc : public FilterFunc
 {
     Q_OBJECT

@@ -13,8 +13,8 @@
 class KeyRuns;
 class Table;
 
-/// The predicate over a set of keys that compares nothing but bytes of the rows: true for a record whose run
-/// of key bytes is that of one of the keys.
+/// The predicate over a set of keys that compares only bytes of the rows: true for a record whose run of key
+/// bytes is that of one of the keys.
 ///
 /// The key columns must lie side by side in the row: consecutive ascending columns of the types Int, Int64,
 /// Decimal, VarChar and DateTime that admit no absent values. Other columns are refused; KeyFilterFunc takes
@@ -22,9 +22,8 @@ class Table;
 /// of 8, and keep the bytes between and behind the values fixed, those behind the text of a VarChar included.
 /// Builds with assertions check where the columns lie.
 ///
-/// The answers are those of KeyFilterFunc except where equal numbers have different bytes: decimals of
-/// different scales, 1.5 and 1.50, are different here. A key keeps the scale of the value it is made from
-/// where that is a decimal.
+/// The answers are those of KeyFilterFunc, except where equal numbers have different bytes: decimals of
+/// different scales, 1.5 and 1.50, are different here. A key that is made from a decimal keeps its scale.
 ///
 /// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included.
 /// The time of a call grows with the number of keys; a call allocates nothing. The table is not owned and

@@ -17,13 +17,13 @@ class Table;
 /// KeyFilterFunc over the same arguments, for every column type, and the time of a call does not grow with
 /// the number of keys.
 ///
-/// Some cases take longer. Keys that hold a NaN, which equals every double, are looked at by every call, and
-/// a record that holds one is compared with all keys; so is a record of another table. An XDecimal is looked
-/// up by comparing it, in a time that grows with the logarithm of the number of keys.
+/// Some cases take longer. Every call compares the keys that hold a NaN, which equals every double. A record
+/// that holds a NaN, and a record of another table, is compared with all keys. An XDecimal is looked up by
+/// comparisons, in a time that grows with the logarithm of the number of keys.
 ///
 /// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included. A
-/// call allocates nothing, as with KeyFilterFunc; one predicate may be asked from several threads at once as
-/// long as nobody writes the rows. The table is not owned and must outlive the predicate.
+/// call allocates nothing, as with KeyFilterFunc; several threads may call one predicate at once as long as
+/// nobody writes the rows. The table is not owned and must outlive the predicate.
 class SITO_EXPORT KeyFilterFunc_Hash : public FilterFunc
 {
     Q_OBJECT

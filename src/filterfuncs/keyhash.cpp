@@ -91,8 +91,8 @@ KeyHash::KeyHash(const Table *table, const QList<Record> &keys, const QList<int>
 
 void KeyHash::insert(qsizetype key, quint64 hash)
 {
-    // A duplicate adds nothing. Different keys with one hash value are not searched for long: a chain takes
-    // any number of them, and the construction stays linear.
+    // A duplicate is left out when a short search finds it. The search is short so that the construction
+    // stays linear, also for many different keys with one hash value.
     int patience = 8;
     quint32 &head = m_heads[headIndex(hash)];
     const auto upper = quint32(hash >> 32);

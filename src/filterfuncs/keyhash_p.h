@@ -118,11 +118,11 @@ private:
 
 /// Whether a row equals one of a set of keys in some columns, in a time that does not depend on their number.
 ///
-/// A row's hash value is looked for in a bit filter, which turns away nearly all rows that equal no key, then
-/// in chains of the keys whose hash values fall together; keys are compared by their values in the end.
-/// Equality with a NaN does not hash: keys that hold one are kept apart and compared one by one, and a row
-/// that holds one is compared with all keys. So is a row of another table, which may lack columns and have
-/// other types. Never changes after its construction.
+/// A bit filter rejects nearly all rows that equal no key, by their hash values. Other rows are looked up
+/// in chains of keys, and in the end keys are compared by their values. Equality with a NaN cannot be
+/// hashed: keys that hold one are kept apart and compared one by one, and a row that holds one is compared
+/// with all keys. So is a row of another table, which may lack columns and have other types. Never changes
+/// after its construction.
 class KeyHash
 {
 public:

@@ -9,7 +9,7 @@ namespace {
 
 using Place = KeyColumnWords::Place;
 
-/// What it costs to compare one key whose word agrees, and to take a word from a row; in nanoseconds, very
+/// The cost of comparing one key whose word agrees, and of taking a word from a row, in nanoseconds, very
 /// roughly.
 constexpr double hitCost = 5;
 
@@ -135,7 +135,7 @@ KeyColumnWords::KeyColumnWords(const Table *table, int column, const QList<Recor
     if (learnAll(table, keys))
         return;
     if (m_place.kind == Place::Decimal) {
-        // Keys of several scales: they are told apart without trailing zeros, at some more cost.
+        // Keys of several scales are compared without trailing zeros, which costs more.
         m_place.kind = Place::AnyDecimal;
         if (learnAll(table, keys))
             return;
@@ -221,7 +221,7 @@ KeyMatcher::KeyMatcher(const Table *table, const QList<Record> &keys, const QLis
     for (const Candidate &candidate : candidates) {
         KeyColumnWords &words = m_first.isEmpty() ? m_first : m_second;
         words = KeyColumnWords(table, candidate.column, keys, candidate.judged.place);
-        // A second column is worth its words where the first often says "perhaps".
+        // A second column pays where many keys share the word of the first.
         if (!m_second.isEmpty() || (!m_first.isEmpty() && candidate.judged.expectedHits < 0.5))
             break;
     }

@@ -33,7 +33,7 @@ public:
         quint8 shift = 0;
     };
 
-    /// What can be said of a row by its value in the column.
+    /// What the value of a row in the column says about the row.
     enum class Found {
         Word,    ///< it has a word, and only keys that have it can match
         Nothing, ///< no key can match
@@ -125,8 +125,8 @@ private:
     }
 
     Found findDecimal(qint64 value, quint16 &word) const;
-    /// Learns from the field of a key what find() has to know, and takes its word; false for a NaN, and for a
-    /// decimal of another scale than those before.
+    /// Adds the field of a key to what find() needs, and takes its word; returns false for a NaN, and for a
+    /// decimal with another scale than those before.
     bool learn(const Field &field, quint16 &word);
     bool learnAll(const Table *table, const QList<Record> &keys);
 
@@ -145,9 +145,9 @@ private:
     KeyWords m_words;
 };
 
-/// Whether a row equals one of a set of keys in some columns. What decides how that is found out is worked
-/// out once: for a row of the keys' own table the column in which a word tells the keys apart best is looked
-/// at first, and whole keys are compared where it agrees. A row of another table may lack columns and have
+/// Decides whether a row equals one of a set of keys in some columns. The constructor chooses the column
+/// whose words tell the keys apart best. For a row of the keys' own table that column is looked at first,
+/// and whole keys are compared only where the words agree. A row of another table may lack columns and have
 /// other types; it is compared key by key. Never changes after its construction.
 class KeyMatcher
 {
@@ -211,7 +211,7 @@ private:
     const Table *m_table;
     const QList<Record> &m_keys;
     const QList<int> &m_columns;
-    /// The fields of a single key: nothing is quicker than to compare them.
+    /// The fields of a single key: comparing them is quickest.
     std::vector<OnlyField> m_onlyKey;
     KeyColumnWords m_first;
     /// Another column, where the first leaves many keys.

@@ -10,8 +10,8 @@
 #include <array>
 #include <vector>
 
-/// The key bytes of rows, laid side by side, and the question whether a run of bytes is among them. What
-/// decides how it is answered is worked out once. Never changes after its construction.
+/// The key bytes of rows, side by side; decides whether a run of bytes is among them. The constructor chooses
+/// how to search. Never changes after its construction.
 class KeyRuns
 {
 public:

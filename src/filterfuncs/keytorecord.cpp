@@ -43,8 +43,8 @@ void store(Field &target, const xdecimal &value)
     target.setPresent();
 }
 
-/// Stores \a value with its own scale. Deliberately the column's scale is tried on the copy alone, after the
-/// store: a number that has no room at that scale is refused by what setScale() throws.
+/// Stores \a value with its own scale. The column's scale is deliberately tried on the copy alone, after the
+/// store: setScale() throws for a number that has no room at that scale.
 void storeWithOwnScale(Field &target, xdecimal value)
 {
     store(target, value);
@@ -89,7 +89,7 @@ qint32 saturatedInt(qint64 value)
 
 [[noreturn]] void failText(QStringView text, FieldType::Type to)
 {
-    // Both at once: a "%2" in the text is text.
+    // Both arguments at once: a "%2" in the text stays as it is.
     throw Exception(u"Can't convert from '%1' to %2"_s.arg(text.toString(), FieldType::typeName(to)));
 }
 
@@ -186,7 +186,7 @@ void assignNumber(Field &target, const Number &value)
     case FieldType::Block:
         break;
     }
-    // Deliberately so for an XDecimal, too.
+    // The same for an XDecimal, deliberately.
     failTypes(FieldType::Decimal, target.def->type);
 }
 

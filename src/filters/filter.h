@@ -31,18 +31,18 @@ public:
 
     bool isEnabled() const { return m_enabled; }
 
-    /// The two numbers given at construction. They mean something to the host alone; nothing in this library
+    /// The two numbers given at construction. Only the host gives them a meaning; nothing in this library
     /// reads them.
     int firstId() const { return m_firstId; }
     int secondId() const { return m_secondId; }
 
-    /// A new predicate for the filter's value as it is now; later changes do not reach it. It belongs to
+    /// A new predicate for the filter's current value; later changes do not affect it. It belongs to
     /// \a parent or, when that is null, to the caller; the filter keeps no pointer to it.
     virtual FilterFunc *createFilterFunc(QObject *parent) const = 0;
 
     /// A new widget to edit the filter with, a child of \a parent; null for a filter without one.
     virtual QWidget *createFilterWidget(QWidget *parent) = 0;
-    /// Takes the user's settings from \a widget, one made by createFilterWidget(), into the filter.
+    /// Applies the user's input in \a widget, one made by createFilterWidget(), to the filter.
     virtual void apply(QWidget *widget) = 0;
     /// Shows the filter's state in \a widget, one made by createFilterWidget().
     virtual void init(QWidget *widget) = 0;
@@ -56,15 +56,15 @@ public:
     virtual bool hasValue() const;
     /// The value as a text that setValue() restores; empty without a value.
     virtual QString value() const;
-    /// Restores the value from such a text; an empty one means no value. Does nothing in a filter without a
-    /// value of its own.
+    /// Restores the value from a text of value(); an empty one means no value. Does nothing in a filter
+    /// without a value of its own.
     virtual void setValue(const QString &value);
     /// Removes the value: calls setValue() with a null text, unless a subclass overrides it. Exceptions of
     /// setValue() pass through.
     virtual void clear();
 
-    /// Switches the filter on or off and emits enabledChanged(): deliberately on every call, also when
-    /// nothing changes.
+    /// Switches the filter on or off and emits enabledChanged(). It is deliberately emitted on every call,
+    /// also when nothing changes.
     virtual void setEnabled(bool enabled);
 
 Q_SIGNALS:

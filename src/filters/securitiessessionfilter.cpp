@@ -56,12 +56,12 @@ int requireColumn(const Table &table, const QString &name)
     return column;
 }
 
-/// What is known of a security.
+/// What the rows so far say about a security.
 struct Latest
 {
     /// Its highest session, at least 0.
     int session = 0;
-    /// The other security whose row came next when rows of this one were last followed by any.
+    /// The other security whose row last followed a row of this one.
     std::pair<const int, Latest> *follower = nullptr;
 };
 
@@ -71,9 +71,9 @@ using Sessions = std::map<int, Latest>;
 Sessions latestSessions(const Table &table, int stockColumn, int sessionColumn)
 {
     Sessions sessions;
-    // Tables are usually written security by security, or day by day with the securities of a day in one
-    // order: most rows concern the security of the row before, or the one that came after that one on the day
-    // before. The map is searched for the others.
+    // Tables are usually written security by security, or day by day with the securities in the same order.
+    // So the security of most rows is that of the row before, or the one that followed it on the day before.
+    // The map is searched for the others.
     Sessions::value_type *last = nullptr;
     const IndexList *index = table.masterIndex();
     const IndexIterator end = index->end(); // a virtual call

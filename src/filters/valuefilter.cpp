@@ -19,9 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The searches are written out instead of taken from the standard library, which promises nothing for a set
-// that is not in strict order (see ValueFilter on NaN). These probe the places they are meant to probe for
-// any set, always end, and never leave it.
+// The standard library's searches promise nothing for a set that is not in strict order (see ValueFilter on
+// NaN). These probe the middle of each range, whatever the set, always end, and never leave it.
 
 /// Halves the range [first, last): a key for which \a before holds moves the start past itself.
 template <typename Before>
@@ -63,7 +62,7 @@ qsizetype lowerBound(const KeyValue *keys, qsizetype first, qsizetype last, cons
     if (!beginsWithInt(key))
         return bisect(keys, first, last, sortsBeforeKey);
 
-    // The first integers nearly always decide, and here they do so without a call.
+    // The first integers nearly always decide; comparing them here saves a call.
     const auto number = key.constData()->value<qint32>();
     return bisect(keys, first, last, [&](const KeyValue &probe) {
         if (!beginsWithInt(probe) || probe.constData()->value<qint32>() == number)
@@ -72,8 +71,9 @@ qsizetype lowerBound(const KeyValue *keys, qsizetype first, qsizetype last, cons
     });
 }
 
-/// Whether lowerBound() is plainly the end of \a list: keys often come in ascending order. Whatever else the
-/// list holds, all keys in front of one of integers sort before it, so that every probe would say the same.
+/// Whether lowerBound() is certainly the end of \a list: keys often come in ascending order. Whatever else
+/// the list holds, all keys in front of one of integers sort before it, so every probe would give the same
+/// result.
 bool sortsBehindAll(const QList<KeyValue> &list, const KeyValue &key)
 {
     return !list.isEmpty() && isOfIntegers(key) && isOfIntegers(list.constLast()) && list.constLast() < key;
@@ -210,10 +210,9 @@ void mergeRuns(const SortEntry *first, const SortEntry *middle, const SortEntry 
 
 /// Sorts \a keys, which nobody else shares, ascending; equal ones stay in the order they came in.
 ///
-/// A merge sort, not std::sort: that one may leave the range or never end when the order is not strict, which
-/// a single NaN among the keys is enough for. Here every step is bounded by places alone and only moves
-/// entries, so that for any order whatever the result is the same keys again. Nothing is changed when a
-/// comparison throws.
+/// A merge sort, not std::sort, which may leave the range or never end when the order is not strict. A single
+/// NaN among the keys is enough for that. Here positions alone bound every step, and steps only move entries:
+/// whatever the order, the result holds the same keys. Nothing is changed when a comparison throws.
 void sortKeys(QList<KeyValue> &keys)
 {
     if (keys.size() < 2)
@@ -337,9 +336,9 @@ void ValueFilter::removeExcludedKey(const KeyValue &key)
 
 void ValueFilter::setAllExcludedKeys(const QList<KeyValue> &keys)
 {
-    // Storage of its own before anything else: the caller's list is never reordered, nor does it reach the
-    // set through a reference it has kept. The caller's list may be the set itself, which stays as it was
-    // when anything is thrown.
+    // Detached first: this never reorders the caller's list, and the caller cannot change the set through a
+    // reference into that list. The caller's list may be the set itself; it stays as it was when anything is
+    // thrown.
     QList<KeyValue> sorted = keys;
     sorted.detach();
     const auto outOfPlace = [](const KeyValue &a, const KeyValue &b) { return b < a; };
@@ -390,12 +389,12 @@ QString ValueFilter::value() const
 
 void ValueFilter::setValue(const QString &value)
 {
-    // Overriding code that changes the caller's string does not change what is read.
+    // A copy: an overridden valueToKey() may change the caller's string.
     const QString text = value; // NOLINT(performance-unnecessary-copy-initialization)
     m_excludedKeys.clear();
     if (text.isEmpty())
         return;
-    // One after the other: an overridden valueToKey() meets the set with all the keys before its own.
+    // One by one: an overridden valueToKey() sees the set with all keys before its own.
     forEachPart(text, u'|', [this](const QString &part) { addExcludedKey(valueToKey(part)); });
 }
 

@@ -12,9 +12,9 @@ class Table;
 /// The filter that hides the rows whose key is in a set of excluded keys. A key is made of the values of a
 /// record in a fixed list of columns, in that order.
 ///
-/// **The set** stays sorted by KeyValue::operator<() at every moment; keys are *equal* when neither sorts
-/// before the other. Nothing is signalled when it changes: a host that shows the filtered rows calls
-/// createFilterFunc() again. Changing the set never switches the filter on or off.
+/// **The set** is always sorted by KeyValue::operator<(); keys are *equal* when neither sorts before the
+/// other. A change emits no signal: a host that shows the filtered rows calls createFilterFunc() again.
+/// Changing the set never switches the filter on or off.
 ///
 /// **Keys must match.** Neither the number of the fields of a key nor their types are checked against the
 /// columns. All keys of one filter must have the same number of fields. Values of different types sort by
@@ -23,9 +23,9 @@ class Table;
 /// the table.
 ///
 /// **Not a number.** A NaN equals every double, and texts of VarChar and String columns that are mixed with
-/// dates in one place of a key have no consistent order either. Keys with such values may come to lie in any
-/// order and searches may miss them. Adding and sorting never make up keys, and sorting loses none; removing
-/// erases the run that the search finds, which may then hold other keys.
+/// dates in one place of a key have no consistent order either. Keys with such values may be in any order,
+/// and searches may miss them. Adding and sorting never invent keys, and sorting loses none; removing erases
+/// the run that the search finds, which may then hold other keys.
 ///
 /// **The text** of a set joins the fields of a key with "," and the keys with "|", without quotes or escapes:
 /// 12,3|15,1. It is ambiguous on purpose where the values hold these characters: a "|" in a value makes two
@@ -65,10 +65,11 @@ public:
     /// excludes.
     ///
     /// Throws the Exception of KeyFilterFunc for a key that cannot be converted to the types of the columns.
-    /// When something beneath it throws a QString, it is made a second time: when that succeeds, one warning
-    /// in the category "default", without file, line or function in every build type, says "Can't use
-    /// optimized KeyFilterFunc for '<table>' <message>" (the words are fixed; there is no optimized predicate
-    /// at this place), otherwise what was thrown the second time reaches the caller, a QString too.
+    /// When something beneath it throws a QString, the predicate is made a second time. When that succeeds,
+    /// one warning in the category "default", without file, line or function in every build type, says "Can't
+    /// use optimized KeyFilterFunc for '<table>' <message>" (the words are fixed; there is no optimized
+    /// predicate here). Otherwise what the second attempt throws reaches the caller, even a
+    /// QString.
     FilterFunc *createFilterFunc(QObject *parent) const override;
 
     /// The keys as keyToText() shows them, in ascending order, joined with "|".
@@ -80,9 +81,9 @@ public:
     /// Empties the set and adds the keys that valueToKey() reads from the parts of \a value between "|", one
     /// after the other; of equal keys the first stays. An empty text leaves the set empty.
     ///
-    /// When valueToKey() or a comparison throws, the keys of the parts before stay in the set. Takes time in
-    /// proportion to n log n for n keys in ascending order, as value() writes them; keys in random order move
-    /// each other about and take n * n.
+    /// When valueToKey() or a comparison throws, the keys of the parts before stay in the set. The time grows
+    /// with n log n for n keys in ascending order, as value() writes them. It grows with n * n for keys in
+    /// random order, because each one moves those behind it.
     void setValue(const QString &value) override;
     /// Empties the set; does not call setValue().
     void clear() override;
@@ -96,8 +97,8 @@ public:
     /// lives as long as the call.
     ///
     /// Throws the QString "ValueFilter can't restore from text. Incorrect columns numbers: %1 != %2" when the
-    /// text has %1 parts for %2 columns. A part that cannot be read as a value of its column is no error;
-    /// what it gives then is for FieldValue::fromText() to say.
+    /// text has %1 parts for %2 columns. A part that cannot be read as a value of its column is no error; see
+    /// FieldValue::fromText() for the value that it gives.
     virtual KeyValue valueToKey(const QString &value) const;
     /// The text of a key for text(): the same as that of keyToValue(), until a subclass shows keys
     /// differently.
