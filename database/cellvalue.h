@@ -10,8 +10,8 @@
 
 #include <variant>
 
-/// A value on its way into a cell. std::monostate stands for an absent value; the others must be of the
-/// column's own type: qint32 for Int, qint64 for Int64, double, decimal, xdecimal, datetime, QString for
+/// A value to be stored in a cell. std::monostate stands for an absent value; the others must have the
+/// column's type: qint32 for Int, qint64 for Int64, double, decimal, xdecimal, datetime, QString for
 /// VarChar and String, QByteArray of exactly the column's width for Raw and Block. Nothing is converted.
 using CellValue =
     std::variant<std::monostate, qint32, qint64, double, decimal, xdecimal, datetime, QString, QByteArray>;

@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// What a host says of a column when it defines a table.
+/// The definition of a column that a host gives to create a table.
 struct ColumnSpec
 {
     /// Not empty; unique within the table, upper and lower case told apart.
@@ -16,7 +16,7 @@ struct ColumnSpec
     /// Decimal and XDecimal: digits after the point, -64 to 63. VarChar: capacity in UTF-16 units, 1 to
     /// 32767. Raw: its width in bytes, 1 to 65535. 0 for every other type.
     int length = 0;
-    /// VarChar and Raw only: storage in bytes where it is to be larger than the length needs; 0 otherwise.
+    /// VarChar and Raw only: the storage in bytes, when it is larger than the length needs; otherwise 0.
     qint64 size = 0;
 
     bool operator==(const ColumnSpec &) const = default;

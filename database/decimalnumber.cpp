@@ -10,9 +10,9 @@
 
 namespace {
 
-/// All that 128 bits hold.
+/// The largest number of 128 bits.
 constexpr int largestPower = 38;
-/// All that 64 bits hold.
+/// The largest number of 64 bits.
 constexpr int wordDigits = 19;
 
 constexpr auto powers = [] {
@@ -44,7 +44,7 @@ constexpr int sign(Int128 value)
     return (value > 0) - (value < 0);
 }
 
-/// Writes the digits of \a value so that they end before \a end; returns their beginning. Zero has no digits.
+/// Writes the digits of \a value so that they end before \a end; returns their start. Zero has no digits.
 template <typename Char>
 Char *writeDigits(Char *end, UInt128 value)
 {
@@ -65,13 +65,13 @@ Char *writeDigits(Char *end, UInt128 value)
 /// The digits of a number, from the first to the last that is not 0.
 struct Digits
 {
-    /// Their value, in one word as long as they have room there.
+    /// Their value, in one word while they fit there.
     quint64 word = 0;
     UInt128 wide = 0;
     qint64 count = 0;
     /// The zeros behind them.
     qint64 zeros = 0;
-    /// How many digits there are behind the point, zeros too.
+    /// How many digits there are behind the point, including zeros.
     qint64 fraction = 0;
     bool any = false;
 
@@ -127,7 +127,7 @@ bool readExponent(const char16_t *&at, const char16_t *end, qint64 &exponent)
     const bool negative = readSign(at, end);
     if (at == end)
         return false;
-    // More than any text has digits, so that the sum with their number keeps its sense.
+    // Larger than the number of digits in any text, and small enough for a sum with it.
     constexpr qint64 enough = 100'000'000'000'000'000;
     for (; at != end && *at >= u'0' && *at <= u'9'; ++at)
         exponent = std::min(exponent * 10 + (*at - u'0'), enough);
@@ -160,7 +160,7 @@ DecimalNumber::Result DecimalNumber::read(QStringView text, const Room &room)
         scale = int(nearest);
         return Result::Good;
     }
-    // The scale of the digits without the zeros behind them; a lower one would lose some of them.
+    // The scale of the digits without trailing zeros; a lower one would lose digits.
     const qint64 least = wanted - digits.zeros;
     if (digits.count > largestPower || nearest < least)
         return Result::Overflow;
@@ -183,7 +183,7 @@ bool DecimalNumber::assign(double value, int newScale, const Room &room)
 
     const bool negative = std::signbit(value);
     const double magnitude = std::abs(value);
-    // Up to here the product with a significand of 53 bits has room in 128 bits.
+    // Up to here the product with a significand of 53 bits fits into 128 bits.
     constexpr int largestFactor = 22;
     if (newScale < 0 || newScale > largestFactor)
         return assignDigits(magnitude, negative, newScale, room);
@@ -209,7 +209,7 @@ bool DecimalNumber::assignDigits(double magnitude, bool negative, int newScale, 
     if (magnitude == 0)
         return assignMagnitude(0, negative, newScale, room);
 
-    // So many digits are always exact: no double has more.
+    // This many digits are always exact: no double has more.
     constexpr int digitsOfDouble = 767;
     std::array<char, digitsOfDouble + 16> text;
     const auto written = std::to_chars(text.data(), text.data() + text.size(), magnitude,
@@ -292,7 +292,7 @@ int DecimalNumber::compare(const DecimalNumber &other) const
 
 double DecimalNumber::toDouble() const
 {
-    // Both operands are exact doubles here, so that the one operation rounds once.
+    // Both operands are exact doubles here, so the operation rounds just once.
     constexpr Int128 exactInteger = Int128(1) << 53;
     constexpr int exactPower = 22;
     if (unscaled >= -exactInteger && unscaled <= exactInteger && std::abs(scale) <= exactPower) {

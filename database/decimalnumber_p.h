@@ -8,19 +8,19 @@
 __extension__ typedef __int128 Int128;
 __extension__ typedef unsigned __int128 UInt128;
 
-/// The number unscaled / 10^scale on its way between a stored form, a text and a double: what decimal and
-/// xdecimal have in common. Both have scales of -64 to 63 and differ in the width of the unscaled value.
+/// The number unscaled / 10^scale, converted between a stored form, a text and a double: the common part of
+/// decimal and xdecimal. Both have scales of -64 to 63 and differ in the width of the unscaled value.
 struct DecimalNumber
 {
-    /// The room that a stored form has for unscaled values: -2^bits to 2^bits - 1.
+    /// The range of unscaled values in a stored form: -2^bits to 2^bits - 1.
     struct Room
     {
         constexpr explicit Room(int bits) : highest((UInt128(1) << bits) - 1), tenth(highest / 10) {}
 
-        /// The largest unscaled value; one more with a minus sign fits as well.
+        /// The largest unscaled value; the magnitude of a negative value may be larger by 1.
         UInt128 highest;
-        /// The largest magnitude that takes another digit, whatever the sign: no power of two above 1 ends in
-        /// 0.
+        /// The largest magnitude that can take another digit, whatever the sign: no power of two above 1 ends
+        /// in 0.
         UInt128 tenth;
     };
 
@@ -33,12 +33,13 @@ struct DecimalNumber
 
     /// Reads \a text by the rules stated for the constructor of decimal; allocates nothing.
     Result read(QStringView text, const Room &room);
-    /// Takes \a value rounded to \a scale, half away from zero, and tells whether it fits.
+    /// Takes \a value rounded to \a scale, half away from zero; returns whether it fits.
     bool assign(double value, int scale, const Room &room);
-    /// Changes the scale, rounding half away from zero, and tells whether the number fits; unchanged if not.
+    /// Changes the scale, rounding half away from zero; returns whether the number fits, and changes nothing
+    /// if not.
     bool rescale(int newScale, const Room &room);
 
-    /// Whether unscaled value and scale are such as can be stored.
+    /// Whether unscaled value and scale can be stored.
     bool fits(const Room &room) const;
     /// Exact order of the numbers.
     int compare(const DecimalNumber &other) const;

@@ -4,8 +4,7 @@
 #include <cstring>
 
 namespace {
-// Constants are made while libraries are being loaded, in any order: their definitions must stand before
-// that.
+// Constants are made while libraries are loaded, in any order. Their definitions must exist before.
 constinit const ColumnDef intConstant{FieldType::Int, 0, 0, 0, sizeof(qint32)};
 constinit const ColumnDef stringConstant{FieldType::String, 0, 0, 0, sizeof(QString)};
 } // namespace

@@ -3,7 +3,7 @@
 
 #include <data/field.h>
 
-/// How many bytes of a Raw or Block value count: all but the filler of a Raw column with larger storage.
+/// The bytes of a Raw or Block value that count: all except the filler of a Raw column with larger storage.
 inline qsizetype rawWidth(const ColumnDef &def)
 {
     const bool filled = def.type == FieldType::Raw && def.length > 0 && quint64(def.length) < def.size;

@@ -38,7 +38,7 @@ void FieldType::stringToVarChar(unsigned char *buffer, int size, const QStringVi
     if (cut && units > 0 && text[units - 1].isHighSurrogate() && text[units].isLowSurrogate())
         --units;
     const auto bytes = size_t(units) * sizeof(char16_t);
-    // The text may be that of this very value; that of a null text is no memory at all.
+    // The text may be the text of this value itself. A null text has no memory.
     if (bytes != 0)
         std::memmove(buffer, text.utf16(), bytes);
     std::memset(buffer + bytes, 0, size_t(size) * sizeof(char16_t) - bytes);

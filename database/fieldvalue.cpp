@@ -25,7 +25,7 @@ QString &stringAt(const Field &field)
     return *reinterpret_cast<QString *>(field.data);
 }
 
-/// Reads the commonest form of a whole number, a few plain digits; tells whether the text was one.
+/// Reads the commonest form of a whole number, a few plain digits; returns whether the text was one.
 bool readDigits(QStringView text, qint32 &number)
 {
     const bool negative = text.startsWith(u'-');

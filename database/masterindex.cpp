@@ -77,7 +77,8 @@ void MasterIndex::append(unsigned char *row)
 {
     Page *last = page(qint64(m_table.size()) - 1);
     if (!last || last->count() == last->capacity) {
-        // Also with a page to spare: a reserve() that threw may have left it without a slot in the table.
+        // Also when there is a spare page: a reserve() that threw may have left it without a slot in the
+        // table.
         reserve(1);
         last = m_spare.back().release();
         m_spare.pop_back();

@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
-/// The master index of a MemoryTable. It counts nothing and frees no row: the rows' references are the
-/// table's business. Positions are row numbers from 0.
+/// The master index of a MemoryTable. It neither counts references nor frees rows: the table does. Positions
+/// are row numbers from 0.
 class MasterIndex final : public IndexList
 {
 public:
@@ -20,12 +20,12 @@ public:
     /// The position of \a row, or -1; takes time proportional to the number of rows.
     qint64 positionOf(const unsigned char *row) const;
 
-    /// Makes room for \a count rows more at the end, so that append() for them cannot fail.
+    /// Makes room for \a count more rows at the end, so that append() cannot fail for them.
     void reserve(qint64 count);
     void append(unsigned char *row);
     /// Inserts all \a rows before \a position, or none when memory runs out.
     void insert(qint64 position, std::span<unsigned char *const> rows);
-    /// Takes out the rows for which \a leaves says so, in one pass.
+    /// Removes the rows for which \a leaves returns true, in one pass.
     template <typename Predicate>
     void removeIf(Predicate leaves);
     void clear();
@@ -50,14 +50,13 @@ private:
     Page *page(qint64 slot) const { return static_cast<Page *>(m_table[size_t(slot)]); }
     qint64 slotOf(qint64 position) const;
     void publish();
-    /// Puts \a content into fresh pages in the place of the one at \a slot; without effect when memory runs
-    /// out.
+    /// Replaces the page at \a slot by new pages with \a content; has no effect when memory runs out.
     void replacePage(qint64 slot, std::span<unsigned char *const> content);
-    /// Counts the rows anew from the page at \a slot on; there must be one.
+    /// Counts the rows again from the page at \a slot on; there must be one.
     void renumber(qint64 slot);
     void dropEmptyPages();
 
-    /// What m_slots points at: slot 0 is never used, the others hold pages without gaps.
+    /// The slots of m_slots: slot 0 is never used, the others hold pages without gaps.
     std::vector<IndexPage *> m_table;
     qint64 m_size = 0;
     /// Empty pages that reserve() made, last first.

@@ -36,7 +36,7 @@ MemoryDatabase::~MemoryDatabase() = default;
 
 MemoryDatabase &MemoryDatabase::instance()
 {
-    // Never destroyed: handles in other static objects may outlive any order of destruction.
+    // Never destroyed: handles in other static objects may live longer, whatever the order of destruction.
     static auto *database = new MemoryDatabase;
     return *database;
 }

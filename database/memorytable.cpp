@@ -17,7 +17,7 @@ struct Place
 {
     const TablePrivate &table;
     qint64 row;
-    /// The row itself where its number is not known: looking for it takes time, so only a message does.
+    /// The row itself while its number is not known: only a message takes the time to look for it.
     const unsigned char *block = nullptr;
 
     QString rowText() const
@@ -41,7 +41,7 @@ struct Place
 /// Names \a row, a row of the table \a owner, in a message of another table.
 QString foreignRowText(TablePrivate &owner, const unsigned char *row)
 {
-    // Never waiting: the caller holds its own table, and someone who holds this one may want that.
+    // Does not wait: the caller holds the lock of its own table, and a holder of this one may wait for that.
     const std::unique_lock guard(owner.mutex, std::try_to_lock);
     if (!guard)
         return QStringLiteral("a row of table '%1'").arg(owner.name);
@@ -130,7 +130,7 @@ void check(const Place &place, std::span<const CellValue> values)
 void write(Field field, const CellValue &value)
 {
     if (std::holds_alternative<std::monostate>(value)) {
-        // What is absent leaves no trace: equal rows stay equal bytes.
+        // An absent value leaves zeros, so that equal rows have equal bytes.
         if (field.def->type == FieldType::String)
             *reinterpret_cast<QString *>(field.data) = QString();
         else
@@ -156,7 +156,7 @@ void write(Field field, const CellValue &value)
     field.setPresent();
 }
 
-/// Rows that are about to enter the table: given back unless they do.
+/// Rows that are about to be added to the table; freed unless they are.
 class NewRows
 {
 public:
@@ -183,7 +183,7 @@ private:
     QList<Record> m_records;
 };
 
-/// The index holds a reference of its own on each of its rows.
+/// The index holds its own reference on each of its rows.
 void retain(unsigned char *row)
 {
     reinterpret_cast<RowHeader *>(row)->references.fetch_add(1, std::memory_order_relaxed);

@@ -18,20 +18,21 @@
 /// bytes in the data area. The columns lie there in index order, each at the next multiple of 8; the presence
 /// bits of the nullable columns follow. Every byte that no value uses is zero from creation on and stays zero
 /// with every write through the table, the tail of a VarChar behind its text and the value of an absent field
-/// included. So rows that the table has filled with equal values are equal bytes, but for String columns, for
-/// decimals of different scales, and for doubles that compare equal and differ in bits (0.0 and -0.0, NaN).
-/// Who writes through a Field writes just what it says: Field::setAbsent() leaves the old value behind the
-/// cleared bit. Rows of a table stand in slabs and never move.
+/// included. So rows that the table has filled with equal values have equal bytes, except for String columns,
+/// for decimals of different scales, and for doubles that compare equal and differ in bits (0.0 and -0.0,
+/// NaN). Writing through a Field changes only what the Field says: Field::setAbsent() clears the bit and
+/// leaves the old value. Rows lie in slabs and never move.
 ///
-/// **Errors.** Every operation that can fail throws Exception with the table, the column and the row in the
-/// message, as far as the error has them, and has changed nothing then. A row is named by its number: a row
-/// of another table by its number there (unless a thread is changing that table), a row to remove that is not
+/// **Errors.** Every operation that can fail throws Exception, and changes nothing then. The message names
+/// the table, the column and the row, as far as the error has them. A row is named by its number: a row of
+/// another table by its number there (unless a thread is changing that table), a row to remove that is not
 /// in the table by its place in the list, counted from 0.
 ///
-/// **Threads.** Changing operations lock the table while they work (see Table::lock()). Rows may be read from
-/// several threads as long as none changes the table.
+/// **Threads.** Operations that change the table lock it while they work (see Table::lock()). Rows may be
+/// read from several threads as long as none changes the table.
 ///
-/// Rows that left the table live on while Record handles refer to them; the table must outlive those handles.
+/// Rows that left the table stay alive while Record handles refer to them; the table must outlive those
+/// handles.
 class DATABASE_EXPORT MemoryTable final : public Table
 {
 public:
@@ -57,8 +58,9 @@ public:
     void append(const QList<QList<CellValue>> &rows);
     /// Inserts all of \a rows before the row at \a index (at the end for index rowCount()), or none.
     void insert(qint64 index, const QList<QList<CellValue>> &rows);
-    /// Makes \a row, a row of this table that is not in it, its last row: one made by Record(const Table *)
-    /// and filled through its fields, or one that was removed. Takes time proportional to the number of rows.
+    /// Appends \a row, which was made for this table and is not in it: a row made by Record(const Table *)
+    /// and filled through its fields, or one that was removed. Takes time proportional to the number of
+    /// rows.
     void append(const Record &row);
 
     /// Changes one value of \a row, which must be a row of this table.
@@ -66,21 +68,21 @@ public:
     /// Changes several values of \a row, or none when one of them does not fit.
     void update(const Record &row, const QList<std::pair<int, CellValue>> &values);
 
-    /// Takes \a row out of the table. Finding it takes time proportional to the number of rows.
+    /// Removes \a row. Finding it takes time proportional to the number of rows.
     void remove(const Record &row);
-    /// Takes all of \a rows out of the table in one pass, or none when one of them is not in it.
+    /// Removes all of \a rows in one pass, or none when one of them is not in the table.
     void remove(const QList<Record> &rows);
-    /// Takes all rows out of the table.
+    /// Removes all rows.
     void clear();
 
-    /// As lock(), but returns at once: false when the lock is not to be had just now.
+    /// As lock(), but does not wait: returns false when the lock is taken.
     bool tryLock() const;
 
     /// How many rows are alive: in the table or held by a handle.
     qint64 liveRowCount() const;
     /// The width of a row block in bytes, header and presence bits included.
     qint64 rowBlockSize() const;
-    /// What the rows and the index take in memory, in bytes; texts of String columns do not count.
+    /// The memory of the rows and the index, in bytes, without the texts of String columns.
     qint64 memoryUsage() const;
 
 private:

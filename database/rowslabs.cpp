@@ -5,7 +5,8 @@
 #include <cstring>
 
 namespace {
-// Small tables start with little; large ones grow in steps whose rounding to memory pages no longer counts.
+// Small tables start with little memory. Large ones grow in steps so large that rounding to memory pages
+// costs little.
 constexpr qsizetype firstSlabSize = 4096;
 constexpr qsizetype largestSlabSize = 1 << 20;
 } // namespace

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <vector>
 
-/// Memory for the row blocks of one table: equal blocks cut from slabs, freed ones used again. Safe from any
-/// thread.
+/// Memory for the row blocks of one table: blocks of equal size from slabs. Freed blocks are used again.
+/// May be used from any thread.
 class RowSlabs
 {
 public:
@@ -17,7 +17,7 @@ public:
     qsizetype blockSize() const { return m_blockSize; }
     /// A block filled with zeros.
     unsigned char *allocate();
-    /// Takes \a block back; the slabs go back to the system with the last one.
+    /// Frees \a block; the slabs are returned to the system with the last block.
     void free(unsigned char *block);
     qint64 liveBlocks() const;
     qint64 memoryUsage() const;
@@ -30,7 +30,7 @@ private:
     std::vector<std::unique_ptr<unsigned char[]>> m_slabs;
     qint64 m_slabBytes = 0;
     qint64 m_live = 0;
-    /// What is left of the newest slab.
+    /// The rest of the newest slab.
     unsigned char *m_fresh = nullptr;
     unsigned char *m_freshEnd = nullptr;
     /// Freed blocks, chained through their first words.

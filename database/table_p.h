@@ -29,7 +29,7 @@ struct RowLayout
     };
     static_assert(sizeof(Column) == 64, "found by a shift");
 
-    /// Throws Exception for a definition that makes no table.
+    /// Throws Exception for an invalid definition.
     RowLayout(const QString &table, const QList<ColumnSpec> &specs);
 
     std::vector<Column> columns;
@@ -52,7 +52,7 @@ public:
     const QString name;
     const QList<ColumnSpec> specs;
     const RowLayout layout;
-    /// The columns of the layout, one step nearer: Table::dataPtr() is called for every cell that is read.
+    /// The columns of the layout, one step closer: Table::dataPtr() is called for every cell that is read.
     const RowLayout::Column *const columns = layout.columns.data();
     RowSlabs slabs;
     MasterIndex index;

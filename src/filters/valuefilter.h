@@ -68,8 +68,7 @@ public:
     /// When something beneath it throws a QString, the predicate is made a second time. When that succeeds,
     /// one warning in the category "default", without file, line or function in every build type, says "Can't
     /// use optimized KeyFilterFunc for '<table>' <message>" (the words are fixed; there is no optimized
-    /// predicate here). Otherwise what the second attempt throws reaches the caller, even a
-    /// QString.
+    /// predicate here). Otherwise what the second attempt throws reaches the caller, even a QString.
     FilterFunc *createFilterFunc(QObject *parent) const override;
 
     /// The keys as keyToText() shows them, in ascending order, joined with "|".
