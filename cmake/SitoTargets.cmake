@@ -38,6 +38,9 @@ target_compile_options(sito_waiting_macros INTERFACE -Wno-conversion)
 
 find_program(SITO_XVFB_RUN xvfb-run)
 
+# What every test runs with, but for the platform of its windows.
+set(SITO_TEST_ENVIRONMENT "LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}/runtime")
+
 # sito_add_test(<name> SOURCES ... LIBRARIES ... [X11])
 # One Qt Test program, run offscreen, in English and in UTC unless the test itself says otherwise; with X11 it is run
 # a second time, as <name>_x11, in a real X server, where there is xvfb-run.
@@ -50,7 +53,7 @@ function(sito_add_test name)
     endif()
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
     add_test(NAME ${name} COMMAND ${name})
-    set(environment "LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}/runtime;${ARG_ENVIRONMENT}")
+    set(environment "${SITO_TEST_ENVIRONMENT};${ARG_ENVIRONMENT}")
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${environment}" TIMEOUT 300)
     if(ARG_X11 AND SITO_XVFB_RUN)
         add_test(NAME ${name}_x11
