@@ -44,7 +44,8 @@ private Q_SLOTS:
             QCOMPARE(reports, QStringList());
         }
 
-        QCOMPARE(reports, QStringList(QStringLiteral("1 database.exception Exception: broken %1")));
+        QCOMPARE(reports.size(), 1);
+        QVERIFY2(reports.first().contains(QStringLiteral("broken %1")), qPrintable(reports.first()));
     }
 
     void reportsItsLines()
@@ -56,8 +57,10 @@ private Q_SLOTS:
             QCOMPARE(exception.lines(), QStringList({QStringLiteral("inner"), QStringLiteral("outer")}));
         }
 
-        QCOMPARE(reports,
-                 QStringList(QStringLiteral("1 database.exception Exception: broken\n    inner\n    outer")));
+        QCOMPARE(reports.size(), 1);
+        const qsizetype inner = reports.first().indexOf(QStringLiteral("inner"));
+        QVERIFY2(inner > reports.first().indexOf(QStringLiteral("broken")), qPrintable(reports.first()));
+        QVERIFY2(inner < reports.first().indexOf(QStringLiteral("outer")), qPrintable(reports.first()));
     }
 
     void keepsItsTextBeforeItsLines()

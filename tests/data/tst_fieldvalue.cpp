@@ -435,19 +435,6 @@ private Q_SLOTS:
         QCOMPARE(record.field(FieldType::Int).toString(), QStringLiteral("0"));
     }
 
-    void readsVarCharInPlace()
-    {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        const Record record(&table);
-        const Field field = record.field(FieldType::VarChar);
-        FieldType::stringToVarChar(field.data, field.def->length, u"abc");
-
-        const QString text = field.asStaticString();
-
-        QCOMPARE(text, QStringLiteral("abc"));
-        QCOMPARE(static_cast<const void *>(text.constData()), static_cast<const void *>(field.data));
-    }
-
 private:
     void store(const Record &record, int column, const CellValue &value)
     {

@@ -10,11 +10,11 @@
 
 #include <database/memorytable.h>
 
-#include <support/allocationcounter.h>
 #include <support/exceptions.h>
 #include <support/fieldtypes.h>
 #include <support/objectlayout.h>
 #include <support/seed.h>
+#include <support/typenames.h>
 
 #include <QPointer>
 #include <QRandomGenerator>
@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "keyfixtures.h"
+#include "textcost.h"
 
 using namespace Qt::StringLiterals;
 using namespace fieldtypes;
@@ -347,7 +348,7 @@ void TestKeyPredicates::areNotMadeOfKeysThatCannotBeConverted()
     const QList<KeyValue> keys{numbers.key(u"12"_s), numbers.key(u"12x"_s), numbers.key(u"12"_s)};
 
     QCOMPARE(exceptionMessage([&] { make(&numbers.table, keys, {0}, &parent); }),
-             u"Can't convert from '12x' to Int"_s);
+             withTypeNames(u"Can't convert from '12x' to Int"_s));
     QCOMPARE(exceptionMessage([&] { make(&numbers.table, {KeyValue()}, {0}, &parent); }),
              u"Key of 0 values for 1 columns"_s);
 
@@ -443,6 +444,11 @@ void TestKeyPredicates::answerLikeThePlainLoop()
             return type != otherType && isText(type) && isText(otherType);
         });
 
+        // And some database libraries make one for every comparison.
+        const bool makesTexts = std::any_of(records.cbegin(), records.cend(), [&](const Record &record) {
+            return comparisonAllocates(record, columns);
+        });
+
         const KeyFilterFunc func(&table, keys, columns);
         const KeyFilterFunc_Hash hash(&table, keys, columns);
 
@@ -455,7 +461,7 @@ void TestKeyPredicates::answerLikeThePlainLoop()
                  {static_cast<const FilterFunc *>(&func), static_cast<const FilterFunc *>(&hash)}) {
                 const AllocationCounter allocations;
                 const bool answer = predicate->filter(record);
-                QVERIFY2(allocations.count() == 0 || (record.table() == &other && mixesTexts),
+                QVERIFY2(allocations.count() == 0 || (record.table() == &other && mixesTexts) || makesTexts,
                          where.constData());
                 QVERIFY2(answer == expected,
                          qPrintable(predicate->toString() + u", "_s + QString::fromLatin1(where)));
@@ -526,6 +532,11 @@ void TestKeyPredicates::fastAnswersLikeTheBytes()
         const ColumnDef *end = table.columnDef(columns.last() + 1);
 
         const KeyFilterFunc_Fast fast(&table, keys, columns);
+        // And some database libraries make one for every comparison.
+        const bool makesTexts = std::any_of(records.cbegin(), records.cend(), [&](const Record &record) {
+            return comparisonAllocates(record, columns);
+        });
+
         const KeyFilterFunc func(&table, keys, columns);
         const KeyFilterFunc_Hash hash(&table, keys, columns);
 

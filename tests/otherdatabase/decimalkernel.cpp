@@ -172,23 +172,23 @@ double DecimalKernel::toDouble() const
 
 QString DecimalKernel::toString() const
 {
-    QString digits = digitsOf(magnitude);
-    if (scale < 0 && magnitude != 0)
-        digits.append(QString(-scale, u'0'));
-    if (scale > 0) {
-        if (digits.size() <= scale)
-            digits.prepend(QString(scale + 1 - digits.size(), u'0'));
-        digits.insert(digits.size() - scale, u'.');
-        while (digits.endsWith(u'0'))
-            digits.chop(1);
-        if (digits.endsWith(u'.'))
-            digits.chop(1);
-    }
-    return negative ? u'-' + digits : digits;
+    if (scale <= 0)
+        return (negative ? QStringLiteral("-") : QString()) + digitsOf(magnitude) +
+               (magnitude != 0 ? QString(-scale, u'0') : QString());
+    QString text = toExactText();
+    while (text.endsWith(u'0'))
+        text.chop(1);
+    if (text.endsWith(u'.'))
+        text.chop(1);
+    return text;
 }
 
 QString DecimalKernel::toExactText() const
 {
-    return (negative ? QStringLiteral("-") : QString()) + digitsOf(magnitude) + u'e' +
-           QString::number(-scale);
+    QString digits = digitsOf(magnitude);
+    if (scale < 0)
+        digits += u'e' + QString::number(-scale);
+    if (scale > 0)
+        digits = digits.rightJustified(scale + 1, u'0').insert(qMax(digits.size(), scale + 1) - scale, u'.');
+    return negative ? u'-' + digits : digits;
 }

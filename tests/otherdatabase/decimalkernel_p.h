@@ -25,10 +25,10 @@ struct DecimalKernel
     int compare(const DecimalKernel &other) const;
     /// The product of two doubles, so equal numbers of different scales may have different doubles.
     double toDouble() const;
-    /// Plain digits, without an exponent and without zeros at the end of the fraction: other than the scale, the
-    /// number is kept.
+    /// Plain digits, without an exponent and without zeros at the end of the fraction: it keeps the number, but
+    /// not its scale.
     QString toString() const;
-    /// The number and its scale: "1250e-2".
+    /// As many digits behind the point as the scale says, or the zeros of a negative scale as "e3".
     QString toExactText() const;
 
     bool negative = false;

@@ -51,13 +51,13 @@ bool storeNumber(Field &field, const std::optional<Number> &number)
     return number.has_value();
 }
 
-/// Seventeen digits, which tell all doubles apart.
+/// The shortest text that reads back the same.
 QString doubleText(double value)
 {
     if (std::isnan(value))
         return QStringLiteral("nan");
     char buffer[32];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 17);
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value);
     return QString::fromLatin1(buffer, end.ptr - buffer);
 }
 
@@ -194,8 +194,9 @@ void FieldValue::fromText(const QStringView &text)
         stringAt(*this) = value.toString();
         break;
     default: {
-        const QByteArray bytes = QByteArray::fromHex(value.toLatin1());
-        ok = bytes.size() == rawWidth(*def) && value.size() == 2 * bytes.size();
+        const QByteArray digits = value.toLatin1().toLower();
+        const QByteArray bytes = QByteArray::fromHex(digits);
+        ok = bytes.size() == rawWidth(*def) && bytes.toHex() == digits;
         if (ok)
             std::memcpy(data, bytes.constData(), size_t(bytes.size()));
         break;

@@ -7,10 +7,16 @@
 #include <QString>
 #include <QTest>
 
-/// Announces the report of an exception with this message, which is about to be destroyed.
+/// Announces a report of the database library that holds \a message, however it is worded.
+inline void announceReport(const QString &message)
+{
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(message)));
+}
+
+/// Announces the report of an exception, which is about to be destroyed.
 inline void announce(const Exception &exception)
 {
-    QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("Exception: ") + exception.message()));
+    announceReport(exception.message());
 }
 
 /// Calls \a function and returns the message of the Exception it throws; a null text when it throws none.
