@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 struct MemoryDatabase::Catalogue
@@ -78,8 +79,16 @@ QStringList MemoryDatabase::tableNames() const
 
 void MemoryDatabase::dropTable(const QString &name)
 {
+    takeTable(name).reset();
+}
+
+std::unique_ptr<MemoryTable> MemoryDatabase::takeTable(const QString &name)
+{
     const std::lock_guard guard(d->mutex);
-    d->tables.erase(d->require(name));
+    const auto found = d->require(name);
+    std::unique_ptr<MemoryTable> table = std::move(*found);
+    d->tables.erase(found);
+    return table;
 }
 
 void MemoryDatabase::clear()

@@ -63,6 +63,22 @@ private Q_SLOTS:
         QVERIFY(database.tableNames().isEmpty());
     }
 
+    void handsTablesOver()
+    {
+        auto &database = MemoryDatabase::instance();
+        MemoryTable *table = database.createTable(QStringLiteral("a"), columns);
+
+        const std::unique_ptr<MemoryTable> taken = database.takeTable(QStringLiteral("a"));
+
+        QCOMPARE(taken.get(), table);
+        QCOMPARE(taken->name(), QStringLiteral("a"));
+        QVERIFY(database.tableNames().isEmpty());
+        QVERIFY(database.createTable(QStringLiteral("a"), columns) != table); // the name is free
+        database.clear();
+        QCOMPARE(exceptionMessage([&] { database.takeTable(QStringLiteral("a")); }),
+                 QStringLiteral("There is no table 'a'"));
+    }
+
     void refusesNames()
     {
         auto &database = MemoryDatabase::instance();
