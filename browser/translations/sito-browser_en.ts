@@ -298,6 +298,69 @@
     </message>
 </context>
 <context>
+    <name>Questions</name>
+    <message>
+        <source>Открыть базу данных</source>
+        <translation>Open Database</translation>
+    </message>
+    <message>
+        <source>Базы данных SQLite (*.sqlite *.sqlite3 *.db *.db3)</source>
+        <translation>SQLite databases (*.sqlite *.sqlite3 *.db *.db3)</translation>
+    </message>
+    <message>
+        <source>Все файлы (*)</source>
+        <translation>All files (*)</translation>
+    </message>
+    <message>
+        <source>Записать показанные строки</source>
+        <translation>Write the Shown Rows</translation>
+    </message>
+    <message>
+        <source>CSV с заголовками (*.csv)</source>
+        <translation>CSV with headers (*.csv)</translation>
+    </message>
+    <message>
+        <source>CSV без заголовков (*.csv)</source>
+        <translation>CSV without headers (*.csv)</translation>
+    </message>
+    <message>
+        <source>Показаны не те строки, что задают фильтры и сортировка.</source>
+        <translation>The rows shown are not what the filters and the sorting say.</translation>
+    </message>
+    <message>
+        <source>Записать всё же те, что показаны?</source>
+        <translation>Write those that are shown all the same?</translation>
+    </message>
+    <message>
+        <source>&amp;Записать показанные</source>
+        <translation>&amp;Write the Shown Rows</translation>
+    </message>
+    <message>
+        <source>Сохранить набор фильтров</source>
+        <translation>Save Filter Set</translation>
+    </message>
+    <message>
+        <source>Имя набора. Набор с тем же именем будет заменён.</source>
+        <translation>Name of the set. A set of that name is replaced.</translation>
+    </message>
+    <message>
+        <source>Открыть файл настроек</source>
+        <translation>Open Settings File</translation>
+    </message>
+    <message>
+        <source>Файлы INI (*.ini *.conf)</source>
+        <translation>INI files (*.ini *.conf)</translation>
+    </message>
+    <message>
+        <source>О программе</source>
+        <translation>About Sito</translation>
+    </message>
+    <message>
+        <source>Показывает таблицы торговых баз данных, отобранные фильтрами по значениям. Сделано на библиотеке libsito; исходные тексты - по лицензии MIT.</source>
+        <translation>Shows tables of trading databases, filtered by their values. Built on the library libsito; the sources are under the MIT licence.</translation>
+    </message>
+</context>
+<context>
     <name>SampleDatabase</name>
     <message>
         <source>Не удалось записать пример во временный каталог</source>
@@ -754,6 +817,48 @@
     </message>
 </context>
 <context>
+    <name>sito::ExportCommands</name>
+    <message>
+        <source>Записано строк: %1</source>
+        <translation>Rows written: %1</translation>
+    </message>
+    <message>
+        <source>Скопировано строк: %1</source>
+        <translation>Rows copied: %1</translation>
+    </message>
+    <message>
+        <source>Прервано</source>
+        <translation>Cancelled</translation>
+    </message>
+    <message>
+        <source>Таблица уже закрыта, файл не записан</source>
+        <translation>The table is closed by now, the file was not written</translation>
+    </message>
+    <message>
+        <source>Сначала должна закончиться запись другого файла</source>
+        <translation>Wait until the other file is written</translation>
+    </message>
+    <message>
+        <source>Сначала должна открыться база данных</source>
+        <translation>Wait until the database is open</translation>
+    </message>
+</context>
+<context>
+    <name>sito::FilterCommands</name>
+    <message>
+        <source>Таблица уже закрыта, набор не сохранён</source>
+        <translation>The table is closed by now, the set was not saved</translation>
+    </message>
+    <message>
+        <source>Набор «%1» сохранён</source>
+        <translation>Set &apos;%1&apos; saved</translation>
+    </message>
+    <message>
+        <source>Набор «%1» удалён</source>
+        <translation>Set &apos;%1&apos; deleted</translation>
+    </message>
+</context>
+<context>
     <name>sito::FilterHeader</name>
     <message>
         <source>%1, фильтр включён</source>
@@ -902,256 +1007,12 @@ Click the funnel in a column header, or right-click a cell: what is hidden will 
 <context>
     <name>sito::MainWindow</name>
     <message>
-        <source>&amp;Файл</source>
-        <translation>&amp;File</translation>
-    </message>
-    <message>
-        <source>&amp;Открыть файл…</source>
-        <translation>&amp;Open File…</translation>
-    </message>
-    <message>
-        <source>Открыть</source>
-        <translation>Open</translation>
-    </message>
-    <message>
-        <source>Открыть базу данных SQLite</source>
-        <translation>Open an SQLite database</translation>
-    </message>
-    <message>
-        <source>Открыть &amp;сервер…</source>
-        <translation>Open &amp;Server…</translation>
-    </message>
-    <message>
-        <source>Сервер</source>
-        <translation>Server</translation>
-    </message>
-    <message>
-        <source>Открыть базу данных на сервере</source>
-        <translation>Open a database on a server</translation>
-    </message>
-    <message>
-        <source>&amp;Недавние</source>
-        <translation>&amp;Recent</translation>
-    </message>
-    <message>
-        <source>Открыть &amp;пример</source>
-        <translation>Open Sa&amp;mple</translation>
-    </message>
-    <message>
-        <source>&amp;Экспорт в CSV…</source>
-        <translation>&amp;Export to CSV…</translation>
-    </message>
-    <message>
-        <source>Экспорт</source>
-        <translation>Export</translation>
-    </message>
-    <message>
-        <source>Записать показанные строки в файл CSV</source>
-        <translation>Write the shown rows to a CSV file</translation>
-    </message>
-    <message>
-        <source>В&amp;ыйти</source>
-        <translation>&amp;Quit</translation>
-    </message>
-    <message>
-        <source>&amp;Правка</source>
-        <translation>&amp;Edit</translation>
-    </message>
-    <message>
-        <source>&amp;Копировать</source>
-        <translation>&amp;Copy</translation>
-    </message>
-    <message>
-        <source>Копировать выделенные ячейки</source>
-        <translation>Copy the selected cells</translation>
-    </message>
-    <message>
-        <source>Копировать с &amp;заголовками</source>
-        <translation>Copy with &amp;Headers</translation>
-    </message>
-    <message>
-        <source>&amp;Выделить всё</source>
-        <translation>Select &amp;All</translation>
-    </message>
-    <message>
-        <source>&amp;Вид</source>
-        <translation>&amp;View</translation>
-    </message>
-    <message>
-        <source>&amp;Столбцы</source>
-        <translation>&amp;Columns</translation>
-    </message>
-    <message>
-        <source>Подобрать &amp;ширину столбцов</source>
-        <translation>&amp;Fit Column Widths</translation>
-    </message>
-    <message>
-        <source>С&amp;ортировка</source>
-        <translation>&amp;Sorting</translation>
-    </message>
-    <message>
-        <source>По &amp;возрастанию</source>
-        <translation>&amp;Ascending</translation>
-    </message>
-    <message>
-        <source>По &amp;убыванию</source>
-        <translation>&amp;Descending</translation>
-    </message>
-    <message>
-        <source>&amp;Не сортировать</source>
-        <translation>&amp;Unsorted</translation>
-    </message>
-    <message>
-        <source>&amp;Перейти</source>
-        <translation>&amp;Go to</translation>
-    </message>
-    <message>
-        <source>К &amp;таблицам</source>
-        <translation>&amp;Tables</translation>
-    </message>
-    <message>
-        <source>К &amp;строкам</source>
-        <translation>&amp;Rows</translation>
-    </message>
-    <message>
-        <source>К &amp;фильтрам</source>
-        <translation>&amp;Filters</translation>
-    </message>
-    <message>
         <source>Таблицы</source>
         <translation>Tables</translation>
     </message>
     <message>
         <source>Фильтры</source>
         <translation>Filters</translation>
-    </message>
-    <message>
-        <source>Панель инструментов</source>
-        <translation>Toolbar</translation>
-    </message>
-    <message>
-        <source>Офо&amp;рмление</source>
-        <translation>&amp;Look</translation>
-    </message>
-    <message>
-        <source>Как в &amp;системе</source>
-        <translation>As the &amp;System</translation>
-    </message>
-    <message>
-        <source>&amp;Светлое</source>
-        <translation>&amp;Light</translation>
-    </message>
-    <message>
-        <source>&amp;Тёмное</source>
-        <translation>&amp;Dark</translation>
-    </message>
-    <message>
-        <source>Ф&amp;ильтры</source>
-        <translation>F&amp;ilters</translation>
-    </message>
-    <message>
-        <source>&amp;Фильтр столбца…</source>
-        <translation>&amp;Column Filter…</translation>
-    </message>
-    <message>
-        <source>Фильтр</source>
-        <translation>Filter</translation>
-    </message>
-    <message>
-        <source>Выбрать значения столбца (Alt+↓)</source>
-        <translation>Choose the column&apos;s values (Alt+↓)</translation>
-    </message>
-    <message>
-        <source>&amp;Скрыть эти значения</source>
-        <translation>&amp;Hide These Values</translation>
-    </message>
-    <message>
-        <source>Показать &amp;только эти</source>
-        <translation>Show &amp;Only These</translation>
-    </message>
-    <message>
-        <source>Скрыть &amp;последние сессии бумаг</source>
-        <translation>Hide the &amp;Last Session of Each Security</translation>
-    </message>
-    <message>
-        <source>Сессии</source>
-        <translation>Sessions</translation>
-    </message>
-    <message>
-        <source>Скрыть последнюю сессию каждой бумаги</source>
-        <translation>Hide the last session of each security</translation>
-    </message>
-    <message>
-        <source>Снять &amp;все фильтры</source>
-        <translation>Clea&amp;r All Filters</translation>
-    </message>
-    <message>
-        <source>Снять фильтры</source>
-        <translation>Clear Filters</translation>
-    </message>
-    <message>
-        <source>&amp;Настройки</source>
-        <translation>&amp;Settings</translation>
-    </message>
-    <message>
-        <source>&amp;Настройки программы…</source>
-        <translation>&amp;Program Settings…</translation>
-    </message>
-    <message>
-        <source>Настройки</source>
-        <translation>Settings</translation>
-    </message>
-    <message>
-        <source>Все настройки программы деревом</source>
-        <translation>All of the program&apos;s settings as a tree</translation>
-    </message>
-    <message>
-        <source>Открыть &amp;файл настроек…</source>
-        <translation>Open Settings &amp;File…</translation>
-    </message>
-    <message>
-        <source>&amp;Справка</source>
-        <translation>&amp;Help</translation>
-    </message>
-    <message>
-        <source>&amp;О программе</source>
-        <translation>&amp;About</translation>
-    </message>
-    <message>
-        <source>О &amp;Qt</source>
-        <translation>About &amp;Qt</translation>
-    </message>
-    <message>
-        <source>Прервать</source>
-        <translation>Cancel</translation>
-    </message>
-    <message>
-        <source>Ход работы</source>
-        <translation>Progress</translation>
-    </message>
-    <message>
-        <source>Показано строк и всего строк</source>
-        <translation>Rows shown, and rows in all</translation>
-    </message>
-    <message>
-        <source>Время последнего прохода: отбор и сортировка</source>
-        <translation>Time of the last pass: filtering and sorting</translation>
-    </message>
-    <message>
-        <source>Открывается %1</source>
-        <translation>Opening %1</translation>
-    </message>
-    <message>
-        <source>Открывается пример</source>
-        <translation>Opening the sample</translation>
-    </message>
-    <message>
-        <source>Таблицы «%1» нет</source>
-        <translation>There is no table &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>Загружается таблица %1</source>
-        <translation>Loading table %1</translation>
     </message>
     <message>
         <source>Ничего не открыто.
@@ -1170,98 +1031,6 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Filtering and sorting</translation>
     </message>
     <message>
-        <source>Сохранить набор фильтров</source>
-        <translation>Save Filter Set</translation>
-    </message>
-    <message>
-        <source>Имя набора. Набор с тем же именем будет заменён.</source>
-        <translation>Name of the set. A set of that name is replaced.</translation>
-    </message>
-    <message>
-        <source>Набор «%1» сохранён</source>
-        <translation>Set &apos;%1&apos; saved</translation>
-    </message>
-    <message>
-        <source>Набор «%1» удалён</source>
-        <translation>Set &apos;%1&apos; deleted</translation>
-    </message>
-    <message>
-        <source>Пусто</source>
-        <translation>Empty</translation>
-    </message>
-    <message>
-        <source>Забыть все</source>
-        <translation>Forget All</translation>
-    </message>
-    <message>
-        <source>Открыть базу данных</source>
-        <translation>Open Database</translation>
-    </message>
-    <message>
-        <source>Базы данных SQLite (*.sqlite *.sqlite3 *.db *.db3)</source>
-        <translation>SQLite databases (*.sqlite *.sqlite3 *.db *.db3)</translation>
-    </message>
-    <message>
-        <source>Все файлы (*)</source>
-        <translation>All files (*)</translation>
-    </message>
-    <message>
-        <source>Записать показанные строки</source>
-        <translation>Write the Shown Rows</translation>
-    </message>
-    <message>
-        <source>CSV с заголовками (*.csv)</source>
-        <translation>CSV with headers (*.csv)</translation>
-    </message>
-    <message>
-        <source>CSV без заголовков (*.csv)</source>
-        <translation>CSV without headers (*.csv)</translation>
-    </message>
-    <message>
-        <source>Открыть файл настроек</source>
-        <translation>Open Settings File</translation>
-    </message>
-    <message>
-        <source>Файлы INI (*.ini *.conf)</source>
-        <translation>INI files (*.ini *.conf)</translation>
-    </message>
-    <message>
-        <source>Запись в %1</source>
-        <translation>Writing %1</translation>
-    </message>
-    <message>
-        <source>Записано строк: %1</source>
-        <translation>Rows written: %1</translation>
-    </message>
-    <message>
-        <source>Копирование</source>
-        <translation>Copying</translation>
-    </message>
-    <message>
-        <source>Скопировано строк: %1</source>
-        <translation>Rows copied: %1</translation>
-    </message>
-    <message>
-        <source>О программе</source>
-        <translation>About Sito</translation>
-    </message>
-    <message>
-        <source>Показывает таблицы торговых баз данных, отобранные фильтрами по значениям. Сделано на библиотеке libsito; исходные тексты - по лицензии MIT.</source>
-        <translation>Shows tables of trading databases, filtered by their values. Built on the library libsito; the sources are under the MIT licence.</translation>
-    </message>
-    <message>
-        <source>Показано строк: %1 из %2</source>
-        <translation>Rows shown: %1 of %2</translation>
-    </message>
-    <message>
-        <source>Проход: %1 мс</source>
-        <translation>Pass: %1 ms</translation>
-    </message>
-    <message>
-        <source>Пример</source>
-        <translation>Sample</translation>
-    </message>
-    <message>
         <source>Отделить</source>
         <translation>Detach</translation>
     </message>
@@ -1276,38 +1045,6 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Выберите таблицу в списке слева.</source>
         <translation>Choose a table in the list on the left.</translation>
-    </message>
-    <message>
-        <source>Таблица уже закрыта, набор не сохранён</source>
-        <translation>The table is closed by now, the set was not saved</translation>
-    </message>
-    <message>
-        <source>Таблица уже закрыта, файл не записан</source>
-        <translation>The table is closed by now, the file was not written</translation>
-    </message>
-    <message>
-        <source>Сначала должна открыться база данных</source>
-        <translation>Wait until the database is open</translation>
-    </message>
-    <message>
-        <source>Переместить столбец в&amp;лево</source>
-        <translation>Move Column L&amp;eft</translation>
-    </message>
-    <message>
-        <source>Переместить столбец впр&amp;аво</source>
-        <translation>Move Column Righ&amp;t</translation>
-    </message>
-    <message>
-        <source>Показаны не те строки, что задают фильтры и сортировка.</source>
-        <translation>The rows shown are not what the filters and the sorting say.</translation>
-    </message>
-    <message>
-        <source>Записать всё же те, что показаны?</source>
-        <translation>Write those that are shown all the same?</translation>
-    </message>
-    <message>
-        <source>&amp;Записать показанные</source>
-        <translation>&amp;Write the Shown Rows</translation>
     </message>
     <message>
         <source>Выделение снято: выделенные строки стоят теперь вразброс</source>
@@ -1417,6 +1154,115 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Укажите базу данных</source>
         <translation>Enter a database</translation>
+    </message>
+</context>
+<context>
+    <name>sito::PageActions</name>
+    <message>
+        <source>&amp;Копировать</source>
+        <translation>&amp;Copy</translation>
+    </message>
+    <message>
+        <source>Копировать выделенные ячейки</source>
+        <translation>Copy the selected cells</translation>
+    </message>
+    <message>
+        <source>Копировать с &amp;заголовками</source>
+        <translation>Copy with &amp;Headers</translation>
+    </message>
+    <message>
+        <source>&amp;Выделить всё</source>
+        <translation>Select &amp;All</translation>
+    </message>
+    <message>
+        <source>По &amp;возрастанию</source>
+        <translation>&amp;Ascending</translation>
+    </message>
+    <message>
+        <source>По &amp;убыванию</source>
+        <translation>&amp;Descending</translation>
+    </message>
+    <message>
+        <source>&amp;Не сортировать</source>
+        <translation>&amp;Unsorted</translation>
+    </message>
+    <message>
+        <source>Подобрать &amp;ширину столбцов</source>
+        <translation>&amp;Fit Column Widths</translation>
+    </message>
+    <message>
+        <source>Переместить столбец в&amp;лево</source>
+        <translation>Move Column L&amp;eft</translation>
+    </message>
+    <message>
+        <source>Переместить столбец впр&amp;аво</source>
+        <translation>Move Column Righ&amp;t</translation>
+    </message>
+    <message>
+        <source>К &amp;строкам</source>
+        <translation>&amp;Rows</translation>
+    </message>
+    <message>
+        <source>&amp;Фильтр столбца…</source>
+        <translation>&amp;Column Filter…</translation>
+    </message>
+    <message>
+        <source>Фильтр</source>
+        <translation>Filter</translation>
+    </message>
+    <message>
+        <source>Выбрать значения столбца (Alt+↓)</source>
+        <translation>Choose the column&apos;s values (Alt+↓)</translation>
+    </message>
+    <message>
+        <source>&amp;Скрыть эти значения</source>
+        <translation>&amp;Hide These Values</translation>
+    </message>
+    <message>
+        <source>Показать &amp;только эти</source>
+        <translation>Show &amp;Only These</translation>
+    </message>
+    <message>
+        <source>Скрыть &amp;последние сессии бумаг</source>
+        <translation>Hide the &amp;Last Session of Each Security</translation>
+    </message>
+    <message>
+        <source>Сессии</source>
+        <translation>Sessions</translation>
+    </message>
+    <message>
+        <source>Скрыть последнюю сессию каждой бумаги</source>
+        <translation>Hide the last session of each security</translation>
+    </message>
+    <message>
+        <source>Снять &amp;все фильтры</source>
+        <translation>Clea&amp;r All Filters</translation>
+    </message>
+    <message>
+        <source>Снять фильтры</source>
+        <translation>Clear Filters</translation>
+    </message>
+</context>
+<context>
+    <name>sito::RecentMenu</name>
+    <message>
+        <source>Пусто</source>
+        <translation>Empty</translation>
+    </message>
+    <message>
+        <source>Забыть все</source>
+        <translation>Forget All</translation>
+    </message>
+</context>
+<context>
+    <name>sito::RowExport</name>
+    <message>
+        <source>Запись в %1</source>
+        <translation>Writing %1</translation>
+    </message>
+    <message>
+        <source>Копирование</source>
+        <translation>Copying</translation>
     </message>
 </context>
 <context>
@@ -1858,22 +1704,6 @@ Type: %2</translation>
         <translation>Fit Widths</translation>
     </message>
     <message>
-        <source>Скрыть эти значения</source>
-        <translation>Hide These Values</translation>
-    </message>
-    <message>
-        <source>Показать только эти</source>
-        <translation>Show Only These</translation>
-    </message>
-    <message>
-        <source>Копировать</source>
-        <translation>Copy</translation>
-    </message>
-    <message>
-        <source>Копировать с заголовками</source>
-        <translation>Copy with Headers</translation>
-    </message>
-    <message>
         <source>Фильтр…</source>
         <translation>Filter…</translation>
     </message>
@@ -2062,6 +1892,199 @@ Type: %2</translation>
     <message>
         <source>Поиск не удался: %1</source>
         <translation>The search failed: %1</translation>
+    </message>
+</context>
+<context>
+    <name>sito::WindowActions</name>
+    <message>
+        <source>&amp;Открыть файл…</source>
+        <translation>&amp;Open File…</translation>
+    </message>
+    <message>
+        <source>Открыть</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>Открыть базу данных SQLite</source>
+        <translation>Open an SQLite database</translation>
+    </message>
+    <message>
+        <source>Открыть &amp;сервер…</source>
+        <translation>Open &amp;Server…</translation>
+    </message>
+    <message>
+        <source>Сервер</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Открыть базу данных на сервере</source>
+        <translation>Open a database on a server</translation>
+    </message>
+    <message>
+        <source>Открыть &amp;пример</source>
+        <translation>Open Sa&amp;mple</translation>
+    </message>
+    <message>
+        <source>&amp;Экспорт в CSV…</source>
+        <translation>&amp;Export to CSV…</translation>
+    </message>
+    <message>
+        <source>Экспорт</source>
+        <translation>Export</translation>
+    </message>
+    <message>
+        <source>Записать показанные строки в файл CSV</source>
+        <translation>Write the shown rows to a CSV file</translation>
+    </message>
+    <message>
+        <source>В&amp;ыйти</source>
+        <translation>&amp;Quit</translation>
+    </message>
+    <message>
+        <source>К &amp;таблицам</source>
+        <translation>&amp;Tables</translation>
+    </message>
+    <message>
+        <source>К &amp;фильтрам</source>
+        <translation>&amp;Filters</translation>
+    </message>
+    <message>
+        <source>&amp;Настройки программы…</source>
+        <translation>&amp;Program Settings…</translation>
+    </message>
+    <message>
+        <source>Настройки</source>
+        <translation>Settings</translation>
+    </message>
+    <message>
+        <source>Все настройки программы деревом</source>
+        <translation>All of the program&apos;s settings as a tree</translation>
+    </message>
+    <message>
+        <source>Открыть &amp;файл настроек…</source>
+        <translation>Open Settings &amp;File…</translation>
+    </message>
+    <message>
+        <source>&amp;О программе</source>
+        <translation>&amp;About</translation>
+    </message>
+    <message>
+        <source>О &amp;Qt</source>
+        <translation>About &amp;Qt</translation>
+    </message>
+    <message>
+        <source>&amp;Файл</source>
+        <translation>&amp;File</translation>
+    </message>
+    <message>
+        <source>&amp;Недавние</source>
+        <translation>&amp;Recent</translation>
+    </message>
+    <message>
+        <source>&amp;Правка</source>
+        <translation>&amp;Edit</translation>
+    </message>
+    <message>
+        <source>&amp;Вид</source>
+        <translation>&amp;View</translation>
+    </message>
+    <message>
+        <source>&amp;Столбцы</source>
+        <translation>&amp;Columns</translation>
+    </message>
+    <message>
+        <source>С&amp;ортировка</source>
+        <translation>&amp;Sorting</translation>
+    </message>
+    <message>
+        <source>&amp;Перейти</source>
+        <translation>&amp;Go to</translation>
+    </message>
+    <message>
+        <source>Ф&amp;ильтры</source>
+        <translation>F&amp;ilters</translation>
+    </message>
+    <message>
+        <source>&amp;Настройки</source>
+        <translation>&amp;Settings</translation>
+    </message>
+    <message>
+        <source>&amp;Справка</source>
+        <translation>&amp;Help</translation>
+    </message>
+    <message>
+        <source>Панель инструментов</source>
+        <translation>Toolbar</translation>
+    </message>
+    <message>
+        <source>Офо&amp;рмление</source>
+        <translation>&amp;Look</translation>
+    </message>
+    <message>
+        <source>Как в &amp;системе</source>
+        <translation>As the &amp;System</translation>
+    </message>
+    <message>
+        <source>&amp;Светлое</source>
+        <translation>&amp;Light</translation>
+    </message>
+    <message>
+        <source>&amp;Тёмное</source>
+        <translation>&amp;Dark</translation>
+    </message>
+</context>
+<context>
+    <name>sito::WindowStatus</name>
+    <message>
+        <source>Показано строк: %1 из %2</source>
+        <translation>Rows shown: %1 of %2</translation>
+    </message>
+    <message>
+        <source>Проход: %1 мс</source>
+        <translation>Pass: %1 ms</translation>
+    </message>
+    <message>
+        <source>Прервать</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>Ход работы</source>
+        <translation>Progress</translation>
+    </message>
+    <message>
+        <source>Показано строк и всего строк</source>
+        <translation>Rows shown, and rows in all</translation>
+    </message>
+    <message>
+        <source>Время последнего прохода: отбор и сортировка</source>
+        <translation>Time of the last pass: filtering and sorting</translation>
+    </message>
+</context>
+<context>
+    <name>sito::Workspace</name>
+    <message>
+        <source>Открывается %1</source>
+        <translation>Opening %1</translation>
+    </message>
+    <message>
+        <source>Открывается пример</source>
+        <translation>Opening the sample</translation>
+    </message>
+    <message>
+        <source>Таблицы «%1» нет</source>
+        <translation>There is no table &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Сначала должна открыться база данных</source>
+        <translation>Wait until the database is open</translation>
+    </message>
+    <message>
+        <source>Загружается таблица %1</source>
+        <translation>Loading table %1</translation>
+    </message>
+    <message>
+        <source>Пример</source>
+        <translation>Sample</translation>
     </message>
 </context>
 </TS>

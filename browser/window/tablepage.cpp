@@ -2,6 +2,7 @@
 #include <browser/window/tablepage.h>
 
 #include <browser/parts/noticebar.h>
+#include <browser/window/pageactions.h>
 
 #include <hostkit/filters/filterlist.h>
 #include <hostkit/table/tablemodel.h>
@@ -43,9 +44,10 @@ QList<int> allColumns(const MemoryTable &table)
 
 } // namespace
 
-TablePage::TablePage(MemoryTable &table, QWidget *parent)
+TablePage::TablePage(MemoryTable &table, const PageActions &actions, QWidget *parent)
     : QWidget(parent),
       m_table(&table),
+      m_actions(actions),
       m_notice(new NoticeBar(this)),
       m_view(new FilteredTableView(table, allColumns(table), this))
 {
@@ -175,26 +177,14 @@ QList<SelectFilter *> TablePage::selectableFilters(const QModelIndex &index)
 
 void TablePage::fillCellMenu(QMenu &menu, const QModelIndex &index)
 {
-    using Icons::Shape;
-    const bool any = m_view->hasSelection();
-    const auto add = [&](const QIcon &icon, const QString &text, const QString &name) {
-        QAction *action = menu.addAction(icon, text);
-        action->setObjectName(name);
-        action->setEnabled(any);
-        return action;
-    };
-    connect(add(Icons::icon(Shape::FilterOff), tr("Скрыть эти значения"), u"hideValues"_s),
-            &QAction::triggered, m_view, &FilteredTableView::hideSelectedValues);
-    connect(add(Icons::icon(Shape::Filter), tr("Показать только эти"), u"showOnlyValues"_s),
-            &QAction::triggered, m_view, &FilteredTableView::showOnlySelectedValues);
+    menu.addActions({m_actions.hideValues, m_actions.showOnly});
     menu.addSeparator();
-
     if (index.isValid()) {
         const QRect place = m_view->cellRect(index);
         const QList<SelectFilter *> selectable = selectableFilters(index);
         for (SelectFilter *filter : selectable) {
             QAction *action =
-                menu.addAction(Icons::icon(Shape::Filter),
+                menu.addAction(Icons::icon(Icons::Shape::Filter),
                                labelText(tr("%1 (%2)", "действие и фильтр")
                                              .arg(filter->selectActionName(), displayName(*filter))));
             action->setObjectName(u"select"_s);
@@ -205,10 +195,7 @@ void TablePage::fillCellMenu(QMenu &menu, const QModelIndex &index)
         }
         menu.addSeparator();
     }
-    connect(add(Icons::icon(Shape::Copy), tr("Копировать"), u"copy"_s), &QAction::triggered, this,
-            [this] { Q_EMIT copyRequested(false); });
-    connect(add(QIcon(), tr("Копировать с заголовками"), u"copyWithHeaders"_s), &QAction::triggered, this,
-            [this] { Q_EMIT copyRequested(true); });
+    menu.addActions({m_actions.copy, m_actions.copyWithHeaders});
 }
 
 void TablePage::showHeaderMenu(int section, const QPoint &place)

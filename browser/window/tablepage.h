@@ -13,17 +13,18 @@ class QMenu;
 namespace sito {
 
 class NoticeBar;
+class PageActions;
 
 /// One table of the source: its rows in a view, its filters, and the menus of cells and columns.
 ///
-/// When a pass was interrupted or failed, a notice above the rows says that they are not what the filters and the
-/// sorting say, until a pass is shown; its button starts one.
+/// When a pass was interrupted or failed, a notice above the rows says that they are not what the filters and
+/// the sorting say, until a pass is shown; its button starts one.
 class TablePage : public QWidget
 {
     Q_OBJECT
 public:
-    /// \a table is not owned and must outlive the page.
-    explicit TablePage(MemoryTable &table, QWidget *parent = nullptr);
+    /// The menu of cells shows some of \a actions. Neither is owned; both must outlive the page.
+    TablePage(MemoryTable &table, const PageActions &actions, QWidget *parent = nullptr);
     ~TablePage() override;
 
     MemoryTable *table() const { return m_table; }
@@ -48,7 +49,6 @@ public:
 Q_SIGNALS:
     /// Something could not be done, as \a message says.
     void failed(const QString &message);
-    void copyRequested(bool withHeaders);
     /// The rows that are shown, or their order, have changed.
     void rowsChanged();
     /// A selection that fell apart was given up.
@@ -72,6 +72,7 @@ private:
     void updateAccessibleName();
 
     MemoryTable *m_table;
+    const PageActions &m_actions;
     NoticeBar *m_notice;
     FilteredTableView *m_view;
     /// Whether the last pass that ended failed.

@@ -64,6 +64,7 @@ private Q_SLOTS:
         QTest::keyClick(view, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(view, Qt::Key_C,
                         headers ? Qt::ControlModifier | Qt::ShiftModifier : Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
 
         QCOMPARE(QApplication::clipboard()->text(), text);
         // The other forms say the same.
@@ -78,6 +79,7 @@ private Q_SLOTS:
         m_fixture->clickCell(1, 2, Qt::ShiftModifier);
 
         QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
 
         QCOMPARE(m_fixture->window().statusBar()->currentMessage(), u"Скопировано строк: 2"_s);
         QCOMPARE(QApplication::clipboard()->text(), u"1\tx\t10\n2\ty\t20\n"_s);
@@ -89,6 +91,7 @@ private Q_SLOTS:
         m_fixture->window().page()->view()->clearSelection();
 
         QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
 
         QCOMPARE(QApplication::clipboard()->text(), u"before"_s);
         QCOMPARE(m_fixture->window().statusBar()->currentMessage(), QString());

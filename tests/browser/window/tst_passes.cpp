@@ -236,6 +236,7 @@ private Q_SLOTS:
         }
 
         QTRY_VERIFY(!question());
+        QVERIFY(m_fixture->settle());
         QCOMPARE(QFile::exists(file), writes);
         if (writes)
             QCOMPARE(contentOf(file).count('\n'), 6);

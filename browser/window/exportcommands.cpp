@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: MIT
+#include <browser/window/exportcommands.h>
+
+#include <browser/window/questions.h>
+#include <browser/window/rowexport.h>
+#include <browser/window/tablepage.h>
+#include <browser/window/workspace.h>
+
+#include <hostkit/table/tablemodel.h>
+#include <hostkit/views/filterheader.h>
+
+#include <database/memorytable.h>
+
+#include <QLocale>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+ExportCommands::ExportCommands(const Workspace &workspace, QWidget &window)
+    : QObject(&window), m_workspace(workspace), m_window(window), m_export(new RowExport(this))
+{
+    connect(m_export, &RowExport::written, this,
+            [this](qint64 rows) { Q_EMIT done(tr("Записано строк: %1").arg(QLocale().toString(rows))); });
+    connect(m_export, &RowExport::copied, this,
+            [this](qint64 rows) { Q_EMIT done(tr("Скопировано строк: %1").arg(QLocale().toString(rows))); });
+    connect(m_export, &RowExport::cancelled, this, [this] { Q_EMIT done(tr("Прервано")); });
+    connect(m_export, &RowExport::failed, this, &ExportCommands::failed);
+    connect(m_export, &RowExport::changed, this, &ExportCommands::changed);
+}
+
+void ExportCommands::setPage(TablePage *page)
+{
+    m_page = page;
+}
+
+bool ExportCommands::canWrite() const
+{
+    return m_page && !m_workspace.isOpeningSource() && !m_export->isWriting();
+}
+
+bool ExportCommands::canCopy() const
+{
+    return m_page && !m_workspace.isOpeningSource() && m_page->view()->hasSelection();
+}
+
+bool ExportCommands::isBusy() const
+{
+    return m_export->isBusy();
+}
+
+QString ExportCommands::activity() const
+{
+    return m_export->activity();
+}
+
+int ExportCommands::progress() const
+{
+    return m_export->progress();
+}
+
+void ExportCommands::cancel()
+{
+    m_export->cancel();
+}
+
+void ExportCommands::stop()
+{
+    m_export->stop();
+}
+
+void ExportCommands::ask()
+{
+    if (!m_page)
+        return;
+    const auto write = [this, page = m_page](const QString &file, bool withHeaders) {
+        if (page && !page->model()->isUpToDate())
+            Questions::askOldRows(m_window, [=, this] { writePage(page, file, withHeaders); });
+        else
+            writePage(page, file, withHeaders);
+    };
+    Questions::askExportFile(m_window, m_page->table()->name() + ".csv"_L1, write);
+}
+
+void ExportCommands::write(const QString &file, bool withHeaders)
+{
+    if (m_page)
+        writePage(m_page, file, withHeaders);
+}
+
+void ExportCommands::writePage(TablePage *page, const QString &file, bool withHeaders)
+{
+    // A source that was opened meanwhile has closed it.
+    if (!page) {
+        Q_EMIT failed(tr("Таблица уже закрыта, файл не записан"));
+        return;
+    }
+    if (refuses())
+        return;
+    if (m_export->isWriting()) {
+        Q_EMIT refused(tr("Сначала должна закончиться запись другого файла"));
+        return;
+    }
+    TableExport rows = TableExport::shown(*page->model(), TableExport::shownSections(*page->header()));
+    rows.setHeaders(withHeaders);
+    const SourceLocation source = m_workspace.location();
+    m_export->write(std::move(rows), file, source.isFile() ? source.file : QString(),
+                    m_workspace.holdTables());
+}
+
+void ExportCommands::copySelection(bool withHeaders)
+{
+    if (!m_page || !m_page->view()->hasSelection() || refuses())
+        return;
+    TableExport rows = TableExport::selected(*m_page->model(), TableExport::shownSections(*m_page->header()),
+                                             m_page->view()->selectionModel()->selection());
+    rows.setHeaders(withHeaders);
+    m_export->copy(std::move(rows), m_workspace.holdTables());
+}
+
+/// While a source is being opened the page is about to go.
+bool ExportCommands::refuses()
+{
+    if (!m_workspace.isOpeningSource())
+        return false;
+    Q_EMIT refused(tr("Сначала должна открыться база данных"));
+    return true;
+}
+
+} // namespace sito

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include <browser/window/questions.h>
+
+#include <browser/parts/applicationicon.h>
+
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+template <typename Dialog>
+Dialog *prepared(Dialog *dialog, const QString &name)
+{
+    dialog->setObjectName(name);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    return dialog;
+}
+
+} // namespace
+
+void Questions::askFile(QWidget &parent, const QString &directory,
+                        const std::function<void(const QString &file)> &then)
+{
+    auto *dialog = prepared(new QFileDialog(&parent, tr("Открыть базу данных")), u"openFileDialog"_s);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setNameFilters({tr("Базы данных SQLite (*.sqlite *.sqlite3 *.db *.db3)"), tr("Все файлы (*)")});
+    if (!directory.isEmpty())
+        dialog->setDirectory(directory);
+    QObject::connect(dialog, &QFileDialog::fileSelected, &parent, then);
+    dialog->open();
+}
+
+void Questions::askExportFile(QWidget &parent, const QString &suggestedName,
+                              const std::function<void(const QString &file, bool withHeaders)> &then)
+{
+    auto *dialog = prepared(new QFileDialog(&parent, tr("Записать показанные строки")), u"exportDialog"_s);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setDefaultSuffix(u"csv"_s);
+    const QString withHeaders = tr("CSV с заголовками (*.csv)");
+    dialog->setNameFilters({withHeaders, tr("CSV без заголовков (*.csv)")});
+    dialog->selectFile(suggestedName);
+    QObject::connect(dialog, &QFileDialog::fileSelected, &parent,
+                     [dialog, withHeaders, then](const QString &file) {
+                         then(file, dialog->selectedNameFilter() == withHeaders);
+                     });
+    dialog->open();
+}
+
+void Questions::askOldRows(QWidget &parent, const std::function<void()> &then)
+{
+    auto *box = prepared(new QMessageBox(&parent), u"oldRowsBox"_s);
+    box->setIcon(QMessageBox::Warning);
+    box->setWindowTitle(tr("Записать показанные строки"));
+    box->setText(tr("Показаны не те строки, что задают фильтры и сортировка."));
+    box->setInformativeText(tr("Записать всё же те, что показаны?"));
+    QPushButton *accept = box->addButton(tr("&Записать показанные"), QMessageBox::AcceptRole);
+    box->setDefaultButton(box->addButton(QMessageBox::Cancel));
+    QObject::connect(accept, &QPushButton::clicked, &parent, then);
+    box->open();
+}
+
+void Questions::askSetName(QWidget &parent, const QStringList &names,
+                           const std::function<void(const QString &name)> &then)
+{
+    auto *dialog = prepared(new QInputDialog(&parent), u"setNameDialog"_s);
+    dialog->setWindowTitle(tr("Сохранить набор фильтров"));
+    dialog->setLabelText(tr("Имя набора. Набор с тем же именем будет заменён."));
+    dialog->setComboBoxItems(names);
+    dialog->setComboBoxEditable(true);
+    dialog->setTextValue(QString());
+    QObject::connect(dialog, &QInputDialog::textValueSelected, &parent, then);
+    dialog->open();
+}
+
+void Questions::askSettingsFile(QWidget &parent, const std::function<void(const QString &file)> &then)
+{
+    auto *dialog = prepared(new QFileDialog(&parent, tr("Открыть файл настроек")), u"settingsFileDialog"_s);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setNameFilters({tr("Файлы INI (*.ini *.conf)"), tr("Все файлы (*)")});
+    QObject::connect(dialog, &QFileDialog::fileSelected, &parent, then);
+    dialog->open();
+}
+
+void Questions::showAbout(QWidget &parent)
+{
+    auto *box = prepared(new QMessageBox(&parent), u"aboutBox"_s);
+    box->setWindowTitle(tr("О программе"));
+    box->setIconPixmap(applicationIcon().pixmap(QSize(64, 64), parent.devicePixelRatioF()));
+    box->setText(u"<h3>Sito %1</h3>"_s.arg(QStringLiteral(SITO_VERSION)));
+    box->setInformativeText(
+        tr("Показывает таблицы торговых баз данных, отобранные фильтрами по значениям. Сделано на библиотеке "
+           "libsito; исходные тексты - по лицензии MIT.") +
+        u"<br><br>Qt %1"_s.arg(QString::fromLatin1(qVersion())));
+    box->setStandardButtons(QMessageBox::Close);
+    box->open();
+}
+
+} // namespace sito

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+#include <browser/window/windowactions.h>
+
+#include <browser/parts/languages.h>
+#include <browser/parts/look.h>
+#include <browser/window/actionspec.h>
+#include <browser/window/pageactions.h>
+
+#include <QActionGroup>
+#include <QCoreApplication>
+#include <QList>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSettings>
+#include <QStyle>
+#include <QToolBar>
+#include <QToolButton>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+using Icons::Shape;
+
+namespace {
+
+constexpr const char *context = "sito::WindowActions";
+
+struct Entry
+{
+    QAction *WindowActions::*action;
+    ActionSpec spec;
+};
+
+QList<Entry> entries()
+{
+    using W = WindowActions;
+    return {
+        {&W::openFile,
+         {"openFile", Shape::Open, QKeySequence::Open,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "&Открыть файл…"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных SQLite")}},
+        {&W::openServer,
+         {"openServer", Shape::Server, u"Ctrl+Shift+O"_s,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &сервер…"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Сервер"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных на сервере")}},
+        {&W::openSample,
+         {"openSample", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &пример")}},
+        {&W::exportCsv,
+         {"exportCsv", Shape::Export, u"Ctrl+E"_s,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "&Экспорт в CSV…"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Экспорт"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Записать показанные строки в файл CSV")}},
+        {&W::quit, {"quit", std::nullopt, u"Ctrl+Q"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "В&ыйти")}},
+        {&W::goTables,
+         {"goTables", std::nullopt, u"Ctrl+1"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "К &таблицам")}},
+        {&W::goFilters,
+         {"goFilters", std::nullopt, u"Ctrl+3"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "К &фильтрам")}},
+        {&W::settings,
+         {"settings", Shape::Settings, u"Ctrl+,"_s,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "&Настройки программы…"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Настройки"),
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Все настройки программы деревом")}},
+        {&W::settingsFile,
+         {"settingsFile",
+          std::nullopt,
+          {},
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &файл настроек…")}},
+        {&W::about, {"about", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "&О программе")}},
+        {&W::aboutQt, {"aboutQt", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "О &Qt")}},
+    };
+}
+
+} // namespace
+
+WindowActions::WindowActions(QMainWindow &window, const Parts &parts, QSettings &store, Languages &languages)
+    : QObject(&window), m_store(store), m_languages(languages)
+{
+    const QList<Entry> all = entries();
+    for (const Entry &entry : all)
+        this->*entry.action = entry.spec.make(window);
+    makeMenus(window, parts);
+    makeToolBar(window, *parts.page);
+}
+
+void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
+{
+    QMenuBar *bar = window.menuBar();
+    m_fileMenu = bar->addMenu(QString());
+    m_fileMenu->addActions({openFile, openServer});
+    m_recentMenu = parts.recent;
+    m_fileMenu->addMenu(m_recentMenu);
+    m_fileMenu->addAction(openSample);
+    m_fileMenu->addSeparator();
+    m_fileMenu->addAction(exportCsv);
+    m_fileMenu->addSeparator();
+    m_fileMenu->addAction(quit);
+
+    m_editMenu = bar->addMenu(QString());
+    m_editMenu->addActions({parts.page->copy, parts.page->copyWithHeaders});
+    m_editMenu->addSeparator();
+    m_editMenu->addAction(parts.page->selectAll);
+
+    m_viewMenu = bar->addMenu(QString());
+    makeViewMenu(parts);
+
+    m_filtersMenu = bar->addMenu(QString());
+    m_filtersMenu->addActions({parts.page->columnFilter, parts.page->hideValues, parts.page->showOnly});
+    m_filtersMenu->addSeparator();
+    m_filtersMenu->addAction(parts.page->sessions);
+    m_filtersMenu->addSeparator();
+    m_filtersMenu->addMenu(parts.sets);
+    m_filtersMenu->addAction(parts.page->clearFilters);
+
+    m_settingsMenu = bar->addMenu(QString());
+    m_settingsMenu->addActions({settings, settingsFile});
+
+    m_helpMenu = bar->addMenu(QString());
+    m_helpMenu->addActions({about, aboutQt});
+}
+
+void WindowActions::makeViewMenu(const Parts &parts)
+{
+    const PageActions &page = *parts.page;
+    columnsMenu = m_viewMenu->addMenu(Icons::icon(Shape::Columns), QString());
+    columnsMenu->setObjectName(u"columnsMenu"_s);
+    connect(columnsMenu, &QMenu::aboutToShow, this, [this, page = parts.page] {
+        columnsMenu->clear();
+        page->fillColumnsMenu(*columnsMenu);
+    });
+    m_viewMenu->addActions({page.moveLeft, page.moveRight, page.resizeColumns});
+    m_sortMenu = m_viewMenu->addMenu(QString());
+    m_sortMenu->addActions({page.sortAscending, page.sortDescending, page.unsort});
+    m_viewMenu->addSeparator();
+    m_goMenu = m_viewMenu->addMenu(QString());
+    m_goMenu->addActions({goTables, page.goRows, goFilters});
+    m_viewMenu->addActions({parts.showTables, parts.showFilters});
+    m_viewMenu->addSeparator();
+    makeLookMenus();
+}
+
+void WindowActions::makeLookMenus()
+{
+    const auto add = [this](QMenu *menu, QActionGroup *group, const QString &name) {
+        QAction *action = menu->addAction(QString());
+        action->setObjectName(name);
+        action->setCheckable(true);
+        group->addAction(action);
+        connect(menu, &QMenu::aboutToShow, this, &WindowActions::checkCurrent, Qt::UniqueConnection);
+        return action;
+    };
+    m_lookMenu = m_viewMenu->addMenu(QString());
+    m_looks = new QActionGroup(this);
+    for (const Look::Scheme scheme : {Look::Scheme::System, Look::Scheme::Light, Look::Scheme::Dark}) {
+        connect(add(m_lookMenu, m_looks, u"look-"_s + Look::name(scheme)), &QAction::triggered, this,
+                [this, scheme] {
+                    m_store.setValue(u"window/look"_s, Look::name(scheme));
+                    Look::apply(scheme);
+                });
+    }
+    m_languageMenu = m_viewMenu->addMenu(QString());
+    m_languageGroup = new QActionGroup(this);
+    for (const Languages::Language language :
+         {Languages::Language::System, Languages::Language::Russian, Languages::Language::English}) {
+        connect(add(m_languageMenu, m_languageGroup, u"language-"_s + Languages::name(language)),
+                &QAction::triggered, this, [this, language] {
+                    m_store.setValue(u"window/language"_s, Languages::name(language));
+                    m_languages.apply(language);
+                });
+    }
+}
+
+void WindowActions::checkCurrent()
+{
+    const QList<QAction *> looks = m_looks->actions();
+    for (QAction *action : looks)
+        action->setChecked(action->objectName() == "look-"_L1 + Look::name(Look::current()));
+    const QList<QAction *> languages = m_languageGroup->actions();
+    for (QAction *action : languages)
+        action->setChecked(action->objectName() == "language-"_L1 + Languages::name(m_languages.current()));
+}
+
+void WindowActions::makeToolBar(QMainWindow &window, const PageActions &page)
+{
+    m_toolBar = window.addToolBar(QString());
+    m_toolBar->setObjectName(u"toolBar"_s);
+    m_toolBar->setMovable(false);
+    m_toolBar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    const int side = window.style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, &window);
+    m_toolBar->setIconSize({side, side});
+    m_toolBar->addActions({openFile, openServer, exportCsv});
+    m_toolBar->addSeparator();
+    m_toolBar->addActions({page.columnFilter, page.sessions, page.clearFilters});
+    m_toolBar->addSeparator();
+    m_toolBar->addAction(settings);
+    for (QToolButton *button : m_toolBar->findChildren<QToolButton *>())
+        button->setFocusPolicy(Qt::TabFocus);
+    m_viewMenu->insertAction(m_lookMenu->menuAction(), m_toolBar->toggleViewAction());
+    m_viewMenu->insertSeparator(m_lookMenu->menuAction());
+}
+
+void WindowActions::retranslate()
+{
+    const QList<Entry> all = entries();
+    for (const Entry &entry : all)
+        entry.spec.translate(*(this->*entry.action), context);
+
+    m_fileMenu->setTitle(tr("&Файл"));
+    m_recentMenu->setTitle(tr("&Недавние"));
+    m_editMenu->setTitle(tr("&Правка"));
+    m_viewMenu->setTitle(tr("&Вид"));
+    columnsMenu->setTitle(tr("&Столбцы"));
+    m_sortMenu->setTitle(tr("С&ортировка"));
+    m_goMenu->setTitle(tr("&Перейти"));
+    m_filtersMenu->setTitle(tr("Ф&ильтры"));
+    m_settingsMenu->setTitle(tr("&Настройки"));
+    m_helpMenu->setTitle(tr("&Справка"));
+    m_toolBar->setWindowTitle(tr("Панель инструментов"));
+
+    m_lookMenu->setTitle(tr("Офо&рмление"));
+    const QStringList looks{tr("Как в &системе"), tr("&Светлое"), tr("&Тёмное")};
+    for (qsizetype i = 0; i < looks.size(); ++i)
+        m_looks->actions().at(i)->setText(looks.at(i));
+    // Found by whoever cannot read the other texts.
+    m_languageMenu->setTitle(u"&Язык / Language"_s);
+    const QStringList languages{tr("Как в &системе"), u"&Русский"_s, u"&English"_s};
+    for (qsizetype i = 0; i < languages.size(); ++i)
+        m_languageGroup->actions().at(i)->setText(languages.at(i));
+}
+
+} // namespace sito

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class QLabel;
+class QProgressBar;
+class QStatusBar;
+class QToolButton;
+
+namespace sito {
+
+class TableModel;
+
+/// The permanent part of the window's status bar: what is being done, with a button that interrupts it, and
+/// how many rows are shown.
+class WindowStatus : public QObject
+{
+    Q_OBJECT
+public:
+    /// Adds its widgets to \a bar, its parent.
+    explicit WindowStatus(QStatusBar &bar);
+
+    /// Shows that \a text is being done, and how much of it; \a total is 0 when that is not known. Nothing is
+    /// being done if \a text is empty.
+    void showActivity(const QString &text, int done = 0, int total = 0);
+    /// Shows how many rows \a model shows and how long its last pass took; nothing for null.
+    void showRows(const TableModel *model);
+    void retranslate();
+
+Q_SIGNALS:
+    void interrupted();
+
+private:
+    QLabel *m_activity;
+    QProgressBar *m_progress;
+    QToolButton *m_cancel;
+    QLabel *m_rows;
+    QLabel *m_time;
+};
+
+} // namespace sito

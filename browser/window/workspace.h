@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <browser/parts/sampledatabase.h>
+#include <browser/window/showrequest.h>
+
+#include <sources/sourceconnection.h>
+#include <sources/sourcelocation.h>
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace sito {
+
+/// The source that is open, its tables that are loaded, and what waits for them.
+///
+/// Sources are opened and tables loaded in the background, one operation at a time. What is open stays until
+/// the new source is there, and stays for good when it does not come. The table "sessions" is loaded for
+/// whoever needs it, after what is under way.
+///
+/// Knows no widgets. Used from one thread, which needs an event loop.
+class Workspace : public QObject
+{
+    Q_OBJECT
+public:
+    /// What becomes of work that waits for the table "sessions" when that cannot be loaded.
+    enum class WithoutSessions {
+        GiveUp,
+        GoOn,
+    };
+
+    explicit Workspace(QObject *parent = nullptr);
+    /// Cancels what is under way and lets go of the tables. Nothing else may refer to them but for what has a
+    /// handle of holdTables(). Emits nothing.
+    ~Workspace() override;
+
+    /// Opens \a location. opened(), failed() or interrupted() follows, unless it is superseded.
+    void open(const SourceLocation &location, const ShowRequest &request = {});
+    /// Opens the sample that is built in. Throws Exception when its file cannot be written.
+    void openSample(const ShowRequest &request = {});
+    /// Loads the table \a name, and with it, if \a withSessions, the table "sessions" where there is one; its
+    /// failure harms no other table. tableLoaded() or failed() follows, unless it is cancelled. Emits
+    /// refused() while a source is being opened. Does nothing when the table is being loaded already.
+    void load(const QString &name, const ShowRequest &request = {}, bool withSessions = false);
+    /// Cancels the load of a table that was to be shown, if that is under way.
+    void cancelLoad();
+    /// Cancels what is under way, on behalf of the user; what waits for it is given up.
+    void interrupt();
+
+    /// Whether something is being opened or loaded.
+    bool isBusy() const { return !m_operations.empty(); }
+    /// Whether nothing is being opened or loaded, and nothing waits.
+    bool isSettled() const { return m_operations.empty() && m_waiting.isEmpty(); }
+    /// Whether a source is being opened; tables cannot be loaded until then.
+    bool isOpeningSource() const;
+    /// What is being done, for the user; empty when nothing is.
+    QString activity() const;
+    /// The table that is being loaded to be shown; empty when there is none.
+    QString comingTable() const;
+
+    bool isOpen() const;
+    bool isSample() const { return m_sample != nullptr; }
+    /// Of the source that is open; without a driver when there is none.
+    SourceLocation location() const;
+    /// Tells sources apart, however they are written; an address without a password, but for the sample.
+    QString sourceKey() const;
+    /// Short, for a title; empty when nothing is open.
+    QString sourceName() const;
+    QList<SourceConnection::TableInfo> tables() const;
+    /// \a name, if there is such a table, or else the first one that can be loaded; empty when there is none.
+    QString tableToShow(const QString &name) const;
+    /// Lines for the user about a loaded table.
+    QStringList columnNotes(const QString &table) const;
+    /// Keeps the tables of the open source alive, also when another source is opened, until all handles are
+    /// gone; the last one may go in any thread.
+    std::shared_ptr<const void> holdTables() const;
+
+    /// Whether the source has a table "sessions" that can be loaded.
+    bool hasSessions() const;
+    /// Calls \a work on behalf of \a owner as soon as the table "sessions" is loaded. Not at all if its load
+    /// is interrupted, another source is opened or \a owner is gone by then.
+    void withSessions(QObject &owner, WithoutSessions otherwise, const std::function<void()> &work);
+    /// Whether work of \a owner waits that is given up without the sessions.
+    bool isAwaitingSessions(const QObject *owner) const;
+    /// Forgets such work.
+    void forgetAwaiting(const QObject *owner);
+
+Q_SIGNALS:
+    /// The tables are about to be closed: models, filters and records on them must go.
+    void aboutToClose();
+    /// A source has taken the place of the one before.
+    void opened(const ShowRequest &request);
+    void tableLoaded(const QString &name, const ShowRequest &request);
+    /// What could not be done, in one line.
+    void failed(const QString &message);
+    /// What is not done now, and why.
+    void refused(const QString &message);
+    void interrupted();
+    /// How much of the table is loaded, in thousandths; -1 when it is not known.
+    void progress(int thousandths);
+    /// Something began or ended; comes after the signal that says what.
+    void changed();
+
+private:
+    /// An open() or load() that is under way.
+    struct Operation
+    {
+        enum Kind { Open, Show, Sessions };
+
+        Kind kind = Open;
+        QString activity;
+        ShowRequest request;
+        /// Open: when it is the sample.
+        std::unique_ptr<SampleDatabase> sample = {};
+        /// Show: which table; empty once it is cancelled.
+        QString table = {};
+        QStringList wanted = {};
+        /// What went wrong with the others.
+        QString earlierError = {};
+    };
+    struct HeldTables;
+    struct Waiting
+    {
+        QPointer<QObject> owner;
+        WithoutSessions otherwise;
+        std::function<void()> work;
+    };
+
+    void begin(Operation operation, const std::function<void()> &start);
+    void loadTables(const QStringList &wanted, const ShowRequest &request, const QString &earlierError);
+    Operation takeOperation();
+    void cancelLast();
+    void onOpened();
+    void onLoaded();
+    void onFailed(const QString &message);
+    void onCancelled();
+    void serveWaiting();
+    void finishWaiting();
+    bool areSessionsLoaded() const;
+    void closeTables();
+
+    SourceConnection *m_connection;
+    /// Those that are not answered yet: all but the last are cancelled.
+    std::vector<Operation> m_operations;
+    /// While there are any, something is under way.
+    QList<Waiting> m_waiting;
+    std::unique_ptr<SampleDatabase> m_sample;
+    /// What holdTables() hands out; filled when the source goes.
+    std::shared_ptr<HeldTables> m_tables;
+};
+
+} // namespace sito
