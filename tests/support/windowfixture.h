@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <support/sqlitefile.h>
+
 #include <browser/parts/languages.h>
 #include <browser/parts/look.h>
 #include <browser/parts/messagebar.h>
@@ -18,7 +20,6 @@
 #include <QRegularExpression>
 #include <QSettings>
 #include <QSqlDatabase>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -89,23 +90,10 @@ public:
         return m_window->page()->model()->index(row, section).data().toString();
     }
 
-    /// An SQLite file of that name made by \a statements; its path.
+    /// makeSqliteFile() in the directory of the fixture.
     QString makeDatabase(const QString &name, const QStringList &statements)
     {
-        const QString file = path(name);
-        {
-            QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), file);
-            database.setDatabaseName(file);
-            if (!database.open())
-                return QString();
-            for (const QString &statement : statements) {
-                QSqlQuery query(database);
-                if (!query.exec(statement))
-                    qWarning().noquote() << query.lastError().text();
-            }
-        }
-        QSqlDatabase::removeDatabase(file);
-        return file;
+        return makeSqliteFile(path(name), statements);
     }
 
     /// What SQLite answers to \a question about the sample; -1 when it cannot be asked.
@@ -129,8 +117,9 @@ public:
 
     /// The menu that is open.
     static QMenu *openMenu() { return qobject_cast<QMenu *>(QApplication::activePopupWidget()); }
-    /// Chooses the entry of \a menu with that object name or text by the keyboard; whether there is one. (A menu
-    /// takes a click only of a mouse that has moved far enough since it opened, which depends on where it is.)
+    /// Chooses the entry of \a menu with that object name or text by the keyboard; whether there is one. (A
+    /// menu takes a click only of a mouse that has moved far enough since it opened, which depends on where
+    /// it is.)
     static bool chooseInMenu(QMenu *menu, const QString &name)
     {
         if (!menu)

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDebug>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QString>
+#include <QStringList>
+
+/// Carries out \a statements in the SQLite file \a file, which is made if there is none; warns of those that
+/// fail. Returns the file, or nothing when it cannot be opened.
+inline QString makeSqliteFile(const QString &file, const QStringList &statements)
+{
+    bool isOpen = false;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), file);
+        database.setDatabaseName(file);
+        isOpen = database.open();
+        for (const QString &statement : statements) {
+            QSqlQuery query(database);
+            if (!query.exec(statement))
+                qWarning().noquote() << query.lastError().text();
+        }
+    }
+    QSqlDatabase::removeDatabase(file);
+    return isOpen ? file : QString();
+}
