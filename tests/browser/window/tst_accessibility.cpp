@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <hostkit/views/filterpanel.h>
 
@@ -16,7 +16,7 @@
 using namespace sito;
 using namespace Qt::StringLiterals;
 
-class tst_Accessibility : public QObject
+class tst_Accessibility : public WindowTest
 {
     Q_OBJECT
 private:
@@ -60,18 +60,13 @@ private:
         return result;
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
     void init()
     {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
+        WindowTest::init();
         QVERIFY(m_fixture->openSample(
             u"quotes"_s, {{}, {{false, {u"stock_id"_s}, u"1"_s}, {true, {u"sess_id"_s}, u"1|2"_s}}, {}}));
     }
-    void cleanup() { m_fixture.reset(); }
 
     void everyControlHasAName()
     {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <QClipboard>
 #include <QMimeData>
@@ -8,7 +8,7 @@
 using namespace Qt::StringLiterals;
 
 /// What the main window copies of its rows.
-class tst_Clipboard : public QObject
+class tst_Clipboard : public WindowTest
 {
     Q_OBJECT
 private:
@@ -34,17 +34,12 @@ private:
         QVERIFY(header->isSectionHidden(1));
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
     void init()
     {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
+        WindowTest::init();
         QApplication::clipboard()->setText(u"before"_s);
     }
-    void cleanup() { m_fixture.reset(); }
 
     void copiesTheShownColumnsInTheShownOrder_data()
     {
@@ -108,6 +103,23 @@ private Q_SLOTS:
         QVERIFY(!m_fixture->window().isSettled());
         QCOMPARE(QApplication::clipboard()->text(), u"before"_s);
         QVERIFY(m_fixture->settle());
+    }
+
+    void copiesByTheKeyboardAndByTheMenu()
+    {
+        QVERIFY(openSmall());
+        m_fixture->clickCell(0, 0);
+        m_fixture->clickCell(1, 1, Qt::ShiftModifier);
+
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
+        const QString plain = QApplication::clipboard()->text();
+        QVERIFY(WindowFixture::chooseInMenu(m_fixture->openCellMenu(0, 0), u"copyWithHeaders"_s));
+        QVERIFY(m_fixture->settle());
+        const QString withHeaders = QApplication::clipboard()->text();
+
+        QCOMPARE(plain, u"1\tx,y\n2\t\n"_s);
+        QCOMPARE(withHeaders, u"a\tb\n1\tx,y\n2\t\n"_s);
     }
 };
 

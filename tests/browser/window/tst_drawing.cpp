@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // How the window is drawn: at the device pixel ratio that QT_SCALE_FACTOR asks for, under which it is run several
 // times, and in the colours of a palette that changes.
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <hostkit/views/filterpanel.h>
 #include <hostkit/views/icons.h>
@@ -85,7 +85,7 @@ QImage blownUp(const QImage &image, double ratio)
 
 } // namespace
 
-class tst_Drawing : public QObject
+class tst_Drawing : public WindowTest
 {
     Q_OBJECT
 private:
@@ -116,17 +116,12 @@ private:
         };
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
     void init()
     {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
+        WindowTest::init();
         QVERIFY(openSample());
     }
-    void cleanup() { m_fixture.reset(); }
 
     void windowHasTheRatio()
     {

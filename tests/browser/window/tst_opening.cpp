@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <support/panelitems.h>
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <hostkit/views/filterpanel.h>
 
@@ -14,7 +14,7 @@ using namespace sito;
 using namespace Qt::StringLiterals;
 
 /// What stays and what goes in the main window when a source is opened, and what it takes for one.
-class tst_Opening : public QObject
+class tst_Opening : public WindowTest
 {
     Q_OBJECT
 private:
@@ -34,17 +34,7 @@ private:
         return result;
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
-    void init()
-    {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
-    }
-    void cleanup() { m_fixture.reset(); }
-
     void keepsTheFiltersInThePanelWhenASourceFails()
     {
         m_fixture->window().openText(makeTable(u"t.sqlite"_s));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <support/panelitems.h>
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <hostkit/values/valuelistwidget.h>
 #include <hostkit/views/filterpanel.h>
@@ -14,7 +14,7 @@ using namespace sito;
 using namespace Qt::StringLiterals;
 
 /// The panel of the filters as a part of the main window.
-class tst_PanelDock : public QObject
+class tst_PanelDock : public WindowTest
 {
     Q_OBJECT
 private:
@@ -33,17 +33,7 @@ private:
         QVERIFY(m_fixture->settle());
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
-    void init()
-    {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
-    }
-    void cleanup() { m_fixture.reset(); }
-
     void editsAListOfValues_data()
     {
         QTest::addColumn<bool>("isByKeyboard");

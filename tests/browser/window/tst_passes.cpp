@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <browser/parts/noticebar.h>
 #include <data/exception.h>
@@ -24,12 +24,6 @@ namespace {
 
 const QString interrupted = u"Отбор прерван: строки не те, что задают фильтры и сортировка"_s;
 
-QByteArray contentOf(const QString &name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// Cannot make its predicate.
 class BrokenFilter : public ColumnsFilter
 {
@@ -41,13 +35,13 @@ public:
 } // namespace
 
 /// What the window says of rows that are not what the filters and the sorting say.
-class tst_Passes : public QObject
+class tst_Passes : public WindowTest
 {
     Q_OBJECT
 private:
     TablePage *page() { return m_fixture->window().page(); }
     NoticeBar *notice() { return page()->findChild<NoticeBar *>(u"passNotice"_s); }
-    bool openSmall()
+    bool openTables()
     {
         m_fixture->window().openText(m_fixture->makeDatabase(
             u"small.sqlite"_s,
@@ -76,19 +70,14 @@ private:
     }
     QMessageBox *question() { return m_fixture->window().findChild<QMessageBox *>(u"oldRowsBox"_s); }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
     void init()
     {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
-        QVERIFY(openSmall());
+        WindowTest::init();
+        QVERIFY(openTables());
         QVERIFY(notice());
         QVERIFY(notice()->isHidden());
     }
-    void cleanup() { m_fixture.reset(); }
 
     void tellsThatAPassWasInterrupted()
     {

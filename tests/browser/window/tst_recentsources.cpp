@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <browser/window/openserverdialog.h>
 #include <support/postgresconnection.h>
@@ -11,7 +11,7 @@ using namespace sito;
 using namespace Qt::StringLiterals;
 
 /// The sources that the main window remembers.
-class tst_RecentSources : public QObject
+class tst_RecentSources : public WindowTest
 {
     Q_OBJECT
 private:
@@ -40,17 +40,7 @@ private:
         return result;
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
-    void init()
-    {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
-    }
-    void cleanup() { m_fixture.reset(); }
-
     void offersEachSourceOnceTheNewestFirst()
     {
         const QString first = makeTable(u"first.sqlite"_s);

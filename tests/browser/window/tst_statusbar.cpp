@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <support/windowfixture.h>
+#include <support/windowtest.h>
 
 #include <database/memorytable.h>
 #include <filterfuncs/lambdafilterfunc.h>
@@ -46,11 +46,10 @@ private:
 } // namespace
 
 /// What the status bar of the main window tells.
-class tst_StatusBar : public QObject
+class tst_StatusBar : public WindowTest
 {
     Q_OBJECT
 private:
-    QLabel *label(const QString &name) { return m_fixture->window().findChild<QLabel *>(name); }
     QString message() { return m_fixture->window().statusBar()->currentMessage(); }
     QString makeTable()
     {
@@ -69,17 +68,7 @@ private:
         page->filters()->add(new LambdaFilter(*page->table(), std::move(function)));
     }
 
-    std::unique_ptr<WindowFixture> m_fixture;
-
 private Q_SLOTS:
-    void init()
-    {
-        WindowFixture::failOnWarnings();
-        m_fixture = std::make_unique<WindowFixture>();
-        m_fixture->makeWindow();
-    }
-    void cleanup() { m_fixture.reset(); }
-
     void tellsThatWhatWasUnderWayIsInterrupted_data()
     {
         QTest::addColumn<bool>("isOpening");
