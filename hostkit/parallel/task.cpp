@@ -126,7 +126,8 @@ void parallel::Task::start(Work work, Done done, Failed failed)
     run->work = std::move(work);
     run->done = std::move(done);
     run->failed = std::move(failed);
-    // Whatever may fail comes before the thread begins. There is always room for the current work among others.
+    // Whatever may fail comes before the thread begins. There is always room for the current work among
+    // others.
     d->others.reserve(d->others.size() + 2);
     d->timer.start(progressInterval, this);
     launch(*run);

@@ -52,8 +52,8 @@ public:
         start([work = std::move(work), result](const Context &context) { result->emplace(work(context)); },
               [done = std::move(done), result] { done(*std::move(*result)); }, std::move(failed));
     }
-    /// Calls \a work in a thread of the pool, beside the current work, and reports nothing. It must not throw.
-    /// Calls it here and now when there is not memory enough for a thread.
+    /// Calls \a work in a thread of the pool, beside the current work, and reports nothing. It must not
+    /// throw. Calls it here and now when there is not memory enough for a thread.
     void startAside(std::function<void()> work);
 
     /// Tells the current work to stop; it will report nothing.

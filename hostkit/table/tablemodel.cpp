@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/table/tablemodel.h>
 
+#include <hostkit/parallel/threadpool.h>
 #include <hostkit/table/rowset_p.h>
-#include <hostkit/text/celltext.h>
-#include <hostkit/text/exceptiontext.h>
+#include <hostkit/table/shownrows_p.h>
 
 #include <data/table.h>
-#include <filterfuncs/filterfunc.h>
 #include <filters/valuefilter.h>
 
-#include <QFont>
-#include <QGuiApplication>
-#include <QPalette>
-#include <QThread>
+#include <QScopeGuard>
+#include <QThreadPool>
 
 #include <algorithm>
 
@@ -20,42 +17,16 @@
 
 namespace sito {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
-constexpr int progressInterval = 100;
-/// Texts of more units may well be cut off in their cell.
-constexpr qsizetype longText = 24;
-constexpr qsizetype longestToolTip = 4000;
-// More than fits on a screen; drawing costs time in proportion.
-constexpr qsizetype longestCell = 500;
-
-bool isNumber(FieldType::Type type)
+/// Throws std::bad_alloc unless there is memory for what Qt does when rows are announced. A failure in the
+/// middle of that would leave its own lists broken.
+void requireMemory(qsizetype persistentIndexes)
 {
-    switch (type) {
-    case FieldType::Int:
-    case FieldType::Int64:
-    case FieldType::Double:
-    case FieldType::Decimal:
-    case FieldType::XDecimal:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool hasLength(FieldType::Type type)
-{
-    switch (type) {
-    case FieldType::Decimal:
-    case FieldType::XDecimal:
-    case FieldType::VarChar:
-    case FieldType::Raw:
-        return true;
-    default:
-        return false;
-    }
+    constexpr size_t forViews = size_t(1) << 16;
+    constexpr size_t forAnIndex = 128;
+    static_cast<void>(
+        std::make_unique_for_overwrite<char[]>(forViews + forAnIndex * size_t(persistentIndexes)));
 }
 
 } // namespace
@@ -63,117 +34,49 @@ bool hasLength(FieldType::Type type)
 TableModelPrivate::TableModelPrivate(TableModel &model, Table &modelTable, const QList<int> &modelColumns)
     : q(&model),
       table(modelTable),
-      columns(modelColumns),
-      left(int(Qt::AlignLeft | Qt::AlignVCenter)),
-      right(int(Qt::AlignRight | Qt::AlignVCenter)),
-      dash(u"—"_s),
-      worker([this] {
-          QMetaObject::invokeMethod(
-              q, [this] { collect(); }, Qt::QueuedConnection);
-      })
+      cells(modelTable, modelColumns),
+      passes(modelTable, ShownRows::all(std::make_shared<RowSet>(RowSet::list(modelTable))),
+             [this](const RowPass &pass) { show(pass); })
 {
-    for (const int column : columns)
-        sections.push_back({column, isNumber(table.columnDef(column)->type)});
-    shown = std::make_shared<ShownRows>(ShownRows::all(std::make_shared<RowSet>(RowSet::list(table))));
+    const ShownRows &all = *passes.shown();
+    view = {all.rows.get(), all.ids.data(), all.count};
 }
 
-void TableModelPrivate::schedule()
+const Record &TableModelPrivate::View::operator[](size_t place) const
 {
-    isUpToDate = false;
-    // What runs would show something older than what is wanted now.
-    abandon();
-    if (isPending)
-        return;
-    isPending = true;
-    QMetaObject::invokeMethod(
-        q, [this] { startPending(); }, Qt::QueuedConnection);
+    return (*rows)[ids[place]];
 }
 
-void TableModelPrivate::startPending()
+void TableModelPrivate::show(const RowPass &pass)
 {
-    // A pass compares with the rows that are shown; while these change, it has to wait.
-    if (!isPending || isShowing)
-        return;
-
-    isPending = false;
-    auto next = std::make_shared<RowPass>(table, shown);
-    next->reload = isReloadWanted;
-    next->threads = q->threadCount();
-    next->order = order;
-    for (const TableModel::SortKey &key : std::as_const(keys))
-        next->keys.push_back({key.column, key.order == Qt::DescendingOrder});
-    if (filters) {
-        QString error;
-        try {
-            next->predicates = filters->createFilterFuncs();
-        } catch (...) {
-            error = currentExceptionText();
-        }
-        if (!error.isNull()) {
-            Q_EMIT q->passFailed(error);
-            return;
-        }
+    {
+        coming = &pass;
+        const auto gone = qScopeGuard([this] { coming = nullptr; });
+        Q_EMIT q->aboutToShow();
     }
-
-    pass = std::move(next);
-    percent = -1;
-    progress.start();
-    worker.start(pass);
-    Q_EMIT q->passStarted();
-}
-
-void TableModelPrivate::abandon()
-{
-    if (!pass)
-        return;
-    pass->requestStop();
-    abandoned.push_back(std::move(pass));
-    pass.reset();
-    progress.stop();
-}
-
-void TableModelPrivate::collect()
-{
-    std::erase_if(abandoned, [this](const auto &old) { return worker.isFinished(*old); });
-    if (!pass || !worker.isFinished(*pass))
-        return;
-
-    const std::shared_ptr<RowPass> finished = std::move(pass);
-    pass.reset();
-    progress.stop();
-    if (finished->isStopped())
-        return;
-    lastNanoseconds = finished->nanoseconds();
-    if (!finished->error().isNull()) {
-        Q_EMIT q->passFailed(finished->error());
-        return;
+    requireMemory(q->persistentIndexList().size());
+    const View before = view;
+    try {
+        announce(pass);
+    } catch (...) {
+        // Whoever was told of the first steps must not believe in them.
+        q->beginResetModel();
+        view = before;
+        q->endResetModel();
+        throw;
     }
-    show(*finished);
 }
 
-void TableModelPrivate::show(RowPass &finished)
+void TableModelPrivate::announce(const RowPass &pass)
 {
-    RowPass::Result &result = finished.result();
-    // Before anybody is told, who may ask for the next one.
-    if (result.rows != shown->rows)
-        isReloadWanted = false;
-    isShowing = true;
-    coming = &finished;
-    Q_EMIT q->aboutToShow();
-    coming = nullptr;
+    const RowPass::Result &result = pass.result();
+    const ShownRows &next = *result.shown;
+    // The same rows, by their new ids.
+    view = {next.rows.get(), pass.before(), view.count};
 
-    order = finished.order;
-    if (result.rows != shown->rows) {
-        // The same rows, by their new ids.
-        worker.dispose(std::move(shown->rows));
-        shown->rows = result.rows;
-        shown->ids = std::move(result.before);
-    }
-
-    if (!result.added.empty()) {
-        const int first = int(shown->ids.size());
-        q->beginInsertRows({}, first, first + int(result.added.size()) - 1);
-        shown->ids.insert(shown->ids.end(), result.added.begin(), result.added.end());
+    if (result.addedCount > 0) {
+        q->beginInsertRows({}, int(view.count), int(view.count + result.addedCount) - 1);
+        view.count += result.addedCount;
         q->endInsertRows();
     }
     if (result.isMoved) {
@@ -182,77 +85,22 @@ void TableModelPrivate::show(RowPass &finished)
         QModelIndexList to;
         to.reserve(from.size());
         for (const QModelIndex &index : from)
-            to.append(q->createIndex(int(result.places[shown->ids[size_t(index.row())]]), index.column()));
-        shown->ids.swap(result.after);
-        shown->places.swap(result.places);
+            to.append(q->createIndex(int(next.places[view.ids[index.row()]]), index.column()));
+        view.ids = next.ids.data();
         q->changePersistentIndexList(from, to);
         Q_EMIT q->layoutChanged({}, QAbstractItemModel::VerticalSortHint);
-    } else {
-        shown->places.swap(result.places);
     }
-    if (shown->ids.size() > result.shownCount) {
-        q->beginRemoveRows({}, int(result.shownCount), int(shown->ids.size()) - 1);
-        shown->ids.resize(result.shownCount);
+    view.ids = next.ids.data();
+    if (view.count > next.count) {
+        q->beginRemoveRows({}, int(next.count), int(view.count) - 1);
+        view.count = next.count;
         q->endRemoveRows();
     }
-    worker.dispose(shown->rows->takeDeparted());
-    isShowing = false;
-    // Whoever was told of the changes may have asked for more.
-    isUpToDate = !isPending;
-    Q_EMIT q->passFinished();
-
-    // A slot that ran events while the rows were announced may have used up the call that was to start it.
-    if (isPending)
-        QMetaObject::invokeMethod(
-            q, [this] { startPending(); }, Qt::QueuedConnection);
-}
-
-QVariant TableModelPrivate::absentData(int role) const
-{
-    switch (role) {
-    case Qt::DisplayRole:
-        return dash;
-    case Qt::ToolTipRole:
-    case Qt::AccessibleTextRole:
-        return TableModel::tr("нет значения");
-    case Qt::FontRole:
-        if (!absentFont.isValid()) {
-            QFont font;
-            font.setItalic(true);
-            absentFont = font;
-        }
-        return absentFont;
-    case Qt::ForegroundRole:
-        return QGuiApplication::palette().color(QPalette::Disabled, QPalette::Text);
-    default:
-        return QVariant();
-    }
-}
-
-/// At most \a length units of \a text, and a mark when that is not all.
-QString TableModelPrivate::shortened(QString text, qsizetype length)
-{
-    if (text.size() <= length)
-        return text;
-    text.truncate(length);
-    if (text.back().isHighSurrogate())
-        text.chop(1);
-    return text += u'…';
-}
-
-/// The text of \a field where its cell may be too narrow for it.
-QVariant TableModelPrivate::toolTip(const Field &field) const
-{
-    QString text = cellText(field).value_or(QString());
-    if (text.size() <= longText && !text.contains(u'\n'))
-        return QVariant();
-    text = shortened(std::move(text), longestToolTip);
-    // As rich text, so that long lines are broken and what looks like markup is shown as it is.
-    return QString(u"<div style=\"white-space: pre-wrap\">"_s + text.toHtmlEscaped() + u"</div>"_s);
 }
 
 bool TableModelPrivate::isFiltered(int column) const
 {
+    const FilterList *filters = passes.filters();
     return filters &&
            std::any_of(filters->filters().begin(), filters->filters().end(), [column](const Filter *filter) {
                const auto *values = qobject_cast<const ValueFilter *>(filter);
@@ -260,28 +108,14 @@ bool TableModelPrivate::isFiltered(int column) const
            });
 }
 
-QString TableModelPrivate::columnToolTip(int column) const
-{
-    const ColumnDef &def = *table.columnDef(column);
-    QString type = FieldType::typeName(def.type);
-    if (hasLength(def.type))
-        type += u'(' + QString::number(def.length) + u')';
-    const QString text =
-        def.nullable ? TableModel::tr("%1\nТип: %2, значения может не быть") : TableModel::tr("%1\nТип: %2");
-    return text.arg(table.columnName(column), type);
-}
-
 TableModel::TableModel(Table &table, const QList<int> &columns, QObject *parent)
     : QAbstractTableModel(parent), d(std::make_unique<TableModelPrivate>(*this, table, columns))
 {
-    d->progress.setInterval(progressInterval);
-    connect(&d->progress, &QTimer::timeout, this, [this] {
-        const int percent = d->pass ? d->pass->percent() : -1;
-        if (percent > d->percent) {
-            d->percent = percent;
-            Q_EMIT passProgress(percent);
-        }
-    });
+    connect(&d->passes, &RowPasses::started, this, &TableModel::passStarted);
+    connect(&d->passes, &RowPasses::progressed, this, &TableModel::passProgress);
+    connect(&d->passes, &RowPasses::finished, this, &TableModel::passFinished);
+    connect(&d->passes, &RowPasses::failed, this, &TableModel::passFailed);
+    connect(&d->passes, &RowPasses::cancelled, this, &TableModel::passCancelled);
 }
 
 TableModel::~TableModel() = default;
@@ -293,209 +127,142 @@ Table *TableModel::table() const
 
 const QList<int> &TableModel::columns() const
 {
-    return d->columns;
+    return d->cells.columns();
 }
 
 int TableModel::section(int column) const
 {
-    return int(d->columns.indexOf(column));
+    return int(columns().indexOf(column));
 }
 
 Record TableModel::record(int row) const
 {
-    const ShownRows &shown = *d->shown;
-    return row >= 0 && size_t(row) < shown.ids.size() ? (*shown.rows)[shown.ids[size_t(row)]] : Record();
+    return row >= 0 && row < rowCount() ? d->view[size_t(row)] : Record();
 }
 
 int TableModel::rowOf(const Record &record) const
 {
-    const ShownRows &shown = *d->shown;
-    if (d->isShowing) {
+    if (d->passes.isShowing()) {
         // Between two announcements the places are not those of the rows.
-        const auto isIt = [&](quint32 id) { return (*shown.rows)[id] == record; };
-        const auto found = std::find_if(shown.ids.begin(), shown.ids.end(), isIt);
-        return found == shown.ids.end() ? -1 : int(found - shown.ids.begin());
+        for (quint32 place = 0; place < d->view.count; ++place) {
+            if (d->view[place] == record)
+                return int(place);
+        }
+        return -1;
     }
+    const ShownRows &shown = *d->passes.shown();
     const quint32 id = record.isNull() ? RowSet::none : shown.rows->find(record.row());
-    if (id == RowSet::none || shown.places[id] >= shown.ids.size())
+    if (id == RowSet::none || shown.places[id] >= shown.count)
         return -1;
     return int(shown.places[id]);
 }
 
 qsizetype TableModel::totalRowCount() const
 {
-    return d->shown->rows->listedCount();
+    return d->view.rows->listedCount();
 }
 
 void TableModel::reload()
 {
-    d->isReloadWanted = true;
-    d->schedule();
+    d->passes.reload();
 }
 
 void TableModel::setFilters(FilterList *filters)
 {
-    if (filters == d->filters)
-        return;
-
-    if (d->filters)
-        disconnect(d->filters, nullptr, this, nullptr);
-    d->filters = filters;
-    if (filters) {
-        connect(filters, &FilterList::changed, this, [this] { d->schedule(); });
-        connect(filters, &QObject::destroyed, this, [this] { d->schedule(); });
-    }
-    d->schedule();
+    d->passes.setFilters(filters);
 }
 
 FilterList *TableModel::filters() const
 {
-    return d->filters;
+    return d->passes.filters();
 }
 
 QList<TableModel::SortKey> TableModel::sortKeys() const
 {
-    return d->keys;
+    QList<SortKey> keys;
+    for (const sortorder::Key &key : d->passes.keys())
+        keys.append({key.column, key.descending ? Qt::DescendingOrder : Qt::AscendingOrder});
+    return keys;
 }
 
 void TableModel::setSortKeys(const QList<SortKey> &keys)
 {
-    if (keys == d->keys && d->isUpToDate)
-        return;
-    d->keys = keys;
-    d->schedule();
+    std::vector<sortorder::Key> wanted;
+    for (const SortKey &key : keys)
+        wanted.push_back({key.column, key.order == Qt::DescendingOrder});
+    if (wanted != d->passes.keys() || !d->passes.isUpToDate())
+        d->passes.setKeys(std::move(wanted));
 }
 
 int TableModel::threadCount() const
 {
-    return d->threads > 0 ? d->threads : std::max(1, QThread::idealThreadCount());
+    return d->passes.threads > 0 ? d->passes.threads : parallel::threadPool()->maxThreadCount();
 }
 
 void TableModel::setThreadCount(int count)
 {
-    d->threads = count;
+    d->passes.threads = count;
 }
 
 bool TableModel::isPassRunning() const
 {
-    return d->isPending || d->pass;
+    return d->passes.isRunning();
 }
 
 bool TableModel::isUpToDate() const
 {
-    return d->isUpToDate;
+    return d->passes.isUpToDate();
 }
 
 void TableModel::waitForPass()
 {
-    while (isPassRunning() && !d->isShowing) {
-        d->startPending();
-        if (d->pass) {
-            d->worker.wait(*d->pass);
-            d->collect();
-        }
-    }
+    d->passes.wait();
 }
 
 qint64 TableModel::lastPassNanoseconds() const
 {
-    return d->lastNanoseconds;
+    return d->passes.lastNanoseconds();
 }
 
 void TableModel::cancelPass()
 {
-    if (!isPassRunning())
-        return;
-    d->isPending = false;
-    d->abandon();
-    Q_EMIT passCancelled();
+    d->passes.cancel();
 }
 
 int TableModel::rowAfterPass(int row) const
 {
     if (!d->coming || row < 0 || row >= rowCount())
         return -1;
-    const RowPass::Result &result = d->coming->result();
-    const quint32 place = result.places[d->coming->before()[size_t(row)]];
-    return place < result.shownCount ? int(place) : -1;
+    const ShownRows &next = *d->coming->result().shown;
+    const quint32 place = next.places[d->coming->before()[row]];
+    return place < next.count ? int(place) : -1;
 }
 
 int TableModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(d->shown->ids.size());
+    return parent.isValid() ? 0 : int(d->view.count);
 }
 
 int TableModel::columnCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(d->sections.size());
+    return parent.isValid() ? 0 : d->cells.count();
 }
 
 QVariant TableModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return QVariant();
-
-    const TableModelPrivate::Section &section = d->sections[size_t(index.column())];
-    switch (role) {
-    case Qt::TextAlignmentRole:
-        return section.isNumber ? d->right : d->left;
-    case ColumnRole:
-        return section.column;
-    case Qt::DisplayRole:
-    case Qt::EditRole:
-    case Qt::ToolTipRole:
-    case Qt::AccessibleTextRole:
-    case Qt::FontRole:
-    case Qt::ForegroundRole:
-    case AbsentRole:
-        break;
-    default:
-        return QVariant();
-    }
-
-    const ShownRows &shown = *d->shown;
-    const Field field = d->table.dataPtr((*shown.rows)[shown.ids[size_t(index.row())]].row(), section.column);
-    if (role == AbsentRole)
-        return !field.isPresent();
-    if (!field.isPresent())
-        return d->absentData(role);
-    switch (role) {
-    case Qt::DisplayRole:
-        return TableModelPrivate::shortened(*cellText(field), longestCell);
-    case Qt::EditRole:
-        return *cellText(field);
-    case Qt::ToolTipRole:
-        return d->toolTip(field);
-    default:
-        return QVariant();
-    }
+    return d->cells.data(d->view[size_t(index.row())].row(), index.column(), role);
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (section < 0 || section >= (orientation == Qt::Horizontal ? columnCount() : rowCount()))
         return QVariant();
-    if (orientation == Qt::Vertical) {
-        if (role == Qt::DisplayRole)
-            return section + 1;
-        return role == Qt::TextAlignmentRole ? d->right : QVariant();
-    }
-
-    const TableModelPrivate::Section &shown = d->sections[size_t(section)];
-    switch (role) {
-    case Qt::DisplayRole:
-        return d->table.columnName(shown.column);
-    case Qt::ToolTipRole:
-        return d->columnToolTip(shown.column);
-    case Qt::TextAlignmentRole:
-        return shown.isNumber ? d->right : d->left;
-    case Qt::AccessibleDescriptionRole:
-        return d->isFiltered(shown.column) ? tr("фильтр включён") : QVariant();
-    case ColumnRole:
-        return shown.column;
-    default:
-        return QVariant();
-    }
+    if (orientation == Qt::Vertical)
+        return d->cells.rowHeader(section, role);
+    const bool isFiltered = role == Qt::AccessibleDescriptionRole && d->isFiltered(columns().at(section));
+    return d->cells.columnHeader(section, role, isFiltered);
 }
 
 void TableModel::sort(int section, Qt::SortOrder order)
@@ -507,9 +274,10 @@ void TableModel::sort(int section, Qt::SortOrder order)
     if (section >= columnCount())
         return;
 
-    const int column = d->columns.at(section);
+    const int column = columns().at(section);
     QList<SortKey> keys{{column, order}};
-    for (const SortKey &key : std::as_const(d->keys)) {
+    const QList<SortKey> before = sortKeys();
+    for (const SortKey &key : before) {
         if (key.column != column)
             keys.append(key);
     }

@@ -20,17 +20,20 @@ class TableModelPrivate;
 /// The rows of a Table for views: filtered by a FilterList and sorted by columns.
 ///
 /// **Rows.** The model shows the rows that stood in the table's master index when it was made or at the last
-/// reload(), and holds handles on them, so that none dies while it is shown. It is told nothing of changes of
-/// the table: a host calls reload() after them. The table is not owned and must outlive the model.
+/// reload(), and holds handles on them, so that rows stay alive while they are shown. It does not observe the
+/// table: a host calls reload() after it has added, changed or removed rows. The table is not owned and must
+/// outlive the model.
 ///
-/// **Passes.** Filtering and sorting run in threads of the model's own, split over the cores; the GUI thread
-/// only takes over the result. A pass begins when control returns to the event loop, so that several changes
-/// in one go make one pass, and a newer one supersedes one that still runs: what is shown is never older than
-/// what was shown before. The result is announced by at most one rowsInserted() at the end, one
-/// layoutChanged() that brings the rows into their new order, with those that vanish at the end, and one
-/// rowsRemoved() there; so selection, current index and the state of headers stay with their rows. (A current
-/// index whose row vanishes is moved to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps
-/// the scroll place.)
+/// **Passes.** Filtering and sorting run in threads of parallel::threadPool(); the GUI thread only shows the
+/// result. A pass begins when control returns to the event loop, so that several changes in one go make one
+/// pass, and a newer one supersedes one that still runs: what is shown is never older than what was shown
+/// before. A result is announced by at most one rowsInserted() at the end, one layoutChanged() that brings the
+/// rows into their new order, with those that vanish at the end, and one rowsRemoved() there. So selection,
+/// current index and the state of headers stay with their rows. (A current index whose row vanishes is moved
+/// to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps the scroll place.)
+///
+/// **Failures.** The rows stay as they were when a pass fails, also for lack of memory; passFailed() says
+/// why. If there was no memory left in the middle of the announcements, a reset takes them back.
 ///
 /// **Order.** A sort key orders by Field::compare(), with one addition: a NaN, which equals every double
 /// there, comes after all numbers and equals every other NaN. Absent values come first, and all is the other
@@ -41,10 +44,11 @@ class TableModelPrivate;
 /// **Threads.** The model is used from the GUI thread. While a pass reads the rows it holds the table's lock,
 /// so that writers who lock wait for it; rows that are shown must not be written while the GUI thread paints
 /// them, so they are best written there. The predicates of the filters are asked from several threads at
-/// once. The GUI thread must not hold the table's lock when it calls waitForPass() or deletes the model.
+/// once. The GUI thread must not hold the table's lock when it calls waitForPass(), and the constructor waits
+/// for that lock; all other functions do not.
 ///
-/// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header in
-/// the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
+/// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header
+/// in the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
 /// painting is some milliseconds for a million rows, but grows with the number of selected rows, since Qt
 /// follows each of them (a second or more for a million); a ViewAnchor sees to that.
 class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
@@ -98,10 +102,12 @@ public:
     /// The keys that were set last; a pass that brings the rows into their order may still run.
     QList<SortKey> sortKeys() const;
     /// Sorts by \a keys, the first one first; none for the order of the master index. A pass follows, unless
-    /// they are the keys that there were and what is shown is up to date. Keys of columns that the table does not have are not allowed.
+    /// they are the keys that there were and what is shown is up to date. Each column must exist in the
+    /// table.
     void setSortKeys(const QList<SortKey> &keys);
 
-    /// How many threads share a pass; 0, as it is at first, for one a core.
+    /// How many threads share a pass at most, if the pool has them to spare; 0, as it is at first, for as
+    /// many as parallel::threadPool() may have.
     int threadCount() const;
     void setThreadCount(int count);
     /// Whether what is shown is to be replaced: a pass runs or is about to.
@@ -121,13 +127,13 @@ public:
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;
-    /// The cell as people read it: cellText(), of which at most 500 units are displayed, with "…" behind them,
-    /// and all of them have Qt::EditRole; or a muted dash for an absent value, which also
-    /// has AbsentRole, a font and colour of its own, and "нет значения" as tool tip and accessible text.
+    /// The cell as people read it: cellText(), shortened to 501 units for Qt::DisplayRole and in full for
+    /// Qt::EditRole; or a muted dash for an absent value, which also has AbsentRole, a font and colour of its
+    /// own, and "нет значения" as tool tip and accessible text.
     /// Long texts have themselves as tool tip. Numbers are aligned to the right.
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    /// Columns: their names, with the type as tool tip, and "фильтр включён" as accessible description while a
-    /// value filter over the column takes part. Rows: their numbers from 1.
+    /// Columns: their names, with the type as tool tip, and "фильтр включён" as accessible description while
+    /// a value filter over the column takes part. Rows: their numbers from 1.
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     /// Makes the column of \a section the first sort key and keeps the other keys behind it; -1 takes all
     /// keys away.
@@ -143,8 +149,8 @@ Q_SIGNALS:
     void aboutToShow();
     /// The result of the pass is shown.
     void passFinished();
-    /// A filter could not make its predicate, or a predicate threw \a message. The rows stay as they were.
-    /// Also comes without a passStarted() of its own.
+    /// A filter could not make its predicate, a predicate threw \a message, or there was no memory. The rows
+    /// stay as they were. Also comes without a passStarted() of its own.
     void passFailed(const QString &message);
     void passCancelled();
 

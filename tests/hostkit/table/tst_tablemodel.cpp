@@ -718,6 +718,44 @@ private Q_SLOTS:
         QCOMPARE(shown(model), u"2 1"_s);
     }
 
+    void takesBackWhatItHasAnnouncedWhenThatFails_data()
+    {
+        QTest::addColumn<QString>("when");
+        for (const char *when : {"about", "inserted", "layout", "removed"})
+            QTest::newRow(when) << QString::fromLatin1(when);
+    }
+    void takesBackWhatItHasAnnouncedWhenThatFails()
+    {
+        QFETCH(const QString, when);
+        TableModel &model = makeModel(3);
+        m_tester.reset();
+        m_table.remove(m_table.row(0));
+        append(4);
+        model.setSortKeys({{.column = 0, .order = Qt::DescendingOrder}});
+        model.reload();
+        auto fail = [&when, done = false](const QString &now) mutable {
+            if (now == when && !std::exchange(done, true))
+                throw std::bad_alloc();
+        };
+        const auto guarded = std::make_shared<decltype(fail)>(fail);
+        connect(&model, &TableModel::aboutToShow, this, [guarded] { (*guarded)(u"about"_s); });
+        connect(&model, &TableModel::rowsInserted, this, [guarded] { (*guarded)(u"inserted"_s); });
+        connect(&model, &TableModel::layoutChanged, this, [guarded] { (*guarded)(u"layout"_s); });
+        connect(&model, &TableModel::rowsRemoved, this, [guarded] { (*guarded)(u"removed"_s); });
+        Log log(model);
+
+        model.waitForPass();
+
+        QCOMPARE(log.entries().constLast(), u"failed: Недостаточно памяти"_s);
+        QCOMPARE(log.entries().contains(u"reset"_s), when != u"about");
+        QCOMPARE(shown(model), u"1 2 3"_s);
+        QCOMPARE(model.rowOf(model.record(2)), 2);
+        QVERIFY(!model.isUpToDate());
+        model.setSortKeys({{.column = 0, .order = Qt::DescendingOrder}});
+        model.waitForPass();
+        QCOMPARE(shown(model), u"4 3 2"_s);
+    }
+
     void keepsTheRowsWhenAFilterMakesNoPredicate()
     {
         class BrokenFilter : public LambdaFilter

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/task.h>
+#include <hostkit/table/rowpass_p.h>
+
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace sito {
+
+/// Brings what is shown to what is wanted: knows the filters, the order and whether the rows are to be listed
+/// anew, and sees to it that a pass runs after each change of them.
+///
+/// A pass begins when control returns to the event loop. Every change supersedes the running pass. Used from
+/// the GUI thread.
+class RowPasses : public QObject
+{
+    Q_OBJECT
+public:
+    /// Shows the result of a pass. What it throws is reported as a failure of the pass.
+    using Show = std::function<void(const RowPass &)>;
+
+    RowPasses(const Table &table, std::shared_ptr<const ShownRows> shown, Show show);
+
+    const std::shared_ptr<const ShownRows> &shown() const { return m_shown; }
+    FilterList *filters() const { return m_filters; }
+    const std::vector<sortorder::Key> &keys() const { return m_keys; }
+    bool isRunning() const { return m_isPending || m_pass; }
+    bool isUpToDate() const { return m_isUpToDate; }
+    /// Whether a result is being shown; no pass begins meanwhile.
+    bool isShowing() const { return m_isShowing; }
+    qint64 lastNanoseconds() const { return m_lastNanoseconds; }
+
+    // Each throws std::bad_alloc when there is no memory to begin with, and has changed nothing then.
+    void reload();
+    void setFilters(FilterList *filters);
+    void setKeys(std::vector<sortorder::Key> keys);
+
+    /// 0 for as many as the pool has.
+    int threads = 0;
+    void cancel();
+    void wait();
+
+Q_SIGNALS:
+    void started();
+    void progressed(int percent);
+    void finished();
+    void failed(const QString &message);
+    void cancelled();
+
+private:
+    void change();
+    void post();
+    void startPending();
+    void start();
+    void abandon();
+    void end(RowPass &pass);
+    void fail(bool wasReload, const QString &message);
+    void letGo(std::shared_ptr<const void> object) noexcept;
+
+    const Table &m_table;
+    const Show m_show;
+    std::shared_ptr<const ShownRows> m_shown;
+    QPointer<FilterList> m_filters;
+    std::vector<sortorder::Key> m_keys;
+    std::shared_ptr<const RowPass::Order> m_order;
+
+    /// Whether startPending() will be called by the event loop.
+    bool m_isPosted = false;
+    /// Whether a pass is wanted that has not begun.
+    bool m_isPending = false;
+    bool m_isReloadWanted = false;
+    bool m_isShowing = false;
+    bool m_isUpToDate = true;
+    qint64 m_lastNanoseconds = 0;
+    /// The pass whose result is to be shown; null when none runs.
+    std::shared_ptr<RowPass> m_pass;
+    /// Last, so that its threads end before anything that they use.
+    parallel::Task m_task;
+};
+
+} // namespace sito

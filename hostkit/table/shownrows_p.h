@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtGlobal>
+
+#include <memory>
+#include <vector>
+
+namespace sito {
+
+class RowSet;
+
+/// The rows that a model shows after a pass: their ids, and for each id its place among them. Never changes
+/// once it is shared.
+struct ShownRows
+{
+    static constexpr quint32 nowhere = ~quint32(0);
+
+    /// All listed rows of \a rows, in their order.
+    static std::shared_ptr<const ShownRows> all(std::shared_ptr<RowSet> rows);
+
+    std::shared_ptr<RowSet> rows;
+    /// The shown rows in their order, and behind them those that were shown before and are not now.
+    std::vector<quint32> ids;
+    /// How many of the ids, the first ones, are shown.
+    quint32 count = 0;
+    /// By id, the place in ids; nowhere for a row that does not stand there.
+    std::vector<quint32> places;
+};
+
+} // namespace sito

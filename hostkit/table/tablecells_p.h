@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QList>
+#include <QVariant>
+
+#include <vector>
+
+class Field;
+class Table;
+
+namespace sito {
+
+/// How the cells and headers of some columns of a table look in a view.
+class TableCells
+{
+public:
+    TableCells(const Table &table, const QList<int> &columns);
+
+    const QList<int> &columns() const { return m_columns; }
+    int count() const { return int(m_sections.size()); }
+    /// As TableModel::data(), for the cell of \a section in the row block \a row.
+    QVariant data(unsigned char *row, int section, int role) const;
+    /// As TableModel::headerData().
+    QVariant columnHeader(int section, int role, bool isFiltered) const;
+    QVariant rowHeader(int row, int role) const;
+
+private:
+    /// What the cells of a section have in common.
+    struct Section
+    {
+        int column = 0;
+        bool isNumber = false;
+    };
+
+    QVariant absentData(int role) const;
+    static QVariant toolTip(const Field &field);
+    QString columnToolTip(int column) const;
+
+    const Table &m_table;
+    const QList<int> m_columns;
+    std::vector<Section> m_sections;
+
+    // Shared by all cells.
+    const QVariant m_left;
+    const QVariant m_right;
+    const QVariant m_dash;
+    /// Made when it is first asked for: a font needs a QGuiApplication.
+    mutable QVariant m_absentFont;
+};
+
+} // namespace sito

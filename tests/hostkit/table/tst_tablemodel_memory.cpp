@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/threadpool.h>
+#include <hostkit/table/tablemodel.h>
+
+#include <database/memorytable.h>
+
+#include <filterfuncs/lambdafilterfunc.h>
+#include <filters/filter.h>
+
+#include <support/exceptions.h>
+
+#include <QScopeGuard>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThreadPool>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include <malloc.h>
+
+using namespace sito;
+using namespace Qt::StringLiterals;
+
+namespace {
+/// How many more bytes operator new gives to the thread of the test; below 0 without end.
+qint64 bytesLeft = -1;
+/// How many more times it gives any to the threads of the test's pool; below 0 without end.
+std::atomic<qint64> poolAllocationsLeft = -1;
+thread_local bool isTestThread = false;
+/// Only threads that are there already: Qt ends the program when a new one has no memory to begin with.
+thread_local bool isPoolThread = false;
+
+bool isMemoryLeft(size_t size)
+{
+    if (isTestThread)
+        return bytesLeft < 0 || qint64(size) <= bytesLeft;
+    if (!isPoolThread)
+        return true;
+    qint64 left = poolAllocationsLeft;
+    while (left > 0 && !poolAllocationsLeft.compare_exchange_weak(left, left - 1)) {
+    }
+    return left != 0;
+}
+
+/// Notes that \a size bytes were given, or taken back when it is negative.
+void note(qint64 size)
+{
+    if (isTestThread && bytesLeft >= 0)
+        bytesLeft = std::max<qint64>(0, bytesLeft - size);
+}
+} // namespace
+
+// The libraries of the program allocate here, too.
+void *operator new(size_t size)
+{
+    void *block = isMemoryLeft(size) ? std::malloc(size ? size : 1) : nullptr;
+    if (!block)
+        throw std::bad_alloc();
+    note(qint64(malloc_usable_size(block)));
+    return block;
+}
+
+void *operator new[](size_t size)
+{
+    return operator new(size);
+}
+
+void operator delete(void *block) noexcept
+{
+    note(-qint64(malloc_usable_size(block)));
+    std::free(block);
+}
+
+void operator delete[](void *block) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete(void *block, size_t) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void *block, size_t) noexcept
+{
+    operator delete(block);
+}
+
+namespace {
+
+class LambdaFilter : public Filter
+{
+public:
+    explicit LambdaFilter(std::function<bool(const Record &)> function)
+        : Filter(-1, nullptr), m_function(std::move(function))
+    {
+        setEnabled(true);
+    }
+
+    void setFunction(std::function<bool(const Record &)> function) { m_function = std::move(function); }
+    FilterFunc *createFilterFunc(QObject *parent) const override
+    {
+        return new LambdaFilterFunc(m_function, parent);
+    }
+    QWidget *createFilterWidget(QWidget *) override { return nullptr; }
+    void apply(QWidget *) override {}
+    void init(QWidget *) override {}
+    QString text() const override { return QString(); }
+    QString name() const override { return QString(); }
+    bool hasValue() const override { return true; }
+
+private:
+    std::function<bool(const Record &)> m_function;
+};
+
+int id(const Record &row)
+{
+    return row.field(0).value<qint32>();
+}
+
+QString shown(const TableModel &model)
+{
+    QStringList texts;
+    for (int row = 0; row < model.rowCount(); ++row)
+        texts.append(model.index(row, 0).data().toString());
+    return texts.join(u' ');
+}
+
+} // namespace
+
+/// A model where there is no memory.
+class tst_TableModelMemory : public QObject
+{
+    Q_OBJECT
+private:
+    MemoryTable m_table{u"t"_s, {{.name = u"id"_s, .type = FieldType::Int}}};
+
+private Q_SLOTS:
+    void init()
+    {
+        isTestThread = true;
+        failOnAnyWarning();
+        m_table.clear();
+        for (int number = 1; number <= 6; ++number)
+            m_table.append({qint32(number)});
+    }
+
+    void keepsItsRowsWhenThereIsNoMemoryToShowOthers_data()
+    {
+        QTest::addColumn<bool>("reloads");
+        QTest::addColumn<bool>("waits");
+        QTest::newRow("filtered") << false << true;
+        QTest::newRow("reloaded") << true << true;
+        QTest::newRow("filtered, by the event loop") << false << false;
+        QTest::newRow("reloaded, by the event loop") << true << false;
+    }
+    void keepsItsRowsWhenThereIsNoMemoryToShowOthers()
+    {
+        QFETCH(const bool, reloads);
+        QFETCH(const bool, waits);
+        int failures = 0;
+        bool isComplete = false;
+        for (qint64 allowed = 0; !isComplete; allowed += allowed < 4096 ? 16 : 512) {
+            QVERIFY(allowed < 1'000'000);
+            init();
+            TableModel model(m_table, {0});
+            FilterList filters(m_table);
+            auto *filter = new LambdaFilter([](const Record &row) { return id(row) > 3; });
+            filters.add(filter);
+            model.setFilters(&filters);
+            model.waitForPass();
+            QCOMPARE(shown(model), u"1 2 3"_s);
+            // One index stays, one row goes.
+            const QPersistentModelIndex second = model.index(1, 0);
+            const QPersistentModelIndex third = model.index(2, 0);
+            QSignalSpy failed(&model, &TableModel::passFailed);
+            filter->setFunction([](const Record &row) { return id(row) % 2 == 1; });
+            filters.notifyChanged(filter);
+            if (reloads) {
+                m_table.append({qint32(8)});
+                model.reload();
+            }
+            bytesLeft = allowed;
+            try {
+                if (waits) {
+                    model.waitForPass();
+                } else {
+                    while (model.isPassRunning())
+                        QCoreApplication::processEvents();
+                }
+                bytesLeft = -1;
+            } catch (...) {
+                bytesLeft = -1;
+                QFAIL("an exception left the model");
+            }
+            QVERIFY(!model.isPassRunning());
+            isComplete = failed.isEmpty();
+            if (!isComplete) {
+                ++failures;
+                QCOMPARE(shown(model), u"1 2 3"_s);
+                QVERIFY(!model.isUpToDate());
+                QCOMPARE(model.rowOf(m_table.row(2)), 2);
+                // Later there is.
+                filters.notifyChanged(filter);
+                model.waitForPass();
+            }
+            QVERIFY(model.isUpToDate());
+            QCOMPARE(shown(model), reloads ? u"2 4 6 8"_s : u"2 4 6"_s);
+            QCOMPARE(model.rowOf(m_table.row(3)), 1);
+            QVERIFY(!third.isValid());
+            if (isComplete)
+                QCOMPARE(second.row(), 0);
+        }
+
+        QVERIFY(failures > 20);
+    }
+
+    void keepsItsRowsWhenThereIsNoMemoryInThePass()
+    {
+        constexpr int threads = 8;
+        QThreadPool pool;
+        pool.setMaxThreadCount(threads);
+        pool.setExpiryTimeout(-1);
+        QSemaphore begun;
+        QSemaphore end;
+        for (int i = 0; i < threads; ++i) {
+            pool.start([&] {
+                isPoolThread = true;
+                begun.release();
+                end.acquire();
+            });
+        }
+        begun.acquire(threads);
+        end.release(threads);
+        QTRY_COMPARE(pool.activeThreadCount(), 0);
+        parallel::setThreadPool(&pool);
+        const auto poolBack = qScopeGuard([&] {
+            pool.waitForDone();
+            parallel::setThreadPool(nullptr);
+        });
+
+        int failures = 0;
+        for (qint64 allowed = 0; allowed < 40; ++allowed) {
+            init();
+            TableModel model(m_table, {0});
+            model.setThreadCount(1);
+            FilterList filters(m_table);
+            filters.add(new LambdaFilter([](const Record &row) { return id(row) <= 3; }));
+            QSignalSpy failed(&model, &TableModel::passFailed);
+            model.setFilters(&filters);
+            model.setSortKeys({{.column = 0, .order = Qt::DescendingOrder}});
+            m_table.append({qint32(7)});
+            model.reload();
+            // Its own thread does nothing but wait.
+            poolAllocationsLeft = allowed;
+            const auto back = qScopeGuard([] { poolAllocationsLeft = -1; });
+            model.waitForPass();
+
+            const bool isComplete = failed.isEmpty();
+            QCOMPARE(shown(model), isComplete ? u"7 6 5 4"_s : u"1 2 3 4 5 6"_s);
+            if (!isComplete) {
+                ++failures;
+                QCOMPARE(failed[0][0].toString(), u"Недостаточно памяти"_s);
+            }
+        }
+
+        QVERIFY(failures > 5);
+    }
+};
+
+QTEST_MAIN(tst_TableModelMemory)
+#include "tst_tablemodel_memory.moc"
