@@ -151,6 +151,14 @@ void RowPass::compareWithBefore(const std::vector<quint8> &visible)
                 m_beforeIds.push_back(after[place]);
         }
     }
+    if (kept > 0) {
+        m_result.lastKept = shown->count - 1;
+        for (m_result.firstKept = 0; !wasShown[after[m_result.firstKept]];)
+            ++m_result.firstKept;
+        while (!wasShown[after[m_result.lastKept]])
+            --m_result.lastKept;
+    }
+
     shown->places.assign(size, ShownRows::nowhere);
     for (quint32 place = 0; place < after.size(); ++place)
         shown->places[after[place]] = place;

@@ -39,6 +39,10 @@ public:
         quint32 addedCount = 0;
         /// Whether the rows shown before and those that were added differ in order from shown->ids.
         bool isMoved = false;
+        /// The first and the last place of the rows that were shown before and are shown now; there are none
+        /// when the first is behind the last.
+        quint32 firstKept = 1;
+        quint32 lastKept = 0;
     };
 
     RowPass(const Table &table, std::shared_ptr<const ShownRows> before)

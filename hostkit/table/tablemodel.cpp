@@ -96,6 +96,11 @@ void TableModelPrivate::announce(const RowPass &pass)
         view.count = next.count;
         q->endRemoveRows();
     }
+    // Rows that were listed anew may have been written meanwhile.
+    if (pass.reload && result.firstKept <= result.lastKept && cells.count() > 0) {
+        Q_EMIT q->dataChanged(q->index(int(result.firstKept), 0),
+                              q->index(int(result.lastKept), cells.count() - 1));
+    }
 }
 
 bool TableModelPrivate::isFiltered(int column) const

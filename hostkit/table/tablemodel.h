@@ -28,9 +28,10 @@ class TableModelPrivate;
 /// result. A pass begins when control returns to the event loop, so that several changes in one go make one
 /// pass, and a newer one supersedes one that still runs: what is shown is never older than what was shown
 /// before. A result is announced by at most one rowsInserted() at the end, one layoutChanged() that brings the
-/// rows into their new order, with those that vanish at the end, and one rowsRemoved() there. So selection,
-/// current index and the state of headers stay with their rows. (A current index whose row vanishes is moved
-/// to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps the scroll place.)
+/// rows into their new order, with those that vanish at the end, and one rowsRemoved() there; after a
+/// reload() one dataChanged() follows, from the first to the last of the rows that were shown before. So
+/// selection, current index and the state of headers stay with their rows. (A current index whose row vanishes
+/// is moved to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps the scroll place.)
 ///
 /// **Failures.** The rows stay as they were when a pass fails, also for lack of memory; passFailed() says
 /// why. If there was no memory left in the middle of the announcements, a reset takes them back.

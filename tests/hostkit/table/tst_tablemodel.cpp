@@ -114,6 +114,14 @@ public:
                          [note](const QList<QPersistentModelIndex> &parents, Model::LayoutChangeHint hint) {
                              note(u"layout %1 %2"_s.arg(parents.size()).arg(int(hint)));
                          });
+        QObject::connect(&model, &Model::dataChanged,
+                         [note](const QModelIndex &first, const QModelIndex &last, const QList<int> &roles) {
+                             note(u"changed %1:%2-%3:%4%5"_s.arg(first.row())
+                                      .arg(first.column())
+                                      .arg(last.row())
+                                      .arg(last.column())
+                                      .arg(roles.isEmpty() ? u""_s : u" some roles"_s));
+                         });
         QObject::connect(&model, &Model::modelReset, [note] { note(u"reset"_s); });
     }
 
@@ -468,7 +476,8 @@ private Q_SLOTS:
         model.reload();
         QTRY_VERIFY(!model.isPassRunning());
 
-        QCOMPARE(log.take().join(u", "), u"started, about, layout 0 1, removed 4-4, finished"_s);
+        QCOMPARE(log.take().join(u", "),
+                 u"started, about, layout 0 1, removed 4-4, changed 0:0-3:0, finished"_s);
         QCOMPARE(shown(model), u"5 4 2 1"_s);
     }
 
@@ -721,7 +730,7 @@ private Q_SLOTS:
     void takesBackWhatItHasAnnouncedWhenThatFails_data()
     {
         QTest::addColumn<QString>("when");
-        for (const char *when : {"about", "inserted", "layout", "removed"})
+        for (const char *when : {"about", "inserted", "layout", "removed", "changed"})
             QTest::newRow(when) << QString::fromLatin1(when);
     }
     void takesBackWhatItHasAnnouncedWhenThatFails()
@@ -742,6 +751,7 @@ private Q_SLOTS:
         connect(&model, &TableModel::rowsInserted, this, [guarded] { (*guarded)(u"inserted"_s); });
         connect(&model, &TableModel::layoutChanged, this, [guarded] { (*guarded)(u"layout"_s); });
         connect(&model, &TableModel::rowsRemoved, this, [guarded] { (*guarded)(u"removed"_s); });
+        connect(&model, &TableModel::dataChanged, this, [guarded] { (*guarded)(u"changed"_s); });
         Log log(model);
 
         model.waitForPass();
@@ -899,6 +909,44 @@ private Q_SLOTS:
         QCOMPARE(shown(model), u"9 3 2 1"_s);
     }
 
+    void announcesCellsThatMayHaveChanged()
+    {
+        append(1, u"a"_s);
+        append(2, u"b"_s);
+        append(3, u"c"_s);
+        append(4, u"d"_s);
+        TableModel model(m_table, {1, 0});
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+        Log log(model);
+        const auto reloaded = [&] {
+            model.reload();
+            model.waitForPass();
+            return log.take().join(u", ");
+        };
+
+        m_table.update(m_table.row(2), 1, u"x"_s);
+        QCOMPARE(reloaded(), u"started, about, changed 0:0-3:1, finished"_s);
+        QCOMPARE(shown(model), u"a b x d"_s);
+        // New rows need no change.
+        append(5, u"e"_s);
+        m_table.remove(m_table.row(0));
+        QCOMPARE(reloaded(),
+                 u"started, about, inserted 4-4, layout 0 1, removed 4-4, changed 0:0-2:1, finished"_s);
+        QCOMPARE(shown(model), u"b x d e"_s);
+        // Those that stayed may stand anywhere.
+        model.setSortKeys({{1, Qt::DescendingOrder}});
+        model.waitForPass();
+        QCOMPARE(log.take().join(u", "), u"started, about, layout 0 1, finished"_s);
+        append(6, u"z"_s);
+        append(7, u"a"_s);
+        QCOMPARE(reloaded(), u"started, about, inserted 4-5, layout 0 1, changed 1:0-4:1, finished"_s);
+        QCOMPARE(shown(model), u"z x e d b a"_s);
+        // None stayed.
+        m_table.clear();
+        append(8, u"n"_s);
+        QCOMPARE(reloaded(), u"started, about, inserted 6-6, layout 0 1, removed 1-6, finished"_s);
+    }
+
     void outlivesItsFilters()
     {
         TableModel &model = makeModel(3);
@@ -979,7 +1027,8 @@ private Q_SLOTS:
         QVERIFY(!model.isPassRunning());
         model.reload();
         model.waitForPass();
-        QCOMPARE(log.take().join(u", "), u"cancelled, started, about, layout 0 1, removed 2-2, finished"_s);
+        QCOMPARE(log.take().join(u", "),
+                 u"cancelled, started, about, layout 0 1, removed 2-2, changed 0:0-1:0, finished"_s);
     }
 
     void tellsWhetherWhatIsShownIsWhatIsWanted()
