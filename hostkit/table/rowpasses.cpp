@@ -20,8 +20,12 @@ RowPasses::RowPasses(const Table &table, std::shared_ptr<const ShownRows> shown,
 
 void RowPasses::reload()
 {
-    change();
+    // What runs is shown first, and followed by this.
+    if (!m_pass)
+        post();
     m_isReloadWanted = true;
+    m_isPending = true;
+    m_isUpToDate = false;
 }
 
 void RowPasses::setFilters(FilterList *filters)

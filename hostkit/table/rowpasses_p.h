@@ -17,8 +17,9 @@ namespace sito {
 /// Brings what is shown to what is wanted: knows the filters, the order and whether the rows are to be listed
 /// anew, and sees to it that a pass runs after each change of them.
 ///
-/// A pass begins when control returns to the event loop. Every change supersedes the running pass. Used from
-/// the GUI thread.
+/// A pass begins when control returns to the event loop. A change of the filters or the order supersedes the
+/// running pass; a reload waits until it has been shown, so that frequent ones cannot keep all passes from
+/// ending. Used from the GUI thread.
 class RowPasses : public QObject
 {
     Q_OBJECT

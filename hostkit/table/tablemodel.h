@@ -26,12 +26,13 @@ class TableModelPrivate;
 ///
 /// **Passes.** Filtering and sorting run in threads of parallel::threadPool(); the GUI thread only shows the
 /// result. A pass begins when control returns to the event loop, so that several changes in one go make one
-/// pass, and a newer one supersedes one that still runs: what is shown is never older than what was shown
-/// before. A result is announced by at most one rowsInserted() at the end, one layoutChanged() that brings the
-/// rows into their new order, with those that vanish at the end, and one rowsRemoved() there; after a
-/// reload() one dataChanged() follows, from the first to the last of the rows that were shown before. So
-/// selection, current index and the state of headers stay with their rows. (A current index whose row vanishes
-/// is moved to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps the scroll place.)
+/// pass. A change of the filters or the sort keys supersedes a running pass: what is shown is never older
+/// than what was shown before. A reload() does not: the running pass is shown, and one more follows. A result
+/// is announced by at most one rowsInserted() at the end, one layoutChanged() that brings the rows into their
+/// new order, with those that vanish at the end, and one rowsRemoved() there; after a reload() one
+/// dataChanged() follows, from the first to the last of the rows that were shown before. So selection,
+/// current index and the state of headers stay with their rows. (A current index whose row vanishes is moved
+/// to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps the scroll place.)
 ///
 /// **Failures.** The rows stay as they were when a pass fails, also for lack of memory; passFailed() says
 /// why. If there was no memory left in the middle of the announcements, a reset takes them back.
@@ -92,7 +93,7 @@ public:
     int rowOf(const Record &record) const;
     /// How many rows there are without filters.
     qsizetype totalRowCount() const;
-    /// Lists the table's rows anew, in a pass, and sorts and filters them.
+    /// Lists the table's rows anew, in a pass, and sorts and filters them. The pass that runs ends first.
     void reload();
 
     /// Filters by \a filters, which is not owned and may be deleted at any time; null for none. A pass

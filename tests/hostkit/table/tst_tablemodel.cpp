@@ -23,6 +23,7 @@
 #include <QTest>
 #include <QThread>
 #include <QThreadPool>
+#include <QTimer>
 
 #include <atomic>
 #include <chrono>
@@ -512,7 +513,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("change");
         QTest::newRow("by a filter") << 0;
         QTest::newRow("by a sorting") << 1;
-        QTest::newRow("by a reload") << 2;
+        QTest::newRow("by a sorting during a reload") << 2;
     }
     void stopsWhatIsSuperseded()
     {
@@ -531,15 +532,15 @@ private Q_SLOTS:
         });
         filters.add(filter);
         model.setFilters(&filters);
+        if (change == 2)
+            model.reload();
         QTRY_VERIFY(gate->isReached());
 
         filter->setFunction([](const Record &row) { return id(row) > 2; });
         if (change == 0)
             filters.notifyChanged(filter);
-        else if (change == 1)
-            model.setSortKeys({{0, Qt::AscendingOrder}});
         else
-            model.reload();
+            model.setSortKeys({{0, Qt::AscendingOrder}});
         gate->open();
         QTRY_VERIFY(!model.isPassRunning());
 
@@ -945,6 +946,57 @@ private Q_SLOTS:
         m_table.clear();
         append(8, u"n"_s);
         QCOMPARE(reloaded(), u"started, about, inserted 6-6, layout 0 1, removed 1-6, finished"_s);
+    }
+
+    void endsAPassBeforeItReloads()
+    {
+        TableModel &model = makeModel(3);
+        const auto gate = std::make_shared<Gate>();
+        const auto opener = qScopeGuard([gate] { gate->open(); });
+        FilterList filters(m_table);
+        filters.add(new LambdaFilter([gate](const Record &row) {
+            gate->wait();
+            return id(row) == 1;
+        }));
+        model.setFilters(&filters);
+        Log log(model);
+        QTRY_VERIFY(gate->isReached());
+
+        for (int i = 0; i < 3; ++i) {
+            model.reload();
+            QTest::qWait(5);
+        }
+        QVERIFY(!model.isUpToDate());
+        gate->open();
+        QTRY_VERIFY(!model.isPassRunning());
+
+        QVERIFY(model.isUpToDate());
+        QCOMPARE(log.take().join(u", "), u"started, about, layout 0 1, removed 2-2, finished, "
+                                         "started, about, changed 0:0-1:0, finished"_s);
+        QCOMPARE(shown(model), u"2 3"_s);
+    }
+
+    void showsRowsWhileItIsReloadedAllTheTime()
+    {
+        TableModel &model = makeModel(5000);
+        m_tester.reset();
+        FilterList filters(m_table);
+        filters.add(new LambdaFilter([](const Record &row) {
+            if (id(row) % 100 == 0)
+                QThread::usleep(500); // some 25 ms in all
+            return false;
+        }));
+        model.setFilters(&filters);
+        model.sort(0, Qt::DescendingOrder);
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, &model, [&] { model.reload(); });
+        timer.start(2);
+
+        QTRY_COMPARE(id(model.record(0)), 5000);
+        append(5001);
+        QTRY_COMPARE(id(model.record(0)), 5001);
+        timer.stop();
+        QTRY_VERIFY(model.isUpToDate());
     }
 
     void outlivesItsFilters()
