@@ -6,7 +6,8 @@
 
 namespace sito {
 
-/// Asks \a question in a box over \a parent; whether the user presses the button \a yes. Enter and Esc mean no.
+/// Shows \a question in a message box over \a parent; returns whether the user presses the button \a yes. Enter
+/// and Esc mean no.
 bool isConfirmed(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &question,
                  const QString &details, const QString &yes);
 
