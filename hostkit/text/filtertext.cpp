@@ -20,7 +20,7 @@ QString displayName(const Filter &filter)
 
 QString displayText(const Filter &filter)
 {
-    // Pairs of numbers, one for each security: nobody would read them.
+    // The value is a pair of numbers for each security, which nobody would read.
     if (const auto *sessions = qobject_cast<const SecuritiesSessionFilter *>(&filter);
         sessions && sessions->hasValue()) {
         return QCoreApplication::translate("FilterText", "скрыто сессий: %1")

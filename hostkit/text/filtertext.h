@@ -9,9 +9,10 @@ class Filter;
 
 namespace sito {
 
-/// What \a filter is called in menus and in the panel: its own name or, where it has none, what it does.
+/// The name of \a filter in menus and in the panel: its own or, when it has none, a description of what it
+/// does.
 HOSTKIT_EXPORT QString displayName(const Filter &filter);
-/// The value of \a filter for a person to read.
+/// The value of \a filter, for users.
 HOSTKIT_EXPORT QString displayText(const Filter &filter);
 
 } // namespace sito

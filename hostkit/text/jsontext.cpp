@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Whether stores, terminals and editors leave \a character alone.
+/// Whether stores, terminals and editors keep \a character as it is.
 bool isSafe(QChar character)
 {
     switch (character.category()) {
@@ -74,7 +74,7 @@ QString jsontext::fromStrings(const QStringList &texts)
 QJsonArray jsontext::readArray(const QString &json)
 {
     const QByteArray bytes = json.toUtf8();
-    // Half a pair in its own form would be read as another character.
+    // Half a surrogate pair that is not escaped would be read as another character.
     if (QString::fromUtf8(bytes) != json) {
         throw Exception(QCoreApplication::translate("KeyText", "Ошибка в JSON: %1").arg(u"illegal UTF-16"_s));
     }

@@ -17,8 +17,8 @@ namespace sito {
 
 namespace {
 
-/// Whether \a number keeps its value with \a scale digits after the point. Only giving digits up is looked
-/// at: a number too large for the scale is refused where the predicate is made.
+/// Whether \a number keeps its value with \a scale digits after the point. Checks only for lost digits: a
+/// number too large for the scale is refused when the predicate is made.
 template <typename Number>
 bool fitsScale(const Number &number, int scale)
 {

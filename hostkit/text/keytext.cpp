@@ -35,7 +35,7 @@ void appendField(QString &json, const FieldValue &field)
         jsontext::appendString(json, isText(field.def->type) ? field.toString() : field.toText());
 }
 
-/// \a entry of a key as a text again, for a message.
+/// \a entry of a key as text, for a message.
 QString entryText(const QJsonValue &entry)
 {
     QString json;
@@ -69,7 +69,7 @@ FieldValue readField(const ValueFilter &filter, int column, const QJsonArray &ke
     if (isText(field.def->type) && text.startsWith(absentMark))
         text.prepend(absentMark);
     field.fromText(text);
-    // Nobody types it, but rows may hold it.
+    // Users cannot type a NaN, but rows may hold one.
     const bool isNotANumber = field.def->type == FieldType::Double && text == "nan"_L1;
     if (!field.isPresent() || !(isNotANumber || keychecks::isFaithful(field, text)))
         keychecks::refuseValue(table, column, entry.toString(), keyText(key));
