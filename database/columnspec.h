@@ -8,7 +8,7 @@
 /// The definition of a column that a host gives to create a table.
 struct ColumnSpec
 {
-    /// Not empty; unique within the table, upper and lower case told apart.
+    /// Not empty; unique within the table, case-sensitive.
     QString name;
     FieldType::Type type = FieldType::Int;
     /// Whether the column admits absent values.

@@ -29,7 +29,7 @@ void requireWhole(const KeyValue &key, qsizetype columns);
 /// Throws where \a column of \a table admits no absent values.
 void requireNullable(const Table &table, int column, const QString &key);
 
-/// Whether \a field, which was read from \a text by FieldValue::fromText(), is what \a text says.
+/// Whether \a field, which was read from \a text by FieldValue::fromText(), holds the value in \a text.
 bool isFaithful(const FieldValue &field, const QString &text);
 
 /// Throws because \a text cannot be a value of \a column.

@@ -10,8 +10,8 @@
 #include <limits>
 #include <optional>
 
-/// A point in time: milliseconds since 1970-01-01T00:00:00 UTC. 0 stands for no date, so that the epoch
-/// itself cannot be told from it.
+/// A point in time: milliseconds since 1970-01-01T00:00:00 UTC. 0 means no date, so the epoch itself cannot
+/// be represented.
 ///
 /// The calendar is the Gregorian one, also for the time before its introduction, and has no year 0. A plain
 /// value: copies are independent and may be used from any thread.

@@ -14,9 +14,9 @@
 #include <memory>
 #include <vector>
 
-/// The hash value of a row of the keys' table in one of its key columns, such that equal values have equal
-/// hash values. Made for a set of keys: where all decimals of the keys share a scale, a row is brought to
-/// that scale; the hash value of an xdecimal is its rank among those of the keys.
+/// The hash value of a row of the keys' table in one of its key columns. Equal values have equal hash values.
+/// It is made for a set of keys: where all decimals of the keys share a scale, the row's decimal is converted
+/// to that scale; the hash value of an xdecimal is its rank among those of the keys.
 class KeyColumnHash
 {
 public:

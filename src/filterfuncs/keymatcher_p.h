@@ -176,7 +176,7 @@ public:
     }
 
 private:
-    /// A field of the only key; with its text, where it has one, at hand.
+    /// A field of the only key, with its text if it has one.
     struct OnlyField
     {
         int column;

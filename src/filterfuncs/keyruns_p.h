@@ -72,7 +72,7 @@ private:
 
     Search m_search = Search::Nothing;
     Excerpt m_excerpt;
-    /// The run of a single key, at hand.
+    /// The run of a single key.
     std::array<unsigned char, 24> m_only = {};
     KeyWords m_words;
     quint64 m_length;

@@ -66,8 +66,8 @@ inline quint64 load64(const void *bytes)
     return word;
 }
 
-/// The lowest four bits of four UTF-16 units, which lie side by side at \a units: they tell digits apart, and
-/// most letters of one alphabet.
+/// The lowest four bits of four UTF-16 units, which lie side by side at \a units: they differ between digits,
+/// and between most letters of one alphabet.
 inline quint16 loadUnits(const void *units)
 {
     quint64 four = load64(units) & 0x000F000F000F000Fu;
@@ -161,9 +161,8 @@ private:
     qsizetype m_count = 0;
 };
 
-/// A few different keys by which the excerpts are judged that might tell all keys apart. They are drawn as if
-/// at random, but always the same: keys taken at regular distances would all differ where the keys are
-/// sorted.
+/// A sample of different keys, used to judge how well an excerpt tells all keys apart. The keys are chosen by
+/// fixed pseudo-random numbers: keys at regular distances would all differ where the keys are sorted.
 class KeySample
 {
 public:

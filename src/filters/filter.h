@@ -13,8 +13,8 @@ class QWidget;
 /// and restored, a widget to edit it, and the predicate that applies it to records.
 ///
 /// Switch and value are independent: neither setting nor clearing the value touches the switch, and switching
-/// off keeps the value. A new filter is switched off and has no value. No signal tells that the value has
-/// changed: a host creates a new predicate after each change it makes.
+/// off keeps the value. A new filter is switched off and has no value. A change of the value emits no signal:
+/// a host creates a new predicate after each change it makes.
 ///
 /// A filter belongs to its parent or, without one, to its creator, and is used from the thread that owns it.
 /// Members and virtual operations keep their order: they are compiled into hosts.

@@ -6,8 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-/// \a text with the names of types in it replaced by those that the database library at hand has for them: their
-/// wording is the library's own.
+/// \a text with the names of types replaced by those of the database library that is tested: each library
+/// chooses its own.
 inline QString withTypeNames(const QString &text)
 {
     static const QStringList names{
