@@ -111,7 +111,7 @@ QString valuetext::summary(const ValueFilter &filter)
             break;
         texts.append(text);
     }
-    const QString joinedTexts = texts.join(u", "_s);
+    QString joinedTexts = texts.join(u", "_s);
     if (texts.size() == keys.size())
         return joinedTexts;
     return Words::tr("%1 (ещё %2)").arg(joinedTexts, QString::number(keys.size() - texts.size()));

@@ -11,7 +11,6 @@
 #include <span>
 #include <vector>
 
-struct Field;
 class Table;
 
 namespace sito {
