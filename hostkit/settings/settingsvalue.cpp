@@ -3,6 +3,7 @@
 
 #include <hostkit/settings/settingstext_p.h>
 #include <hostkit/settings/settingsviewproxy.h>
+#include <hostkit/text/shortenedtext.h>
 #include <settings/settingsmodel.h>
 #include <settings/settingsmodelitem.h>
 
@@ -27,7 +28,8 @@ struct Texts
 };
 
 constexpr int valueColumn = 2;
-constexpr qsizetype longest = 500;
+/// With the mark of what is cut off.
+constexpr qsizetype longest = 501;
 
 /// A list, of texts or of anything.
 bool isList(const QVariant &value)
@@ -149,9 +151,7 @@ QString settingsValueText(const QVariant &value)
     } else {
         text = u'<' + QString::fromLatin1(value.metaType().name()) + u'>';
     }
-    if (text.size() > longest)
-        text = text.left(longest) + u'…';
-    return visible(text);
+    return visible(shortenedText(text, longest));
 }
 
 bool isSameSettingsValue(const QVariant &left, const QVariant &right)

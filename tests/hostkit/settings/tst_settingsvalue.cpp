@@ -36,6 +36,8 @@ private Q_SLOTS:
         QTest::newRow("text") << QVariant(u"a, b"_s) << u"a, b"_s;
         QTest::newRow("lines") << QVariant(u"a\nb\tc\x7f"_s) << u"a↵b␉c␡"_s;
         QTest::newRow("long text") << QVariant(QString(2000, u'x')) << QString(500, u'x') + u'…';
+        QTest::newRow("long text with a character of two units across the cut")
+            << QVariant(QString(499, u'x') + u"😀yz"_s) << QString(499, u'x') + u'…';
         QTest::newRow("float") << QVariant(.1f) << u"0.1"_s;
         QTest::newRow("huge double") << QVariant(1e300) << u"1e+300"_s;
         QTest::newRow("list") << QVariant(QStringList{u"a"_s, u"b"_s}) << u"a, b"_s;
