@@ -5,13 +5,14 @@
 #include <sources/sourcedatabase.h>
 #include <sources/tableloader.h>
 
+#include <hostkit/text/exceptiontext.h>
+
 #include <database/memorytable.h>
 
 #include <data/exception.h>
 
 #include <QSqlQuery>
 
-#include <exception>
 #include <utility>
 
 namespace sito {
@@ -24,18 +25,12 @@ namespace {
 template <typename Function>
 std::optional<QString> messageOf(Function &&function)
 {
-    QString message;
     try {
         function();
         return std::nullopt;
-    } catch (const Exception &exception) {
-        message = exception.message();
-    } catch (const QString &text) {
-        message = text;
-    } catch (const std::exception &exception) {
-        message = QString::fromLocal8Bit(exception.what());
+    } catch (...) {
+        return currentExceptionText().simplified();
     }
-    return message.simplified();
 }
 
 /// Nothing when \a stop was requested.
