@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <browser/parts/commandline.h>
 #include <browser/parts/applicationicon.h>
+#include <browser/parts/commandline.h>
 #include <browser/parts/languages.h>
 #include <browser/parts/look.h>
 #include <browser/parts/printable.h>
@@ -9,7 +9,7 @@
 #include <browser/window/mainwindow.h>
 #include <browser/window/screenshot.h>
 
-#include <data/exception.h>
+#include <hostkit/text/exceptiontext.h>
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -22,7 +22,6 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 #include <optional>
 
@@ -176,12 +175,8 @@ int main(int argc, char **argv)
         code = carryOut(QCoreApplication::arguments().sliced(1), out, languages);
     } catch (const UsageError &usage) {
         error = usage.message;
-    } catch (const Exception &exception) {
-        error = exception.message();
-    } catch (const QString &text) {
-        error = text;
-    } catch (const std::exception &exception) {
-        error = QString::fromLocal8Bit(exception.what());
+    } catch (...) {
+        error = currentExceptionText();
     }
     out.flush();
     if (error.isEmpty() && (out.status() != QTextStream::Ok || !output.flush())) {
