@@ -10,8 +10,8 @@
 
 namespace sito {
 
-/// Edits an INI file through a SettingsDocument, as the window does, and prints the tree that the file then holds,
-/// and which of its lines cannot be read.
+/// Edits an INI file through a SettingsDocument, as the window does, and prints the tree that the file then
+/// holds, and which of its lines cannot be read.
 ///
 /// Every failure is thrown as Exception. All changes are tried out on a model that writes nothing before the
 /// first one is made, so that a path that is missing leaves the file as it is.

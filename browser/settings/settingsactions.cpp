@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/settings/settingsactions.h>
 
-#include <browser/parts/icons.h>
+#include <hostkit/views/icons.h>
 
 #include <QAction>
 #include <QActionGroup>
@@ -58,11 +58,10 @@ SettingsActions::SettingsActions(QWidget *window)
 {
     // The list of pending changes has another use for the key.
     remove->setShortcutContext(Qt::WidgetShortcut);
-    auto *strategies = new QActionGroup(this);
-    for (QAction *action : {immediate, manual}) {
-        action->setCheckable(true);
-        strategies->addAction(action);
-    }
+    immediate->setCheckable(true);
+    manual->setCheckable(true);
+    immediate->setActionGroup(new QActionGroup(this));
+    manual->setActionGroup(immediate->actionGroup());
     open->setIcon(Icons::icon(Icons::Shape::Open));
     remove->setIcon(Icons::icon(Icons::Shape::Trash));
     copyPath->setIcon(Icons::icon(Icons::Shape::Copy));

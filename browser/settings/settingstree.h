@@ -18,8 +18,8 @@ class SettingsChanges;
 class SettingsSearchModel;
 class SettingsViewProxy;
 
-/// The entries of a settings store as a tree, with a search, marks of pending changes, and editors. Groups stay
-/// expanded or collapsed also while they are away.
+/// The entries of a settings store as a tree, with a search, marks of pending changes, and editors. Groups
+/// stay expanded or collapsed also while they are away.
 class SettingsTree : public QTreeView
 {
     Q_OBJECT

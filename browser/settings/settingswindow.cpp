@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include <browser/settings/settingswindow.h>
 
-#include <hostkit/views/icons.h>
 #include <browser/parts/noticebar.h>
 #include <browser/parts/question.h>
 #include <browser/settings/pendingpanel.h>
 #include <browser/settings/settingsactions.h>
 #include <browser/settings/settingstree.h>
 #include <browser/settings/treeanchor.h>
+#include <hostkit/views/icons.h>
 
 #include <hostkit/settings/inifile.h>
 #include <hostkit/settings/settingsvalue.h>
+#include <hostkit/views/icons.h>
 #include <settings/settingsmodel.h>
 
 #include <QAction>
@@ -23,6 +24,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>

@@ -24,12 +24,12 @@ class SettingsTree;
 /// Shows a settings store as a tree and edits it: a window of its own, over any INI file or the store of the
 /// application.
 ///
-/// Changes are written at once or wait until they are submitted, as the user chooses; those that wait are marked
-/// in the tree, listed below it, and each can be dismissed alone.
+/// Changes are written at once or wait until they are submitted, as the user chooses; those that wait are
+/// marked in the tree, listed below it, and each can be dismissed alone.
 ///
 /// The file is a SettingsDocument: nothing in it is overwritten unseen, and what cannot be written goes on
-/// waiting; one that was to be written at once stays in its editor. A message tells why, and what another program
-/// wrote is told of and shown. Lines that cannot be read are named.
+/// waiting; one that was to be written at once stays in its editor. A message tells why, and what another
+/// program wrote is told of and shown. Lines that cannot be read are named.
 ///
 /// An editor that is open takes part in writing, closing and refreshing as if Enter had been pressed; a value
 /// that was refused before is only written on Enter or by the command to write, and holds up the others.
@@ -41,11 +41,11 @@ public:
     explicit SettingsWindow(QWidget *parent = nullptr);
     ~SettingsWindow() override;
 
-    /// Shows the INI file \a fileName. False, with a message in the window and what was open still there, when
-    /// it cannot be opened or the user keeps pending changes.
+    /// Shows the INI file \a fileName. False, with a message in the window and what was open still there,
+    /// when it cannot be opened or the user keeps pending changes.
     bool openFile(const QString &fileName);
-    /// Shows \a store, an INI store whose file may not exist yet. Fallbacks are switched off in it. As openFile()
-    /// does, tells of a file that cannot be read and keeps what was open.
+    /// Shows \a store, an INI store whose file may not exist yet. Fallbacks are switched off in it. As
+    /// openFile() does, tells of a file that cannot be read and keeps what was open.
     void openStore(std::unique_ptr<QSettings> store);
 
     /// The file shown, or an empty text.

@@ -270,12 +270,36 @@
         <translation>Cannot read &apos;%1&apos;: %2</translation>
     </message>
     <message>
-        <source>Не удалось прочитать «%1»</source>
-        <translation>Cannot read &apos;%1&apos;</translation>
-    </message>
-    <message>
         <source>«%1» - не файл INI</source>
         <translation>&apos;%1&apos; is no INI file</translation>
+    </message>
+    <message>
+        <source>файл «%1» доступен только для чтения</source>
+        <translation>the file &apos;%1&apos; is read-only</translation>
+    </message>
+    <message>
+        <source>Строки, которые не прочитать: %1</source>
+        <translation>Lines that cannot be read: %1</translation>
+    </message>
+    <message>
+        <source>не удалось сохранить копию «%1»: %2</source>
+        <translation>cannot save the copy &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>в «%1» этих изменений не записать построчно</source>
+        <translation>these changes cannot be written into &apos;%1&apos; line by line</translation>
+    </message>
+    <message>
+        <source>файл «%1» занят другой программой</source>
+        <translation>another program is using the file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>файл «%1» только что изменён другой программой</source>
+        <translation>another program has just changed the file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>не удалось записать «%1»: %2</source>
+        <translation>cannot write &apos;%1&apos;: %2</translation>
     </message>
 </context>
 <context>
@@ -295,6 +319,13 @@
     <message>
         <source>Ключ %1 записан не списком строк и null</source>
         <translation>Key %1 is not written as a list of texts and nulls</translation>
+    </message>
+</context>
+<context>
+    <name>Question</name>
+    <message>
+        <source>От&amp;мена</source>
+        <translation>&amp;Cancel</translation>
     </message>
 </context>
 <context>
@@ -394,41 +425,6 @@
     </message>
 </context>
 <context>
-    <name>SettingsFile</name>
-    <message>
-        <source>не удалось прочитать «%1»: %2</source>
-        <translation>cannot read &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>файл «%1» доступен только для чтения</source>
-        <translation>the file &apos;%1&apos; is read-only</translation>
-    </message>
-    <message>
-        <source>не удалось сохранить копию «%1»: %2</source>
-        <translation>cannot save the copy &apos;%1&apos;: %2</translation>
-    </message>
-    <message>
-        <source>значения этих записей не прочитать, и запись их потеряла бы: %1</source>
-        <translation>the values of these entries cannot be read, and writing would lose them: %1</translation>
-    </message>
-    <message>
-        <source>не удалось подготовить содержимое файла во временном каталоге</source>
-        <translation>cannot prepare the content of the file in the temporary directory</translation>
-    </message>
-    <message>
-        <source>файл «%1» занят другой программой</source>
-        <translation>another program is using the file &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>файл «%1» только что изменён другой программой</source>
-        <translation>another program has just changed the file &apos;%1&apos;</translation>
-    </message>
-    <message>
-        <source>не удалось записать «%1»: %2</source>
-        <translation>cannot write &apos;%1&apos;: %2</translation>
-    </message>
-</context>
-<context>
     <name>SettingsModel</name>
     <message>
         <source>Ключ</source>
@@ -445,10 +441,6 @@
 </context>
 <context>
     <name>SettingsReport</name>
-    <message>
-        <source>Не удалось записать «%1»</source>
-        <translation>Cannot write &apos;%1&apos;</translation>
-    </message>
     <message>
         <source>У записи «%1» нет имени, её нельзя изменить</source>
         <translation>Entry &apos;%1&apos; has no name and cannot be changed</translation>
@@ -1244,6 +1236,33 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
+    <name>sito::PendingPanel</name>
+    <message>
+        <source>Отменить это изменение</source>
+        <translation>Dismiss this change</translation>
+    </message>
+    <message>
+        <source>Отменить &amp;это</source>
+        <translation>Dismiss &amp;this</translation>
+    </message>
+    <message>
+        <source>Отменить выбранное изменение, остальные останутся</source>
+        <translation>Dismiss the selected change; the others stay</translation>
+    </message>
+    <message>
+        <source>Изменения, которые ждут записи</source>
+        <translation>Pending changes</translation>
+    </message>
+    <message>
+        <source>&amp;Ждут записи: %1</source>
+        <translation>&amp;Pending changes: %1</translation>
+    </message>
+    <message>
+        <source>Ничто не &amp;ждёт записи</source>
+        <translation>No &amp;pending changes</translation>
+    </message>
+</context>
+<context>
     <name>sito::RecentMenu</name>
     <message>
         <source>Пусто</source>
@@ -1266,57 +1285,7 @@ Open an SQLite file, or drop one here.</translation>
     </message>
 </context>
 <context>
-    <name>sito::SettingsChanges</name>
-    <message>
-        <source>Правка</source>
-        <translation>Edit</translation>
-    </message>
-    <message>
-        <source>Удаление группы</source>
-        <translation>Removal of a group</translation>
-    </message>
-    <message>
-        <source>Удаление</source>
-        <translation>Removal</translation>
-    </message>
-    <message>
-        <source>Что</source>
-        <translation>What</translation>
-    </message>
-    <message>
-        <source>Путь</source>
-        <translation>Path</translation>
-    </message>
-    <message>
-        <source>Было</source>
-        <translation>Before</translation>
-    </message>
-    <message>
-        <source>Станет</source>
-        <translation>After</translation>
-    </message>
-</context>
-<context>
-    <name>sito::SettingsDelegate</name>
-    <message>
-        <source>Значение не принято</source>
-        <translation>The value was not accepted</translation>
-    </message>
-    <message>
-        <source>Значения типа %1 здесь не меняются</source>
-        <translation>Values of type %1 cannot be edited here</translation>
-    </message>
-</context>
-<context>
-    <name>sito::SettingsWindow</name>
-    <message>
-        <source>, правка ждёт записи</source>
-        <translation>, edit waits to be written</translation>
-    </message>
-    <message>
-        <source>, ждут удаления: %1</source>
-        <translation>, to be removed: %1</translation>
-    </message>
+    <name>sito::SettingsActions</name>
     <message>
         <source>&amp;Файл</source>
         <translation>&amp;File</translation>
@@ -1362,6 +1331,14 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Read the file again; pending changes stay</translation>
     </message>
     <message>
+        <source>&amp;Удалить…</source>
+        <translation>&amp;Remove…</translation>
+    </message>
+    <message>
+        <source>Удалить выбранные записи</source>
+        <translation>Remove the selected entries</translation>
+    </message>
+    <message>
         <source>Записывать &amp;сразу</source>
         <translation>Write at &amp;once</translation>
     </message>
@@ -1372,14 +1349,6 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>&amp;Изменить</source>
         <translation>&amp;Edit</translation>
-    </message>
-    <message>
-        <source>&amp;Удалить…</source>
-        <translation>&amp;Remove…</translation>
-    </message>
-    <message>
-        <source>Удалить выбранные записи</source>
-        <translation>Remove the selected entries</translation>
     </message>
     <message>
         <source>&amp;Копировать путь</source>
@@ -1402,20 +1371,130 @@ Open an SQLite file, or drop one here.</translation>
         <translation>&amp;Close</translation>
     </message>
     <message>
-        <source>Отменить это изменение</source>
-        <translation>Dismiss this change</translation>
-    </message>
-    <message>
-        <source>Отменить &amp;это</source>
-        <translation>Dismiss &amp;this</translation>
-    </message>
-    <message>
-        <source>Отменить выбранное изменение, остальные останутся</source>
-        <translation>Dismiss the selected change; the others stay</translation>
-    </message>
-    <message>
         <source>Панель инструментов</source>
         <translation>Tool bar</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SettingsChanges</name>
+    <message>
+        <source>Правка</source>
+        <translation>Edit</translation>
+    </message>
+    <message>
+        <source>Удаление группы</source>
+        <translation>Removal of a group</translation>
+    </message>
+    <message>
+        <source>Удаление</source>
+        <translation>Removal</translation>
+    </message>
+    <message>
+        <source>Что</source>
+        <translation>What</translation>
+    </message>
+    <message>
+        <source>Путь</source>
+        <translation>Path</translation>
+    </message>
+    <message>
+        <source>Было</source>
+        <translation>Before</translation>
+    </message>
+    <message>
+        <source>Станет</source>
+        <translation>After</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SettingsDelegate</name>
+    <message>
+        <source>Значение не принято</source>
+        <translation>The value was not accepted</translation>
+    </message>
+    <message>
+        <source>Значения типа %1 здесь не меняются</source>
+        <translation>Values of type %1 cannot be edited here</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SettingsDocument</name>
+    <message>
+        <source>Файл был изменён другой программой. Показано то, что в нём теперь</source>
+        <translation>Another program had changed the file. What it holds now is shown</translation>
+    </message>
+    <message>
+        <source>Ничего не записано: %1</source>
+        <translation>Nothing was written: %1</translation>
+    </message>
+    <message>
+        <source>Ничего не записано. %1</source>
+        <translation>Nothing was written. %1</translation>
+    </message>
+    <message>
+        <source>файл изменён другой программой, и в нём теперь есть записи без имени или имена, которые сразу и группа, и ключ</source>
+        <translation>another program changed the file, and now it has entries without a name or names that are group and key at once</translation>
+    </message>
+    <message>
+        <source>Файл INI хранит список из одного элемента как текст, а пустой - как пустое значение: %1</source>
+        <translation>An INI file holds a list of one item as a text, and an empty one as an empty value: %1</translation>
+    </message>
+    <message>
+        <source>изменено и здесь, и в файле другой программой: %1</source>
+        <translation>changed both here and, by another program, in the file: %1</translation>
+    </message>
+    <message>
+        <source>В файле теперь: %1</source>
+        <translation>The file now holds: %1</translation>
+    </message>
+    <message>
+        <source>В файле этой записи больше нет</source>
+        <translation>The file no longer has this entry</translation>
+    </message>
+    <message>
+        <source>Отброшено правок, записей которых больше нет: %1</source>
+        <translation>Edits dropped because their entries are gone: %1</translation>
+    </message>
+    <message>
+        <source>Отменено удаление групп, в которые другая программа записала новое: %1</source>
+        <translation>Kept groups to be removed to which another program wrote something new: %1</translation>
+    </message>
+    <message>
+        <source>Файла «%1» больше нет. Показано то, что в нём было</source>
+        <translation>The file &apos;%1&apos; is gone. What it held is shown</translation>
+    </message>
+    <message>
+        <source>%1. Команда «Записать» создаст его заново</source>
+        <translation>%1. The command &apos;Write&apos; creates it anew</translation>
+    </message>
+    <message>
+        <source>%1. Чтобы создать его заново, перейдите к записи по команде</source>
+        <translation>%1. To create it anew, switch to writing on command</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SettingsSearchModel</name>
+    <message>
+        <source>, правка ждёт записи</source>
+        <translation>, edit waits to be written</translation>
+    </message>
+    <message>
+        <source>, ждут удаления: %1</source>
+        <translation>, to be removed: %1</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SettingsTree</name>
+    <message>
+        <source>Записи</source>
+        <translation>Entries</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SettingsWindow</name>
+    <message>
+        <source>&amp;Записать</source>
+        <translation>&amp;Write</translation>
     </message>
     <message>
         <source>Поиск по имени, пути, типу и значению</source>
@@ -1424,22 +1503,6 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Поиск</source>
         <translation>Search</translation>
-    </message>
-    <message>
-        <source>Записи</source>
-        <translation>Entries</translation>
-    </message>
-    <message>
-        <source>Изменения, которые ждут записи</source>
-        <translation>Pending changes</translation>
-    </message>
-    <message>
-        <source>&amp;Ждут записи: %1</source>
-        <translation>&amp;Pending changes: %1</translation>
-    </message>
-    <message>
-        <source>Ничто не &amp;ждёт записи</source>
-        <translation>No &amp;pending changes</translation>
     </message>
     <message>
         <source>Настройки</source>
@@ -1476,10 +1539,6 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Файлы настроек (*.ini *.conf);;Все файлы (*)</source>
         <translation>Settings files (*.ini *.conf);;All files (*)</translation>
-    </message>
-    <message>
-        <source>Файла «%1» больше нет. Показано то, что в нём было</source>
-        <translation>The file &apos;%1&apos; is gone. What it held is shown</translation>
     </message>
     <message>
         <source>Обновить</source>
@@ -1530,32 +1589,12 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Another program changed the file</translation>
     </message>
     <message>
-        <source>Ничего не записано: %1</source>
-        <translation>Nothing was written: %1</translation>
-    </message>
-    <message>
-        <source>файл изменён другой программой, и в нём теперь есть записи без имени или имена, которые сразу и группа, и ключ</source>
-        <translation>another program changed the file, and now it has entries without a name or names that are group and key at once</translation>
-    </message>
-    <message>
-        <source>Файл был изменён другой программой. Показано то, что в нём теперь</source>
-        <translation>Another program had changed the file. What it holds now is shown</translation>
-    </message>
-    <message>
-        <source>Файл INI хранит список из одного элемента как текст, а пустой - как пустое значение: %1</source>
-        <translation>An INI file holds a list of one item as a text, and an empty one as an empty value: %1</translation>
-    </message>
-    <message>
         <source>Повторите, чтобы заменить то, что в файле</source>
         <translation>Repeat it to replace what the file holds</translation>
     </message>
     <message>
         <source>Сначала исправьте введённое значение или отмените его правку (Esc)</source>
         <translation>Correct the value typed first, or give up editing it (Esc)</translation>
-    </message>
-    <message>
-        <source>Ничего не записано. %1</source>
-        <translation>Nothing was written. %1</translation>
     </message>
     <message>
         <source>Ничего не отменено. %1</source>
@@ -1578,40 +1617,12 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Changes dropped that waited to be written: %1</translation>
     </message>
     <message>
-        <source>%1. Команда «Записать» создаст его заново</source>
-        <translation>%1. The command &apos;Write&apos; creates it anew</translation>
-    </message>
-    <message>
-        <source>%1. Чтобы создать его заново, перейдите к записи по команде</source>
-        <translation>%1. To create it anew, switch to writing on command</translation>
-    </message>
-    <message>
         <source>Правки, которые ждут записи, пропадут: %1.</source>
         <translation>Edits that wait to be written and are lost: %1.</translation>
     </message>
     <message>
-        <source>изменено и здесь, и в файле другой программой: %1</source>
-        <translation>changed both here and, by another program, in the file: %1</translation>
-    </message>
-    <message>
-        <source>Отменено удаление групп, в которые другая программа записала новое: %1</source>
-        <translation>Kept groups to be removed to which another program wrote something new: %1</translation>
-    </message>
-    <message>
         <source>Введённое значение не записано. Enter в его поле повторит запись, Esc отменит правку</source>
         <translation>The value you typed has not been written. Enter in its field tries again, Esc drops the edit</translation>
-    </message>
-    <message>
-        <source>В файле теперь: %1</source>
-        <translation>The file now holds: %1</translation>
-    </message>
-    <message>
-        <source>В файле этой записи больше нет</source>
-        <translation>The file no longer has this entry</translation>
-    </message>
-    <message>
-        <source>Файл записан целиком заново: комментарии и то, чего QSettings не читает, остались только в копии «%1»</source>
-        <translation>The file was written anew as a whole: comments and what QSettings does not read are left only in the copy &apos;%1&apos;</translation>
     </message>
 </context>
 <context>

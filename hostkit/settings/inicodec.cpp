@@ -278,8 +278,8 @@ QVariant unstreamed(QStringView text, int version)
     return value;
 }
 
-/// The numbers of "@Type(1 2)", as many as \a count; none when there are fewer or more. A bracket that is not the
-/// last ends a number, too, and the next one goes on with its digits.
+/// The numbers of "@Type(1 2)", as many as \a count; none when there are fewer or more. A bracket that is not
+/// the last ends a number, too, and the next one goes on with its digits.
 QList<int> numbers(QStringView arguments, qsizetype count)
 {
     QList<int> result;

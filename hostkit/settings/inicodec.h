@@ -10,8 +10,8 @@
 
 namespace sito {
 
-/// The texts of an INI file in the form that QSettings gives them and reads: byte for byte what it writes, and the
-/// same answer for everything that it reads, whatever stands there.
+/// The texts of an INI file in the form that QSettings gives them and reads: byte for byte what it writes,
+/// and the same answer for everything that it reads, whatever stands there.
 class HOSTKIT_EXPORT IniCodec
 {
 public:
@@ -23,14 +23,14 @@ public:
     /// The head of the section \a section, a first part of paths, or of what has none when it is empty:
     /// "[General]".
     static QByteArray headText(const QString &section);
-    /// What all paths below the head \a text, a line that begins with "[", begin with: the section and a slash, or
-    /// nothing.
+    /// What all paths below the head \a text, a line that begins with "[", begin with: the section and a
+    /// slash, or nothing.
     static QString prefix(QByteArrayView text);
 
     /// The text of \a value. A type without a text of its own is written as QDataStream does it.
     static QByteArray valueText(const QVariant &value);
-    /// The value of \a text: a text, a list of texts, or what an "@Type(…)" says. Invalid for values that cannot be
-    /// read, such as those of types that this program has not.
+    /// The value of \a text: a text, a list of texts, or what an "@Type(…)" says. Invalid for values that
+    /// cannot be read, such as those of types that this program has not.
     static QVariant value(QByteArrayView text);
 };
 

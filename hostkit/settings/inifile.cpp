@@ -144,7 +144,7 @@ QString IniFile::backUp() const
         file.setPermissions(permissions);
         return {};
     }
-    const QString error =
+    QString error =
         tr("не удалось сохранить копию «%1»: %2").arg(QDir::toNativeSeparators(copy), file.errorString());
     if (opened)
         file.remove();
@@ -175,7 +175,7 @@ QString IniFile::write(const QList<SettingsChange> &changes)
     const QByteArray content = m_text.changed(removed, values);
     if (content.isNull())
         return tr("в «%1» этих изменений не записать построчно").arg(m_shown);
-    if (const QString error = replace(content); !error.isEmpty())
+    if (QString error = replace(content); !error.isEmpty())
         return error;
     m_text = IniText(content);
     m_exists = true;

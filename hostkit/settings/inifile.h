@@ -30,12 +30,12 @@ public:
     explicit IniFile(const QString &name, const QByteArray &lost = {});
 
     /// What is wrong when \a name is no INI file that can be read, with its name: missing, a directory, no
-    /// regular file, unreadable, of another format; empty when it is one. Single lines that cannot be read are
-    /// none of that, see IniText::isIni().
+    /// regular file, unreadable, of another format; empty when it is one. Single lines that cannot be read
+    /// are none of that, see IniText::isIni().
     static QString problem(const QString &name);
-    /// Whether \a store must not be written: its file cannot be, or is marked as read-only for everybody. What
-    /// the file allows to this very user is everything for the administrator; here the mark counts. A file that
-    /// does not exist yet is not marked.
+    /// Whether \a store must not be written: its file cannot be, or is marked as read-only for everybody.
+    /// What the file allows to this very user is everything for the administrator; here the mark counts. A
+    /// file that does not exist yet is not marked.
     static bool isReadOnly(const QSettings &store);
 
     /// Why the file that is there cannot be read, empty when it can, see the other problem().
@@ -59,8 +59,8 @@ public:
     /// Brings \a changes into the file. What went wrong, or an empty text.
     QString write(const QList<SettingsChange> &changes);
 
-    /// Whether \a read is what an INI file gives back of \a value: numbers and choices are texts there, and so
-    /// is a list of one text; an empty list is no value.
+    /// Whether \a read is what an INI file gives back of \a value: numbers and choices are texts there, and
+    /// so is a list of one text; an empty list is no value.
     static bool isSame(const QVariant &value, const QVariant &read);
 
 private:

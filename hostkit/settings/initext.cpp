@@ -81,8 +81,7 @@ IniText::IniText(const QByteArray &content) : m_content(content)
     name();
 }
 
-/// As QSettings does it, peculiarities included: a semicolon ends a line anywhere outside quotes, and only
-/// where a line begins it makes a comment.
+/// As QSettings does it, peculiarities included.
 void IniText::split()
 {
     const qsizetype size = m_content.size();
@@ -90,42 +89,10 @@ void IniText::split()
     for (;;) {
         Line line;
         line.row = at;
-        while (at < size && isBlank(m_content.at(at)))
-            ++at;
-        line.begin = at;
-        bool quoted = false;
-        bool ended = false;
-        while (at < size && !ended) {
-            const char c = m_content.at(at++);
-            const bool first = at == line.begin + 1;
-            if (c == '=' && !quoted && line.equals < 0) {
-                line.equals = at - 1;
-            } else if (isRowEnd(c) && first) {
-                ++line.begin;
-            } else if ((isRowEnd(c) || (c == ';' && !first)) && !quoted) {
-                --at;
-                ended = true;
-            } else if (c == ';' && first) {
-                while (at < size && !isRowEnd(m_content.at(at)))
-                    ++at;
-                while (at < size && isBlank(m_content.at(at)))
-                    ++at;
-                line.begin = at;
-            } else if (c == '\\' && at == size) {
-                m_unclosed = rowEndOf(m_content);
-            } else if (c == '\\') {
-                const char escaped = m_content.at(at++);
-                if (at < size && isRowEnd(escaped) && isRowEnd(m_content.at(at)) &&
-                    m_content.at(at) != escaped)
-                    ++at;
-            } else if (c == '"') {
-                quoted = !quoted;
-            }
-        }
+        line.begin = skipBlanks(at);
+        at = endOfLine(line);
         if (at == line.begin)
             return;
-        if (quoted)
-            m_unclosed += '"';
         line.end = at;
         if (m_content.at(line.begin) == '[')
             line.kind = Kind::Head;
@@ -135,13 +102,68 @@ void IniText::split()
             if (isRowEnd(m_content.at(i - 1)))
                 line.row = i;
         }
-        line.next = line.end;
-        while (line.next < size && !isRowEnd(m_content.at(line.next)))
-            ++line.next;
+        line.next = skipRow(line.end);
         if (line.next < size)
             line.next += m_content.mid(line.next, 2) == "\r\n" ? 2 : 1;
         m_lines += line;
     }
+}
+
+/// A semicolon ends a line anywhere outside quotes, and only where a line begins it makes a comment, behind
+/// which the line begins again.
+qsizetype IniText::endOfLine(Line &line)
+{
+    bool quoted = false;
+    qsizetype at = line.begin;
+    while (at < m_content.size()) {
+        const char c = m_content.at(at);
+        if (c == ';' && at == line.begin) {
+            at = line.begin = skipBlanks(skipRow(at));
+            continue;
+        }
+        if (!quoted && (c == ';' || isRowEnd(c)))
+            break;
+        if (c == '\\') {
+            at = skipEscape(at);
+            continue;
+        }
+        if (c == '"')
+            quoted = !quoted;
+        else if (c == '=' && !quoted && line.equals < 0)
+            line.equals = at;
+        ++at;
+    }
+    if (quoted)
+        m_unclosed += '"';
+    return at;
+}
+
+qsizetype IniText::skipBlanks(qsizetype at) const
+{
+    while (at < m_content.size() && isBlank(m_content.at(at)))
+        ++at;
+    return at;
+}
+
+/// Not behind the end of the row.
+qsizetype IniText::skipRow(qsizetype at) const
+{
+    while (at < m_content.size() && !isRowEnd(m_content.at(at)))
+        ++at;
+    return at;
+}
+
+qsizetype IniText::skipEscape(qsizetype at)
+{
+    const qsizetype escaped = at + 1;
+    if (escaped == m_content.size()) {
+        m_unclosed = rowEndOf(m_content);
+        return escaped;
+    }
+    const bool isOfTwo = escaped + 1 < m_content.size() && isRowEnd(m_content.at(escaped)) &&
+                         isRowEnd(m_content.at(escaped + 1)) &&
+                         m_content.at(escaped) != m_content.at(escaped + 1);
+    return escaped + (isOfTwo ? 2 : 1);
 }
 
 void IniText::name()
@@ -251,8 +273,8 @@ QByteArray IniText::replaced(const QStringList &removed, const QMap<QString, QBy
     QList<Edit> edits;
     QSet<std::pair<QString, QString>> done;
     QSet<qsizetype> gone;
-    // The last line of a path counts, within a section: of sections that make up the same paths, QSettings may
-    // prefer any.
+    // The last line of a path counts, within a section: of sections that make up the same paths, QSettings
+    // may prefer any.
     for (qsizetype i = m_lines.size() - 1; i >= 0; --i) {
         const Line &line = m_lines.at(i);
         const auto text = line.kind == Kind::Entry ? texts.constFind(line.path) : texts.cend();
@@ -293,7 +315,8 @@ QByteArray IniText::replaced(const QStringList &removed, const QMap<QString, QBy
     return withEdits(m_content, edits);
 }
 
-/// Where the section of \a head ends if nothing but blank rows is left of it without the lines \a gone; else -1.
+/// Where the section of \a head ends if nothing but blank rows is left of it without the lines \a gone; else
+/// -1.
 qsizetype IniText::endOfEmptied(qsizetype head, const QSet<qsizetype> &gone) const
 {
     const Line &line = m_lines.at(head);

@@ -24,8 +24,8 @@ public:
         Unreadable ///< nothing that QSettings reads
     };
 
-    /// A line may go on over several rows of the text, and the rest of its last row may be a comment. Comments
-    /// and blank rows are part of no line.
+    /// A line may go on over several rows of the text, and the rest of its last row may be a comment.
+    /// Comments and blank rows are part of no line.
     struct Line
     {
         Kind kind = Kind::Unreadable;
@@ -42,11 +42,11 @@ public:
 
     const QByteArray &content() const { return m_content; }
     const QList<Line> &lines() const { return m_lines; }
-    /// Whether this is the text of an INI file: it holds no NUL, and where lines cannot be read, others can, or
-    /// all of those begin with "#".
+    /// Whether this is the text of an INI file: it holds no NUL, and where lines cannot be read, others can,
+    /// or all of those begin with "#".
     bool isIni() const;
-    /// The numbers of the rows, counted from 1, in which lines begin that cannot be read, and heads that nothing
-    /// ends.
+    /// The numbers of the rows, counted from 1, in which lines begin that cannot be read, and heads that
+    /// nothing ends.
     QList<qsizetype> unreadableRows() const;
 
     /// All paths, sorted.
@@ -54,8 +54,8 @@ public:
     bool contains(const QString &path) const { return m_entries.contains(path); }
     /// The value of \a path; invalid when there is none or it cannot be read.
     QVariant value(const QString &path) const;
-    /// Whether a group or key has no name, or a name is group and key at once. What goes by names would mix up
-    /// such entries.
+    /// Whether a group or key has no name, or a name is group and key at once. What goes by names would mix
+    /// up such entries.
     bool isAmbiguous() const;
 
     /// The same without the entries of the paths \a removed and with the \a values, by path, in the form that
@@ -67,6 +67,10 @@ public:
 private:
     void split();
     void name();
+    qsizetype endOfLine(Line &line);
+    qsizetype skipBlanks(qsizetype at) const;
+    qsizetype skipRow(qsizetype at) const;
+    qsizetype skipEscape(qsizetype at);
     QByteArray part(qsizetype begin, qsizetype end) const { return m_content.mid(begin, end - begin); }
     QByteArray replaced(const QStringList &removed, const QMap<QString, QByteArray> &texts) const;
     QByteArray extended(const QMap<QString, QByteArray> &texts) const;

@@ -16,18 +16,18 @@ class SettingsModel;
 
 namespace sito {
 
-/// What a SettingsModel holds and its store does not yet: the edits and removals that wait for submitAll(), as
-/// a list that views show and of which each can be dismissed alone.
+/// What a SettingsModel holds and its store does not yet: the edits and removals that wait for submitAll(),
+/// as a list that views show and of which each can be dismissed alone.
 ///
-/// Found by comparing, see SettingsDiff; with `OnFieldChange` the list is empty. The store must have no current
-/// group.
+/// Found by comparing, see SettingsDiff; with `OnFieldChange` the list is empty. The store must have no
+/// current group.
 ///
 /// **When the file is gone**
-/// A store whose file was deleted or spoilt meanwhile reads as an empty one, and a model that follows it loses
-/// all rows and all that is pending. So what has to read the store looks at storeState() first, does nothing
-/// unless that is `Readable`, and says so by its result; the list stays as it is. Hosts tell the user then, and
-/// look at storeState() themselves before they call SettingsModel::revertAll() or refresh(). submitAll() with a
-/// following QSettings::sync() writes a missing file anew.
+/// A store whose file was deleted or spoilt meanwhile reads as an empty one, and a model that follows it
+/// loses all rows and all that is pending. So what has to read the store looks at storeState() first, does
+/// nothing unless that is `Readable`, and says so by its result; the list stays as it is. Hosts tell the user
+/// then, and look at storeState() themselves before they call SettingsModel::revertAll() or refresh().
+/// submitAll() with a following QSettings::sync() writes a missing file anew.
 ///
 /// The list follows single edits at once and everything else with the event loop; synchronize() does it at
 /// once. Neither model nor store are owned; nothing here writes to the store.
@@ -66,18 +66,18 @@ public:
     /// The number of removals right below the group \a path.
     int removalsIn(const QString &path) const { return m_removalsIn.value(path); }
 
-    /// The value of each key as it was last known to be the store's, by path; pending changes do not change it.
-    /// Groups have invalid ones.
+    /// The value of each key as it was last known to be the store's, by path; pending changes do not change
+    /// it. Groups have invalid ones.
     const QHash<QString, QVariant> &known() const { return m_diff.known(); }
 
     /// Looks at the store's file as it is now, without a change to what the store holds.
     StoreState storeState() const;
 
     /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only. An
-    /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that has
-    /// to be `Readable`. Reads nothing anew from the file. Returns the number of other changes that had to be
-    /// dropped, since the store itself holds their entries no more or more of them, see grownGroups(); -1, with
-    /// nothing changed, when refused.
+    /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that
+    /// has to be `Readable`. Reads nothing anew from the file. Returns the number of other changes that had
+    /// to be dropped, since the store itself holds their entries no more or more of them, see grownGroups();
+    /// -1, with nothing changed, when refused.
     int dismiss(int row);
     /// Undoes all, as SettingsModel::revertAll() does, but rightly in one go, see refresh(). Needs the same.
     /// False, with nothing changed, when refused.
@@ -88,7 +88,8 @@ public:
     /// when storeState() is not `Readable`. For stores in which no name is group and key at once.
     int refresh(Grown groups = Grown::Drop);
     /// The paths of the groups whose removal the last refresh() or dismiss() had to drop, since the store now
-    /// has entries below them that are new or have other values: to remove those, too, is for the user to say.
+    /// has entries below them that are new or have other values: to remove those, too, is for the user to
+    /// say.
     const QStringList &grownGroups() const { return m_grown; }
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;

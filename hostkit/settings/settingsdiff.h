@@ -15,12 +15,13 @@
 
 namespace sito {
 
-/// Tells the changes of somebody who edits a copy of a store from those that others make in the store meanwhile.
+/// Tells the changes of somebody who edits a copy of a store from those that others make in the store
+/// meanwhile.
 ///
-/// It compares three things: what the copy holds, what the store holds, and what was last known to be the store's.
-/// An edit is a value that differs from the store's in type or value and was put into the copy; a removal is an
-/// entry that was removed from the copy while the store has it. An edit back to the old value is none, and neither
-/// is what another program wrote. It knows nothing of models and files.
+/// It compares three things: what the copy holds, what the store holds, and what was last known to be the
+/// store's. An edit is a value that differs from the store's in type or value and was put into the copy; a
+/// removal is an entry that was removed from the copy while the store has it. An edit back to the old value
+/// is none, and neither is what another program wrote. It knows nothing of models and files.
 class HOSTKIT_EXPORT SettingsDiff
 {
 public:
@@ -45,15 +46,16 @@ public:
     void forgetRemoval(const QString &path, bool isGroup);
     void forgetRemovals() { m_removals.clear(); }
 
-    /// Whether \a now, in the copy, was put there, while the store holds \a stored. If both are the same, that is
-    /// known from now on.
+    /// Whether \a now, in the copy, was put there, while the store holds \a stored. If both are the same,
+    /// that is known from now on.
     bool isEdit(const QString &path, const QVariant &now, const QVariant &stored);
     /// Edits in the order of \a entries, all of the copy, then removals in the order in which they were made.
-    /// Removals whose entries are back in the copy or gone from the store are forgotten; nothing is gone from a
-    /// store that could not be read, as \a isReadable tells when it matters.
+    /// Removals whose entries are back in the copy or gone from the store are forgotten; nothing is gone from
+    /// a store that could not be read, as \a isReadable tells when it matters.
     QList<SettingsChange> changes(const QList<Entry> &entries, const Values &stored,
                                   const std::function<bool()> &isReadable);
-    /// The paths of the groups whose removal among \a changes would remove what was not known when they were made.
+    /// The paths of the groups whose removal among \a changes would remove what was not known when they were
+    /// made.
     QStringList grownGroups(const QList<SettingsChange> &changes, const Values &stored) const;
 
     /// The group around the entry \a path; empty at the top.

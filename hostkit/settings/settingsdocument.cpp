@@ -129,7 +129,7 @@ SettingsDocument::Outcome SettingsDocument::submit()
         nothing.written = true;
         return nothing;
     }
-    const Outcome outcome = write(m_changes.changes());
+    Outcome outcome = write(m_changes.changes());
     if (outcome.written)
         m_changes.dismissAll();
     return outcome;
@@ -248,8 +248,8 @@ QList<SettingsChange> SettingsDocument::allKnown() const
     return all;
 }
 
-/// The store reads the file, which holds \a content, after \a written. Values keep the types there that the file
-/// does not hold.
+/// The store reads the file, which holds \a content, after \a written. Values keep the types there that the
+/// file does not hold.
 void SettingsDocument::readAgain(const QList<SettingsChange> &written, const QByteArray &content)
 {
     QHash<QString, QVariant> typed;
@@ -326,14 +326,15 @@ QString SettingsDocument::droppedText(int dropped) const
 
 bool SettingsDocument::isGone() const
 {
-    return m_store && m_changes.storeState() == SettingsChanges::StoreState::Missing;
+    return m_store && !QFileInfo::exists(fileName()) &&
+           m_changes.storeState() == SettingsChanges::StoreState::Missing;
 }
 
 QString SettingsDocument::problem() const
 {
     if (isGone()) {
-        const QString gone = tr("Файла «%1» больше нет. Показано то, что в нём было")
-                                 .arg(QDir::toNativeSeparators(fileName()));
+        QString gone = tr("Файла «%1» больше нет. Показано то, что в нём было")
+                           .arg(QDir::toNativeSeparators(fileName()));
         if (m_ambiguous || isReadOnly())
             return gone;
         return isManual() ? tr("%1. Команда «Записать» создаст его заново").arg(gone)

@@ -20,24 +20,25 @@ namespace sito {
 class IniFile;
 class SettingsDocumentModel;
 
-/// One INI file being edited: a model of what it holds, the changes that wait, and the only one who writes it.
+/// One INI file being edited: a model of what it holds, the changes that wait, and the only one who writes
+/// it.
 ///
-/// Changes are made in model(). They are written at once or wait for submit(), see setManual(). No one else may
-/// write to the store, and the model's own submitAll(), revertAll() and refresh() are not called.
+/// Changes are made in model(). They are written at once or wait for submit(), see setManual(). No one else
+/// may write to the store, and the model's own submitAll(), revertAll() and refresh() are not called.
 ///
 /// **Writing**
 /// - A write changes the lines of changed entries and leaves every other byte of the file as it is; it brings
-///   all changes into what the file holds then, or none. QSettings stores over the file read it anew, and values
-///   keep the types which the store knew as far as that changes no byte.
+///   all changes into what the file holds then, or none. QSettings stores over the file read it anew, and
+///   values keep the types which the store knew as far as that changes no byte.
 /// - What is in the file for the first time or from another program is copied to "FILE.bak-YYYYMMDD-hhmmss"
 ///   beside it before it is overwritten.
 /// - A write that would replace what another program wrote meanwhile is refused once; when reload() has shown
 ///   that, or acceptConflict() was called, the next one replaces it.
-/// - Without a copy, and where the file is no INI file any more, marked as read-only or held by another program,
-///   nothing is written, and the changes go on waiting.
+/// - Without a copy, and where the file is no INI file any more, marked as read-only or held by another
+///   program, nothing is written, and the changes go on waiting.
 ///
-/// **When the file is gone or spoilt**, the model keeps what it held and all changes go on waiting. A file that is
-/// gone is written anew, with all that the model knows of it, by submit().
+/// **When the file is gone or spoilt**, the model keeps what it held and all changes go on waiting. A file
+/// that is gone is written anew, with all that the model knows of it, by submit().
 ///
 /// Texts for people have no full stop. Everything happens in one thread.
 class HOSTKIT_EXPORT SettingsDocument : public QObject
@@ -62,8 +63,8 @@ public:
     ~SettingsDocument() override;
 
     /// Takes the place of what was open, pending changes included. \a store is an INI store without a current
-    /// group, whose file may not exist yet; fallbacks are switched off in it. Whether the file is one that can be
-    /// read is for the caller to see, by IniFile::problem().
+    /// group, whose file may not exist yet; fallbacks are switched off in it. Whether the file is one that
+    /// can be read is for the caller to see, by IniFile::problem().
     void open(std::unique_ptr<QSettings> store);
 
     /// The model of the store; null before open(). Others take its place, see modelReplaced().
@@ -107,8 +108,8 @@ public:
     /// Drops what waits. False, with nothing changed, when the file cannot be read.
     bool revert();
     /// Reads the file again. Pending changes stay pending; the number of those that had to be dropped, see
-    /// droppedText(), or -1 when the file cannot be read. Where names are ambiguous or were, the model becomes
-    /// another one, and all pending changes are dropped.
+    /// droppedText(), or -1 when the file cannot be read. Where names are ambiguous or were, the model
+    /// becomes another one, and all pending changes are dropped.
     int reload(SettingsChanges::Grown groups = SettingsChanges::Grown::Drop);
     /// The user was told that the file holds \a found for \a path, though reload() has to wait.
     void acceptConflict(const QString &path, const QVariant &found);
@@ -121,7 +122,8 @@ public:
 Q_SIGNALS:
     /// model() is another one. The one before it is there until the slots have ended.
     void modelReplaced();
-    /// A change was to be written at once. The model makes a change that was written after this, and no other.
+    /// A change was to be written at once. The model makes a change that was written after this, and no
+    /// other.
     void wrote(const sito::SettingsDocument::Outcome &outcome);
     /// Another program has written the file, or it is gone.
     void fileChanged();
