@@ -532,11 +532,6 @@ void TestKeyPredicates::fastAnswersLikeTheBytes()
         const ColumnDef *end = table.columnDef(columns.last() + 1);
 
         const KeyFilterFunc_Fast fast(&table, keys, columns);
-        // And some database libraries make one for every comparison.
-        const bool makesTexts = std::any_of(records.cbegin(), records.cend(), [&](const Record &record) {
-            return comparisonAllocates(record, columns);
-        });
-
         const KeyFilterFunc func(&table, keys, columns);
         const KeyFilterFunc_Hash hash(&table, keys, columns);
 

@@ -4,6 +4,7 @@
 // and that it keeps what is every library's duty. Fails over the shipped library.
 #include <data/exception.h>
 #include <data/fieldtype.h>
+#include <data/fieldvalue.h>
 #include <data/indexlist.h>
 #include <database/memorytable.h>
 
