@@ -1,16 +1,30 @@
 // SPDX-License-Identifier: MIT
 #include <sources/postgresdialect_p.h>
 
+#include <sources/portion_p.h>
+#include <sources/postgresrows_p.h>
 #include <sources/postgressession_p.h>
+#include <sources/sourcelocation.h>
+#include <sources/tableloader.h>
+
+#include <data/exception.h>
 
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+
+#include <utility>
 
 namespace sito {
 
 using namespace Qt::StringLiterals;
 
-namespace PostgresDialect {
+namespace {
 
+/// Gives schema, name, object number, and whether the name alone finds it, of all tables that hold rows:
+/// those of users in every schema, partitioned ones as a whole.
 QString tablesStatement()
 {
     // A name is found in the first of the schemas that has a relation of that name.
@@ -28,6 +42,8 @@ QString tablesStatement()
            "'information_schema'::pg_catalog.name"_s;
 }
 
+/// Gives name, declared type and whether a value is required. Domains are told as the types that they rest
+/// on.
 QString columnsStatement(qint64 table)
 {
     // Only the server's own types are told by their plain names: one of somebody else would run their cast.
@@ -47,6 +63,9 @@ QString columnsStatement(qint64 table)
            "WHERE t.typtype OPERATOR(pg_catalog.<>) 'd' ORDER BY d.number"_s.arg(table);
 }
 
+/// Gives whether policies hide rows of the table where that is an error; and the name and the owner of a
+/// function that planning a query would run, null when there is none. A function of the user, or of a
+/// superuser, who can do everything anyway, is not one.
 QString obstacleStatement(qint64 table)
 {
     // The planner evaluates constant parts of the expressions of indexes, statistics and partition keys.
@@ -82,6 +101,8 @@ QString quoted(const QString &name)
     return u'"' + QString(name).replace(u'"', u"\"\""_s) + u'"';
 }
 
+/// The name under which a table is listed: with its schema in front where the name alone does not find it. A
+/// part that holds a point or a quotation mark is quoted, so that no two tables have the same.
 QString listedName(const QString &schema, const QString &table, bool isFoundByName)
 {
     const auto part = [](const QString &name) {
@@ -90,6 +111,7 @@ QString listedName(const QString &schema, const QString &table, bool isFoundByNa
     return isFoundByName ? part(table) : part(schema) + u'.' + part(table);
 }
 
+/// What to select for \a column so that the driver hands over its value undamaged.
 QString expression(const SourceColumn &column, const QString &declaredType)
 {
     const QString name = quoted(column.spec().name);
@@ -111,11 +133,166 @@ QString expression(const SourceColumn &column, const QString &declaredType)
     return name;
 }
 
-QString text(const QString &selected)
+} // namespace
+
+QString PostgresDialect::sourceName() const
 {
-    return selected.sliced(1);
+    SourceLocation location;
+    location.host = connection().hostName();
+    location.port = connection().port();
+    location.database = connection().databaseName();
+    location.user = connection().userName();
+    return location.displayName();
 }
 
-} // namespace PostgresDialect
+QList<SqlDialect::Table> PostgresDialect::tables() const
+{
+    if (!connection().isOpen())
+        fail(connection().lastError());
+    QList<Table> result;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    execute(query, tablesStatement());
+    while (query.next()) {
+        const QString schema = query.value(0).toString();
+        const QString table = query.value(1).toString();
+        result.append({listedName(schema, table, query.value(3).toBool()),
+                       quoted(schema) + u'.' + quoted(table), query.value(2).toLongLong()});
+    }
+    if (query.lastError().isValid())
+        fail(query.lastError());
+    return result;
+}
+
+QList<SqlDialect::Column> PostgresDialect::columns(const Table &table) const
+{
+    QList<Column> result;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    execute(query, columnsStatement(table.number));
+    while (query.next())
+        result.append({query.value(0).toString(), query.value(1).toString(), !query.value(2).toBool()});
+    if (query.lastError().isValid())
+        fail(query.lastError());
+    return result;
+}
+
+std::optional<SourceColumn> PostgresDialect::sourceColumn(const Column &column) const
+{
+    auto result = SqlDialect::sourceColumn(column);
+    if (result)
+        result->takeServerTexts();
+    return result;
+}
+
+/// Throws when \a table is not to be read, before anything reads it.
+void PostgresDialect::checkObstacle(const Table &table) const
+{
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    execute(query, obstacleStatement(table.number));
+    if (!query.next())
+        return;
+    if (query.value(0).toBool())
+        throw Exception(
+            TableLoader::tr("Таблица «%1»: политики доступа скрывают часть её строк").arg(table.name));
+    if (!query.isNull(1)) {
+        throw Exception(TableLoader::tr("Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», "
+                                        "которую вызывает её индекс или статистика")
+                            .arg(table.name, query.value(1).toString(), query.value(2).toString()));
+    }
+}
+
+/// Whether \a table, or what it consists of, may be more than the server reads in a moment.
+bool PostgresDialect::isLarge(const Table &table) const
+{
+    constexpr qint64 readInAMoment = 32 << 20;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    // What is wrong with the table, or in the way, is told with its name since it is named here, early.
+    execute(query,
+            u"SELECT EXISTS (SELECT FROM "_s + table.quotedName +
+                u" LIMIT 0), pg_catalog.pg_relation_size(oid::pg_catalog.regclass) FROM pg_catalog.pg_class "
+                "WHERE relkind OPERATOR(pg_catalog.=) 'r' AND NOT relhassubclass "
+                "AND oid OPERATOR(pg_catalog.=) "_s +
+                QString::number(table.number));
+    return !query.next() || query.value(1).toLongLong() > readInAMoment;
+}
+
+/// No driver lets one interrupt a statement, so a large table is counted by many.
+std::optional<qint64> PostgresDialect::rowCount(const Table &table, const std::stop_token &stop) const
+{
+    if (stop.stop_requested())
+        return std::nullopt;
+    checkObstacle(table);
+    if (!isLarge(table)) {
+        const qint64 count = number(u"SELECT pg_catalog.count(*) FROM "_s + table.quotedName);
+        if (stop.stop_requested())
+            return std::nullopt;
+        return count;
+    }
+    const auto snapshot = qScopeGuard(beginSnapshot());
+    QSqlQuery query(connection());
+    execute(query, u"DECLARE sito_count NO SCROLL CURSOR FOR SELECT 1 FROM "_s + table.quotedName);
+    qint64 counted = 0;
+    Portion portion;
+    while (true) {
+        portion.begin();
+        execute(query, u"MOVE FORWARD %1 IN sito_count"_s.arg(portion.size()));
+        if (stop.stop_requested())
+            return std::nullopt;
+        counted += query.numRowsAffected();
+        if (query.numRowsAffected() < portion.size())
+            break;
+        portion.end();
+    }
+    execute(query, u"CLOSE sito_count"_s);
+    return counted;
+}
+
+std::unique_ptr<SqlRows> PostgresDialect::rows(const Table &table, const QList<Column> &declared,
+                                               const std::vector<SourceColumn> &columns) const
+{
+    QStringList expressions;
+    std::vector<bool> texts;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        expressions.append(expression(columns[i], declared.at(qsizetype(i)).declaredType));
+        texts.push_back(columns[i].isText());
+    }
+    return std::make_unique<PostgresRows>(
+        connection(), u"SELECT "_s + expressions.join(u", "_s) + u" FROM "_s + table.quotedName,
+        std::move(texts));
+}
+
+/// Also makes the server write every digit.
+std::function<void()> PostgresDialect::beginSnapshot() const
+{
+    const QSqlDatabase connection = this->connection();
+    if (!connection.isOpen())
+        return [] {};
+    // Only a transaction that began with an earlier statement is older than this one.
+    QSqlQuery query(connection);
+    if (!query.exec(u"SELECT pg_catalog.now() OPERATOR(pg_catalog.<>) pg_catalog.statement_timestamp()"_s) ||
+        !query.next())
+        return [] {};
+    QStringList end;
+    if (query.value(0).toBool()) {
+        if (query.exec(u"SAVEPOINT sito_load"_s))
+            end = {u"ROLLBACK TO SAVEPOINT sito_load"_s, u"RELEASE SAVEPOINT sito_load"_s};
+    } else if (query.exec(u"BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY"_s)) {
+        end = {u"ROLLBACK"_s};
+    }
+    if (!end.isEmpty()) {
+        query.exec(u"SET LOCAL extra_float_digits = 3"_s);
+        query.exec(u"SET LOCAL DateStyle = 'ISO'"_s);
+    }
+    return [connection, end] {
+        // A connection that was lost takes its transaction with it.
+        if (!connection.isOpen())
+            return;
+        for (const QString &statement : end)
+            QSqlQuery(connection).exec(statement);
+    };
+}
 
 } // namespace sito

@@ -12,7 +12,8 @@ namespace PostgresSession {
 
 namespace {
 
-/// The options that the service file \a fileName gives for \a service; null when it does not have the service.
+/// The options that the service file \a fileName gives for \a service; null when it does not have the
+/// service.
 QString optionsOfService(const QString &fileName, const QString &service)
 {
     QFile file(fileName);
@@ -35,8 +36,8 @@ QString optionsOfService(const QString &fileName, const QString &service)
     return options;
 }
 
-/// What libpq would send without options of ours: those of the service before those of PGOPTIONS. A service file in
-/// the directory that libpq was built for is not found.
+/// What libpq would send without options of ours: those of the service before those of PGOPTIONS. A service
+/// file in the directory that libpq was built for is not found.
 QString optionsOfUser()
 {
     const QString service = qEnvironmentVariable("PGSERVICE");
@@ -57,8 +58,7 @@ QString connectOptions(int connectSeconds, int lockMilliseconds)
 {
     // The last word counts, so that of the user stands before what keeps the session safe.
     QString options = u"-c lock_timeout=%1 "_s.arg(lockMilliseconds) + optionsOfUser() +
-                      u" -c search_path= -c default_transaction_read_only=on -c row_security=off "
-                      "-c constraint_exclusion=off"_s;
+                      u" -c search_path= -c default_transaction_read_only=on -c row_security=off"_s;
     options.replace(u'\\', u"\\\\"_s).replace(u'\'', u"\\'"_s);
     // A server that falls silent is given up after some twenty seconds.
     return u"connect_timeout=%1;keepalives_idle=10;keepalives_interval=5;keepalives_count=2;"
@@ -71,13 +71,12 @@ QStringList statements()
     return {
         u"SELECT pg_catalog.set_config('search_path', '', false)"_s,
         u"SET default_transaction_read_only = on"_s, u"SET row_security = off"_s,
-        // Else planning would run functions of constraints.
-        u"SET constraint_exclusion = off"_s,
-        // Where the server can: nobody puts a view, with functions in it, in the place of a table that was listed.
+        // Where the server can: nobody puts a view, with functions in it, in the place of a table that was
+        // listed.
         u"SELECT pg_catalog.set_config(name, 'view', false) FROM pg_catalog.pg_settings "
         "WHERE name OPERATOR(pg_catalog.=) 'restrict_nonsystem_relation_kind'"_s,
-        // The path that the user would have: of the role, of the database, or else the usual one. It holds for this
-        // statement only.
+        // The path that the user would have: of the role, of the database, or else the usual one. It holds
+        // for this statement only.
         u"SELECT pg_catalog.set_config('sito.schemas', CASE WHEN pg_catalog.set_config('search_path', "
         u"COALESCE(("
         "SELECT pg_catalog.substr(s.entry, 13) FROM (SELECT setrole, setdatabase, "

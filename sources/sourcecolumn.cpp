@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcecolumn_p.h>
 
+#include <sources/decimaltext_p.h>
+#include <sources/declaredtype_p.h>
+#include <sources/isodate_p.h>
+
 #include <QByteArray>
 #include <QDate>
 #include <QDateTime>
 #include <QMetaType>
-#include <QRegularExpression>
 #include <QTimeZone>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <iterator>
 #include <limits>
 
 namespace sito {
@@ -24,91 +26,16 @@ namespace {
 /// The most digits for which every number fits a decimal, and an xdecimal.
 constexpr int decimalDigits = 16;
 constexpr int xdecimalDigits = 36;
-/// The scale of a decimal column that declares neither digits nor scale.
-constexpr int openScale = 10;
-/// The digits before the point that such a column keeps room for when its values need a larger scale.
+/// The digits before the point that a decimal column declared without digits keeps room for when its values
+/// need a larger scale.
 constexpr qint64 openWhole = 8;
 constexpr int maxVarChar = 32767;
-constexpr int maxRaw = 65535;
 /// Doubles up to this hold every whole number.
 constexpr double maxExactWhole = 9007199254740992.0;
 /// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their
 /// double.
 constexpr double maxShortest = 1e15;
 constexpr int maxExactPower = 22;
-
-enum class Kind { Int, Int64, Double, Decimal, Text, DateTime, Bytes };
-
-struct KnownType
-{
-    QLatin1StringView name;
-    Kind kind;
-};
-
-constexpr KnownType knownTypes[] = {
-    {"BIG INT"_L1, Kind::Int64},
-    {"BIGINT"_L1, Kind::Int64},
-    {"BIGSERIAL"_L1, Kind::Int64},
-    {"BINARY"_L1, Kind::Bytes},
-    {"BLOB"_L1, Kind::Bytes},
-    {"BOOL"_L1, Kind::Int},
-    {"BOOLEAN"_L1, Kind::Int},
-    {"BYTEA"_L1, Kind::Bytes},
-    {"CHAR"_L1, Kind::Text},
-    {"CHAR VARYING"_L1, Kind::Text},
-    {"CHARACTER"_L1, Kind::Text},
-    {"CHARACTER VARYING"_L1, Kind::Text},
-    {"CLOB"_L1, Kind::Text},
-    {"DATE"_L1, Kind::DateTime},
-    {"DATETIME"_L1, Kind::DateTime},
-    {"DEC"_L1, Kind::Decimal},
-    {"DECIMAL"_L1, Kind::Decimal},
-    {"DOUBLE"_L1, Kind::Double},
-    {"DOUBLE PRECISION"_L1, Kind::Double},
-    {"FLOAT"_L1, Kind::Double},
-    {"FLOAT4"_L1, Kind::Double},
-    {"FLOAT8"_L1, Kind::Double},
-    {"INT"_L1, Kind::Int},
-    {"INT2"_L1, Kind::Int},
-    {"INT4"_L1, Kind::Int},
-    {"INT8"_L1, Kind::Int64},
-    {"INTEGER"_L1, Kind::Int},
-    {"LONGTEXT"_L1, Kind::Text},
-    {"MEDIUMINT"_L1, Kind::Int},
-    {"MEDIUMTEXT"_L1, Kind::Text},
-    {"NATIONAL CHARACTER"_L1, Kind::Text},
-    {"NATIONAL CHARACTER VARYING"_L1, Kind::Text},
-    {"NATIVE CHARACTER"_L1, Kind::Text},
-    {"NCHAR"_L1, Kind::Text},
-    {"NTEXT"_L1, Kind::Text},
-    {"NUM"_L1, Kind::Decimal},
-    {"NUMBER"_L1, Kind::Decimal},
-    {"NUMERIC"_L1, Kind::Decimal},
-    {"NVARCHAR"_L1, Kind::Text},
-    {"NVARCHAR2"_L1, Kind::Text},
-    {"REAL"_L1, Kind::Double},
-    {"SERIAL"_L1, Kind::Int},
-    {"SMALLINT"_L1, Kind::Int},
-    {"TEXT"_L1, Kind::Text},
-    {"TIMESTAMP"_L1, Kind::DateTime},
-    {"TIMESTAMP WITH TIME ZONE"_L1, Kind::DateTime},
-    {"TIMESTAMP WITHOUT TIME ZONE"_L1, Kind::DateTime},
-    {"TINYINT"_L1, Kind::Int},
-    {"TINYTEXT"_L1, Kind::Text},
-    {"VARBINARY"_L1, Kind::Bytes},
-    {"VARCHAR"_L1, Kind::Text},
-    {"VARCHAR2"_L1, Kind::Text},
-    {"VARYING CHARACTER"_L1, Kind::Text},
-};
-
-std::optional<Kind> kindOf(const QString &name)
-{
-    const auto known = std::find_if(std::begin(knownTypes), std::end(knownTypes),
-                                    [&name](const KnownType &type) { return name == type.name; });
-    if (known == std::end(knownTypes))
-        return std::nullopt;
-    return known->kind;
-}
 
 /// 10 to the power of \a exponent, or 0 when that is not a 64-bit number.
 qint64 powerOfTen(int exponent)
@@ -133,55 +60,6 @@ std::optional<double> floatingPoint(const QVariant &value)
     }
 }
 
-/// A decimal number as it was written: digits / 10^scale. Without zeros at either end the digits are as few
-/// as can be; there are none for zero.
-struct DecimalText
-{
-    bool negative = false;
-    QString digits;
-    qint64 scale = 0;
-
-    static std::optional<DecimalText> read(QStringView text);
-};
-
-std::optional<DecimalText> DecimalText::read(QStringView text)
-{
-    DecimalText number;
-    qsizetype i = 0;
-    const auto isDigit = [&text, &i] { return i < text.size() && text[i] >= u'0' && text[i] <= u'9'; };
-    if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
-        number.negative = text[i++] == u'-';
-    bool hasDigit = false;
-    bool hasPoint = false;
-    for (; isDigit() || (i < text.size() && text[i] == u'.' && !hasPoint); ++i) {
-        if (text[i] == u'.') {
-            hasPoint = true;
-            continue;
-        }
-        hasDigit = true;
-        if (hasPoint)
-            ++number.scale;
-        if (text[i] != u'0' || !number.digits.isEmpty())
-            number.digits += text[i];
-    }
-    if (!hasDigit)
-        return std::nullopt;
-    if (i < text.size()) {
-        if (text[i] != u'e' && text[i] != u'E')
-            return std::nullopt;
-        const QStringView exponent = text.sliced(i + 1);
-        bool ok = false;
-        number.scale -= exponent.toInt(&ok);
-        if (!ok || exponent.front().isSpace() || exponent.back().isSpace())
-            return std::nullopt;
-    }
-    while (number.digits.endsWith(u'0')) {
-        number.digits.chop(1);
-        --number.scale;
-    }
-    return number;
-}
-
 /// Whether \a text is the one instant that datetime cannot tell from no date.
 bool isEpoch(const QString &text)
 {
@@ -189,148 +67,22 @@ bool isEpoch(const QString &text)
            text == "1970.01.01 00:00:00.000"_L1;
 }
 
-/// Takes a whole number of at least so many digits off the front of \a text.
-std::optional<int> takeNumber(QStringView &text, qsizetype digits)
-{
-    qsizetype size = 0;
-    int number = 0;
-    while (size < text.size() && size < 8 && text[size] >= u'0' && text[size] <= u'9')
-        number = number * 10 + (text[size++].unicode() - u'0');
-    if (size < digits)
-        return std::nullopt;
-    text = text.sliced(size);
-    return number;
-}
-
-bool take(QStringView &text, QLatin1StringView expected)
-{
-    if (!text.startsWith(expected))
-        return false;
-    text = text.sliced(expected.size());
-    return true;
-}
-
-/// Reads "2017-01-31", "2017-01-31 14:30:00.125" and, where \a isServers, "0044-03-15 BC"; elsewhere also "T" in the
-/// place of the blank, a time without seconds, and "Z" behind it.
-CellProblem readIso(QStringView text, bool isServers, qint64 &milliseconds)
-{
-    const auto year = takeNumber(text, 4);
-    const bool hasMonth = year && take(text, "-"_L1);
-    const auto month = hasMonth ? takeNumber(text, 2) : std::nullopt;
-    const bool hasDay = month && take(text, "-"_L1);
-    const auto day = hasDay ? takeNumber(text, 2) : std::nullopt;
-    if (!day)
-        return CellProblem::Date;
-    QTime time(0, 0);
-    bool isTooFine = false;
-    if (text.size() >= 2 && text[1].isDigit() && (take(text, " "_L1) || (!isServers && take(text, "T"_L1)))) {
-        const auto hours = takeNumber(text, 2);
-        const auto minutes = hours && take(text, ":"_L1) ? takeNumber(text, 2) : std::nullopt;
-        if (!minutes)
-            return CellProblem::Date;
-        int seconds = 0;
-        int fraction = 0;
-        if (take(text, ":"_L1)) {
-            const auto read = takeNumber(text, 2);
-            if (!read)
-                return CellProblem::Date;
-            seconds = *read;
-            if (take(text, "."_L1)) {
-                int unit = 100;
-                for (; !text.isEmpty() && text[0] >= u'0' && text[0] <= u'9';
-                     text = text.sliced(1), unit /= 10) {
-                    const int digit = text[0].unicode() - u'0';
-                    fraction += digit * unit;
-                    isTooFine = isTooFine || (unit == 0 && digit != 0);
-                }
-            }
-        } else if (isServers) {
-            return CellProblem::Date;
-        }
-        time = QTime(*hours, *minutes, seconds, fraction);
-        if (!isServers)
-            take(text, "Z"_L1);
-    }
-    const bool isBeforeChrist = isServers && take(text, " BC"_L1);
-    const QDate date(isBeforeChrist ? -*year : *year, *month, *day);
-    if (!text.isEmpty() || !date.isValid() || !time.isValid())
-        return CellProblem::Date;
-    if (isTooFine)
-        return CellProblem::Fraction;
-    constexpr qint64 epoch = 2'440'588;
-    constexpr qint64 millisecondsPerDay = 86'400'000;
-    milliseconds = (date.toJulianDay() - epoch) * millisecondsPerDay + time.msecsSinceStartOfDay();
-    return milliseconds == 0 ? CellProblem::EpochDate : CellProblem::None;
-}
-
 } // namespace
 
 std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, const QString &declaredType,
                                                            bool nullable)
 {
-    static const QRegularExpression pattern(
-        uR"(^([A-Z][A-Z0-9_ ]*)(?:\( ?(\d{1,9})(?: CHAR| BYTE)? ?(?:, ?([+-]?\d{1,9}) ?)?\)([A-Z ]*))?$)"_s);
-    const QRegularExpressionMatch match = pattern.match(declaredType.simplified().toUpper());
-    if (!match.hasMatch())
+    auto type = DeclaredType::read(declaredType);
+    if (!type)
         return std::nullopt;
-    QStringList words =
-        match.captured(1).split(u' ', Qt::SkipEmptyParts) + match.captured(4).split(u' ', Qt::SkipEmptyParts);
-    if (words.size() > 2 && words.last() == "ALWAYS"_L1 && words.at(words.size() - 2) == "GENERATED"_L1)
-        words.resize(words.size() - 2);
-    const bool isUnsigned = words.removeAll(u"UNSIGNED"_s) > 0;
-    const auto kind = kindOf(words.join(u' '));
-    if (!kind)
-        return std::nullopt;
-    const bool hasLength = !match.captured(2).isEmpty();
-    const int length = match.captured(2).toInt();
-    const int scale = match.captured(3).toInt();
-
-    ColumnSpec spec{.name = name, .nullable = nullable};
-    int digits = 0;
-    switch (*kind) {
-    case Kind::Int:
-        spec.type = isUnsigned ? FieldType::Int64 : FieldType::Int;
-        break;
-    case Kind::Int64:
-        spec.type = FieldType::Int64;
-        break;
-    case Kind::Double:
-        spec.type = FieldType::Double;
-        break;
-    case Kind::Decimal:
-        digits = hasLength ? length : xdecimalDigits;
-        spec.length = hasLength ? scale : openScale;
-        spec.type = FieldType::Decimal;
-        if (spec.length < decimal::minScale || spec.length > decimal::maxScale || digits < 1)
-            return std::nullopt;
-        break;
-    case Kind::Text:
-        if (hasLength && length > 0 && length <= maxVarChar && !words.constLast().endsWith("TEXT"_L1) &&
-            words.constLast() != "CLOB"_L1) {
-            spec.type = FieldType::VarChar;
-            spec.length = length;
-        } else {
-            spec.type = FieldType::String;
-        }
-        break;
-    case Kind::DateTime:
-        spec.type = FieldType::DateTime;
-        break;
-    case Kind::Bytes:
-        if (hasLength && (length < 1 || length > maxRaw))
-            return std::nullopt;
-        spec.type = hasLength ? FieldType::Raw : FieldType::Block;
-        spec.length = length;
-        break;
-    }
-    SourceColumn column(spec, digits);
-    column.m_isOpen = *kind == Kind::Decimal && !hasLength;
-    return column;
+    type->spec.name = name;
+    type->spec.nullable = nullable;
+    return SourceColumn(*type);
 }
 
-SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec)
+SourceColumn::SourceColumn(const DeclaredType &type) : m_spec(type.spec), m_isOpen(type.isOpen)
 {
-    switch (spec.type) {
+    switch (m_spec.type) {
     case FieldType::Int:
         m_reader = &SourceColumn::readInt;
         break;
@@ -342,7 +94,7 @@ SourceColumn::SourceColumn(const ColumnSpec &spec, int digits) : m_spec(spec)
         break;
     case FieldType::Decimal:
     case FieldType::XDecimal:
-        setDigits(digits);
+        setDigits(type.digits);
         m_reader = &SourceColumn::readDecimal;
         break;
     case FieldType::VarChar:
@@ -576,7 +328,8 @@ CellProblem SourceColumn::readDateTime(const QVariant &value, CellValue &cell)
         const auto &text = *static_cast<const QString *>(value.constData());
         milliseconds = datetime(text).milliseconds();
         if (milliseconds == 0 && !text.isEmpty()) {
-            if (const CellProblem problem = readIso(text, false, milliseconds); problem != CellProblem::None)
+            if (const CellProblem problem = readIsoDate(text, false, milliseconds);
+                problem != CellProblem::None)
                 return isEpoch(text) ? CellProblem::EpochDate : problem;
         }
         cell = datetime(milliseconds);
@@ -619,7 +372,8 @@ CellProblem SourceColumn::readServerDateTime(const QVariant &value, CellValue &c
     if (value.typeId() != QMetaType::QString)
         return CellProblem::WrongKind;
     qint64 milliseconds = 0;
-    const CellProblem problem = readIso(*static_cast<const QString *>(value.constData()), true, milliseconds);
+    const CellProblem problem =
+        readIsoDate(*static_cast<const QString *>(value.constData()), true, milliseconds);
     if (problem == CellProblem::None)
         cell = datetime(milliseconds);
     return problem;

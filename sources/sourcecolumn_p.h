@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sources/cellproblem_p.h>
+
 #include <database/cellvalue.h>
 #include <database/columnspec.h>
 
@@ -12,22 +14,7 @@
 
 namespace sito {
 
-/// Why a value of a database cannot be held by its field.
-enum class CellProblem {
-    None,
-    Absent,     ///< no value where one is required
-    WrongKind,  ///< of a kind that the field's type does not hold at all
-    OutOfRange, ///< a whole number beyond the type
-    NotExact,   ///< a number that the type holds only rounded
-    Digits,     ///< more digits than declared
-    TextLength, ///< more UTF-16 units than declared
-    NulInText,  ///< a NUL character where texts end at one
-    Date,       ///< not a date
-    EpochDate,  ///< the date that stands for none
-    Fraction,   ///< a time finer than milliseconds
-    ByteCount,  ///< not exactly the width of the field
-    Encoding,   ///< bytes that are no valid text
-};
+struct DeclaredType;
 
 /// A column on its way from an SQL database into a table: what it becomes, and how one of its values is read.
 /// Which reader that is, is decided once, when the column is made.
@@ -54,8 +41,9 @@ public:
     }
 
     /// Gives a decimal column the digits that the value needs which was just refused with
-    /// CellProblem::Digits, on either side of the point; a VarChar column the UTF-16 units of a text refused with
-    /// CellProblem::TextLength; and an Int column 64 bits. False, and nothing changed, when no type holds so many.
+    /// CellProblem::Digits, on either side of the point; a VarChar column the UTF-16 units of a text refused
+    /// with CellProblem::TextLength; and an Int column 64 bits. False, and nothing changed, when no type
+    /// holds so many.
     bool widen();
 
     /// Takes dates as PostgreSQL writes them, for a column that has not read anything yet.
@@ -64,7 +52,7 @@ public:
 private:
     using Reader = CellProblem (SourceColumn::*)(const QVariant &, CellValue &);
 
-    SourceColumn(const ColumnSpec &spec, int digits);
+    explicit SourceColumn(const DeclaredType &type);
 
     CellProblem readInt(const QVariant &value, CellValue &cell);
     CellProblem readInt64(const QVariant &value, CellValue &cell);
@@ -90,8 +78,8 @@ private:
     /// The digits that the last decimal text needed after and before the point.
     qint64 m_neededScale = 0;
     qint64 m_neededWhole = 0;
-    /// Declared without digits: only what the values need counts then; and the digits before the point of the widest
-    /// so far.
+    /// Declared without digits: only what the values need counts then; and the digits before the point of the
+    /// widest so far.
     bool m_isOpen = false;
     qint64 m_widestWhole = 0;
     qint64 m_widestScale = 0;     ///< of those read as texts

@@ -19,8 +19,8 @@
 
 namespace sito {
 
-/// Lives in the thread of its connection. Sessions put their reports into a queue under a mutex; wake() only tells
-/// that there is something in it.
+/// Lives in the thread of its connection. Sessions put their reports into a queue under a mutex; wake() only
+/// tells that there is something in it.
 class SourceConnection::Private : public QObject
 {
     Q_OBJECT
@@ -96,7 +96,8 @@ void SourceConnection::Private::report(SourceReport &&report)
     Q_EMIT wake();
 }
 
-/// Handles one report at a time: whoever is told of it may run an event loop of their own, or delete the connection.
+/// Handles one report at a time: whoever is told of it may run an event loop of their own, or delete the
+/// connection.
 void SourceConnection::Private::deliver()
 {
     std::erase_if(retired, [](const auto &session) { return session->hasEnded(); });

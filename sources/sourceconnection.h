@@ -52,10 +52,10 @@ public:
     };
 
     explicit SourceConnection(QObject *parent = nullptr);
-    /// Cancels what is under way and waits for the threads, which end with the statement that the database is
-    /// working on: a moment as a rule, but for the rows of a very large table of SQLite WITHOUT ROWID to be
-    /// counted as long as that takes; ten seconds for a server that does not let itself be connected to and for a table that somebody
-    /// else has locked.
+    /// Cancels the operation under way and waits for the threads. They end with the current statement of the
+    /// database, usually at once. It takes up to ten seconds when a server does not answer the attempt to
+    /// connect or when somebody else has locked a table, and as long as SQLite needs to count a large table
+    /// WITHOUT ROWID.
     ~SourceConnection() override;
 
     /// Opens \a location and looks at its tables.
@@ -63,8 +63,9 @@ public:
     /// Loads those of \a tables that are not loaded yet, as they are at one moment. A table of the same name
     /// that came from elsewhere makes it fail.
     void load(const QStringList &tables);
-    /// Cancels the operation under way, if any: cancelled() follows in its place, even if it was about to
-    /// end. What the driver cannot be stopped in goes on for a while, but nobody waits for it.
+    /// Cancels the operation under way, if any: cancelled() is emitted in place of its own signal, even if it
+    /// was about to end. A statement that the driver cannot stop goes on for a while, but nothing waits for
+    /// it.
     void cancel();
     /// Drops the tables that this object loaded and that are still in MemoryDatabase::instance(). Models,
     /// filters, predicates and records on them must be gone.

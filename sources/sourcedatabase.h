@@ -13,9 +13,9 @@ namespace sito {
 /// An open Qt SQL connection to a source, under a name of its own in QSqlDatabase's list for as long as this
 /// object lives. It only reads.
 ///
-/// A PostgreSQL session runs no code that others planted in the database, as long as its statements qualify every
-/// name: its search path is empty, and a table of which row policies would hide rows is an error. PGOPTIONS, PGSERVICE
-/// and the other variables of libpq hold as far as they do not contradict that.
+/// A PostgreSQL session runs no code that others planted in the database, as long as its statements qualify
+/// every name: its search path is empty, and a table of which row policies would hide rows is an error.
+/// PGOPTIONS, PGSERVICE and the other variables of libpq hold as far as they do not contradict that.
 ///
 /// It belongs to the thread that made it, and ends there; handles of its connection must be gone by then.
 class SOURCES_EXPORT SourceDatabase

@@ -10,8 +10,8 @@ namespace sito {
 /// Where tables are: an SQLite file or the database of a server. A plain value.
 struct SOURCES_EXPORT SourceLocation
 {
-    /// "QSQLITE" or "QPSQL", the name of the Qt SQL driver; any other one is opened as a server, too, if it is
-    /// installed.
+    /// "QSQLITE" or "QPSQL", the name of the Qt SQL driver; any other one is opened as a server, too, if it
+    /// is installed.
     QString driver = {};
     /// SQLite: the file as it was named, perhaps relative to the current directory. Servers: empty.
     QString file = {};
@@ -37,8 +37,8 @@ struct SOURCES_EXPORT SourceLocation
 
     /// Whether it is a file and not a server.
     bool isFile() const;
-    /// The address without the password, of a file or a PostgreSQL server. fromUrl() gives the same location again,
-    /// but for the password.
+    /// The address without the password, of a file or a PostgreSQL server. fromUrl() gives the same location
+    /// again, but for the password.
     QString toUrl() const;
     /// In one line for people: the file's name as given, or "user@host:port/database".
     QString displayName() const;

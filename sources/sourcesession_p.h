@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <sources/sourceconnection.h>
+#include <sources/sourcereport_p.h>
 
 #include <condition_variable>
 #include <functional>
@@ -10,33 +10,8 @@
 #include <optional>
 #include <stop_token>
 #include <thread>
-#include <vector>
-
-class MemoryTable;
 
 namespace sito {
-
-/// A table that was read and waits to be added to the database.
-struct LoadedTable
-{
-    std::unique_ptr<MemoryTable> table;
-    QStringList notes;
-};
-
-/// What is to be told of an operation, by a session or, for Cancelled, by the connection itself.
-struct SourceReport
-{
-    enum Kind { Progress, Opened, Loaded, Failed, Cancelled };
-
-    Kind kind = Failed;
-    quint64 operation = 0;
-    /// Failed: the message. Progress: the table.
-    QString text = {};
-    qint64 rowsRead = 0;
-    qint64 rowsTotal = 0;
-    QList<SourceConnection::TableInfo> tables = {};
-    std::vector<LoadedTable> loaded = {};
-};
 
 /// One connection to one source in one thread, from the attempt to open it to its end.
 ///

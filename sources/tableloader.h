@@ -39,30 +39,39 @@ namespace sito {
 /// | BLOB(n), BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes |
 /// | BLOB, BYTEA | Block |
 ///
-/// A column of PostgreSQL counts as its type's full name there; CHAR(n) comes padded with blanks, TIMESTAMP WITH
-/// TIME ZONE as the instant in UTC, whatever the zones of the server and the machine, and domains as the types
-/// that they rest on.
+/// A column of PostgreSQL counts as its type's full name there; CHAR(n) comes padded with blanks, TIMESTAMP
+/// WITH TIME ZONE as the instant in UTC, whatever the zones of the server and the machine, and domains as the
+/// types that they rest on.
 ///
 /// A column admits absent values unless it is declared NOT NULL or belongs to the primary key. A column of
 /// any other type, or of none, is refused: what it holds could not be told in advance.
 ///
 /// **Values are never damaged.** What a database holds in a column need not be what the column declares. A
 /// value that its field cannot hold exactly makes the load fail: a text or a fraction in an integer, an
-/// integer of more than 32 bits in an Int, more digits than declared, a text
-/// that is too long (for these three see Digits) or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
+/// integer of more than 32 bits in an Int, more digits than declared, a text that is too long (for these
+/// three see Digits) or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
 /// absent value where none is admitted. A binary floating-point number in a decimal column counts as the
-/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &), and as ISO 8601
-/// has them: "2017-01-31T14:30", "2017-01-31 14:30:00.125", "2017-01-31T14:30:00Z"; the empty
-/// text means no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no
-/// date". Numbers are no dates.
+/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &), and as ISO
+/// 8601 has them: "2017-01-31T14:30", "2017-01-31 14:30:00.125", "2017-01-31T14:30:00Z"; the empty text means
+/// no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no date".
+/// Numbers are no dates.
 ///
 /// PostgreSQL's infinite dates, its times finer than a millisecond, and NaN and the infinities in NUMERIC are
 /// such values, too; its REAL and DOUBLE PRECISION are read with all digits, as the shortest decimal number
 /// that is the same to the server.
 ///
-/// **Tables** of PostgreSQL are those of all schemas but the system's, partitioned ones as a whole; without
-/// views, temporary tables, and those of other servers. One that the search path finds has its plain name, any other one
-/// "schema.table"; a part that holds a point or a quotation mark is written in quotation marks.
+/// **Tables** of PostgreSQL are those of all schemas except the system's; a partitioned table counts as one.
+/// Views, temporary tables and foreign tables are not listed. A table that the search path finds has its
+/// plain name, any other one "schema.table"; a part that contains a point or a quotation mark is written in
+/// quotation marks.
+///
+/// **Names** of SQLite that are not valid UTF-8 show each such byte as "\\xE9". The columns are read like
+/// others; a table with such a name is listed, but refused.
+///
+/// **Code of others** is not run: all names in statements are qualified, types of other schemas are refused,
+/// and so is a table of PostgreSQL when planning a query would run a function in the expressions of its
+/// indexes or statistics whose owner is neither the user nor a superuser. (An index that is created during
+/// the load is not seen.) Where row_security is off, a table of which policies hide rows is refused, too.
 ///
 /// **Errors** are thrown as Exception and name the table and, for a value, the row (counted from 1 in the
 /// order of reading), the column and the value. Nothing that was loaded before stays behind then; the same
@@ -81,17 +90,16 @@ public:
         /// What the database said before the first row was read.
         qint64 rowsTotal = 0;
     };
-    /// Is told how far the load has come, in the thread of the loader; false cancels the load.
+    /// Called with the state of the load, in the thread of the loader; false cancels the load.
     using ProgressFunction = std::function<bool(const Progress &)>;
 
-    /// What becomes of a column whose values need more room than it declares. SQLite, for one, does not hold its
-    /// columns to that.
+    /// What happens to a column whose values need more room than it declares, which SQLite, for one, permits.
     enum class Digits {
         /// The load fails.
         AsDeclared,
         /// A decimal column gets as many digits, on either side of the point, as its values need, up to 36; a
-        /// VARCHAR(n) or CHAR(n) column as many UTF-16 units (PostgreSQL counts characters); an Int column with an
-        /// integer of more than 32 bits becomes an Int64.
+        /// VARCHAR(n) or CHAR(n) column as many UTF-16 units (PostgreSQL counts characters); an Int column
+        /// with an integer of more than 32 bits becomes an Int64.
         AsNeeded,
     };
 
@@ -105,9 +113,9 @@ public:
     /// but for the digits that Digits::AsNeeded adds.
     QList<ColumnSpec> columns(const QString &table) const;
     qint64 rowCount(const QString &table) const;
-    /// The same; nothing when \a stop was requested, which is looked at several times a second while the rows of a
-    /// large table are counted. (Not for tables of SQLite without row numbers, and of other databases than SQLite and
-    /// PostgreSQL.)
+    /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
+    /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than
+    /// SQLite and PostgreSQL.)
     std::optional<qint64> rowCount(const QString &table, const std::stop_token &stop) const;
 
     /// Digits::AsDeclared until it is set.
@@ -119,8 +127,8 @@ public:
     void setProgress(ProgressFunction progress, qint64 interval = 4096);
 
     /// A copy of \a table with rows in the order in which the database gives them, read in one transaction
-    /// (PostgreSQL: one that sees a single moment) unless one is open already. Null when the load was cancelled, by the progress function or, from any
-    /// thread, by \a stop.
+    /// (PostgreSQL: one that sees a single moment) unless one is open already. Null when the load was
+    /// cancelled, by the progress function or, from any thread, by \a stop.
     std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop = {}) const;
 
     /// Copies of \a tables in this order, all as they are at one moment; nothing when the load was cancelled.

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <database/memorytable.h>
+
+#include <QStringList>
+
+#include <memory>
+
+namespace sito {
+
+/// A table that was read and waits to be added to the database.
+struct LoadedTable
+{
+    std::unique_ptr<MemoryTable> table;
+    QStringList notes;
+};
+
+} // namespace sito

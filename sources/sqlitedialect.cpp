@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include <sources/sqlitedialect_p.h>
+
+#include <sources/portion_p.h>
+#include <sources/sqliterows_p.h>
+
+#include <QByteArray>
+#include <QScopeGuard>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+
+#include <utility>
+
+namespace sito {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The length of the valid UTF-8 character that \a bytes begin with, or 0.
+qsizetype characterSize(QByteArrayView bytes)
+{
+    for (qsizetype size = 1; size <= 4 && size <= bytes.size(); ++size) {
+        if (QString::fromUtf8(bytes.first(size)).toUtf8() == bytes.first(size))
+            return size;
+    }
+    return 0;
+}
+
+/// A name that is kept as \a bytes of UTF-8. Bytes that are none are shown each as "\xE9", so that names stay
+/// apart.
+QString nameText(const QByteArray &bytes)
+{
+    QString text;
+    for (QByteArrayView rest = bytes; !rest.isEmpty();) {
+        const qsizetype size = characterSize(rest);
+        if (size > 0)
+            text += QString::fromUtf8(rest.first(size));
+        else
+            text += u"\\x"_s + QString::fromLatin1(rest.first(1).toByteArray().toHex().toUpper());
+        rest = rest.sliced(size > 0 ? size : 1);
+    }
+    return text;
+}
+
+/// A quoted name may be taken for a text where a column is meant, but not where a table is.
+QString quotedTable(const QString &name)
+{
+    return u"main.\""_s + QString(name).replace(u'"', u"\"\""_s) + u'"';
+}
+
+} // namespace
+
+bool SqliteDialect::isUtf8() const
+{
+    QSqlQuery query(connection());
+    return query.exec(u"PRAGMA encoding"_s) && query.next() && query.value(0).toString() == "UTF-8"_L1;
+}
+
+QList<SqlDialect::Table> SqliteDialect::tables() const
+{
+    if (!connection().isOpen())
+        fail(connection().lastError());
+    const bool isUtf8 = this->isUtf8();
+    QList<Table> result;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    execute(query, u"SELECT name, rootpage, CAST(name AS BLOB) FROM sqlite_master WHERE type = 'table' "
+                   "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s);
+    while (query.next()) {
+        const QByteArray bytes = query.value(2).toByteArray();
+        const QString name = isUtf8 ? nameText(bytes) : query.value(0).toString();
+        const bool isText = !isUtf8 || name.toUtf8() == bytes;
+        result.append({name, isText ? quotedTable(name) : QString(), query.value(1).toLongLong()});
+    }
+    if (query.lastError().isValid())
+        fail(query.lastError());
+    return result;
+}
+
+QList<SqlDialect::Column> SqliteDialect::columns(const Table &table) const
+{
+    const bool isUtf8 = this->isUtf8();
+    QList<Column> result;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    // Columns that are hidden in "SELECT *", those of virtual tables, have hidden = 1.
+    if (!query.prepare(u"SELECT name, type, \"notnull\", pk, CAST(name AS BLOB) FROM pragma_table_xinfo(?) "
+                       "WHERE hidden <> 1 ORDER BY cid"_s))
+        fail(query.lastError());
+    query.addBindValue(table.name);
+    if (!query.exec())
+        fail(query.lastError());
+    while (query.next()) {
+        const bool nullable = query.value(2).toInt() == 0 && query.value(3).toInt() == 0;
+        result.append({isUtf8 ? nameText(query.value(4).toByteArray()) : query.value(0).toString(),
+                       query.value(1).toString(), nullable});
+    }
+    if (query.lastError().isValid())
+        fail(query.lastError());
+    return result;
+}
+
+QString SqliteDialect::rowNumberName(const Table &table) const
+{
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    if (table.number == 0 || !query.prepare(u"SELECT name FROM pragma_table_xinfo(?)"_s))
+        return {};
+    query.addBindValue(table.name);
+    if (!query.exec())
+        return {};
+    QStringList columns;
+    while (query.next())
+        columns.append(query.value(0).toString());
+    for (const QString &name : {u"rowid"_s, u"_rowid_"_s, u"oid"_s}) {
+        if (!columns.contains(name, Qt::CaseInsensitive))
+            return name;
+    }
+    return {};
+}
+
+/// No driver lets one interrupt a statement, so a large table is counted by many.
+std::optional<qint64> SqliteDialect::rowCount(const Table &table, const std::stop_token &stop) const
+{
+    if (stop.stop_requested())
+        return std::nullopt;
+    const auto snapshot = qScopeGuard(beginSnapshot());
+    const QString name = rowNumberName(table);
+    qint64 counted = 0;
+    QString rest;
+    Portion portion;
+    // Where there are so many rows, and the first one after them. Without row numbers this fails, and all
+    // rows remain.
+    while (!name.isEmpty()) {
+        portion.begin();
+        QSqlQuery query(connection());
+        query.setForwardOnly(true);
+        if (!query.exec(u"SELECT "_s + name + u" FROM "_s + table.quotedName + rest + u" ORDER BY "_s + name +
+                        u" LIMIT 1 OFFSET "_s + QString::number(portion.size())) ||
+            !query.next())
+            break;
+        if (stop.stop_requested())
+            return std::nullopt;
+        counted += portion.size();
+        rest = u" WHERE "_s + name + u" >= "_s + QString::number(query.value(0).toLongLong());
+        portion.end();
+    }
+    counted += number(u"SELECT count(*) FROM "_s + table.quotedName + rest);
+    if (stop.stop_requested())
+        return std::nullopt;
+    return counted;
+}
+
+std::unique_ptr<SqlRows> SqliteDialect::rows(const Table &table, const QList<Column> &,
+                                             const std::vector<SourceColumn> &columns) const
+{
+    // Columns are told by their positions: a quoted name that is not found would be a text, and a name that
+    // is no UTF-8 cannot be written.
+    QStringList names;
+    QStringList bytes;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        names.append(u'c' + QString::number(i));
+        bytes.append(columns[i].isText() ? u"CAST(%1 AS BLOB)"_s.arg(names.constLast()) : names.constLast());
+    }
+    const QString with =
+        u"WITH r(%1) AS (SELECT * FROM %2) SELECT "_s.arg(names.join(u", "_s), table.quotedName);
+    return std::make_unique<SqliteRows>(connection(), with + names.join(u", "_s) + u" FROM r"_s,
+                                        isUtf8() ? with + bytes.join(u", "_s) + u" FROM r"_s : QString());
+}
+
+} // namespace sito

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include <sources/sqlrows_p.h>
+
+namespace sito {
+
+SqlRows::SqlRows(const QSqlDatabase &connection, const QString &statement)
+    : m_statement(statement), m_query(connection)
+{
+    m_query.setForwardOnly(true);
+    // Some drivers would give decimal numbers as doubles.
+    m_query.setNumericalPrecisionPolicy(QSql::HighPrecision);
+}
+
+SqlRows::~SqlRows() = default;
+
+bool SqlRows::open()
+{
+    return m_query.exec(m_statement);
+}
+
+bool SqlRows::next()
+{
+    return m_query.next();
+}
+
+QVariant SqlRows::value(int column) const
+{
+    return m_query.value(column);
+}
+
+bool SqlRows::isText(int, const QString &)
+{
+    return true;
+}
+
+void SqlRows::close() {}
+
+} // namespace sito
