@@ -6,7 +6,6 @@
 #include <browser/window/exportcommands.h>
 #include <browser/window/filtercommands.h>
 #include <browser/window/keptviews.h>
-#include <browser/window/openserverdialog.h>
 #include <browser/window/pageactions.h>
 #include <browser/window/questions.h>
 #include <browser/window/recentmenu.h>
@@ -21,6 +20,7 @@
 #include <hostkit/text/exceptiontext.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/views/filterpanel.h>
+#include <sources/openserverdialog.h>
 
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>

@@ -2,11 +2,11 @@
 #include <support/windowtest.h>
 
 #include <browser/settings/settingswindow.h>
-#include <browser/window/openserverdialog.h>
 #include <database/memorytable.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/values/valuelistwidget.h>
 #include <hostkit/views/filterpanel.h>
+#include <sources/openserverdialog.h>
 #include <sources/sourceconnection.h>
 #include <support/panelitems.h>
 

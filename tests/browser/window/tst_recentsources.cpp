@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <support/windowtest.h>
 
-#include <browser/window/openserverdialog.h>
+#include <sources/openserverdialog.h>
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
 

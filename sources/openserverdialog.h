@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sources/sourcelocation.h>
+#include <sources/sources_export.h>
 
 #include <QDialog>
 #include <QStringList>
@@ -14,20 +15,20 @@ class QSpinBox;
 
 namespace sito {
 
-/// Asks for a database of a PostgreSQL server. Nothing that was entered is stored, least of all the password.
-class OpenServerDialog : public QDialog
+/// Asks for a database of a PostgreSQL server. Stores nothing of what was entered, least of all the password.
+class SOURCES_EXPORT OpenServerDialog : public QDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(OpenServerDialog)
 public:
     explicit OpenServerDialog(QWidget *parent = nullptr);
-    /// As if \a drivers were the Qt SQL drivers that are installed.
+    /// The same with \a drivers in place of the Qt SQL drivers that are installed.
     OpenServerDialog(const QStringList &drivers, QWidget *parent);
     ~OpenServerDialog() override;
 
     /// What was entered; host, database and user without blanks at their ends.
     SourceLocation location() const;
-    /// Shows \a location, and puts the focus where something is still to be entered.
+    /// Shows \a location, and moves the focus to the first field that is still empty.
     void setLocation(const SourceLocation &location);
 
 protected:
@@ -35,7 +36,7 @@ protected:
 
 private:
     void retranslate();
-    /// Tells what is missing and lets nothing be accepted without it.
+    /// Shows what is missing; the dialog is not accepted without it.
     void validate();
 
     const bool m_hasDriver;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <browser/window/openserverdialog.h>
+#include <sources/openserverdialog.h>
 
 #include <QDialogButtonBox>
 #include <QEvent>
