@@ -47,7 +47,8 @@ set(SITO_TEST_ENVIRONMENT "LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}/ru
 function(sito_add_test name)
     cmake_parse_arguments(ARG "X11" "" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} sito_strict Qt6::Test)
+    # Behind the libraries that use it: many tests do not themselves, and a linker would leave it out before them.
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} ${SITO_TEST_DATABASE} sito_strict Qt6::Test)
     if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
         target_link_libraries(${name} PRIVATE sito_waiting_macros)
     endif()
