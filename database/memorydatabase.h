@@ -35,8 +35,8 @@ public:
     /// Deletes the table of that name. Throws Exception when there is none. No handle, filter, predicate or
     /// model may refer to it any more.
     void dropTable(const QString &name);
-    /// Takes the table of that name out of the catalogue and hands it over, for whoever must keep it alive for
-    /// its rows. Throws Exception when there is none.
+    /// Takes the table of that name out of the catalogue and hands it over, for whoever must keep it alive
+    /// for its rows. Throws Exception when there is none.
     std::unique_ptr<MemoryTable> takeTable(const QString &name);
     /// Deletes all tables.
     void clear();

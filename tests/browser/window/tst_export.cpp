@@ -3,6 +3,8 @@
 
 #include <database/memorytable.h>
 
+#include <hostkit/parallel/threadpool.h>
+
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QFile>
@@ -207,7 +209,7 @@ private Q_SLOTS:
         table->unlock();
 
         QVERIFY2(elapsed < 10000, qPrintable(QString::number(elapsed)));
-        QVERIFY(QThreadPool::globalInstance()->waitForDone(30000));
+        QVERIFY(parallel::threadPool()->waitForDone(30000));
         QVERIFY(!QFile::exists(file));
     }
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/rowexport.h>
 #include <database/memorytable.h>
+#include <hostkit/parallel/threadpool.h>
 #include <support/exceptions.h>
 
 #include <QClipboard>
@@ -78,7 +79,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_export.reset();
-        QVERIFY(QThreadPool::globalInstance()->waitForDone(30000));
+        QVERIFY(parallel::threadPool()->waitForDone(30000));
         m_table.reset();
     }
 
@@ -205,7 +206,7 @@ private Q_SLOTS:
             m_export.reset();
             QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
         }
-        QVERIFY(QThreadPool::globalInstance()->waitForDone(30000));
+        QVERIFY(parallel::threadPool()->waitForDone(30000));
         QCoreApplication::processEvents();
 
         QCOMPARE(m_events, QStringList());
