@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/filters/filterlist.h>
-#include <hostkit/parallel/threadpool.h>
 #include <hostkit/table/tablemodel.h>
 
 #include <database/memorytable.h>
@@ -10,14 +9,10 @@
 
 #include <support/exceptions.h>
 
-#include <QScopeGuard>
-#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThreadPool>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -29,22 +24,11 @@ using namespace Qt::StringLiterals;
 namespace {
 /// How many more bytes operator new gives to the thread of the test; below 0 without end.
 qint64 bytesLeft = -1;
-/// How many more times it gives any to the threads of the test's pool; below 0 without end.
-std::atomic<qint64> poolAllocationsLeft = -1;
 thread_local bool isTestThread = false;
-/// Only threads that are there already: Qt ends the program when a new one has no memory to begin with.
-thread_local bool isPoolThread = false;
 
 bool isMemoryLeft(size_t size)
 {
-    if (isTestThread)
-        return bytesLeft < 0 || qint64(size) <= bytesLeft;
-    if (!isPoolThread)
-        return true;
-    qint64 left = poolAllocationsLeft;
-    while (left > 0 && !poolAllocationsLeft.compare_exchange_weak(left, left - 1)) {
-    }
-    return left != 0;
+    return !isTestThread || bytesLeft < 0 || qint64(size) <= bytesLeft;
 }
 
 /// Notes that \a size bytes were given, or taken back when it is negative.
@@ -218,58 +202,6 @@ private Q_SLOTS:
         }
 
         QVERIFY(failures > 20);
-    }
-
-    void keepsItsRowsWhenThereIsNoMemoryInThePass()
-    {
-        constexpr int threads = 8;
-        QThreadPool pool;
-        pool.setMaxThreadCount(threads);
-        pool.setExpiryTimeout(-1);
-        QSemaphore begun;
-        QSemaphore end;
-        for (int i = 0; i < threads; ++i) {
-            pool.start([&] {
-                isPoolThread = true;
-                begun.release();
-                end.acquire();
-            });
-        }
-        begun.acquire(threads);
-        end.release(threads);
-        QTRY_COMPARE(pool.activeThreadCount(), 0);
-        parallel::setThreadPool(&pool);
-        const auto poolBack = qScopeGuard([&] {
-            pool.waitForDone();
-            parallel::setThreadPool(nullptr);
-        });
-
-        int failures = 0;
-        for (qint64 allowed = 0; allowed < 40; ++allowed) {
-            init();
-            TableModel model(m_table, {0});
-            model.setThreadCount(1);
-            FilterList filters(m_table);
-            filters.add(new LambdaFilter([](const Record &row) { return id(row) <= 3; }));
-            QSignalSpy failed(&model, &TableModel::passFailed);
-            model.setFilters(&filters);
-            model.setSortKeys({{.column = 0, .order = Qt::DescendingOrder}});
-            m_table.append({qint32(7)});
-            model.reload();
-            // Its own thread does nothing but wait.
-            poolAllocationsLeft = allowed;
-            const auto back = qScopeGuard([] { poolAllocationsLeft = -1; });
-            model.waitForPass();
-
-            const bool isComplete = failed.isEmpty();
-            QCOMPARE(shown(model), isComplete ? u"7 6 5 4"_s : u"1 2 3 4 5 6"_s);
-            if (!isComplete) {
-                ++failures;
-                QCOMPARE(failed[0][0].toString(), u"Недостаточно памяти"_s);
-            }
-        }
-
-        QVERIFY(failures > 5);
     }
 };
 
