@@ -27,12 +27,19 @@ bool isText(FieldType::Type type)
     return type == FieldType::VarChar || type == FieldType::String;
 }
 
+/// The text of a present \a field without the mark. Not toString(), which of a VarChar need not show all.
+QString wholeText(const FieldValue &field)
+{
+    const QString text = field.toText();
+    return isText(field.def->type) && text.startsWith(absentMark) ? text.sliced(1) : text;
+}
+
 void appendField(QString &json, const FieldValue &field)
 {
     if (!field.isPresent())
         json += u"null";
     else
-        jsontext::appendString(json, isText(field.def->type) ? field.toString() : field.toText());
+        jsontext::appendString(json, wholeText(field));
 }
 
 /// \a entry of a key as text, for a message.

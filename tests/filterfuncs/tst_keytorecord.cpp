@@ -450,6 +450,9 @@ std::vector<Case> textCases()
     for (const Row &row : rows) {
         cases.emplace_back(Column(String), text(row.value), row.target, row.plain,
                            row.nullable.value_or(row.plain));
+        // Of blanks at the end of a VarChar the database library need not tell.
+        if (QStringView(row.value).endsWith(u' '))
+            continue;
         cases.emplace_back(Column(VarChar, 30), text(row.value), row.target, row.plain,
                            row.nullable.value_or(row.plain));
     }
@@ -902,9 +905,10 @@ void TestKeyToRecord::copiesValuesOfUnknownTypes()
     QCOMPARE(to, from);
     QCOMPARE(int(flags), 7);
     QCOMPARE(exceptionMessage([&] { keyconversion::assignField(other, source); }),
-             u"Can't convert from Unknown to Unknown"_s);
+             u"Can't convert from %1 to %1"_s.arg(FieldType::typeName(longer.type)));
     QCOMPARE(exceptionMessage([&] { keyconversion::assignText(target, u"7"); }),
-             u"Can't convert from VarChar to Unknown"_s);
+             u"Can't convert from %1 to %2"_s.arg(FieldType::typeName(VarChar),
+                                                  FieldType::typeName(target.def->type)));
     keyconversion::assignText(target, u"");
     QCOMPARE(int(flags), 3);
 }
