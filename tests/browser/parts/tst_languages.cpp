@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <support/windowfixture.h>
 
-#include <hostkit/views/icons.h>
 #include <hostkit/views/filterpanel.h>
+#include <hostkit/views/icons.h>
 
 #include <QAbstractButton>
 #include <QDialogButtonBox>

@@ -78,7 +78,8 @@ void tst_IniText::readsWhatQSettingsReads_data()
     QTest::addColumn<QByteArray>("content");
 
     QTest::newRow("plain") << QByteArray("a=1\n[g]\nb=2\n");
-    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf" "a=1\n");
+    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf"
+                                                   "a=1\n");
     QTest::newRow("byte order mark and section") << QByteArray("\xef\xbb\xbf[g]\na=1\n");
     QTest::newRow("head that nothing ends") << QByteArray("[g\na=1\n");
     QTest::newRow("unreadable lines") << QByteArray("# c\n[g]\nwords\na=1\n#b=2\n");
