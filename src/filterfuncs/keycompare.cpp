@@ -42,5 +42,5 @@ quint64 keycompare::shortestDecimal(qint64 word)
         return 0;
     for (; unscaled % 10 == 0 && scale > decimal::minScale; --scale)
         unscaled /= 10;
-    return (quint64(unscaled) & decimal::valueMask) | ((quint64(scale) << 56) & decimal::scaleMask);
+    return (quint64(unscaled) & decimal::valueMask) | (quint64(scale & 0x7F) << 56);
 }
