@@ -352,10 +352,10 @@ CommandLine CommandLine::parse(const QStringList &arguments, bool canShowWindow)
 
     const bool isRead = parser.parse(QStringList{QString()} + arguments);
     CommandLine result;
-    for (const auto &[option, action] :
+    for (const auto &[option, asked] :
          {std::pair(&helpOption, Action::Help), std::pair(&shortHelpOption, Action::ShortHelp),
           std::pair(&versionOption, Action::Version)}) {
-        result.action = action;
+        result.action = asked;
         if (parser.isSet(*option))
             return result;
     }
