@@ -236,8 +236,8 @@ void CommandLine::Reading::take(const QCommandLineParser &parser)
         option->take(*this, "--"_L1 + name, value);
     }
     const QStringList databases = parser.positionalArguments();
-    for (const QString &database : databases)
-        takeDatabase(database);
+    for (const QString &name : databases)
+        takeDatabase(name);
 }
 
 void CommandLine::Reading::check() const

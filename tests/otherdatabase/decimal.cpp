@@ -58,7 +58,7 @@ decimal decimal::fromDouble(double value, short scale)
 decimal decimal::fromUnscaled(qint64 unscaled, short scale)
 {
     const bool negative = unscaled < 0;
-    const DecimalKernel value{negative, negative ? -quint64(unscaled) : quint64(unscaled), scale};
+    const DecimalKernel value{negative, negative ? 0 - quint64(unscaled) : quint64(unscaled), scale};
     if (!value.fits(bits))
         refuse(value.toExactText());
     return stored(value);

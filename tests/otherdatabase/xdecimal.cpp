@@ -42,7 +42,7 @@ DecimalKernel numberOf(const xdecimal &value)
 xdecimal::xdecimal(long long value, short scale)
 {
     const bool negative = value < 0;
-    const DecimalKernel given{negative, negative ? -quint64(value) : quint64(value), scale};
+    const DecimalKernel given{negative, negative ? 0 - quint64(value) : quint64(value), scale};
     if (!given.fits(bits))
         refuse(given.toExactText());
     *this = stored(given);
