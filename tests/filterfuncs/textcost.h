@@ -7,8 +7,8 @@
 
 #include <QList>
 
-/// Whether the database library at hand allocates memory to compare \a record in one of \a columns, as it may where
-/// that takes a text.
+/// Whether the database library at hand allocates memory to compare \a record in one of \a columns, as it
+/// may where that takes a text.
 inline bool comparisonAllocates(const Record &record, const QList<int> &columns)
 {
     const AllocationCounter allocations;

@@ -4,8 +4,8 @@
 #include <QString>
 #include <QStringView>
 
-/// A number as sign, magnitude and scale: what decimal and xdecimal have in common here. Digits that are given up
-/// are cut off, never rounded.
+/// A number as sign, magnitude and scale: what decimal and xdecimal have in common here. Digits that are
+/// given up are cut off, never rounded.
 struct DecimalKernel
 {
     using Magnitude = unsigned __int128;
@@ -25,8 +25,8 @@ struct DecimalKernel
     int compare(const DecimalKernel &other) const;
     /// The product of two doubles, so equal numbers of different scales may have different doubles.
     double toDouble() const;
-    /// Plain digits, without an exponent and without zeros at the end of the fraction: it keeps the number, but
-    /// not its scale.
+    /// Plain digits, without an exponent and without zeros at the end of the fraction: it keeps the number,
+    /// but not its scale.
     QString toString() const;
     /// As many digits behind the point as the scale says, or the zeros of a negative scale as "e3".
     QString toExactText() const;

@@ -13,8 +13,8 @@
 
 #include "pagedindex_p.h"
 
-/// A row's data area begins with eight bytes that mean nothing, then come the presence bits of the nullable columns,
-/// two bits for each, then the columns. Whatever no value uses holds `filler`.
+/// A row's data area begins with eight bytes that mean nothing, then come the presence bits of the nullable
+/// columns, two bits for each, then the columns. Whatever no value uses holds `filler`.
 class TablePrivate
 {
 public:
