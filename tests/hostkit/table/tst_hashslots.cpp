@@ -86,7 +86,7 @@ private Q_SLOTS:
         std::unordered_map<quint64, int> oracle;
 
         for (int i = 0; i < 5000; ++i) {
-            const quint64 key = random.bounded(2000);
+            const quint64 key = random.bounded(2000U);
             const auto known = oracle.try_emplace(key, int(oracle.size()) + 1).first;
             QVERIFY2(numbers.numberOf(key) == known->second,
                      seedMessage(seed, u"key %1"_s.arg(key)).constData());
