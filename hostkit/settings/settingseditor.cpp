@@ -60,6 +60,8 @@ SettingsEditor::SettingsEditor(const QVariant &value, QWidget *parent) : QFrame(
 
 SettingsEditor::~SettingsEditor()
 {
+    // QWidget's destructor moves the focus, when this is no editor any more.
+    disconnect(qApp, nullptr, this, nullptr);
     delete m_message;
 }
 
