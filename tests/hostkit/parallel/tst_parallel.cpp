@@ -108,8 +108,8 @@ private Q_SLOTS:
 
     void doesAllTheWorkItselfWhenThePoolIsFull()
     {
-        Pool pool(1);
         std::atomic<bool> isOver = false;
+        Pool pool(1);
         const auto end = qScopeGuard([&] {
             isOver = true;
             isOver.notify_all();

@@ -178,7 +178,8 @@ private Q_SLOTS:
     void cleanup()
     {
         m_widget.reset();
-        parallel::waitForWaiters(*m_table);
+        if (m_table)
+            parallel::waitForWaiters(*m_table);
         m_table.reset();
     }
 
