@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr DecimalNumber::Room room(56);
+constexpr DecimalNumber::Room decimalRoom(56);
 
 DecimalNumber number(const decimal &value)
 {
@@ -35,7 +35,7 @@ decimal::decimal(const QString &text) : decimal(QStringView(text)) {}
 decimal::decimal(const QStringView &text)
 {
     DecimalNumber value;
-    switch (value.read(text, room)) {
+    switch (value.read(text, decimalRoom)) {
     case DecimalNumber::Result::Good:
         *this = stored(value);
         return;
@@ -50,7 +50,7 @@ decimal::decimal(const QStringView &text)
 std::optional<decimal> decimal::fromString(QStringView text)
 {
     DecimalNumber value;
-    if (value.read(text, room) != DecimalNumber::Result::Good)
+    if (value.read(text, decimalRoom) != DecimalNumber::Result::Good)
         return std::nullopt;
     return stored(value);
 }
@@ -58,7 +58,7 @@ std::optional<decimal> decimal::fromString(QStringView text)
 decimal decimal::fromDouble(double value, short scale)
 {
     DecimalNumber result;
-    if (!result.assign(value, scale, room))
+    if (!result.assign(value, scale, decimalRoom))
         throwOverflow(QString::number(value, 'g', QLocale::FloatingPointShortest));
     return stored(result);
 }
@@ -66,7 +66,7 @@ decimal decimal::fromDouble(double value, short scale)
 decimal decimal::fromUnscaled(qint64 unscaled, short scale)
 {
     const DecimalNumber value{unscaled, scale};
-    if (!value.fits(room))
+    if (!value.fits(decimalRoom))
         throwOverflow(value.toExponentText());
     return stored(value);
 }
@@ -74,7 +74,7 @@ decimal decimal::fromUnscaled(qint64 unscaled, short scale)
 void decimal::setScale(short scale)
 {
     DecimalNumber value = number(*this);
-    if (!value.rescale(scale, room))
+    if (!value.rescale(scale, decimalRoom))
         throwOverflow(toString());
     *this = stored(value);
 }

@@ -14,7 +14,7 @@ namespace {
 
 // The 16 bytes are one little-endian word of 128 bits: bits 0 to 119 and 127 are the unscaled value in two's
 // complement, bits 120 to 126 the scale. It is the layout of decimal, twice as wide.
-constexpr DecimalNumber::Room room(120);
+constexpr DecimalNumber::Room xdecimalRoom(120);
 constexpr quint64 upperScaleMask = 0x7F00000000000000u;
 
 quint64 upperWord(const xdecimal &value)
@@ -37,7 +37,7 @@ DecimalNumber number(const xdecimal &value)
 }
 
 /// The stored form of a number that fits.
-xdecimal stored(const DecimalNumber &value)
+xdecimal storedXdecimal(const DecimalNumber &value)
 {
     const quint64 scale = (quint64(value.scale) << 56) & upperScaleMask;
     const auto upper = quint64(UInt128(value.unscaled) >> 64);
@@ -47,7 +47,7 @@ xdecimal stored(const DecimalNumber &value)
     return xdecimal::fromData(bytes);
 }
 
-[[noreturn]] void throwOverflow(const QString &text)
+[[noreturn]] void throwXdecimalOverflow(const QString &text)
 {
     throw Exception(QStringLiteral("XDecimal overflow: '%1'").arg(text));
 }
@@ -57,40 +57,40 @@ xdecimal stored(const DecimalNumber &value)
 xdecimal::xdecimal(long long value, short scale)
 {
     const DecimalNumber given{value, scale};
-    if (!given.fits(room))
-        throwOverflow(given.toExponentText());
-    *this = stored(given);
+    if (!given.fits(xdecimalRoom))
+        throwXdecimalOverflow(given.toExponentText());
+    *this = storedXdecimal(given);
 }
 
 xdecimal::xdecimal(const QStringView &text)
 {
     DecimalNumber value;
-    switch (value.read(text, room)) {
+    switch (value.read(text, xdecimalRoom)) {
     case DecimalNumber::Result::Good:
-        *this = stored(value);
+        *this = storedXdecimal(value);
         return;
     case DecimalNumber::Result::NotANumber:
         throw Exception(QStringLiteral("Can't convert from '%1' to XDecimal").arg(text));
     case DecimalNumber::Result::Overflow:
         break;
     }
-    throwOverflow(text.toString());
+    throwXdecimalOverflow(text.toString());
 }
 
 std::optional<xdecimal> xdecimal::fromString(QStringView text)
 {
     DecimalNumber value;
-    if (value.read(text, room) != DecimalNumber::Result::Good)
+    if (value.read(text, xdecimalRoom) != DecimalNumber::Result::Good)
         return std::nullopt;
-    return stored(value);
+    return storedXdecimal(value);
 }
 
 xdecimal xdecimal::fromDouble(double value, short scale)
 {
     DecimalNumber result;
-    if (!result.assign(value, scale, room))
-        throwOverflow(QString::number(value, 'g', QLocale::FloatingPointShortest));
-    return stored(result);
+    if (!result.assign(value, scale, xdecimalRoom))
+        throwXdecimalOverflow(QString::number(value, 'g', QLocale::FloatingPointShortest));
+    return storedXdecimal(result);
 }
 
 xdecimal xdecimal::fromData(const void *data)
@@ -103,9 +103,9 @@ xdecimal xdecimal::fromData(const void *data)
 void xdecimal::setScale(short scale)
 {
     DecimalNumber value = number(*this);
-    if (!value.rescale(scale, room))
-        throwOverflow(toString());
-    *this = stored(value);
+    if (!value.rescale(scale, xdecimalRoom))
+        throwXdecimalOverflow(toString());
+    *this = storedXdecimal(value);
 }
 
 short xdecimal::scale() const

@@ -18,7 +18,6 @@ namespace {
 /// The digits, and the scale, of a decimal column that declares neither.
 constexpr int openDigits = 36;
 constexpr int openScale = 10;
-constexpr int maxVarChar = 32767;
 constexpr int maxRaw = 65535;
 
 enum class Kind { Int, Int64, Double, Decimal, Text, DateTime, Bytes };

@@ -9,6 +9,9 @@
 
 namespace sito {
 
+/// The most that a VarChar column holds.
+inline constexpr int maxVarChar = 32767;
+
 /// What a declared type says of a column.
 struct DeclaredType
 {

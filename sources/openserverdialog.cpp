@@ -20,7 +20,6 @@ namespace {
 
 const QString driver = u"QPSQL"_s;
 constexpr int usualPort = 5432;
-constexpr int lastPort = 65535;
 constexpr int shownCharacters = 32;
 
 } // namespace
@@ -50,7 +49,7 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
 
     m_host->setText(u"localhost"_s);
     m_host->setMinimumWidth(fontMetrics().averageCharWidth() * shownCharacters);
-    m_port->setRange(1, lastPort);
+    m_port->setRange(1, SourceLocation::lastPort);
     m_port->setValue(usualPort);
     m_port->setGroupSeparatorShown(false);
     m_password->setEchoMode(QLineEdit::Password);

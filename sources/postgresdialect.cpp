@@ -114,7 +114,7 @@ QString listedName(const QString &schema, const QString &table, bool isFoundByNa
 /// What to select for \a column so that the driver hands over its value undamaged.
 QString expression(const SourceColumn &column, const QString &declaredType)
 {
-    const QString name = quoted(column.spec().name);
+    QString name = quoted(column.spec().name);
     if (column.spec().type == FieldType::DateTime) {
         // As texts: the driver would drop fractions of a second, and what it cannot read would seem absent.
         return declaredType.endsWith("with time zone"_L1)

@@ -33,7 +33,7 @@ bool PostgresRows::next()
 
 QVariant PostgresRows::value(int column) const
 {
-    const QVariant value = SqlRows::value(column);
+    QVariant value = SqlRows::value(column);
     if (!m_texts[size_t(column)] || value.isNull())
         return value;
     return value.toString().sliced(1);

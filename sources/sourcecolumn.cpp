@@ -29,7 +29,6 @@ constexpr int xdecimalDigits = 36;
 /// The digits before the point that a decimal column declared without digits keeps room for when its values
 /// need a larger scale.
 constexpr qint64 openWhole = 8;
-constexpr int maxVarChar = 32767;
 /// Doubles up to this hold every whole number.
 constexpr double maxExactWhole = 9007199254740992.0;
 /// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their

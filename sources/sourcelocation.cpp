@@ -17,7 +17,6 @@ namespace {
 
 const QString sqlite = u"QSQLITE"_s;
 const QString postgresql = u"QPSQL"_s;
-constexpr int lastPort = 65535;
 
 QString encoded(const QString &text, const QByteArray &asTheyAre = {})
 {
@@ -87,7 +86,7 @@ SourceLocation fromServerAddress(QString rest)
     if (port.size() > 1) {
         static const QRegularExpression digits(u"^:[0-9]{1,5}$"_s);
         result.port = port.sliced(1).toInt();
-        if (!port.contains(digits) || result.port < 1 || result.port > lastPort) {
+        if (!port.contains(digits) || result.port < 1 || result.port > SourceLocation::lastPort) {
             throw Exception(QCoreApplication::translate(
                 "SourceLocation",
                 "В адресе базы данных порт - не число от 1 до 65535 («@», «:» и «/» в имени "

@@ -19,6 +19,7 @@ struct SOURCES_EXPORT SourceLocation
     QString host = {};
     /// -1: the server's usual port.
     int port = -1;
+    static constexpr int lastPort = 65535;
     QString database = {};
     QString user = {};
     /// Is neither shown nor part of an address. Empty: PostgreSQL takes the variable PGPASSWORD or the

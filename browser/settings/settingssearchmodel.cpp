@@ -10,12 +10,6 @@
 
 namespace sito {
 
-namespace {
-
-constexpr int valueColumn = 2;
-
-} // namespace
-
 SettingsSearchModel::SettingsSearchModel(const SettingsChanges &changes, QObject *parent)
     : QSortFilterProxyModel(parent), m_changes(changes)
 {
@@ -70,7 +64,7 @@ void SettingsSearchModel::remark(const QModelIndex &parent)
     const int rows = rowCount(parent);
     if (rows == 0)
         return;
-    Q_EMIT dataChanged(index(0, 0, parent), index(rows - 1, valueColumn, parent),
+    Q_EMIT dataChanged(index(0, 0, parent), index(rows - 1, ValueColumn, parent),
                        {Qt::FontRole, PendingRole, Qt::AccessibleTextRole});
     for (int row = 0; row < rows; ++row)
         remark(index(row, 0, parent));
@@ -83,7 +77,7 @@ bool SettingsSearchModel::filterAcceptsRow(int row, const QModelIndex &parent) c
     const QModelIndex first = sourceModel()->index(row, 0, parent);
     if (settingsPath(first).contains(m_text, Qt::CaseInsensitive))
         return true;
-    for (int column = 0; column <= valueColumn; ++column) {
+    for (int column = 0; column <= ValueColumn; ++column) {
         const QVariant value = settingsValue(first.siblingAtColumn(column));
         const QString text =
             value.typeId() == QMetaType::QString ? value.toString() : settingsValueText(value);

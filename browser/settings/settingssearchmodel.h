@@ -14,6 +14,7 @@ class SettingsSearchModel : public QSortFilterProxyModel
     Q_OBJECT
 
 public:
+    static constexpr int ValueColumn = 2;
     /// Tells whether a row holds a pending change, or a removal below it.
     static constexpr int PendingRole = Qt::UserRole + 1;
 

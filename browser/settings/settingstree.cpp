@@ -21,8 +21,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int valueColumn = 2;
-
 int countRows(const QModelIndex &index)
 {
     int count = 1;
@@ -208,14 +206,17 @@ bool SettingsTree::finishEditing(SettingsDelegate::Refused refused)
 
 bool SettingsTree::isCurrentEditable() const
 {
-    return currentIndex().siblingAtColumn(valueColumn).flags().testFlag(Qt::ItemIsEditable);
+    return currentIndex()
+        .siblingAtColumn(SettingsSearchModel::ValueColumn)
+        .flags()
+        .testFlag(Qt::ItemIsEditable);
 }
 
 void SettingsTree::editCurrent()
 {
     if (!isCurrentEditable())
         return;
-    setCurrentIndex(currentIndex().siblingAtColumn(valueColumn));
+    setCurrentIndex(currentIndex().siblingAtColumn(SettingsSearchModel::ValueColumn));
     edit(currentIndex());
 }
 
@@ -265,7 +266,7 @@ void SettingsTree::retranslate()
     setAccessibleName(tr("Записи"));
     // The headers and marks come with the models' texts.
     if (m_proxy->sourceModel())
-        Q_EMIT m_proxy->sourceModel()->headerDataChanged(Qt::Horizontal, 0, valueColumn);
+        Q_EMIT m_proxy->sourceModel()->headerDataChanged(Qt::Horizontal, 0, SettingsSearchModel::ValueColumn);
     viewport()->update();
 }
 

@@ -18,15 +18,15 @@ using Icons::Shape;
 
 namespace {
 
-constexpr const char *context = "sito::PageActions";
+constexpr const char *pageContext = "sito::PageActions";
 
-struct Entry
+struct PageEntry
 {
     QAction *PageActions::*action;
     ActionSpec spec;
 };
 
-QList<Entry> entries()
+QList<PageEntry> pageEntries()
 {
     using P = PageActions;
     return {
@@ -88,8 +88,8 @@ QList<Entry> entries()
 
 PageActions::PageActions(QWidget &owner) : QObject(&owner)
 {
-    const QList<Entry> all = entries();
-    for (const Entry &entry : all)
+    const QList<PageEntry> all = pageEntries();
+    for (const PageEntry &entry : all)
         this->*entry.action = entry.spec.make(owner);
     sessions->setCheckable(true);
 
@@ -158,9 +158,9 @@ void PageActions::update()
 
 void PageActions::retranslate()
 {
-    const QList<Entry> all = entries();
-    for (const Entry &entry : all)
-        entry.spec.translate(*(this->*entry.action), context);
+    const QList<PageEntry> all = pageEntries();
+    for (const PageEntry &entry : all)
+        entry.spec.translate(*(this->*entry.action), pageContext);
 }
 
 void PageActions::fillColumnsMenu(QMenu &menu)

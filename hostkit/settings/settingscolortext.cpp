@@ -2,9 +2,9 @@
 #include <hostkit/settings/settingscolortext_p.h>
 
 #include <hostkit/settings/settingsnumbertext_p.h>
+#include <hostkit/settings/settingstexts_p.h>
 
 #include <QColor>
-#include <QCoreApplication>
 #include <QRegularExpression>
 #include <QRgba64>
 #include <QStringList>
@@ -18,11 +18,6 @@ namespace sito::SettingsText {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Texts
-{
-    Q_DECLARE_TR_FUNCTIONS(SettingsText)
-};
 
 template <typename... Numbers>
 QString call(QLatin1StringView name, Numbers... numbers)
@@ -70,7 +65,7 @@ QString colorText(const QColor &color)
     case QColor::Invalid:
         return {};
     case QColor::Rgb: {
-        const QString name = color.name(color.alpha() == 255 ? QColor::HexRgb : QColor::HexArgb);
+        QString name = color.name(color.alpha() == 255 ? QColor::HexRgb : QColor::HexArgb);
         if (QColor(name) == color)
             return name;
         const QRgba64 exact = color.rgba64();

@@ -1,22 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingsescapes_p.h>
 
+#include <hostkit/settings/settingstexts_p.h>
+
 #include <QByteArray>
-#include <QCoreApplication>
 #include <QRegularExpression>
 
 namespace sito::SettingsText {
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-struct Texts
-{
-    Q_DECLARE_TR_FUNCTIONS(SettingsText)
-};
-
-} // namespace
 
 QString bytesText(const QByteArray &bytes)
 {

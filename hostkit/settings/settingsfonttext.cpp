@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingsfonttext_p.h>
 
-#include <QCoreApplication>
+#include <hostkit/settings/settingstexts_p.h>
+
 #include <QFont>
 #include <QStringList>
 
@@ -12,11 +13,6 @@ namespace sito::SettingsText {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Texts
-{
-    Q_DECLARE_TR_FUNCTIONS(SettingsText)
-};
 
 /// Whether QFont reads \a text without a complaint.
 bool isFont(const QString &text)
@@ -80,7 +76,7 @@ QString fontText(const QFont &font)
 
 std::optional<QFont> fontOf(const QFont &old, const QString &text, QString *problem)
 {
-    const auto font = changed(old, text);
+    auto font = changed(old, text);
     if (!font)
         *problem = Texts::tr("Шрифт пишется так: семейство,размер - или выбирается кнопкой справа");
     return font;

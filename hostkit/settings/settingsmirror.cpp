@@ -105,7 +105,7 @@ void SettingsMirror::insert(Node *parent, int first, const QList<Node *> &nodes)
 QList<SettingsMirror::Node *> SettingsMirror::take(Node *parent, int first, int count)
 {
     forgetPlaces();
-    const QList<Node *> taken = parent->children.mid(first, count);
+    QList<Node *> taken = parent->children.mid(first, count);
     parent->children.remove(first, count);
     renumber(parent, first);
     return taken;

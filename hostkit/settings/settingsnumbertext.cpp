@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingsnumbertext_p.h>
 
-#include <QCoreApplication>
+#include <hostkit/settings/settingstexts_p.h>
+
 #include <QRegularExpression>
 
 namespace sito::SettingsText {
@@ -9,11 +10,6 @@ namespace sito::SettingsText {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Texts
-{
-    Q_DECLARE_TR_FUNCTIONS(SettingsText)
-};
 
 template <typename Place, typename Size>
 QString placeText(Place left, Place top, Size width, Size height)

@@ -5,10 +5,10 @@
 #include <hostkit/settings/settingsescapes_p.h>
 #include <hostkit/settings/settingsfonttext_p.h>
 #include <hostkit/settings/settingsnumbertext_p.h>
+#include <hostkit/settings/settingstexts_p.h>
 #include <hostkit/settings/settingstimetext_p.h>
 
 #include <QColor>
-#include <QCoreApplication>
 #include <QFont>
 #include <QKeySequence>
 #include <QUrl>
@@ -23,11 +23,6 @@ namespace sito::SettingsText {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Texts
-{
-    Q_DECLARE_TR_FUNCTIONS(SettingsText)
-};
 
 QString plainText(const QString &text)
 {

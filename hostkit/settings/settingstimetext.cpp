@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingstimetext_p.h>
 
-#include <QCoreApplication>
+#include <hostkit/settings/settingstexts_p.h>
+
 #include <QDateTime>
 #include <QRegularExpression>
 #include <QTimeZone>
@@ -13,11 +14,6 @@ namespace sito::SettingsText {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Texts
-{
-    Q_DECLARE_TR_FUNCTIONS(SettingsText)
-};
 
 QString offsetText(int seconds)
 {
@@ -79,7 +75,7 @@ QString dateTimeText(const QDateTime &dateTime)
 {
     if (!dateTime.isValid())
         return {};
-    const QString text = dateText(dateTime.date()) + u'T' + timeText(dateTime.time());
+    QString text = dateText(dateTime.date()) + u'T' + timeText(dateTime.time());
     switch (dateTime.timeSpec()) {
     case Qt::UTC:
         return text + u'Z';

@@ -15,7 +15,7 @@
 namespace sito {
 
 namespace {
-constexpr size_t chunkSize = 1 << 12;
+constexpr size_t rowsAtOnce = 1 << 12;
 /// How many rows a thread asks the predicates about before it looks whether it is to stop.
 constexpr size_t stopInterval = 64;
 } // namespace
@@ -74,7 +74,7 @@ std::vector<quint8> RowPass::filtered(const parallel::Context &context) const
         return std::any_of(predicates.begin(), predicates.end(),
                            [&row](const auto &predicate) { return predicate->filter(row); });
     };
-    parallel::forRanges(context, visible.size(), chunkSize, [&](size_t first, size_t last) {
+    parallel::forRanges(context, visible.size(), rowsAtOnce, [&](size_t first, size_t last) {
         for (size_t id = first; id < last; ++id) {
             if (id % stopInterval == 0)
                 context.stop.throwIfStopped();
