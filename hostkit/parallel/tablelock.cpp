@@ -133,7 +133,7 @@ private:
         const std::lock_guard lock(m_mutex);
         std::vector<std::shared_ptr<Request>> &requests = m_requests.find(&table)->second;
         while (!requests.empty()) {
-            const std::shared_ptr<Request> first = std::move(requests.front());
+            std::shared_ptr<Request> first = std::move(requests.front());
             requests.erase(requests.begin());
             Request::State state = Request::Waiting;
             if (first->state.compare_exchange_strong(state, Request::Running))

@@ -61,7 +61,7 @@ public:
 
     /// Does the work, and holds the table's lock while it reads rows. Throws parallel::Stopped,
     /// std::bad_alloc and what the predicates throw.
-    void run(const parallel::Context &context);
+    void run(const parallel::Context &given);
 
     // To be read when it has ended.
     const Result &result() const { return m_result; }

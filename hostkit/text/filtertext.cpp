@@ -10,7 +10,7 @@ namespace sito {
 
 QString displayName(const Filter &filter)
 {
-    const QString name = filter.name();
+    QString name = filter.name();
     if (!name.isEmpty())
         return name;
     if (qobject_cast<const SecuritiesSessionFilter *>(&filter))

@@ -91,7 +91,7 @@ QStringList jsontext::readStrings(const QString &json)
 {
     const QJsonArray array = readArray(json);
     QStringList texts;
-    for (const QJsonValue &entry : array) {
+    for (const auto &entry : array) {
         if (!entry.isString())
             throw Exception(QCoreApplication::translate("KeyText", "В JSON не список строк"));
         texts.append(entry.toString());

@@ -100,7 +100,7 @@ KeyValue keychecks::keyFromText(const ValueFilter &filter, const QString &value)
 {
     const QStringList parts = value.split(u',');
     requireFieldCount(parts.size(), filter.columns().size(), value);
-    const KeyValue key = filter.ValueFilter::valueToKey(value);
+    KeyValue key = filter.ValueFilter::valueToKey(value);
     for (qsizetype i = 0; i < key.size(); ++i) {
         const FieldValue &field = key.at(i);
         const int column = filter.columns().at(i);

@@ -56,7 +56,7 @@ QString entryText(const QJsonValue &entry)
 QString keyText(const QJsonArray &entries)
 {
     QStringList texts;
-    for (const QJsonValue &entry : entries)
+    for (const auto &entry : entries)
         texts.append(entryText(entry));
     return u'[' + texts.join(u',') + u']';
 }
@@ -109,7 +109,7 @@ void keysFromJson(ValueFilter &filter, const QString &json)
     const QJsonArray array = jsontext::readArray(json);
     QList<KeyValue> keys;
     keys.reserve(array.size());
-    for (const QJsonValue &entry : array) {
+    for (const auto &entry : array) {
         const auto fits = [](const QJsonValue &value) { return value.isString() || value.isNull(); };
         const QJsonArray fields = entry.toArray();
         if (!entry.isArray() || !std::all_of(fields.begin(), fields.end(), fits)) {

@@ -211,17 +211,17 @@ void FilteredTableView::sortBy(int section, bool adding)
 
 void FilteredTableView::setSorting(int section, Qt::SortOrder order, bool adding)
 {
-    const TableModel::SortKey wanted{m_model->columns().at(section), order};
+    const TableModel::SortKey chosen{m_model->columns().at(section), order};
     QList<TableModel::SortKey> keys;
     if (adding)
         keys = m_model->sortKeys();
-    const auto key = std::find_if(keys.begin(), keys.end(), [&wanted](const TableModel::SortKey &one) {
-        return one.column == wanted.column;
+    const auto key = std::find_if(keys.begin(), keys.end(), [&chosen](const TableModel::SortKey &one) {
+        return one.column == chosen.column;
     });
     if (key == keys.end())
-        keys.append(wanted);
+        keys.append(chosen);
     else
-        *key = wanted;
+        *key = chosen;
     m_model->setSortKeys(keys);
     updateHeader();
 }

@@ -100,7 +100,7 @@ QString setGroup(const QString &view, const QString &name)
 QStringList groupsBelow(QSettings &store, const QString &group)
 {
     store.beginGroup(group);
-    const QStringList groups = store.childGroups();
+    QStringList groups = store.childGroups();
     store.endGroup();
     return groups;
 }

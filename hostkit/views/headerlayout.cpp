@@ -42,7 +42,7 @@ void HeaderLayout::restore(QHeaderView &header, TableModel &model, const QString
     const QJsonArray columns = layout.value("columns"_L1).toArray();
     int visual = 0;
     int shown = header.count();
-    for (const QJsonValue &value : columns) {
+    for (const auto &value : columns) {
         const QJsonObject column = value.toObject();
         const int section = model.section(model.table()->columnIndex(column.value("name"_L1).toString()));
         if (section < 0)
@@ -58,7 +58,7 @@ void HeaderLayout::restore(QHeaderView &header, TableModel &model, const QString
     }
     QList<TableModel::SortKey> keys;
     const QJsonArray sorting = layout.value("sorting"_L1).toArray();
-    for (const QJsonValue &value : sorting) {
+    for (const auto &value : sorting) {
         const QJsonObject key = value.toObject();
         const int column = model.table()->columnIndex(key.value("name"_L1).toString());
         if (column >= 0) {

@@ -71,7 +71,7 @@ void ViewAnchor::takeSelection()
     std::map<std::pair<int, int>, std::vector<bool>> places;
     for (const QItemSelectionRange &range : selection) {
         std::vector<bool> &selected = places[{range.left(), range.right()}];
-        selected.resize(size_t(m_model->rowCount() + 1));
+        selected.resize(size_t(m_model->rowCount()) + 1);
         for (int row = range.top(); row <= range.bottom(); ++row) {
             const int place = m_model->rowAfterPass(row);
             if (place >= 0 && size_t(place) >= selected.size())
