@@ -296,7 +296,7 @@ KeyOption CommandLine::keyOption(const QString &option, const QString &value, bo
     const qsizetype equals = value.indexOf(u'=');
     if (equals <= 0)
         throw UsageError{tr("параметр %1 ждёт СТОЛБЦЫ=КЛЮЧИ, а не «%2»").arg(option, value)};
-    const KeyOption result{keep, value.first(equals).split(u','), value.sliced(equals + 1)};
+    KeyOption result{keep, value.first(equals).split(u','), value.sliced(equals + 1)};
     if (result.keys.isEmpty()) {
         throw UsageError{
             tr("параметр %1: для «%2» не дано ни одного ключа (пустое значение одного столбца пишется «|»)")
