@@ -81,7 +81,6 @@ void HeadlessReport::run()
     for (const auto &filter : m_filters)
         m_predicates.emplace_back(filter->createFilterFunc(nullptr));
 
-    const std::lock_guard<const Table> lock(table);
     qint64 wantedRows = 0;
     if (m_commandLine.action == CommandLine::Action::Head)
         wantedRows = m_commandLine.headRows;
@@ -144,6 +143,7 @@ void HeadlessReport::list()
 
 HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wantedRows) const
 {
+    const std::lock_guard<const Table> lock(table);
     Pass result;
     QElapsedTimer timer;
     timer.start();
@@ -156,23 +156,24 @@ HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wante
             continue;
         }
         if (result.shown < wantedRows)
-            result.rows.push_back(row);
+            result.rows.push_back(record);
         ++result.shown;
     }
     result.nanoseconds = timer.nsecsElapsed();
     return result;
 }
 
-void HeadlessReport::printRows(const MemoryTable &table, const std::vector<unsigned char *> &rows)
+void HeadlessReport::printRows(const MemoryTable &table, const std::vector<Record> &rows)
 {
+    const std::lock_guard<const Table> lock(table);
     const int columnCount = table.columnCount();
     std::vector<QStringList> lines(1);
     for (int column = 0; column < columnCount; ++column)
         lines[0].append(shortenedText(printable(table.columnName(column)), maxShownWidth));
-    for (unsigned char *row : rows) {
+    for (const Record &row : rows) {
         QStringList line;
         for (int column = 0; column < columnCount; ++column) {
-            const QString text = cellText(table.dataPtr(row, column)).value_or(u"NULL"_s);
+            const QString text = cellText(row.field(column)).value_or(u"NULL"_s);
             line.append(shortenedText(printable(text), maxShownWidth));
         }
         lines.push_back(line);
@@ -197,11 +198,11 @@ void HeadlessReport::printRows(const MemoryTable &table, const std::vector<unsig
     m_out << '\n';
 }
 
-void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<unsigned char *> &rows) const
+void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<Record> &rows) const
 {
     QList<int> columns(table.columnCount());
     std::iota(columns.begin(), columns.end(), 0);
-    exportCsvFile(m_commandLine.exportFile, TableExport(table, columns, {rows.begin(), rows.end()}), m_file);
+    exportCsvFile(m_commandLine.exportFile, TableExport(table, columns, rows), m_file);
 }
 
 } // namespace sito

@@ -3,6 +3,8 @@
 
 #include <browser/parts/commandline.h>
 
+#include <data/record.h>
+
 #include <QCoreApplication>
 #include <QString>
 #include <QTextStream>
@@ -42,7 +44,7 @@ private:
         qint64 hidden = 0;
         qint64 nanoseconds = 0;
         /// The first shown rows, as many as were asked for.
-        std::vector<unsigned char *> rows;
+        std::vector<Record> rows;
     };
 
     void openDatabase();
@@ -50,8 +52,8 @@ private:
     /// Says of which columns the values have more digits than declared.
     void noteWiderColumns(const MemoryTable &table);
     Pass pass(const MemoryTable &table, qint64 wantedRows) const;
-    void printRows(const MemoryTable &table, const std::vector<unsigned char *> &rows);
-    void exportRows(const MemoryTable &table, const std::vector<unsigned char *> &rows) const;
+    void printRows(const MemoryTable &table, const std::vector<Record> &rows);
+    void exportRows(const MemoryTable &table, const std::vector<Record> &rows) const;
 
     const CommandLine m_commandLine;
     QTextStream &m_out;

@@ -30,12 +30,12 @@ public:
     bool canCopy() const;
     /// Whether anything is being written or copied.
     bool isBusy() const;
-    /// What is being done, once that lasts, and how much of it, in thousandths; empty when nothing is.
+    /// What is being done, once that lasts, and how much of it, in percent; empty when nothing is.
     QString activity() const;
     int progress() const;
     /// Gives up what activity() tells of.
     void cancel();
-    /// Gives up everything; waits for it, but not long.
+    /// Gives up everything, and waits until it has ended.
     void stop();
 
     /// Asks for a file, and writes the rows of the page into it.

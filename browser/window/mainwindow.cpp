@@ -467,7 +467,7 @@ void MainWindow::updateActivity()
     else if (m_pages->passed() >= 0)
         m_status->showActivity(tr("Отбор и сортировка"), m_pages->passed(), 100);
     else
-        m_status->showActivity(m_exports->activity(), m_exports->progress(), 1000);
+        m_status->showActivity(m_exports->activity(), m_exports->progress(), 100);
 }
 
 void MainWindow::updateEmptyText()

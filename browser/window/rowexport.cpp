@@ -1,208 +1,135 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/rowexport.h>
 
-#include <hostkit/parallel/threadpool.h>
+#include <hostkit/parallel/task.h>
 #include <hostkit/text/exceptiontext.h>
 
 #include <QClipboard>
-#include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <optional>
 #include <utility>
 
 namespace sito {
 
-namespace {
-
-using namespace std::chrono_literals;
-
-/// What is done sooner is not worth a progress bar.
-constexpr std::chrono::milliseconds progressInterval = 100ms;
-constexpr std::chrono::milliseconds longestWait = 1s;
-
-} // namespace
-
-/// Shared by its thread, the object that began it, and the event that brings the result.
+/// The file or the copy.
 struct RowExport::Job
 {
-    enum class End { Done, Cancelled, Failed };
-
-    static void run(const std::shared_ptr<Job> &job);
-    void work();
-    bool isCopy() const { return fileName.isEmpty(); }
-
-    /// Let go after the rows, which lie in its tables.
-    std::shared_ptr<const void> keeper;
-    std::optional<TableExport> rows;
-    qint64 rowCount = 0;
-    /// Empty for the clipboard.
-    QString fileName = {};
-    QString source = {};
     QString activity = {};
-    /// Whether it lasts.
+    qint64 rowCount = 0;
+    /// Whether it lasts: what is done sooner is not worth a progress bar.
     bool isShown = false;
-    /// By another copy.
-    bool isSuperseded = false;
-    /// Where the result is used.
-    QThread *home = nullptr;
-
-    std::atomic<bool> isCancelled = false;
-    std::atomic<qint64> done = 0;
-    std::atomic<qint64> total = 0;
-
-    End end = End::Cancelled;
-    QString error;
-    std::unique_ptr<QMimeData> copied;
-
-    /// Guards the rest.
-    std::mutex mutex;
-    std::condition_variable ended;
-    bool hasEnded = false;
-    /// Null once nobody waits for the result.
-    RowExport *owner = nullptr;
+    bool isGivenUp = false;
+    /// Last: it waits for its thread.
+    parallel::Task task;
 };
 
-/// In a thread of the pool.
-void RowExport::Job::run(const std::shared_ptr<Job> &job)
+RowExport::RowExport(QObject *parent)
+    : QObject(parent), m_file(std::make_unique<Job>()), m_copy(std::make_unique<Job>())
 {
-    try {
-        job->work();
-    } catch (...) {
-        job->end = End::Failed;
-        job->error = currentExceptionText();
-    }
-    job->rows.reset();
-    job->keeper.reset();
-    const std::lock_guard guard(job->mutex);
-    job->hasEnded = true;
-    job->ended.notify_all();
-    if (job->owner) {
-        QMetaObject::invokeMethod(
-            job->owner, [owner = job->owner, job] { owner->finish(job); }, Qt::QueuedConnection);
-    }
-}
-
-void RowExport::Job::work()
-{
-    const auto count = [this](qint64 rowsDone, qint64 rowsTotal) {
-        done = rowsDone;
-        total = rowsTotal;
-        return !isCancelled;
-    };
-    bool isDone = false;
-    if (!isCopy()) {
-        isDone = exportCsvFile(fileName, *rows, source, count);
-    } else {
-        copied = rows->mimeData(count);
-        isDone = copied != nullptr;
-        if (isDone)
-            copied->moveToThread(home);
-    }
-    end = isDone ? End::Done : End::Cancelled;
-}
-
-RowExport::RowExport(QObject *parent) : QObject(parent)
-{
-    m_timer.setInterval(progressInterval);
-    connect(&m_timer, &QTimer::timeout, this, &RowExport::showProgress);
+    for (Job *job : {m_file.get(), m_copy.get()})
+        connect(&job->task, &parallel::Task::progressed, this, [this, job] { show(*job); });
 }
 
 RowExport::~RowExport()
 {
-    stop();
-    for (const std::shared_ptr<Job> &job : m_jobs) {
-        const std::lock_guard guard(job->mutex);
-        job->owner = nullptr;
-    }
+    // Both, before the first is waited for.
+    for (Job *job : {m_file.get(), m_copy.get()})
+        job->task.requestStop();
 }
 
 void RowExport::write(TableExport rows, const QString &fileName, const QString &source,
                       std::shared_ptr<const void> keeper)
 {
     Q_ASSERT(!isWriting());
-    auto job = std::make_shared<Job>();
-    job->keeper = std::move(keeper);
-    job->rows = std::move(rows);
-    job->fileName = fileName;
-    job->source = source;
-    job->activity = tr("Запись в %1").arg(QFileInfo(fileName).fileName());
-    start(job);
+    start(*m_file, std::move(rows), std::move(keeper), tr("Запись в %1").arg(QFileInfo(fileName).fileName()),
+          [fileName, source](const TableExport &taken, const parallel::Context &context) {
+              exportCsvFile(fileName, taken, source, context);
+              return nullptr;
+          });
 }
 
 void RowExport::copy(TableExport rows, std::shared_ptr<const void> keeper)
 {
-    for (const std::shared_ptr<Job> &job : m_jobs) {
-        if (job->isCopy())
-            job->isCancelled = job->isSuperseded = true;
+    start(*m_copy, std::move(rows), std::move(keeper), tr("Копирование"),
+          [home = thread()](const TableExport &taken, const parallel::Context &context) {
+              std::unique_ptr<QMimeData> copied = taken.mimeData(context);
+              copied->moveToThread(home);
+              return copied;
+          });
+}
+
+/// What is under way of \a job is superseded.
+void RowExport::start(Job &job, TableExport rows, std::shared_ptr<const void> keeper, const QString &activity,
+                      Work work)
+{
+    // The rows lie in what the keeper holds, and so go first.
+    struct Content
+    {
+        std::shared_ptr<const void> keeper;
+        TableExport rows;
+    };
+    const qint64 rowCount = rows.rowCount();
+    const auto content = std::make_shared<Content>(Content{std::move(keeper), std::move(rows)});
+    job.task.start<std::unique_ptr<QMimeData>>(
+        [content, work = std::move(work)](const parallel::Context &context) mutable {
+            // To be deleted here: many rows take their time.
+            const std::shared_ptr<Content> taken = std::move(content);
+            return work(taken->rows, context);
+        },
+        [this, &job](std::unique_ptr<QMimeData> copied) { finish(job, std::move(copied)); },
+        [this, &job](const std::exception_ptr &error) { fail(job, error); });
+    job.activity = activity;
+    job.rowCount = rowCount;
+    job.isShown = job.isGivenUp = false;
+    m_running.removeOne(&job);
+    m_running.append(&job);
+    Q_EMIT changed();
+}
+
+void RowExport::finish(Job &job, std::unique_ptr<QMimeData> copied)
+{
+    m_running.removeOne(&job);
+    if (copied) {
+        QGuiApplication::clipboard()->setMimeData(copied.release());
+        Q_EMIT this->copied(job.rowCount);
+    } else {
+        Q_EMIT written(job.rowCount);
     }
-    auto job = std::make_shared<Job>();
-    job->keeper = std::move(keeper);
-    job->rows = std::move(rows);
-    job->activity = tr("Копирование");
-    start(job);
-}
-
-void RowExport::start(const std::shared_ptr<Job> &job)
-{
-    job->rowCount = job->rows->rowCount();
-    job->owner = this;
-    job->home = thread();
-    m_jobs.push_back(job);
-    if (!m_timer.isActive())
-        m_timer.start();
-    parallel::startThread([job] { Job::run(job); });
     Q_EMIT changed();
 }
 
-void RowExport::finish(const std::shared_ptr<Job> &job)
+void RowExport::fail(Job &job, const std::exception_ptr &error)
 {
-    std::erase(m_jobs, job);
-    if (m_jobs.empty())
-        m_timer.stop();
-    if (!job->isSuperseded)
-        tell(*job);
-    Q_EMIT changed();
-}
-
-void RowExport::tell(Job &job)
-{
-    switch (job.end) {
-    case Job::End::Done:
-        if (job.isCopy()) {
-            QGuiApplication::clipboard()->setMimeData(job.copied.release());
-            Q_EMIT copied(job.rowCount);
-        } else {
-            Q_EMIT written(job.rowCount);
-        }
-        break;
-    case Job::End::Cancelled:
+    m_running.removeOne(&job);
+    try {
+        std::rethrow_exception(error);
+    } catch (const parallel::Stopped &) {
         Q_EMIT cancelled();
-        break;
-    case Job::End::Failed:
-        Q_EMIT failed(job.error);
-        break;
+    } catch (...) {
+        Q_EMIT failed(currentExceptionText());
     }
+    Q_EMIT changed();
+}
+
+void RowExport::show(Job &job)
+{
+    job.isShown = true;
+    Q_EMIT changed();
 }
 
 bool RowExport::isWriting() const
 {
-    return std::any_of(m_jobs.begin(), m_jobs.end(),
-                       [](const std::shared_ptr<Job> &job) { return !job->isCopy(); });
+    return m_running.contains(m_file.get());
 }
 
 RowExport::Job *RowExport::current() const
 {
-    const auto job = std::find_if(m_jobs.rbegin(), m_jobs.rend(),
-                                  [](const std::shared_ptr<Job> &one) { return !one->isCancelled; });
-    return job == m_jobs.rend() ? nullptr : job->get();
+    const auto job =
+        std::find_if(m_running.rbegin(), m_running.rend(), [](const Job *one) { return !one->isGivenUp; });
+    return job == m_running.rend() ? nullptr : *job;
 }
 
 QString RowExport::activity() const
@@ -214,34 +141,25 @@ QString RowExport::activity() const
 int RowExport::progress() const
 {
     const Job *job = current();
-    const qint64 total = job ? job->total.load() : 0;
-    return total > 0 ? int(job->done * 1000 / total) : 0;
-}
-
-void RowExport::showProgress()
-{
-    for (const std::shared_ptr<Job> &job : m_jobs)
-        job->isShown = true;
-    Q_EMIT changed();
+    return job ? std::max(0, job->task.percent()) : 0;
 }
 
 void RowExport::cancel()
 {
     if (Job *job = current()) {
-        job->isCancelled = true;
+        job->isGivenUp = true;
+        job->task.requestStop();
         Q_EMIT changed();
     }
 }
 
 void RowExport::stop()
 {
-    for (const std::shared_ptr<Job> &job : m_jobs)
-        job->isCancelled = true;
-    const QDeadlineTimer deadline(longestWait);
-    for (const std::shared_ptr<Job> &job : m_jobs) {
-        std::unique_lock lock(job->mutex);
-        job->ended.wait_for(lock, deadline.remainingTimeAsDuration(), [&job] { return job->hasEnded; });
-    }
+    const QList<Job *> running = m_running;
+    for (Job *job : running)
+        job->task.requestStop();
+    for (Job *job : running)
+        job->task.wait();
 }
 
 } // namespace sito

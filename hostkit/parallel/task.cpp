@@ -97,8 +97,7 @@ parallel::Task::Task(QObject *parent) : QObject(parent), d(std::make_unique<Priv
 
 parallel::Task::~Task()
 {
-    if (d->current)
-        d->current->stop.requestStop();
+    requestStop();
     std::unique_lock lock(d->shared->mutex);
     d->shared->receiver = nullptr;
     d->shared->finished.notify_all();
@@ -159,11 +158,17 @@ void parallel::Task::startAside(std::function<void()> work)
     }
 }
 
+void parallel::Task::requestStop()
+{
+    if (d->current)
+        d->current->stop.requestStop();
+}
+
 void parallel::Task::cancel()
 {
     if (!d->current)
         return;
-    d->current->stop.requestStop();
+    requestStop();
     d->others.push_back(std::move(d->current));
 }
 

@@ -56,6 +56,8 @@ public:
     /// throw. Calls it here and now when there is not memory enough for a thread.
     void startAside(std::function<void()> work);
 
+    /// Tells the current work to stop; it reports what comes of that, Stopped as a rule.
+    void requestStop();
     /// Tells the current work to stop; it will report nothing.
     void cancel();
     /// Whether there is work that will report.

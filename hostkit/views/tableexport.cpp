@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/views/tableexport.h>
 
+#include <hostkit/parallel/tablelock.h>
 #include <hostkit/table/tablemodel.h>
 #include <hostkit/text/celltext.h>
 
@@ -19,7 +20,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -142,48 +142,6 @@ QString htmlCell(const Field &field)
 
 } // namespace
 
-/// Counts the rows that are done, over all forms of one operation.
-class TableExport::Count
-{
-public:
-    Count(const Progress &progress, qint64 total) : m_progress(progress), m_total(total) {}
-
-    /// Adds \a rows; returns false to cancel.
-    bool add(qint64 rows)
-    {
-        m_done += rows;
-        m_isGivenUp = m_progress && !m_progress(m_done, m_total);
-        return !m_isGivenUp;
-    }
-    bool isGivenUp() const { return m_isGivenUp; }
-
-    /// Calls \a read with every row of \a rows, and \a flush after some, with the table unlocked; false from
-    /// \a flush ends it as well. There is at least one call of \a flush.
-    template <typename Read, typename Flush>
-    bool walk(const Table &table, const std::vector<Record> &rows, Read read, Flush flush)
-    {
-        size_t first = 0;
-        do {
-            const size_t last = std::min(first + rowsAtOnce, rows.size());
-            {
-                const std::lock_guard lock(table);
-                for (size_t row = first; row < last; ++row)
-                    read(rows[row]);
-            }
-            if (!flush() || !add(qint64(last - first)))
-                return false;
-            first = last;
-        } while (first < rows.size());
-        return true;
-    }
-
-private:
-    const Progress &m_progress;
-    qint64 m_total;
-    qint64 m_done = 0;
-    bool m_isGivenUp = false;
-};
-
 TableExport::TableExport(const Table &table, const QList<int> &columns, std::vector<Record> rows)
     : m_table(&table), m_columns(columns), m_rows(std::move(rows))
 {
@@ -238,48 +196,66 @@ QList<int> TableExport::shownSections(const QHeaderView &header)
     return sections;
 }
 
-bool TableExport::writeCsv(QIODevice &device, const Progress &progress) const
+void TableExport::writeCsv(QIODevice &device, const parallel::Context &context) const
 {
-    Count count(progress, rowCount());
-    QString error;
-    if (!writeCsv(device, count, error)) {
-        if (!error.isNull())
-            throw Exception(error);
-        return false;
-    }
-    return true;
+    expect(context, 1);
+    if (!addCsv(device, context))
+        throw Exception(device.errorString());
 }
 
-QString TableExport::clipboardText(const Progress &progress) const
+QString TableExport::clipboardText(const parallel::Context &context) const
 {
-    Count count(progress, rowCount());
-    return clipboardText(count);
+    expect(context, 1);
+    return makeText(context);
 }
 
-QString TableExport::html(const Progress &progress) const
+QString TableExport::html(const parallel::Context &context) const
 {
-    Count count(progress, rowCount());
-    return html(count);
+    expect(context, 1);
+    return makeHtml(context);
 }
 
-std::unique_ptr<QMimeData> TableExport::mimeData(const Progress &progress) const
+std::unique_ptr<QMimeData> TableExport::mimeData(const parallel::Context &context) const
 {
-    Count count(progress, 3 * rowCount());
-    const QString text = clipboardText(count);
-    const QString page = count.isGivenUp() ? QString() : html(count);
+    expect(context, 3);
+    auto data = std::make_unique<QMimeData>();
+    data->setText(makeText(context));
+    data->setHtml(makeHtml(context));
     QBuffer csv;
     csv.open(QIODevice::WriteOnly);
-    QString error;
-    if (count.isGivenUp() || !writeCsv(csv, count, error))
-        return nullptr;
-    auto data = std::make_unique<QMimeData>();
-    data->setText(text);
-    data->setHtml(page);
+    addCsv(csv, context);
     data->setData(u"text/csv"_s, csv.data());
     return data;
 }
 
-bool TableExport::writeCsv(QIODevice &device, Count &count, QString &error) const
+/// All rows will be counted so many times.
+void TableExport::expect(const parallel::Context &context, int times) const
+{
+    if (context.progress)
+        context.progress->total = std::max<qint64>(1, times * rowCount());
+}
+
+/// Calls \a read with every row, under the table's lock, and \a flush after some, without it; ends when
+/// \a flush returns false, and returns that. There is at least one call of \a flush.
+template <typename Read, typename Flush>
+bool TableExport::walk(const parallel::Context &context, Read read, Flush flush) const
+{
+    size_t first = 0;
+    do {
+        const size_t last = std::min(first + rowsAtOnce, m_rows.size());
+        parallel::underLock(*m_table, context.stop, [&] {
+            for (size_t row = first; row < last; ++row)
+                read(m_rows[row]);
+        });
+        if (!flush())
+            return false;
+        context.advance(qint64(last - first));
+        first = last;
+    } while (first < m_rows.size());
+    return true;
+}
+
+bool TableExport::addCsv(QIODevice &device, const parallel::Context &context) const
 {
     QString text;
     // Halves of surrogate pairs become U+FFFD, where QString::toUtf8() would write a question mark.
@@ -298,24 +274,19 @@ bool TableExport::writeCsv(QIODevice &device, Count &count, QString &error) cons
         text += QChar(QChar::ByteOrderMark);
     if (m_headers)
         addLine([this](int column) -> std::optional<QString> { return m_table->columnName(column); });
-    return count.walk(
-        *m_table, m_rows,
+    return walk(
+        context,
         [&addLine](const Record &row) {
             addLine([&row](int column) { return cellText(row.field(column)); });
         },
-        [&text, &encode, &device, &error] {
+        [&text, &encode, &device] {
             const QByteArray bytes = encode(text);
             text.resize(0);
-            if (device.write(bytes) == bytes.size())
-                return true;
-            error = device.errorString();
-            if (error.isNull())
-                error = u""_s;
-            return false;
+            return device.write(bytes) == bytes.size();
         });
 }
 
-QString TableExport::clipboardText(Count &count) const
+QString TableExport::makeText(const parallel::Context &context) const
 {
     QString text;
     qint64 lines = 0;
@@ -332,20 +303,18 @@ QString TableExport::clipboardText(Count &count) const
     };
     if (m_headers)
         addLine([this](int column) -> std::optional<QString> { return m_table->columnName(column); });
-    const bool done = count.walk(
-        *m_table, m_rows,
+    walk(
+        context,
         [&addLine](const Record &row) {
             addLine([&row](int column) { return cellText(row.field(column)); });
         },
         [] { return true; });
-    if (!done)
-        return QString();
     if (lines == 1)
         text.chop(1); // one cell is often meant for a line of text
-    return text.isNull() ? u""_s : text;
+    return text;
 }
 
-QString TableExport::html(Count &count) const
+QString TableExport::makeHtml(const parallel::Context &context) const
 {
     QString page = u"<html xmlns:x=\"urn:schemas-microsoft-com:office:excel\">\n"
                    "<head><meta charset=\"utf-8\">\n"
@@ -358,8 +327,8 @@ QString TableExport::html(Count &count) const
             page += u"<th>"_s + htmlText(m_table->columnName(column)) + u"</th>"_s;
         page += "</tr>\n"_L1;
     }
-    const bool done = count.walk(
-        *m_table, m_rows,
+    walk(
+        context,
         [this, &page](const Record &row) {
             page += "<tr>"_L1;
             for (const int column : m_columns)
@@ -367,14 +336,12 @@ QString TableExport::html(Count &count) const
             page += "</tr>\n"_L1;
         },
         [] { return true; });
-    if (!done)
-        return QString();
     page += "</table></body></html>\n"_L1;
     return page;
 }
 
-bool exportCsvFile(const QString &fileName, const TableExport &rows, const QString &source,
-                   const TableExport::Progress &progress)
+void exportCsvFile(const QString &fileName, const TableExport &rows, const QString &source,
+                   const parallel::Context &context)
 {
     const QFileInfo target(fileName);
     const QFileInfo database(source);
@@ -387,15 +354,11 @@ bool exportCsvFile(const QString &fileName, const TableExport &rows, const QStri
     if (target.exists() && !target.isFile())
         throw Exception(TableExport::tr("«%1» - не обычный файл").arg(fileName));
     QSaveFile file(fileName);
-    QString error;
-    if (file.open(QIODevice::WriteOnly)) {
-        TableExport::Count count(progress, rows.rowCount());
-        if (rows.writeCsv(file, count, error)) {
-            if (file.commit())
-                return true;
-        } else if (error.isNull()) {
-            return false; // the file of this name was not touched
-        }
+    rows.expect(context, 1);
+    if (file.open(QIODevice::WriteOnly) && rows.addCsv(file, context)) {
+        context.stop.throwIfStopped();
+        if (file.commit())
+            return;
     }
     throw Exception(TableExport::tr("Не удалось записать «%1»: %2").arg(fileName, file.errorString()));
 }

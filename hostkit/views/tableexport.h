@@ -2,6 +2,7 @@
 #pragma once
 
 #include <hostkit/hostkit_export.h>
+#include <hostkit/parallel/context.h>
 
 #include <data/record.h>
 
@@ -9,7 +10,6 @@
 #include <QList>
 #include <QString>
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -26,10 +26,14 @@ class TableModel;
 /// Exports rows of a table into a CSV file, or as text and HTML for the clipboard.
 ///
 /// An object holds handles on the rows that it was made for: later passes of a model, and rows that leave the
-/// table, have no effect on it. Values are read when they are written out. All operations except shown(),
-/// selected() and mimeData() may be called from any thread, as long as nobody writes into the rows without
-/// holding the table's lock. The lock is held for some rows at a time, never during a call of other code. The
-/// table must outlive the object.
+/// table, have no effect on it. Values are read when they are written out. All operations except shown() and
+/// selected() may be called from any thread, as long as nobody writes into the rows without holding the
+/// table's lock. The lock is held for some rows at a time, never during a call of other code, see
+/// parallel::underLock(); the calling thread must not own it. The table must outlive the object, and what
+/// that says about threads that wait for its lock.
+///
+/// Operations with a context count rows in its progress, whose total they set. They throw parallel::Stopped
+/// when its stop is requested before the end, without waiting for the table's lock.
 ///
 /// Values are written as they are. A spreadsheet takes a text that begins with "=", "+", "-" or "@" for a
 /// formula when it opens a CSV file or pastes plain text; users have to import data of unknown origin as text
@@ -38,10 +42,6 @@ class HOSTKIT_EXPORT TableExport
 {
     Q_DECLARE_TR_FUNCTIONS(TableExport)
 public:
-    /// Called now and then, and at the end, with the number of rows that are done; returning false cancels.
-    /// May do anything, process events included.
-    using Progress = std::function<bool(qint64 done, qint64 total)>;
-
     /// The values of \a columns, indexes of columns of \a table, in \a rows, which are rows of \a table.
     TableExport(const Table &table, const QList<int> &columns, std::vector<Record> rows);
 
@@ -68,32 +68,31 @@ public:
     /// value is an empty field, and an empty text a pair of quotes. (With a single column, the line of an
     /// absent value is empty.) \a device must be open for writing.
     ///
-    /// Returns false when \a progress cancelled. Throws Exception when a write fails; the message is the
-    /// device's error.
-    bool writeCsv(QIODevice &device, const Progress &progress = {}) const;
+    /// Throws Exception when a write fails; the message is the device's error.
+    void writeCsv(QIODevice &device, const parallel::Context &context = {}) const;
 
     /// Text that spreadsheets can paste: fields separated by tabs, lines by LF, and a LF at the end unless
     /// there is just one line. A field is in quotes when it holds a tab, a line break or a quote, and when it
-    /// is an empty text; an absent value is an empty field. Null when \a progress cancelled.
-    QString clipboardText(const Progress &progress = {}) const;
+    /// is an empty text; an absent value is an empty field.
+    QString clipboardText(const parallel::Context &context = {}) const;
     /// An HTML page with one table. Cells have the types that spreadsheets know: numbers of up to 15 digits
-    /// and dates from March 1900 on as values, everything else as texts. Null when \a progress cancelled.
-    QString html(const Progress &progress = {}) const;
-    /// clipboardText() as text/plain, html() and CSV as text/csv; null when \a progress cancelled.
-    /// \a progress gets one count over all three.
-    std::unique_ptr<QMimeData> mimeData(const Progress &progress = {}) const;
+    /// and dates from March 1900 on as values, everything else as texts.
+    QString html(const parallel::Context &context = {}) const;
+    /// clipboardText() as text/plain, html() and CSV as text/csv. The progress counts the rows of all three.
+    /// The object belongs to the calling thread.
+    std::unique_ptr<QMimeData> mimeData(const parallel::Context &context = {}) const;
 
 private:
-    friend HOSTKIT_EXPORT bool exportCsvFile(const QString &, const TableExport &, const QString &,
-                                             const Progress &);
+    friend HOSTKIT_EXPORT void exportCsvFile(const QString &, const TableExport &, const QString &,
+                                             const parallel::Context &);
 
-    class Count;
-
-    /// Returns whether everything was written; otherwise \a error is the reason, null when \a count
-    /// cancelled.
-    bool writeCsv(QIODevice &device, Count &count, QString &error) const;
-    QString clipboardText(Count &count) const;
-    QString html(Count &count) const;
+    void expect(const parallel::Context &context, int times) const;
+    template <typename Read, typename Flush>
+    bool walk(const parallel::Context &context, Read read, Flush flush) const;
+    /// Returns false when \a device does not take everything.
+    bool addCsv(QIODevice &device, const parallel::Context &context) const;
+    QString makeText(const parallel::Context &context) const;
+    QString makeHtml(const parallel::Context &context) const;
 
     const Table *m_table;
     QList<int> m_columns;
@@ -103,14 +102,12 @@ private:
 };
 
 /// Writes \a rows into the file \a fileName as CSV. An existing file is replaced after everything has been
-/// written; it stays as it was when \a progress cancels or an error occurs. Returns false when \a progress
-/// cancelled.
+/// written; it stays as it was when that is stopped or an error occurs.
 ///
 /// Throws Exception when \a fileName is the same file as \a source, the database that is open (empty for
 /// none), when it is not a regular file (a directory, a device, a pipe), and when it cannot be written. May
 /// be called from any thread, as TableExport::writeCsv().
-HOSTKIT_EXPORT bool exportCsvFile(const QString &fileName, const TableExport &rows,
-                                  const QString &source = QString(),
-                                  const TableExport::Progress &progress = {});
+HOSTKIT_EXPORT void exportCsvFile(const QString &fileName, const TableExport &rows,
+                                  const QString &source = QString(), const parallel::Context &context = {});
 
 } // namespace sito

@@ -168,6 +168,38 @@ private Q_SLOTS:
         QCOMPARE(m_reports, QStringList{u"second"_s});
     }
 
+    void reportsWhatComesOfARequestToStop_data()
+    {
+        QTest::addColumn<bool>("obeys");
+        QTest::addColumn<QString>("report");
+        QTest::newRow("it stops") << true << u"stopped"_s;
+        QTest::newRow("it was about to end") << false << u"done"_s;
+    }
+    void reportsWhatComesOfARequestToStop()
+    {
+        QFETCH(const bool, obeys);
+        QFETCH(const QString, report);
+        Gate gate;
+        Task task;
+        const auto opener = qScopeGuard([&] { gate.open(); });
+        task.requestStop(); // of nothing
+        task.start(
+            [&gate, obeys](const Context &context) {
+                gate.wait();
+                if (obeys)
+                    context.stop.throwIfStopped();
+            },
+            done(u"done"_s), failed());
+
+        task.requestStop();
+        QVERIFY(task.isRunning());
+        gate.open();
+        QTRY_VERIFY(!task.isRunning());
+        letPass();
+
+        QCOMPARE(m_reports, QStringList{report});
+    }
+
     void reportsNothingAfterCancel_data()
     {
         QTest::addColumn<bool>("isEnded");

@@ -2,6 +2,8 @@
 #include <hostkit/views/tableexport.h>
 
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/stopsource.h>
+#include <hostkit/parallel/tablelock.h>
 #include <hostkit/table/tablemodel.h>
 
 #include <hostkit/filters/columnsfilter.h>
@@ -22,6 +24,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -104,7 +107,8 @@ QString csvOf(const TableExport &rows)
 {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
-    return rows.writeCsv(buffer) ? QString::fromUtf8(buffer.data()) : QString();
+    rows.writeCsv(buffer);
+    return QString::fromUtf8(buffer.data());
 }
 
 QString shownLines(const QList<ReadLine> &lines)
@@ -117,6 +121,38 @@ QString shownLines(const QList<ReadLine> &lines)
         result.append(fields.join(u' '));
     }
     return result.join(u'\n');
+}
+
+/// A device that calls somebody for each piece that it takes.
+class CalledDevice : public QIODevice
+{
+public:
+    explicit CalledDevice(std::function<void()> call) : m_call(std::move(call))
+    {
+        open(WriteOnly | Unbuffered);
+    }
+
+protected:
+    qint64 readData(char *, qint64) override { return -1; }
+    qint64 writeData(const char *, qint64 size) override
+    {
+        m_call();
+        return size;
+    }
+
+private:
+    const std::function<void()> m_call;
+};
+
+template <typename Work>
+bool isStopped(const Work &work)
+{
+    try {
+        work();
+        return false;
+    } catch (const parallel::Stopped &) {
+        return true;
+    }
 }
 
 /// A device that takes so many bytes.
@@ -161,6 +197,20 @@ private:
                           decimal::fromUnscaled(150 * id, 2), datetime(u"2017.01.31"_s)});
         }
     }
+    static void fillNumbers(MemoryTable &table, qint32 count)
+    {
+        QList<QList<CellValue>> content;
+        for (qint32 i = 0; i < count; ++i)
+            content.append(QList<CellValue>{i});
+        table.append(content);
+    }
+    static void addForms()
+    {
+        QTest::addColumn<int>("form");
+        QTest::newRow("CSV") << 0;
+        QTest::newRow("text") << 1;
+        QTest::newRow("HTML") << 2;
+    }
     static TableExport all(const MemoryTable &table, const QList<int> &columnList)
     {
         std::vector<Record> rows;
@@ -197,7 +247,7 @@ private Q_SLOTS:
         rows.setByteOrderMark(true);
         QBuffer buffer;
         buffer.open(QIODevice::WriteOnly);
-        QVERIFY(rows.writeCsv(buffer));
+        rows.writeCsv(buffer);
         QCOMPARE(buffer.data(), QByteArray("\xEF\xBB\xBF"
                                            "1\r\n2\r\n3\r\n4\r\n5\r\n6\r\n7\r\n8\r\n9\r\n"));
     }
@@ -212,7 +262,6 @@ private Q_SLOTS:
         rows.setHeaders(false);
         QCOMPARE(csvOf(rows), QString());
         QCOMPARE(rows.clipboardText(), QString());
-        QVERIFY(!rows.clipboardText().isNull());
         QVERIFY(rows.mimeData() != nullptr);
     }
 
@@ -446,73 +495,88 @@ private Q_SLOTS:
     void tellsItsProgress()
     {
         MemoryTable table(u"t"_s, {{u"a"_s, FieldType::Int}});
-        QList<QList<CellValue>> content;
-        for (qint32 i = 0; i < 1700; ++i)
-            content.append(QList<CellValue>{i});
-        table.append(content);
+        fillNumbers(table, 1700);
         const TableExport rows = all(table, {0});
         QList<qint64> done;
-        qint64 total = 0;
-        const auto progress = [&](qint64 now, qint64 all) {
-            done.append(now);
-            total = all;
-            // Nobody has to wait for the table meanwhile.
-            std::thread([&table] {
-                table.lock();
-                table.unlock();
-            }).join();
-            return true;
-        };
+        parallel::Progress progress;
+        parallel::Context context;
+        context.progress = &progress;
 
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        QVERIFY(rows.writeCsv(buffer, progress));
+        CalledDevice device([&] {
+            done.append(progress.done);
+            QCOMPARE(progress.total, 1700);
+        });
+        rows.writeCsv(device, context);
         QVERIFY(done.size() > 1);
         QVERIFY(std::is_sorted(done.begin(), done.end()));
-        QCOMPARE(done.constLast(), 1700);
-        QCOMPARE(total, 1700);
+        QCOMPARE(progress.done, 1700);
 
-        done.clear();
-        rows.clipboardText(progress);
-        QCOMPARE(done.constLast(), 1700);
-        done.clear();
-        rows.html(progress);
-        QCOMPARE(done.constLast(), 1700);
-
-        done.clear();
-        QVERIFY(rows.mimeData(progress) != nullptr);
-        QVERIFY(std::is_sorted(done.begin(), done.end()));
-        QCOMPARE(done.constLast(), 3 * 1700);
-        QCOMPARE(total, 3 * 1700);
+        for (const int form : {0, 1, 2}) {
+            progress.done = 0;
+            if (form == 0)
+                rows.clipboardText(context);
+            else if (form == 1)
+                rows.html(context);
+            else
+                rows.mimeData(context);
+            QCOMPARE(progress.total, form == 2 ? 3 * 1700 : 1700);
+            QCOMPARE(progress.done, progress.total);
+        }
     }
 
     void givesUp()
     {
         MemoryTable table(u"t"_s, {{u"a"_s, FieldType::Int}});
-        QList<QList<CellValue>> content;
-        for (qint32 i = 0; i < 3000; ++i)
-            content.append(QList<CellValue>{i});
-        table.append(content);
+        fillNumbers(table, 3000);
         const TableExport rows = all(table, {0});
+        const parallel::StopSource stop;
+        parallel::Context context;
+        context.stop = stop.token();
         int calls = 0;
-        int limit = 2;
-        const auto progress = [&calls, &limit](qint64, qint64) { return ++calls < limit; };
+        CalledDevice device([&] {
+            if (++calls == 2)
+                stop.requestStop();
+        });
 
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        QVERIFY(!rows.writeCsv(buffer, progress));
+        QVERIFY(isStopped([&] { rows.writeCsv(device, context); }));
         QCOMPARE(calls, 2);
-        calls = 0;
-        QVERIFY(rows.clipboardText(progress).isNull());
-        QCOMPARE(calls, 2);
-        calls = 0;
-        QVERIFY(rows.html(progress).isNull());
-        QCOMPARE(calls, 2);
-        for (limit = 1; limit <= 18; ++limit) {
-            calls = 0;
-            QCOMPARE(rows.mimeData(progress), nullptr);
-            QCOMPARE(calls, limit);
-        }
+        QVERIFY(isStopped([&] { rows.clipboardText(context); }));
+        QVERIFY(isStopped([&] { rows.html(context); }));
+        QVERIFY(isStopped([&] { rows.mimeData(context); }));
+    }
+
+    void givesUpWhileSomebodyElseHoldsTheLock_data() { addForms(); }
+    void givesUpWhileSomebodyElseHoldsTheLock()
+    {
+        QFETCH(const int, form);
+        MemoryTable table(u"t"_s, columns());
+        fill(table, {u"text"_s});
+        const TableExport rows = all(table, {1});
+        const parallel::StopSource stop;
+        parallel::Context context;
+        context.stop = stop.token();
+        std::atomic<int> result = 0;
+        std::unique_lock lock(table);
+
+        std::jthread worker([&] {
+            result = isStopped([&] {
+                CalledDevice device([] {});
+                if (form == 0)
+                    rows.writeCsv(device, context);
+                else if (form == 1)
+                    rows.clipboardText(context);
+                else
+                    rows.html(context);
+            })
+                         ? 1
+                         : -1;
+        });
+        QTest::qWait(20); // it may wait for the lock by now
+        stop.requestStop();
+
+        QTRY_COMPARE_WITH_TIMEOUT(result, 1, 3000);
+        lock.unlock();
+        parallel::waitForWaiters(table);
     }
 
     void worksInAnotherThread()
@@ -536,13 +600,7 @@ private Q_SLOTS:
         QCOMPARE(csv, expected);
     }
 
-    void readsNothingWhileSomebodyElseHoldsTheLock_data()
-    {
-        QTest::addColumn<int>("form");
-        QTest::newRow("CSV") << 0;
-        QTest::newRow("text") << 1;
-        QTest::newRow("HTML") << 2;
-    }
+    void readsNothingWhileSomebodyElseHoldsTheLock_data() { addForms(); }
     void readsNothingWhileSomebodyElseHoldsTheLock()
     {
         QFETCH(const int, form);
@@ -573,19 +631,18 @@ private Q_SLOTS:
     {
         MemoryTable table(u"t"_s, columns());
         fill(table, QStringList(1200, u"text"_s));
-        const TableExport rows = all(table, {0, 1, 2, 3});
         QList<bool> isFree;
-
-        rows.mimeData([&table, &isFree](qint64, qint64) {
+        CalledDevice device([&table, &isFree] {
             std::jthread([&table, &isFree] {
                 isFree.append(table.tryLock());
                 if (isFree.constLast())
                     table.unlock();
             }).join();
-            return true;
         });
 
-        QVERIFY(isFree.size() > 3);
+        all(table, {0, 1, 2, 3}).writeCsv(device);
+
+        QVERIFY(isFree.size() > 1);
         QCOMPARE(isFree, QList<bool>(isFree.size(), true));
     }
 
@@ -605,8 +662,8 @@ private Q_SLOTS:
         MemoryTable table(u"t"_s, columns());
         fill(table, {u"a"_s, u"b"_s});
 
-        QVERIFY(exportCsvFile(name, all(table, {0, 1})));
-        QVERIFY(exportCsvFile(name, all(table, {0, 2})));
+        exportCsvFile(name, all(table, {0, 1}));
+        exportCsvFile(name, all(table, {0, 2}));
 
         QFile file(name);
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -625,10 +682,23 @@ private Q_SLOTS:
         MemoryTable table(u"t"_s, columns());
         fill(table, QStringList(2000, u"text"_s));
 
-        QVERIFY(!exportCsvFile(name, all(table, {0}), QString(),
-                               [](qint64 done, qint64) { return done < 1000; }));
-        QVERIFY(!exportCsvFile(directory.filePath(u"b.csv"_s), all(table, {0}), QString(),
-                               [](qint64, qint64) { return false; }));
+        const parallel::StopSource stop;
+        parallel::Progress progress;
+        const parallel::Context context{.stop = stop.token(), .progress = &progress};
+
+        {
+            std::unique_lock lock(table);
+            std::atomic<bool> wasStopped = false;
+            std::jthread worker([&] {
+                wasStopped = isStopped([&] { exportCsvFile(name, all(table, {0}), QString(), context); });
+            });
+            QTRY_COMPARE(progress.total, 2000); // it has begun
+            stop.requestStop();
+            QTRY_VERIFY(wasStopped);
+        }
+        parallel::waitForWaiters(table);
+        QVERIFY(isStopped(
+            [&] { exportCsvFile(directory.filePath(u"b.csv"_s), all(table, {0}), QString(), context); }));
 
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), QByteArray("old"));
@@ -676,11 +746,11 @@ private Q_SLOTS:
             directory.filePath(u"../"_s + QFileInfo(directory.path()).fileName() + u"/db.sqlite"_s);
         QCOMPARE(exceptionMessage([&] { exportCsvFile(roundabout, rows, name); }),
                  u"«%1» - сама база данных"_s.arg(roundabout));
-        QVERIFY(exportCsvFile(directory.filePath(u"other.csv"_s), rows, name));
+        exportCsvFile(directory.filePath(u"other.csv"_s), rows, name);
         // A database that is not there any more is no other file, old or new.
         const QString missing = directory.filePath(u"missing.sqlite"_s);
-        QVERIFY(exportCsvFile(directory.filePath(u"new.csv"_s), rows, missing));
-        QVERIFY(exportCsvFile(directory.filePath(u"other.csv"_s), rows, missing));
+        exportCsvFile(directory.filePath(u"new.csv"_s), rows, missing);
+        exportCsvFile(directory.filePath(u"other.csv"_s), rows, missing);
         QCOMPARE(exceptionMessage([&] { exportCsvFile(missing, rows, missing); }),
                  u"«%1» - сама база данных"_s.arg(missing));
 
