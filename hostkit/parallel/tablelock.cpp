@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/parallel/tablelock.h>
 
+#include <hostkit/parallel/startthread_p.h>
 #include <hostkit/parallel/stopsource.h>
-#include <hostkit/parallel/threadpool.h>
 
 #include <data/table.h>
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/parallel/task.h>
 
+#include <hostkit/parallel/startthread_p.h>
 #include <hostkit/parallel/stopsource.h>
 #include <hostkit/parallel/threadpool.h>
 

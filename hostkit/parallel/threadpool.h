@@ -3,8 +3,6 @@
 
 #include <hostkit/hostkit_export.h>
 
-#include <functional>
-
 class QThreadPool;
 
 namespace sito {
@@ -19,11 +17,6 @@ HOSTKIT_EXPORT QThreadPool *threadPool();
 /// until the library's objects are deleted and its threads have returned, see QThreadPool::waitForDone(). To
 /// be called from the GUI thread before the first of these objects is made.
 HOSTKIT_EXPORT void setThreadPool(QThreadPool *pool);
-
-/// Calls \a work in a thread of the pool, at once even if the pool is full: such a thread counts for nothing
-/// in QThreadPool::maxThreadCount(), which so limits only those among whom one task is split. \a work must
-/// not throw, and is deleted in the thread. Throws std::bad_alloc; then \a work is not called.
-HOSTKIT_EXPORT void startThread(std::function<void()> work);
 
 } // namespace parallel
 
