@@ -4,6 +4,8 @@
 #include <sources/sqlrows_p.h>
 #include <sources/tableloader.h>
 
+#include <hostkit/text/shortenedtext.h>
+
 #include <data/exception.h>
 
 #include <QLocale>
@@ -18,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype maxShownText = 60;
+constexpr qsizetype maxShownText = 61;
 
 /// \a value in one short line.
 QString shown(const QVariant &value)
@@ -35,11 +37,7 @@ QString shown(const QVariant &value)
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
     if (value.typeId() == QMetaType::LongLong)
         return QString::number(value.toLongLong());
-    QString text = value.toString();
-    if (text.size() > maxShownText) {
-        text.truncate(maxShownText - (text.at(maxShownText - 1).isHighSurrogate() ? 1 : 0));
-        text += u'…';
-    }
+    QString text = shortenedText(value.toString(), maxShownText);
     for (QChar &character : text) {
         if (character.category() == QChar::Other_Control)
             character = QChar::ReplacementCharacter;
