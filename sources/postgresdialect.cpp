@@ -220,14 +220,14 @@ bool PostgresDialect::isLarge(const Table &table) const
 }
 
 /// No driver lets one interrupt a statement, so a large table is counted by many.
-std::optional<qint64> PostgresDialect::rowCount(const Table &table, const std::stop_token &stop) const
+std::optional<qint64> PostgresDialect::rowCount(const Table &table, const parallel::StopToken &stop) const
 {
-    if (stop.stop_requested())
+    if (stop.isStopRequested())
         return std::nullopt;
     checkObstacle(table);
     if (!isLarge(table)) {
         const qint64 count = number(u"SELECT pg_catalog.count(*) FROM "_s + table.quotedName);
-        if (stop.stop_requested())
+        if (stop.isStopRequested())
             return std::nullopt;
         return count;
     }
@@ -239,7 +239,7 @@ std::optional<qint64> PostgresDialect::rowCount(const Table &table, const std::s
     while (true) {
         portion.begin();
         execute(query, u"MOVE FORWARD %1 IN sito_count"_s.arg(portion.size()));
-        if (stop.stop_requested())
+        if (stop.isStopRequested())
             return std::nullopt;
         counted += query.numRowsAffected();
         if (query.numRowsAffected() < portion.size())

@@ -3,6 +3,8 @@
 
 #include <sources/sourcesession_p.h>
 
+#include <hostkit/parallel/tablelock.h>
+
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
@@ -75,7 +77,7 @@ std::unique_ptr<SourceSession> SourceConnection::Private::makeSession(const Sour
 {
     return std::make_unique<SourceSession>(
         location, operation, [this](SourceReport &&next) { report(std::move(next)); },
-        [this] { Q_EMIT wake(); });
+        [this] { std::erase_if(retired, [](const auto &session) { return session->hasEnded(); }); });
 }
 
 /// In any thread.
@@ -100,7 +102,6 @@ void SourceConnection::Private::report(SourceReport &&report)
 /// connection.
 void SourceConnection::Private::deliver()
 {
-    std::erase_if(retired, [](const auto &session) { return session->hasEnded(); });
     std::optional<SourceReport> next;
     {
         const std::lock_guard lock(mutex);
@@ -177,7 +178,7 @@ void SourceConnection::Private::add(std::vector<LoadedTable> &&loaded)
 
 void SourceConnection::Private::retire(std::unique_ptr<SourceSession> session)
 {
-    if (!session)
+    if (!session || session->hasEnded())
         return;
     session->stop();
     retired.push_back(std::move(session));
@@ -254,8 +255,10 @@ void SourceConnection::closeTables()
 {
     d->forgetDropped();
     const auto entries = std::exchange(d->entries, {});
-    for (const Private::Entry &entry : entries)
+    for (const Private::Entry &entry : entries) {
+        parallel::waitForWaiters(*MemoryDatabase::instance().table(entry.name));
         MemoryDatabase::instance().dropTable(entry.name);
+    }
 }
 
 bool SourceConnection::isBusy() const

@@ -68,7 +68,8 @@ public:
     /// it.
     void cancel();
     /// Drops the tables that this object loaded and that are still in MemoryDatabase::instance(). Models,
-    /// filters, predicates and records on them must be gone.
+    /// filters, predicates and records on them must be gone. Waits for threads that still wait for the lock
+    /// of a table, see parallel::waitForWaiters().
     void closeTables();
 
     /// Whether an operation is under way, not yet answered.

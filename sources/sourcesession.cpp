@@ -35,12 +35,12 @@ std::optional<QString> messageOf(Function &&function)
 
 /// Nothing when \a stop was requested.
 std::optional<QList<SourceConnection::TableInfo>> tablesOf(const TableLoader &loader,
-                                                           const std::stop_token &stop)
+                                                           const parallel::StopToken &stop)
 {
     QList<SourceConnection::TableInfo> result;
     const QStringList names = loader.tableNames();
     for (const QString &name : names) {
-        if (stop.stop_requested())
+        if (stop.isStopRequested())
             return std::nullopt;
         SourceConnection::TableInfo info{.name = name};
         bool isStopped = false;
@@ -69,12 +69,11 @@ bool isAlive(const QSqlDatabase &connection)
 } // namespace
 
 SourceSession::SourceSession(const SourceLocation &location, quint64 operation, Reporter report,
-                             std::function<void()> ended)
-    : m_location(location),
-      m_report(std::move(report)),
-      m_ended(std::move(ended)),
-      m_thread([this, operation](const std::stop_token &stop) { run(stop, operation); })
+                             const std::function<void()> &ended)
+    : m_location(location), m_report(std::move(report))
 {
+    m_task.start([this, operation](const parallel::Context &) { serve(operation); }, ended,
+                 [ended](const std::exception_ptr &) { ended(); });
 }
 
 SourceSession::~SourceSession()
@@ -84,43 +83,39 @@ SourceSession::~SourceSession()
 
 void SourceSession::load(quint64 operation, const QStringList &tables)
 {
-    m_loadStop = std::stop_source();
+    m_loadStop = parallel::StopSource();
     {
         const std::lock_guard lock(m_mutex);
-        m_order = Order{operation, tables, m_loadStop.get_token()};
+        m_order = Order{operation, tables, m_loadStop.token()};
     }
-    m_wanted.notify_one();
+    m_stop.token().wake();
 }
 
 void SourceSession::cancelLoad()
 {
-    m_loadStop.request_stop();
+    m_loadStop.requestStop();
 }
 
 void SourceSession::stop()
 {
-    m_loadStop.request_stop();
-    m_thread.request_stop();
+    m_loadStop.requestStop();
+    m_stop.requestStop();
 }
 
-bool SourceSession::hasEnded() const
+std::optional<SourceSession::Order> SourceSession::takeOrder()
 {
-    const std::lock_guard lock(m_mutex);
-    return m_hasEnded;
-}
-
-void SourceSession::run(const std::stop_token &stop, quint64 operation)
-{
-    serve(stop, operation);
-    {
+    std::optional<Order> order;
+    m_stop.token().wait([this, &order] {
         const std::lock_guard lock(m_mutex);
-        m_hasEnded = true;
-    }
-    m_ended();
+        order.swap(m_order);
+        return order.has_value();
+    });
+    return order;
 }
 
-void SourceSession::serve(const std::stop_token &stop, quint64 operation)
+void SourceSession::serve(quint64 operation)
 {
+    const parallel::StopToken &stop = m_stop.token();
     std::optional<SourceDatabase> database;
     std::optional<TableLoader> loader;
     const auto connect = [&] {
@@ -138,7 +133,7 @@ void SourceSession::serve(const std::stop_token &stop, quint64 operation)
         connect();
         if (auto tables = tablesOf(*loader, stop))
             report.tables = std::move(*tables);
-        if (report.tables.isEmpty() && !stop.stop_requested())
+        if (report.tables.isEmpty() && !stop.isStopRequested())
             throw Exception(
                 SourceConnection::tr("В базе данных «%1» нет таблиц").arg(m_location.displayName()));
     });
@@ -146,36 +141,28 @@ void SourceSession::serve(const std::stop_token &stop, quint64 operation)
         report.kind = SourceReport::Failed;
         report.text = *error;
     }
-    if (!stop.stop_requested())
+    if (!stop.isStopRequested())
         m_report(std::move(report));
     if (error)
         return;
 
-    while (true) {
-        Order order;
-        {
-            std::unique_lock lock(m_mutex);
-            if (!m_wanted.wait(lock, stop, [this] { return m_order.has_value(); }))
-                return;
-            order = std::move(*m_order);
-            m_order.reset();
-        }
-        SourceReport answer{.kind = SourceReport::Loaded, .operation = order.operation};
+    while (const std::optional<Order> order = takeOrder()) {
+        SourceReport answer{.kind = SourceReport::Loaded, .operation = order->operation};
         bool isComplete = false;
         const auto failure = messageOf([&] {
             if (!loader)
                 connect();
             loader->setProgress([this, &order](const TableLoader::Progress &state) {
-                if (order.stop.stop_requested())
+                if (order->stop.isStopRequested())
                     return false;
                 m_report({.kind = SourceReport::Progress,
-                          .operation = order.operation,
+                          .operation = order->operation,
                           .text = state.table,
                           .rowsRead = state.rowsRead,
                           .rowsTotal = state.rowsTotal});
                 return true;
             });
-            auto tables = loader->loadAll(order.tables, order.stop);
+            auto tables = loader->loadAll(order->tables, order->stop);
             if (!tables)
                 return;
             for (auto &table : *tables) {
@@ -192,7 +179,7 @@ void SourceSession::serve(const std::stop_token &stop, quint64 operation)
             if (database && !isAlive(database->connection()))
                 disconnect();
         }
-        if ((failure || isComplete) && !order.stop.stop_requested())
+        if ((failure || isComplete) && !order->stop.isStopRequested())
             m_report(std::move(answer));
     }
 }

@@ -3,19 +3,19 @@
 
 #include <sources/sourcereport_p.h>
 
-#include <condition_variable>
+#include <hostkit/parallel/stopsource.h>
+#include <hostkit/parallel/task.h>
+
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
-#include <stop_token>
-#include <thread>
 
 namespace sito {
 
-/// One connection to one source in one thread, from the attempt to open it to its end.
+/// One connection to one source, from the attempt to open it to its end. It has a thread of the pool to
+/// itself for that long: only the thread that made a QSqlDatabase may use it.
 ///
-/// Made and used by one thread; the reports come from the session's own.
+/// Made, used and deleted in one thread that has an event loop; the reports come from the session's own.
 class SourceSession
 {
     Q_DISABLE_COPY_MOVE(SourceSession)
@@ -23,9 +23,10 @@ public:
     using Reporter = std::function<void(SourceReport &&)>;
 
     /// Opens \a location at once, as \a operation. \a report is called in the session's thread, and must stay
-    /// callable until the session is destroyed; \a ended likewise, as the last thing that the thread does.
+    /// callable until the session is destroyed. \a ended is called by the event loop when the thread has
+    /// ended by itself or after stop(); it may delete the session.
     SourceSession(const SourceLocation &location, quint64 operation, Reporter report,
-                  std::function<void()> ended);
+                  const std::function<void()> &ended);
     /// Stops and waits.
     ~SourceSession();
 
@@ -34,31 +35,31 @@ public:
     /// Begins to load; a load that is under way must have been cancelled.
     void load(quint64 operation, const QStringList &tables);
     void cancelLoad();
-    /// Makes the thread end as soon as it can; hasEnded() tells when the destructor need not wait any more.
+    /// Makes the thread end as soon as it can; when hasEnded(), the destructor need not wait any more.
     void stop();
-    bool hasEnded() const;
+    bool hasEnded() const { return !m_task.isRunning(); }
 
 private:
     struct Order
     {
         quint64 operation = 0;
         QStringList tables;
-        std::stop_token stop;
+        parallel::StopToken stop;
     };
 
-    void run(const std::stop_token &stop, quint64 operation);
-    void serve(const std::stop_token &stop, quint64 operation);
+    void serve(quint64 operation);
+    /// The next order; nothing when the session is stopped.
+    std::optional<Order> takeOrder();
 
     const SourceLocation m_location;
     const Reporter m_report;
-    const std::function<void()> m_ended;
-    std::stop_source m_loadStop;
-    mutable std::mutex m_mutex;
-    std::condition_variable_any m_wanted;
+    const parallel::StopSource m_stop;
+    parallel::StopSource m_loadStop;
+    std::mutex m_mutex;
+    /// Guarded by the mutex.
     std::optional<Order> m_order;
-    bool m_hasEnded = false;
     /// Last, so that everything else is there while it runs.
-    std::jthread m_thread;
+    parallel::Task m_task;
 };
 
 } // namespace sito

@@ -42,12 +42,12 @@ std::optional<SourceColumn> SqlDialect::sourceColumn(const Column &column) const
     return SourceColumn::fromDeclaredType(column.name, column.declaredType, column.nullable);
 }
 
-std::optional<qint64> SqlDialect::rowCount(const Table &table, const std::stop_token &stop) const
+std::optional<qint64> SqlDialect::rowCount(const Table &table, const parallel::StopToken &stop) const
 {
-    if (stop.stop_requested())
+    if (stop.isStopRequested())
         return std::nullopt;
     const qint64 count = number(u"SELECT count(*) FROM "_s + table.quotedName);
-    if (stop.stop_requested())
+    if (stop.isStopRequested())
         return std::nullopt;
     return count;
 }

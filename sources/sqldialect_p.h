@@ -4,6 +4,8 @@
 #include <sources/sourcecolumn_p.h>
 #include <sources/sqlrows_p.h>
 
+#include <hostkit/parallel/stoptoken.h>
+
 #include <QList>
 #include <QSqlDatabase>
 #include <QSqlDriver>
@@ -12,7 +14,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 class QSqlError;
@@ -53,7 +54,7 @@ public:
     /// What \a column becomes; nothing for a type that has no place in a table.
     virtual std::optional<SourceColumn> sourceColumn(const Column &column) const;
     /// Nothing when \a stop was requested.
-    virtual std::optional<qint64> rowCount(const Table &table, const std::stop_token &stop) const;
+    virtual std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const;
     /// The values of \a columns in all rows of \a table; \a declared is what columns() gave.
     virtual std::unique_ptr<SqlRows> rows(const Table &table, const QList<Column> &declared,
                                           const std::vector<SourceColumn> &columns) const = 0;

@@ -122,9 +122,9 @@ QString SqliteDialect::rowNumberName(const Table &table) const
 }
 
 /// No driver lets one interrupt a statement, so a large table is counted by many.
-std::optional<qint64> SqliteDialect::rowCount(const Table &table, const std::stop_token &stop) const
+std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel::StopToken &stop) const
 {
-    if (stop.stop_requested())
+    if (stop.isStopRequested())
         return std::nullopt;
     const auto snapshot = qScopeGuard(beginSnapshot());
     const QString name = rowNumberName(table);
@@ -141,14 +141,14 @@ std::optional<qint64> SqliteDialect::rowCount(const Table &table, const std::sto
                         name + u" LIMIT 1 OFFSET "_s + QString::number(portion.size())) ||
             !query.next())
             break;
-        if (stop.stop_requested())
+        if (stop.isStopRequested())
             return std::nullopt;
         counted += portion.size();
         remaining = u" WHERE "_s + name + u" >= "_s + QString::number(query.value(0).toLongLong());
         portion.end();
     }
     counted += number(u"SELECT count(*) FROM "_s + table.quotedName + remaining);
-    if (stop.stop_requested())
+    if (stop.isStopRequested())
         return std::nullopt;
     return counted;
 }

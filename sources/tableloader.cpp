@@ -31,8 +31,8 @@ struct TableLoader::Private
 
     SqlDialect::Table require(const QString &table) const;
     Source source(const QString &table) const;
-    std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop) const;
-    bool read(Source &source, const std::stop_token &stop, std::unique_ptr<MemoryTable> &result) const;
+    std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop) const;
+    bool read(Source &source, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
     const std::unique_ptr<SqlDialect> dialect;
     ProgressFunction progress = {};
@@ -72,7 +72,7 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
 }
 
 std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
-                                                        const std::stop_token &stop) const
+                                                        const parallel::StopToken &stop) const
 {
     Source wanted = source(table);
     std::unique_ptr<MemoryTable> result;
@@ -85,7 +85,7 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
 
 /// Reads the table of \a source into \a result, which becomes null when the load is cancelled. False when
 /// columns of \a source were widened.
-bool TableLoader::Private::read(Source &source, const std::stop_token &stop,
+bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
                                 std::unique_ptr<MemoryTable> &result) const
 {
     QList<ColumnSpec> specs;
@@ -106,7 +106,7 @@ bool TableLoader::Private::read(Source &source, const std::stop_token &stop,
     RowReader reader(source.table.name, *rows, source.columns, digits == Digits::AsNeeded);
     qint64 reported = 0;
     while (reader.next()) {
-        if (stop.stop_requested())
+        if (stop.isStopRequested())
             return true;
         if (!reader.isWidened())
             loaded->append(reader.cells());
@@ -159,7 +159,7 @@ qint64 TableLoader::rowCount(const QString &table) const
     return *rowCount(table, {});
 }
 
-std::optional<qint64> TableLoader::rowCount(const QString &table, const std::stop_token &stop) const
+std::optional<qint64> TableLoader::rowCount(const QString &table, const parallel::StopToken &stop) const
 {
     return d->dialect->rowCount(d->require(table), stop);
 }
@@ -175,14 +175,14 @@ void TableLoader::setProgress(ProgressFunction progress, qint64 interval)
     d->interval = std::max<qint64>(interval, 1);
 }
 
-std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const std::stop_token &stop) const
+std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const parallel::StopToken &stop) const
 {
     const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
     return d->load(table, stop);
 }
 
 std::optional<std::vector<std::unique_ptr<MemoryTable>>>
-TableLoader::loadAll(const QStringList &tables, const std::stop_token &stop) const
+TableLoader::loadAll(const QStringList &tables, const parallel::StopToken &stop) const
 {
     const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
     std::vector<std::unique_ptr<MemoryTable>> loaded;
@@ -195,7 +195,8 @@ TableLoader::loadAll(const QStringList &tables, const std::stop_token &stop) con
     return loaded;
 }
 
-bool TableLoader::load(const QStringList &tables, MemoryDatabase &database, const std::stop_token &stop) const
+bool TableLoader::load(const QStringList &tables, MemoryDatabase &database,
+                       const parallel::StopToken &stop) const
 {
     for (const QString &table : tables) {
         if (database.tableNames().contains(table))

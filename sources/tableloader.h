@@ -3,6 +3,8 @@
 
 #include <sources/sources_export.h>
 
+#include <hostkit/parallel/stoptoken.h>
+
 #include <database/columnspec.h>
 
 #include <QCoreApplication>
@@ -13,7 +15,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 class MemoryDatabase;
@@ -116,7 +117,7 @@ public:
     /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
     /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than
     /// SQLite and PostgreSQL.)
-    std::optional<qint64> rowCount(const QString &table, const std::stop_token &stop) const;
+    std::optional<qint64> rowCount(const QString &table, const parallel::StopToken &stop) const;
 
     /// Digits::AsDeclared until it is set.
     void setDigits(Digits digits);
@@ -129,15 +130,16 @@ public:
     /// A copy of \a table with rows in the order in which the database gives them, read in one transaction
     /// (PostgreSQL: one that sees a single moment) unless one is open already. Null when the load was
     /// cancelled, by the progress function or, from any thread, by \a stop.
-    std::unique_ptr<MemoryTable> load(const QString &table, const std::stop_token &stop = {}) const;
+    std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop = {}) const;
 
     /// Copies of \a tables in this order, all as they are at one moment; nothing when the load was cancelled.
-    std::optional<std::vector<std::unique_ptr<MemoryTable>>> loadAll(const QStringList &tables,
-                                                                     const std::stop_token &stop = {}) const;
+    std::optional<std::vector<std::unique_ptr<MemoryTable>>>
+    loadAll(const QStringList &tables, const parallel::StopToken &stop = {}) const;
 
     /// Loads \a tables in this order and adds all of them to \a database, or none of them; false when the
     /// load was cancelled. A name that \a database has already is an error.
-    bool load(const QStringList &tables, MemoryDatabase &database, const std::stop_token &stop = {}) const;
+    bool load(const QStringList &tables, MemoryDatabase &database,
+              const parallel::StopToken &stop = {}) const;
 
 private:
     struct Private;

@@ -5,6 +5,8 @@
 
 #include "sourcerecorder.h"
 
+#include <hostkit/parallel/stopsource.h>
+
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
@@ -26,7 +28,6 @@
 #include <limits>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <thread>
 
 using namespace sito;
@@ -468,14 +469,14 @@ private Q_SLOTS:
         execute(u"CREATE TABLE heir (e integer) INHERITS (t)"_s);
         execute(u"INSERT INTO heir SELECT i FROM generate_series(1, 7) i"_s);
         const TableLoader loader(m_writer->connection());
-        std::stop_source stopped;
-        stopped.request_stop();
+        parallel::StopSource stopped;
+        stopped.requestStop();
 
         QCOMPARE(loader.rowCount(u"t"_s), 200'007);
         QCOMPARE(loader.rowCount(u"heir"_s), 7);
         QCOMPARE(loader.rowCount(u"parts"_s), 40'000);
         QVERIFY(!QSqlQuery(m_writer->connection()).exec(u"SAVEPOINT x"_s)); // in no transaction
-        QVERIFY(!loader.rowCount(u"t"_s, stopped.get_token()));
+        QVERIFY(!loader.rowCount(u"t"_s, stopped.token()));
 
         QVERIFY(m_writer->connection().transaction());
         execute(u"DELETE FROM t WHERE c = 1 OR c = 100000"_s);
@@ -501,13 +502,13 @@ private Q_SLOTS:
 
         qint64 shortest = whole;
         for (int i = 0; i < 10; ++i) {
-            std::stop_source stop;
+            parallel::StopSource stop;
             const std::jthread stopper([&] {
                 std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
-                stop.request_stop();
+                stop.requestStop();
             });
             timer.start();
-            if (!loader.rowCount(u"t"_s, stop.get_token()))
+            if (!loader.rowCount(u"t"_s, stop.token()))
                 shortest = std::min(shortest, timer.nsecsElapsed());
         }
 

@@ -3,12 +3,16 @@
 
 #include "sourcerecorder.h"
 
+#include <hostkit/parallel/stopsource.h>
+#include <hostkit/parallel/tablelock.h>
+
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
 #include <data/fieldvalue.h>
 
 #include <support/exceptions.h>
+#include <support/heldlock.h>
 #include <support/seed.h>
 
 #include <QElapsedTimer>
@@ -22,7 +26,9 @@
 #include <QTest>
 #include <QThread>
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>
@@ -281,6 +287,31 @@ private Q_SLOTS:
         QCOMPARE(MemoryDatabase::instance().table(u"b"_s), other);
         connection.closeTables();
         QCOMPARE(names(), QStringList({u"b"_s}));
+    }
+
+    void dropsTablesOnceNoThreadWaitsForThem()
+    {
+        SourceConnection connection;
+        connection.open(SourceLocation::fromFile(makeSource(u"s.sqlite"_s)));
+        QTRY_VERIFY(!connection.isBusy());
+        connection.load({u"a"_s});
+        QTRY_VERIFY(!connection.isBusy());
+        const MemoryTable &table = *MemoryDatabase::instance().table(u"a"_s);
+        const HeldLock lock(table, std::chrono::seconds(1));
+        const parallel::StopSource stop;
+        std::thread([&] {
+            const std::jthread stopper([&] {
+                QThread::msleep(20); // the other one waits by now
+                stop.requestStop();
+            });
+            QVERIFY_THROWS_EXCEPTION(parallel::Stopped, parallel::underLock(table, stop.token(), [] {}));
+        }).join();
+        QVERIFY(!lock.isReleased());
+
+        connection.closeTables();
+
+        QVERIFY(lock.isReleased());
+        QCOMPARE(names(), QStringList());
     }
 
     void loadsNothingWithoutASource()

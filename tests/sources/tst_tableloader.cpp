@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <sources/tableloader.h>
 
+#include <hostkit/parallel/stopsource.h>
+
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
@@ -29,7 +31,6 @@
 #include <chrono>
 #include <limits>
 #include <optional>
-#include <stop_token>
 #include <thread>
 
 using namespace sito;
@@ -840,20 +841,20 @@ private Q_SLOTS:
         timer.start();
         QCOMPARE(loader.rowCount(u"t"_s), 2'000'000);
         const qint64 whole = timer.nsecsElapsed();
-        std::stop_source stopped;
-        stopped.request_stop();
-        QVERIFY(!loader.rowCount(u"t"_s, stopped.get_token()));
+        parallel::StopSource stopped;
+        stopped.requestStop();
+        QVERIFY(!loader.rowCount(u"t"_s, stopped.token()));
 
         // At a tenth of the time, and then well before the end; whoever else uses the machine may delay either.
         qint64 shortest = whole;
         for (int i = 0; i < 10; ++i) {
-            std::stop_source stop;
+            parallel::StopSource stop;
             const std::jthread stopper([&] {
                 std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
-                stop.request_stop();
+                stop.requestStop();
             });
             timer.start();
-            const std::optional<qint64> count = loader.rowCount(u"t"_s, stop.get_token());
+            const std::optional<qint64> count = loader.rowCount(u"t"_s, stop.token());
             if (!count)
                 shortest = std::min(shortest, timer.nsecsElapsed());
         }
@@ -919,22 +920,22 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t (c INTEGER)"_s);
         execute(u"INSERT INTO t VALUES (1), (2), (3), (4), (5)"_s);
         TableLoader loader(connection());
-        std::stop_source stop;
+        parallel::StopSource stop;
         qint64 last = -1;
         loader.setProgress(
             [&](const TableLoader::Progress &state) {
                 last = state.rowsRead;
                 if (state.rowsRead == 2)
-                    std::thread([&stop] { stop.request_stop(); }).join();
+                    std::thread([&stop] { stop.requestStop(); }).join();
                 return true;
             },
             1);
 
-        QVERIFY(!loader.load(u"t"_s, stop.get_token()));
+        QVERIFY(!loader.load(u"t"_s, stop.token()));
         QCOMPARE(last, 2);
-        QVERIFY(!loader.load(u"t"_s, stop.get_token()));
+        QVERIFY(!loader.load(u"t"_s, stop.token()));
         QCOMPARE(last, 2);
-        QVERIFY(!loader.load({u"t"_s}, MemoryDatabase::instance(), stop.get_token()));
+        QVERIFY(!loader.load({u"t"_s}, MemoryDatabase::instance(), stop.token()));
         QVERIFY(MemoryDatabase::instance().tableNames().isEmpty());
         QVERIFY(loader.load(u"t"_s));
     }
