@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <sources/sourceconnection.h>
 #include <sources/sourcedatabase.h>
 #include <sources/tableloader.h>
-
-#include "sourcerecorder.h"
 
 #include <database/memorydatabase.h>
 
 #include <support/exceptions.h>
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
+#include <support/sourcereader.h>
 
 #include <QFile>
 #include <QRegularExpression>
@@ -107,16 +105,12 @@ private Q_SLOTS:
         plant(
             u"CREATE OPERATOR public.|| (LEFTARG = varchar, RIGHTARG = varchar, FUNCTION = public.joined)"_s);
         endPlanting();
-        SourceConnection connection;
-        SourceRecorder recorder(connection);
+        SourceReader reader;
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"prices"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"prices"_s}));
 
         QCOMPARE(whatRan(), QStringList());
-        QCOMPARE(recorder.events, QStringList({u"opened prices(1)"_s, u"loaded prices"_s}));
+        QCOMPARE(reader.recorder.events, QStringList({u"opened prices(1)"_s, u"loaded prices"_s}));
     }
 
     void runsNothingOfOthers_data()
@@ -160,16 +154,12 @@ private Q_SLOTS:
             plant(statement);
         plant(u"ALTER DATABASE shared SET search_path = public, pg_catalog"_s);
         endPlanting();
-        SourceConnection connection;
-        SourceRecorder recorder(connection);
+        SourceReader reader;
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"prices"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"prices"_s}));
 
         QCOMPARE(whatRan(), QStringList());
-        QCOMPARE(recorder.events, QStringList({u"opened prices(1)"_s, u"loaded prices"_s}));
+        QCOMPARE(reader.recorder.events, QStringList({u"opened prices(1)"_s, u"loaded prices"_s}));
     }
 
     void runsNoCastOfATypeThatBearsAKnownName()
@@ -181,13 +171,10 @@ private Q_SLOTS:
         plant(u"INSERT INTO public.days VALUES (ROW('2017-01-31'))"_s);
         plant(u"GRANT SELECT ON public.days TO reader"_s);
         endPlanting();
-        SourceConnection connection;
+        SourceReader reader;
         ignoreRefusals(u"Таблица «days», столбец «day»: тип «public.datetime» не поддерживается"_s);
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"days"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"days"_s}));
 
         QCOMPARE(whatRan(), QStringList());
     }
@@ -214,15 +201,12 @@ private Q_SLOTS:
     void runsNoFunctionThatPlanningWouldRun()
     {
         QFETCH(QString, statement);
-        plant(
-            u"CREATE FUNCTION public.planted(integer) RETURNS integer IMMUTABLE LANGUAGE plpgsql AS $$ BEGIN "
-            "PERFORM pg_catalog.pg_advisory_lock_shared(1); RETURN 1; END $$"_s);
+        plantFunction(u"planted(integer)"_s, u"integer IMMUTABLE"_s, 1, u"1"_s);
         plant(u"CREATE OPERATOR public.## (RIGHTARG = integer, FUNCTION = public.planted)"_s);
         plant(statement);
         plant(u"CREATE TABLE public.other (a integer); GRANT SELECT ON public.other TO reader"_s);
         endPlanting();
-        SourceConnection connection;
-        SourceRecorder recorder(connection);
+        SourceReader reader;
         const QString message =
             u"Таблица «prices»: чтение выполнило бы функцию «public.planted» пользователя «planter», которую "
             "вызывает её индекс или статистика"_s;
@@ -230,18 +214,14 @@ private Q_SLOTS:
         if (statement.contains("heir"_L1))
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: Таблица «heir»: "_s));
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"other"_s});
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"prices"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"other"_s, u"prices"_s}));
 
         QCOMPARE(whatRan(), QStringList());
-        QCOMPARE(recorder.events.size(), 3);
-        QVERIFY2(recorder.events.at(0).endsWith("other(0),prices(-1)"_L1), qPrintable(recorder.events.at(0)));
-        QCOMPARE(recorder.events.mid(1), QStringList({u"loaded other"_s, u"failed "_s + message}));
-        QCOMPARE(connection.tables().constLast().error, message);
+        QCOMPARE(reader.recorder.events.size(), 3);
+        QVERIFY2(reader.recorder.events.at(0).endsWith("other(0),prices(-1)"_L1),
+                 qPrintable(reader.recorder.events.at(0)));
+        QCOMPARE(reader.recorder.events.mid(1), QStringList({u"loaded other"_s, u"failed "_s + message}));
+        QCOMPARE(reader.connection.tables().constLast().error, message);
     }
 
     void readsTablesWhoseIndexesCallTrustedFunctions()
@@ -252,38 +232,28 @@ private Q_SLOTS:
                          "AS 'SELECT $1'; CREATE INDEX ON public.prices (public.trusted(price), "
                          "pg_catalog.upper(code), (price * 2))"_s),
             QString());
-        SourceConnection connection;
-        SourceRecorder recorder(connection);
+        SourceReader reader;
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"prices"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"prices"_s}));
 
-        QCOMPARE(recorder.events, QStringList({u"opened prices(1)"_s, u"loaded prices"_s}));
+        QCOMPARE(reader.recorder.events, QStringList({u"opened prices(1)"_s, u"loaded prices"_s}));
     }
 
     void runsNoFunctionOfConstraints()
     {
-        plant(
-            u"CREATE FUNCTION public.planted(integer) RETURNS integer IMMUTABLE LANGUAGE plpgsql AS $$ BEGIN "
-            "PERFORM pg_catalog.pg_advisory_lock_shared(1); RETURN 1; END $$"_s);
+        plantFunction(u"planted(integer)"_s, u"integer IMMUTABLE"_s, 1, u"1"_s);
         plant(
             u"CREATE TABLE public.parts (a integer, CHECK (public.planted(1) > 0)) PARTITION BY LIST (a)"_s);
         plant(u"CREATE TABLE public.part PARTITION OF public.parts FOR VALUES IN (5)"_s);
         plant(u"INSERT INTO public.parts VALUES (5)"_s);
         plant(u"GRANT SELECT ON public.parts TO reader"_s);
         endPlanting();
-        SourceConnection connection;
-        SourceRecorder recorder(connection);
+        SourceReader reader;
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"parts"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"parts"_s}));
 
         QCOMPARE(whatRan(), QStringList());
-        QCOMPARE(recorder.events, QStringList({u"opened parts(1),prices(1)"_s, u"loaded parts"_s}));
+        QCOMPARE(reader.recorder.events, QStringList({u"opened parts(1),prices(1)"_s, u"loaded parts"_s}));
     }
 
     void refusesTablesOfWhichPoliciesHideRows()
@@ -295,22 +265,16 @@ private Q_SLOTS:
         plant(u"CREATE POLICY few ON public.mine USING (public.planted(a))"_s);
         plant(u"INSERT INTO public.mine VALUES (1), (9)"_s);
         endPlanting();
-        SourceConnection connection;
-        SourceRecorder recorder(connection);
+        SourceReader reader;
         const QString message = u"Таблица «mine»: политики доступа скрывают часть её строк"_s;
         ignoreRefusals(message);
 
-        connection.open(m_location);
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"prices"_s});
-        QTRY_VERIFY(!connection.isBusy());
-        connection.load({u"mine"_s});
-        QTRY_VERIFY(!connection.isBusy());
+        QVERIFY(reader.read(m_location, {u"prices"_s, u"mine"_s}));
 
         QCOMPARE(whatRan(), QStringList());
-        QCOMPARE(recorder.events,
+        QCOMPARE(reader.recorder.events,
                  QStringList({u"opened mine(-1),prices(1)"_s, u"loaded prices"_s, u"failed "_s + message}));
-        QCOMPARE(connection.tables().constFirst().error, message);
+        QCOMPARE(reader.connection.tables().constFirst().error, message);
     }
 
     void readsWithoutAnyChange()

@@ -3,18 +3,16 @@
 #include <sources/sourcedatabase.h>
 #include <sources/tableloader.h>
 
-#include "sourcerecorder.h"
-
 #include <hostkit/parallel/stopsource.h>
 
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
-#include <data/fieldvalue.h>
-
 #include <support/exceptions.h>
+#include <support/loadedtables.h>
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
+#include <support/sourcereader.h>
 
 #include <QElapsedTimer>
 #include <QScopeGuard>
@@ -24,30 +22,11 @@
 #include <QTest>
 
 #include <algorithm>
-#include <chrono>
 #include <limits>
-#include <memory>
 #include <optional>
-#include <thread>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QString cellText(const MemoryTable &table, qint64 row, int column)
-{
-    const Field field = table.row(row).field(column);
-    return field.isPresent() ? FieldValue(field).toText() : u"NULL"_s;
-}
-
-QString typeText(const ColumnSpec &column)
-{
-    return u"%1 %2(%3)%4"_s.arg(column.name, FieldType::typeName(column.type), QString::number(column.length),
-                                column.nullable ? u"?"_s : QString());
-}
-
-} // namespace
 
 /// Against a real server, whose time zone has gaps at midnight and which would write numbers with few digits.
 class tst_PostgreSql : public QObject
@@ -59,17 +38,6 @@ private:
         const QString error = m_writer->execute(statement);
         QVERIFY2(error.isEmpty(), qPrintable(error));
     }
-    QStringList column(const TableLoader &loader, const QString &table) const
-    {
-        QStringList result;
-        const QString message = exceptionMessage([&] {
-            const auto loaded = loader.load(table);
-            for (qint64 row = 0; row < loaded->rowCount(); ++row)
-                result.append(cellText(*loaded, row, 0));
-        });
-        return message.isNull() ? result : QStringList(message);
-    }
-
     PostgresServer m_server;
     std::optional<PostgresConnection> m_writer;
     std::optional<SourceDatabase> m_database;
@@ -191,25 +159,14 @@ private Q_SLOTS:
         execute(u"INSERT INTO t VALUES (1.5, 2.25, 3)"_s);
         const TableLoader loader(m_database->connection());
 
-        QStringList columns;
-        const auto specs = loader.columns(u"t"_s);
-        for (const ColumnSpec &spec : specs)
-            columns.append(typeText(spec));
-
-        QCOMPARE(columns, QStringList({u"a Decimal(3)?"_s, u"b Decimal(3)"_s, u"c Int(0)?"_s}));
+        QCOMPARE(typeTexts(loader.columns(u"t"_s)),
+                 QStringList({u"a Decimal(3)?"_s, u"b Decimal(3)"_s, u"c Int(0)?"_s}));
         QCOMPARE(cellText(*loader.load(u"t"_s), 0, 1), u"2.250"_s);
     }
 
     void keepsEveryValue_data()
     {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char *name, const char *type, const char *value, const char *text) {
-            // A decoder would take the character at the start for a mark of the encoding.
-            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
-                                << QString::fromUtf8(text).replace(u"U+FEFF"_s, QChar(0xFEFF));
-        };
+        const CellRows row("text");
         for (const char *type :
              {"boolean", "smallint", "integer", "bigint", "real", "double precision", "numeric(5,2)",
               "numeric", "char(3)", "varchar(3)", "text", "date", "timestamp", "timestamptz", "bytea"})
@@ -269,7 +226,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t (c %1)"_s.arg(type));
         execute(u"INSERT INTO t VALUES (%1)"_s.arg(value));
 
-        QCOMPARE(column(TableLoader(m_database->connection()), u"t"_s), QStringList({text}));
+        QCOMPARE(outcome(TableLoader(m_database->connection()), u"t"_s), QStringList({text}));
     }
 
     void keepsLateDates()
@@ -290,26 +247,17 @@ private Q_SLOTS:
     void keepsBlocks()
     {
         execute(u"CREATE TABLE t (c bytea)"_s);
-        QByteArray block(FieldType::blockSize, '\0');
-        for (qsizetype i = 0; i < block.size(); ++i)
-            block[i] = char(i * 7);
+        const QByteArray block = sampleBlock();
         execute(u"INSERT INTO t VALUES ('\\x%1')"_s.arg(QString::fromLatin1(block.toHex())));
 
         const auto table = TableLoader(m_database->connection()).load(u"t"_s);
 
-        const Field field = table->row(0).field(0);
-        QCOMPARE(QByteArray(reinterpret_cast<const char *>(field.data), FieldType::blockSize), block);
+        QCOMPARE(firstBlock(*table), block);
     }
 
     void refusesWhatDoesNotFit_data()
     {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("end");
-        const auto row = [](const char *name, const char *type, const char *value, const char *end) {
-            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
-                                << QString::fromUtf8(end);
-        };
+        const CellRows row("end");
         row("no number", "numeric(5,2)", "'NaN'",
             "'NaN' не подходит к типу Decimal(5,2) (число вне пределов типа)");
         row("infinite number", "numeric", "'-Infinity'",
@@ -341,7 +289,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t (c %1)"_s.arg(type));
         execute(u"INSERT INTO t VALUES (NULL), (%1)"_s.arg(value));
 
-        QCOMPARE(column(TableLoader(m_database->connection()), u"t"_s),
+        QCOMPARE(outcome(TableLoader(m_database->connection()), u"t"_s),
                  QStringList({u"Таблица «t», строка 2, столбец «c»: значение "_s + end}));
     }
 
@@ -379,7 +327,7 @@ private Q_SLOTS:
         const auto table = loader.load(u"t"_s);
 
         QCOMPARE(typeText(table->columnSpec(0)), column);
-        QCOMPARE(this->column(loader, u"t"_s), texts);
+        QCOMPARE(outcome(loader, u"t"_s), texts);
     }
 
     void listsTheTablesOfAllSchemas()
@@ -410,8 +358,8 @@ private Q_SLOTS:
                               u"b"_s, u"other.b"_s, u"other.t"_s, u"parts"_s}));
         QCOMPARE(loader.rowCount(u"other.b"_s), 2);
         QCOMPARE(loader.rowCount(u"b"_s), 0);
-        QCOMPARE(column(loader, u"parts"_s), QStringList({u"5"_s}));
-        QCOMPARE(column(loader, u"\"other.t\""_s), QStringList({u"3"_s}));
+        QCOMPARE(outcome(loader, u"parts"_s), QStringList({u"5"_s}));
+        QCOMPARE(outcome(loader, u"\"other.t\""_s), QStringList({u"3"_s}));
         const auto mixed = loader.load(u"\"Mixed.Case\".Тікер"_s);
         QCOMPARE(mixed->name(), u"\"Mixed.Case\".Тікер"_s);
         QCOMPARE(typeText(mixed->columnSpec(1)), u"a.\"b String(0)?"_s);
@@ -500,18 +448,7 @@ private Q_SLOTS:
             whole = std::min(whole, timer.nsecsElapsed());
         }
 
-        qint64 shortest = whole;
-        for (int i = 0; i < 10; ++i) {
-            parallel::StopSource stop;
-            const std::jthread stopper([&] {
-                std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
-                stop.requestStop();
-            });
-            timer.start();
-            if (!loader.rowCount(u"t"_s, stop.token()))
-                shortest = std::min(shortest, timer.nsecsElapsed());
-        }
-
+        const qint64 shortest = shortestStoppedCount(loader, u"t"_s, whole);
         QVERIFY2(shortest < whole * 2 / 3, qPrintable(u"%1 of %2"_s.arg(shortest).arg(whole)));
         QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
     }
@@ -524,8 +461,8 @@ private Q_SLOTS:
         execute(u"SET LOCAL DateStyle = 'German'"_s);
 
         const TableLoader loader(m_writer->connection());
-        QCOMPARE(column(loader, u"t"_s), QStringList({u"1"_s}));
-        QCOMPARE(column(loader, u"t"_s), QStringList({u"1"_s}));
+        QCOMPARE(outcome(loader, u"t"_s), QStringList({u"1"_s}));
+        QCOMPARE(outcome(loader, u"t"_s), QStringList({u"1"_s}));
 
         QSqlQuery query(m_writer->connection());
         QVERIFY(query.exec(u"SHOW DateStyle"_s) && query.next());
@@ -545,7 +482,7 @@ private Q_SLOTS:
         QVERIFY(!exceptionMessage([&] { loader.load(u"t"_s); }).isEmpty());
         QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
         execute(u"UPDATE t SET c = '2020-02-29'"_s);
-        QCOMPARE(column(loader, u"t"_s), QStringList({u"2020.02.29 00:00:00.000"_s}));
+        QCOMPARE(outcome(loader, u"t"_s), QStringList({u"2020.02.29 00:00:00.000"_s}));
         QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
         QSqlQuery query(m_database->connection());
         QVERIFY(query.exec(u"SHOW extra_float_digits"_s) && query.next());
@@ -599,11 +536,11 @@ private Q_SLOTS:
 
             const TableLoader loader(bytes.connection());
             QCOMPARE(
-                column(loader, u"t"_s),
+                outcome(loader, u"t"_s),
                 QStringList({u"База данных «trader@127.0.0.1:%1/bytes»: ERROR: invalid byte sequence for "
                              "encoding \"UTF8\": 0xff (22021)"_s.arg(m_server.location().port)}));
             QCOMPARE(writer.execute(u"DELETE FROM t WHERE c <> 'ok'"_s), QString());
-            QCOMPARE(column(loader, u"t"_s), QStringList({u"ok"_s}));
+            QCOMPARE(outcome(loader, u"t"_s), QStringList({u"ok"_s}));
         }
         execute(u"DROP DATABASE bytes"_s);
     }

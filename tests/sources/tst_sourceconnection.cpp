@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourceconnection.h>
 
-#include "sourcerecorder.h"
-
 #include <hostkit/parallel/stopsource.h>
 #include <hostkit/parallel/tablelock.h>
 
@@ -14,6 +12,7 @@
 #include <support/exceptions.h>
 #include <support/heldlock.h>
 #include <support/seed.h>
+#include <support/sourcereader.h>
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -9,6 +9,7 @@
 #include <data/fieldvalue.h>
 
 #include <support/exceptions.h>
+#include <support/loadedtables.h>
 
 #include <QDate>
 #include <QDateTime>
@@ -28,9 +29,6 @@
 #include <QTest>
 #include <QTimeZone>
 
-#include <chrono>
-#include <limits>
-#include <optional>
 #include <thread>
 
 using namespace sito;
@@ -39,35 +37,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString connectionName = u"tst_tableloader"_s;
-
-/// The values of \a table, row by row, as their stored texts.
-QStringList texts(const MemoryTable &table)
-{
-    QStringList result;
-    for (qint64 row = 0; row < table.rowCount(); ++row) {
-        QStringList line;
-        for (int column = 0; column < table.columnCount(); ++column) {
-            const Field field = table.row(row).field(column);
-            line.append(field.isPresent() ? FieldValue(field).toText() : u"NULL"_s);
-        }
-        result.append(line.join(u" | "_s));
-    }
-    return result;
-}
-
-/// What loading \a table gives: its values, or the message of the failure.
-QStringList outcome(const TableLoader &loader, const QString &table)
-{
-    QStringList result;
-    const QString message = exceptionMessage([&] { result = texts(*loader.load(table)); });
-    return message.isNull() ? result : QStringList(message);
-}
-
-QString typeText(const ColumnSpec &column)
-{
-    return u"%1 %2(%3)%4"_s.arg(column.name, FieldType::typeName(column.type), QString::number(column.length),
-                                column.nullable ? u"?"_s : QString());
-}
 
 /// A driver that is not SQLite's and holds one table of one row, to see what a loader makes of what drivers
 /// say.
@@ -291,24 +260,13 @@ private Q_SLOTS:
     {
         execute(u"CREATE TABLE t (a TEXT, b TEXT NOT NULL, c INTEGER, d VARCHAR(2), PRIMARY KEY (c, d))"_s);
 
-        QStringList columns;
-        const auto specs = TableLoader(connection()).columns(u"t"_s);
-        for (const ColumnSpec &column : specs)
-            columns.append(typeText(column));
-
-        QCOMPARE(columns,
+        QCOMPARE(typeTexts(TableLoader(connection()).columns(u"t"_s)),
                  QStringList({u"a String(0)?"_s, u"b String(0)"_s, u"c Int(0)"_s, u"d VarChar(2)"_s}));
     }
 
     void keepsEveryValue_data()
     {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char *name, const char *type, const char *value, const char *text) {
-            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
-                                << QString::fromUtf8(text);
-        };
+        const CellRows row("text");
         row("null", "INTEGER", "NULL", "NULL");
         row("largest Int", "INTEGER", "2147483647", "2147483647");
         row("smallest Int", "INTEGER", "-2147483648", "-2147483648");
@@ -357,17 +315,14 @@ private Q_SLOTS:
     {
         execute(u"CREATE TABLE t (c BLOB)"_s);
         QSqlQuery query(connection());
-        QByteArray block(FieldType::blockSize, '\0');
-        for (qsizetype i = 0; i < block.size(); ++i)
-            block[i] = char(i * 7);
+        const QByteArray block = sampleBlock();
         query.prepare(u"INSERT INTO t VALUES (?)"_s);
         query.addBindValue(block);
         QVERIFY(query.exec());
 
         const auto table = TableLoader(connection()).load(u"t"_s);
 
-        const Field field = table->row(0).field(0);
-        QCOMPARE(QByteArray(reinterpret_cast<const char *>(field.data), FieldType::blockSize), block);
+        QCOMPARE(firstBlock(*table), block);
     }
 
     void keepsNulInStrings()
@@ -379,13 +334,7 @@ private Q_SLOTS:
 
     void refusesWhatDoesNotFit_data()
     {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("end");
-        const auto row = [](const char *name, const char *type, const char *value, const char *end) {
-            QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(value)
-                                << QString::fromUtf8(end);
-        };
+        const CellRows row("end");
         row("2^31 in Int", "INTEGER", "2147483648",
             "2147483648 не подходит к типу Int (число вне пределов типа)");
         row("-2^31-1 in Int", "INTEGER", "-2147483649",
@@ -455,6 +404,10 @@ private Q_SLOTS:
             "x'0000000000000000…' (403) не подходит к типу Block(404) (другое число байтов)");
         row("long value in the message", "DATE", "replace(hex(zeroblob(50)), '0', 'x')",
             "'xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx…' не подходит к типу DateTime (не "
+            "дата)");
+        row("long value with a pair at the cut", "DATE",
+            "substr(replace(hex(zeroblob(50)), '0', 'x'), 1, 59) || '😀y'",
+            "'xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx…' не подходит к типу DateTime (не "
             "дата)");
         row("control characters in the message", "DATE", "'a' || char(10) || 'b'",
             "'a\uFFFDb' не подходит к типу DateTime (не дата)");
@@ -845,20 +798,7 @@ private Q_SLOTS:
         stopped.requestStop();
         QVERIFY(!loader.rowCount(u"t"_s, stopped.token()));
 
-        // At a tenth of the time, and then well before the end; whoever else uses the machine may delay either.
-        qint64 shortest = whole;
-        for (int i = 0; i < 10; ++i) {
-            parallel::StopSource stop;
-            const std::jthread stopper([&] {
-                std::this_thread::sleep_for(std::chrono::nanoseconds(whole / 10));
-                stop.requestStop();
-            });
-            timer.start();
-            const std::optional<qint64> count = loader.rowCount(u"t"_s, stop.token());
-            if (!count)
-                shortest = std::min(shortest, timer.nsecsElapsed());
-        }
-
+        const qint64 shortest = shortestStoppedCount(loader, u"t"_s, whole);
         QVERIFY2(shortest < whole / 2, qPrintable(u"%1 of %2"_s.arg(shortest).arg(whole)));
         execute(u"DROP TABLE t"_s); // no statement is left open
     }
