@@ -5,6 +5,8 @@
 #include <QLibraryInfo>
 #include <QLocale>
 
+#include <algorithm>
+
 namespace sito {
 
 using namespace Qt::StringLiterals;
@@ -17,24 +19,19 @@ Languages::~Languages()
     QCoreApplication::removeTranslator(&m_qt);
 }
 
+QStringList Languages::names()
+{
+    return {u"system"_s, u"ru"_s, u"en"_s};
+}
+
 QString Languages::name(Language language)
 {
-    switch (language) {
-    case Language::Russian:
-        return u"ru"_s;
-    case Language::English:
-        return u"en"_s;
-    case Language::System:
-        break;
-    }
-    return u"system"_s;
+    return names().at(qsizetype(language));
 }
 
 Languages::Language Languages::fromName(const QString &name)
 {
-    if (name == "ru"_L1)
-        return Language::Russian;
-    return name == "en"_L1 ? Language::English : Language::System;
+    return Language(std::max<qsizetype>(0, names().indexOf(name)));
 }
 
 bool Languages::isSystemRussian()

@@ -25,7 +25,8 @@ public:
     explicit Languages(bool isSystemRussian);
     ~Languages();
 
-    /// The name for settings and command lines: "system", "ru" or "en".
+    /// The names for settings and command lines, in the order of Language: "system", "ru" and "en".
+    static QStringList names();
     static QString name(Language language);
     /// The language of that name; System for any other text.
     static Language fromName(const QString &name);

@@ -6,6 +6,8 @@
 #include <QStyle>
 #include <QStyleFactory>
 
+#include <algorithm>
+
 namespace sito {
 
 using namespace Qt::StringLiterals;
@@ -65,24 +67,19 @@ QPalette paletteOf(const Colours &colours)
 
 } // namespace
 
+QStringList Look::names()
+{
+    return {u"system"_s, u"light"_s, u"dark"_s};
+}
+
 QString Look::name(Scheme scheme)
 {
-    switch (scheme) {
-    case Scheme::Light:
-        return u"light"_s;
-    case Scheme::Dark:
-        return u"dark"_s;
-    case Scheme::System:
-        break;
-    }
-    return u"system"_s;
+    return names().at(qsizetype(scheme));
 }
 
 Look::Scheme Look::fromName(const QString &name)
 {
-    if (name == "light"_L1)
-        return Scheme::Light;
-    return name == "dark"_L1 ? Scheme::Dark : Scheme::System;
+    return Scheme(std::max<qsizetype>(0, names().indexOf(name)));
 }
 
 void Look::apply(Scheme scheme)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace sito {
 
@@ -15,7 +16,8 @@ enum class Scheme {
     Dark,
 };
 
-/// The name for settings and command lines: "system", "light" or "dark".
+/// The names for settings and command lines, in the order of Scheme: "system", "light" and "dark".
+QStringList names();
 QString name(Scheme scheme);
 /// The scheme of that name; System for any other text.
 Scheme fromName(const QString &name);

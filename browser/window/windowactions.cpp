@@ -4,9 +4,9 @@
 #include <browser/parts/languages.h>
 #include <browser/parts/look.h>
 #include <browser/window/actionspec.h>
+#include <browser/window/choicemenu.h>
 #include <browser/window/pageactions.h>
 
-#include <QActionGroup>
 #include <QCoreApplication>
 #include <QList>
 #include <QMainWindow>
@@ -143,43 +143,21 @@ void WindowActions::makeViewMenu(const Parts &parts)
 
 void WindowActions::makeLookMenus()
 {
-    const auto add = [this](QMenu *menu, QActionGroup *group, const QString &name) {
-        QAction *action = menu->addAction(QString());
-        action->setObjectName(name);
-        action->setCheckable(true);
-        group->addAction(action);
-        connect(menu, &QMenu::aboutToShow, this, &WindowActions::checkCurrent, Qt::UniqueConnection);
-        return action;
-    };
-    m_lookMenu = m_viewMenu->addMenu(QString());
-    m_looks = new QActionGroup(this);
-    for (const Look::Scheme scheme : {Look::Scheme::System, Look::Scheme::Light, Look::Scheme::Dark}) {
-        connect(add(m_lookMenu, m_looks, u"look-"_s + Look::name(scheme)), &QAction::triggered, this,
-                [this, scheme] {
-                    m_store.setValue(u"window/look"_s, Look::name(scheme));
-                    Look::apply(scheme);
-                });
-    }
-    m_languageMenu = m_viewMenu->addMenu(QString());
-    m_languageGroup = new QActionGroup(this);
-    for (const Languages::Language language :
-         {Languages::Language::System, Languages::Language::Russian, Languages::Language::English}) {
-        connect(add(m_languageMenu, m_languageGroup, u"language-"_s + Languages::name(language)),
-                &QAction::triggered, this, [this, language] {
-                    m_store.setValue(u"window/language"_s, Languages::name(language));
-                    m_languages.apply(language);
-                });
-    }
-}
-
-void WindowActions::checkCurrent()
-{
-    const QList<QAction *> looks = m_looks->actions();
-    for (QAction *action : looks)
-        action->setChecked(action->objectName() == "look-"_L1 + Look::name(Look::current()));
-    const QList<QAction *> languages = m_languageGroup->actions();
-    for (QAction *action : languages)
-        action->setChecked(action->objectName() == "language-"_L1 + Languages::name(m_languages.current()));
+    m_lookMenu = new ChoiceMenu(
+        u"look"_s, Look::names(), [] { return Look::name(Look::current()); }, m_viewMenu);
+    connect(m_lookMenu, &ChoiceMenu::chosen, this, [this](const QString &name) {
+        m_store.setValue(u"window/look"_s, name);
+        Look::apply(Look::fromName(name));
+    });
+    m_viewMenu->addMenu(m_lookMenu);
+    m_languageMenu = new ChoiceMenu(
+        u"language"_s, Languages::names(), [this] { return Languages::name(m_languages.current()); },
+        m_viewMenu);
+    connect(m_languageMenu, &ChoiceMenu::chosen, this, [this](const QString &name) {
+        m_store.setValue(u"window/language"_s, name);
+        m_languages.apply(Languages::fromName(name));
+    });
+    m_viewMenu->addMenu(m_languageMenu);
 }
 
 void WindowActions::makeToolBar(QMainWindow &window, const PageActions &page)
@@ -220,14 +198,10 @@ void WindowActions::retranslate()
     m_toolBar->setWindowTitle(tr("Панель инструментов"));
 
     m_lookMenu->setTitle(tr("Офо&рмление"));
-    const QStringList looks{tr("Как в &системе"), tr("&Светлое"), tr("&Тёмное")};
-    for (qsizetype i = 0; i < looks.size(); ++i)
-        m_looks->actions().at(i)->setText(looks.at(i));
+    m_lookMenu->setTexts({tr("Как в &системе"), tr("&Светлое"), tr("&Тёмное")});
     // Found by whoever cannot read the other texts.
     m_languageMenu->setTitle(u"&Язык / Language"_s);
-    const QStringList languages{tr("Как в &системе"), u"&Русский"_s, u"&English"_s};
-    for (qsizetype i = 0; i < languages.size(); ++i)
-        m_languageGroup->actions().at(i)->setText(languages.at(i));
+    m_languageMenu->setTexts({tr("Как в &системе"), u"&Русский"_s, u"&English"_s});
 }
 
 } // namespace sito

@@ -4,7 +4,6 @@
 #include <QObject>
 
 class QAction;
-class QActionGroup;
 class QMainWindow;
 class QMenu;
 class QSettings;
@@ -12,6 +11,7 @@ class QToolBar;
 
 namespace sito {
 
+class ChoiceMenu;
 class Languages;
 class PageActions;
 
@@ -56,7 +56,6 @@ private:
     void makeViewMenu(const Parts &parts);
     void makeLookMenus();
     void makeToolBar(QMainWindow &window, const PageActions &page);
-    void checkCurrent();
 
     QSettings &m_store;
     Languages &m_languages;
@@ -66,13 +65,11 @@ private:
     QMenu *m_viewMenu = nullptr;
     QMenu *m_sortMenu = nullptr;
     QMenu *m_goMenu = nullptr;
-    QMenu *m_lookMenu = nullptr;
-    QMenu *m_languageMenu = nullptr;
+    ChoiceMenu *m_lookMenu = nullptr;
+    ChoiceMenu *m_languageMenu = nullptr;
     QMenu *m_filtersMenu = nullptr;
     QMenu *m_settingsMenu = nullptr;
     QMenu *m_helpMenu = nullptr;
-    QActionGroup *m_looks = nullptr;
-    QActionGroup *m_languageGroup = nullptr;
     QToolBar *m_toolBar = nullptr;
 };
 
