@@ -1234,6 +1234,42 @@ Open an SQLite file, or drop one here.</translation>
         <source>Снять фильтры</source>
         <translation>Clear Filters</translation>
     </message>
+    <message>
+        <source>&amp;Экспорт в CSV…</source>
+        <translation>&amp;Export to CSV…</translation>
+    </message>
+    <message>
+        <source>Экспорт</source>
+        <translation>Export</translation>
+    </message>
+    <message>
+        <source>Записать показанные строки в файл CSV</source>
+        <translation>Write the shown rows to a CSV file</translation>
+    </message>
+    <message>
+        <source>За&amp;тем по возрастанию</source>
+        <translation>Then A&amp;scending</translation>
+    </message>
+    <message>
+        <source>Затем п&amp;о убыванию</source>
+        <translation>Then Descendin&amp;g</translation>
+    </message>
+    <message>
+        <source>Скр&amp;ыть столбец</source>
+        <translation>&amp;Hide Column</translation>
+    </message>
+    <message>
+        <source>Показать &amp;все столбцы</source>
+        <translation>Show &amp;All Columns</translation>
+    </message>
+    <message>
+        <source>Снять фильтры стол&amp;бца</source>
+        <translation>Clear Column F&amp;ilters</translation>
+    </message>
+    <message>
+        <source>&amp;Столбцы</source>
+        <translation>Colum&amp;ns</translation>
+    </message>
 </context>
 <context>
     <name>sito::PendingPanel</name>
@@ -1707,50 +1743,6 @@ Type: %2</translation>
 <context>
     <name>sito::TablePage</name>
     <message>
-        <source>Показать все столбцы</source>
-        <translation>Show All Columns</translation>
-    </message>
-    <message>
-        <source>Подобрать ширину</source>
-        <translation>Fit Widths</translation>
-    </message>
-    <message>
-        <source>Фильтр…</source>
-        <translation>Filter…</translation>
-    </message>
-    <message>
-        <source>Снять фильтры столбца</source>
-        <translation>Clear Filters of the Column</translation>
-    </message>
-    <message>
-        <source>По возрастанию</source>
-        <translation>Ascending</translation>
-    </message>
-    <message>
-        <source>По убыванию</source>
-        <translation>Descending</translation>
-    </message>
-    <message>
-        <source>Затем по возрастанию</source>
-        <translation>Then Ascending</translation>
-    </message>
-    <message>
-        <source>Затем по убыванию</source>
-        <translation>Then Descending</translation>
-    </message>
-    <message>
-        <source>Не сортировать</source>
-        <translation>Unsorted</translation>
-    </message>
-    <message>
-        <source>Скрыть столбец</source>
-        <translation>Hide Column</translation>
-    </message>
-    <message>
-        <source>Столбцы</source>
-        <translation>Columns</translation>
-    </message>
-    <message>
         <source>Строки таблицы %1</source>
         <translation>Rows of table %1</translation>
     </message>
@@ -1758,14 +1750,6 @@ Type: %2</translation>
         <source>%1 (%2)</source>
         <comment>действие и фильтр</comment>
         <translation>%1 (%2)</translation>
-    </message>
-    <message>
-        <source>Переместить влево</source>
-        <translation>Move Left</translation>
-    </message>
-    <message>
-        <source>Переместить вправо</source>
-        <translation>Move Right</translation>
     </message>
     <message>
         <source>Отбор не удался: строки не те, что задают фильтры и сортировка</source>
@@ -1936,18 +1920,6 @@ Type: %2</translation>
         <translation>Open Sa&amp;mple</translation>
     </message>
     <message>
-        <source>&amp;Экспорт в CSV…</source>
-        <translation>&amp;Export to CSV…</translation>
-    </message>
-    <message>
-        <source>Экспорт</source>
-        <translation>Export</translation>
-    </message>
-    <message>
-        <source>Записать показанные строки в файл CSV</source>
-        <translation>Write the shown rows to a CSV file</translation>
-    </message>
-    <message>
         <source>В&amp;ыйти</source>
         <translation>&amp;Quit</translation>
     </message>
@@ -1998,10 +1970,6 @@ Type: %2</translation>
     <message>
         <source>&amp;Вид</source>
         <translation>&amp;View</translation>
-    </message>
-    <message>
-        <source>&amp;Столбцы</source>
-        <translation>&amp;Columns</translation>
     </message>
     <message>
         <source>С&amp;ортировка</source>

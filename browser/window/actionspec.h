@@ -4,6 +4,7 @@
 #include <hostkit/views/icons.h>
 
 #include <QKeySequence>
+#include <QList>
 
 #include <optional>
 
@@ -28,6 +29,31 @@ struct ActionSpec
     QAction *make(QWidget &owner) const;
     /// Gives \a action its texts in the user's language; they are looked up in \a context.
     void translate(QAction &action, const char *context) const;
+};
+
+/// The actions that a \a Class has as members, and how they look.
+template <typename Class>
+struct ActionTable
+{
+    struct Entry
+    {
+        QAction *Class::*action;
+        ActionSpec spec;
+    };
+
+    /// As ActionSpec::make() and ActionSpec::translate(), for all.
+    void make(Class &actions, QWidget &owner) const
+    {
+        for (const Entry &entry : entries)
+            actions.*entry.action = entry.spec.make(owner);
+    }
+    void translate(const Class &actions, const char *context) const
+    {
+        for (const Entry &entry : entries)
+            entry.spec.translate(*(actions.*entry.action), context);
+    }
+
+    QList<Entry> entries;
 };
 
 } // namespace sito

@@ -151,7 +151,7 @@ void MainWindow::connectActions()
     on(m_actions->openFile, [this] { askFile(); });
     on(m_actions->openServer, [this] { askServer(); });
     on(m_actions->openSample, [this] { openSample(); });
-    on(m_actions->exportCsv, [this] { m_exports->ask(); });
+    on(m_pageActions->exportCsv, [this] { m_exports->ask(); });
     on(m_actions->quit, [this] { close(); });
     on(m_actions->settings, [this] { showSettings(); });
     on(m_actions->settingsFile,
@@ -489,8 +489,7 @@ void MainWindow::updateActions()
         action->setEnabled(m_exports->canCopy());
     m_pageActions->sessions->setEnabled(m_filterCommands->canSwitchSessions());
     m_pageActions->sessions->setChecked(m_filterCommands->areSessionsOn());
-    m_actions->exportCsv->setEnabled(m_exports->canWrite());
-    m_actions->columnsMenu->setEnabled(page());
+    m_pageActions->exportCsv->setEnabled(m_exports->canWrite());
 }
 
 void MainWindow::updateTitle()

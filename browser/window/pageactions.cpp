@@ -5,11 +5,12 @@
 #include <browser/window/tablepage.h>
 
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/table/tablemodel.h>
 #include <hostkit/views/filterheader.h>
 
 #include <QAction>
 #include <QCoreApplication>
-#include <QList>
+#include <QMenu>
 
 namespace sito {
 
@@ -20,16 +21,14 @@ namespace {
 
 constexpr const char *pageContext = "sito::PageActions";
 
-struct PageEntry
-{
-    QAction *PageActions::*action;
-    ActionSpec spec;
-};
-
-QList<PageEntry> pageEntries()
+ActionTable<PageActions> pageActionTable()
 {
     using P = PageActions;
-    return {
+    return {{
+        {&P::exportCsv,
+         {"exportCsv", Shape::Export, u"Ctrl+E"_s, QT_TRANSLATE_NOOP("sito::PageActions", "&Экспорт в CSV…"),
+          QT_TRANSLATE_NOOP("sito::PageActions", "Экспорт"),
+          QT_TRANSLATE_NOOP("sito::PageActions", "Записать показанные строки в файл CSV")}},
         {&P::copy,
          {"copy", Shape::Copy, QKeySequence::Copy, QT_TRANSLATE_NOOP("sito::PageActions", "&Копировать"),
           nullptr, QT_TRANSLATE_NOOP("sito::PageActions", "Копировать выделенные ячейки")}},
@@ -45,7 +44,21 @@ QList<PageEntry> pageEntries()
         {&P::sortDescending,
          {"sortDescending", std::nullopt, u"Ctrl+Shift+Down"_s,
           QT_TRANSLATE_NOOP("sito::PageActions", "По &убыванию")}},
+        {&P::thenAscending,
+         {"thenAscending",
+          std::nullopt,
+          {},
+          QT_TRANSLATE_NOOP("sito::PageActions", "За&тем по возрастанию")}},
+        {&P::thenDescending,
+         {"thenDescending", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::PageActions", "Затем п&о убыванию")}},
         {&P::unsort, {"unsort", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::PageActions", "&Не сортировать")}},
+        {&P::hideColumn,
+         {"hideColumn", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::PageActions", "Скр&ыть столбец")}},
+        {&P::showAllColumns,
+         {"showAllColumns",
+          std::nullopt,
+          {},
+          QT_TRANSLATE_NOOP("sito::PageActions", "Показать &все столбцы")}},
         {&P::resizeColumns,
          {"resizeColumns",
           std::nullopt,
@@ -66,6 +79,11 @@ QList<PageEntry> pageEntries()
           QT_TRANSLATE_NOOP("sito::PageActions", "&Фильтр столбца…"),
           QT_TRANSLATE_NOOP("sito::PageActions", "Фильтр"),
           QT_TRANSLATE_NOOP("sito::PageActions", "Выбрать значения столбца (Alt+↓)")}},
+        {&P::clearColumnFilters,
+         {"clearColumnFilters",
+          Shape::FilterOff,
+          {},
+          QT_TRANSLATE_NOOP("sito::PageActions", "Снять фильтры стол&бца")}},
         {&P::hideValues,
          {"hideSelected", Shape::FilterOff, u"Ctrl+H"_s,
           QT_TRANSLATE_NOOP("sito::PageActions", "&Скрыть эти значения")}},
@@ -81,45 +99,62 @@ QList<PageEntry> pageEntries()
          {"clearFilters", Shape::FilterOff, u"Ctrl+Shift+L"_s,
           QT_TRANSLATE_NOOP("sito::PageActions", "Снять &все фильтры"),
           QT_TRANSLATE_NOOP("sito::PageActions", "Снять фильтры")}},
-    };
+    }};
 }
 
 } // namespace
 
-PageActions::PageActions(QWidget &owner) : QObject(&owner)
+PageActions::PageActions(QWidget &owner) : QObject(&owner), columnsMenu(new QMenu(&owner))
 {
-    const QList<PageEntry> all = pageEntries();
-    for (const PageEntry &entry : all)
-        this->*entry.action = entry.spec.make(owner);
+    pageActionTable().make(*this, owner);
     sessions->setCheckable(true);
+    columnsMenu->setObjectName(u"columnsMenu"_s);
+    columnsMenu->setIcon(Icons::icon(Shape::Columns));
+    connect(columnsMenu, &QMenu::aboutToShow, this, &PageActions::fillColumnsMenu);
 
     connectPage(selectAll, [](TablePage &page) { page.view()->selectAll(); });
     connectPage(unsort, [](TablePage &page) { page.view()->clearSorting(); });
+    connectPage(showAllColumns, [](TablePage &page) { page.view()->showAllColumns(); });
     connectPage(resizeColumns, [](TablePage &page) { page.view()->resizeColumns(); });
     connectPage(goRows, [](TablePage &page) { page.view()->setFocus(Qt::ShortcutFocusReason); });
     connectPage(hideValues, [](TablePage &page) { page.view()->hideSelectedValues(); });
     connectPage(showOnly, [](TablePage &page) { page.view()->showOnlySelectedValues(); });
     connectPage(clearFilters, [](TablePage &page) { page.clearFilters(); });
+    connectColumns();
+}
 
-    const auto connectSorting = [this](QAction *action, Qt::SortOrder order) {
-        connectColumn(action, [order](TablePage &page, int section) {
-            page.view()->setSorting(section, order, false);
+void PageActions::connectColumns()
+{
+    const auto connectSorting = [this](QAction *action, Qt::SortOrder order, bool adding) {
+        connectColumn(action, [order, adding](TablePage &page, int section) {
+            page.view()->setSorting(section, order, adding);
         });
     };
-    connectSorting(sortAscending, Qt::AscendingOrder);
-    connectSorting(sortDescending, Qt::DescendingOrder);
-    const auto connectMove = [this](QAction *action, bool toRight) {
-        connectColumn(action, [toRight](TablePage &page, int section) {
+    connectSorting(sortAscending, Qt::AscendingOrder, false);
+    connectSorting(sortDescending, Qt::DescendingOrder, false);
+    connectSorting(thenAscending, Qt::AscendingOrder, true);
+    connectSorting(thenDescending, Qt::DescendingOrder, true);
+    const auto showCurrent = [](TablePage &page, int section) {
+        if (section == page.view()->currentIndex().column())
+            page.view()->scrollTo(page.view()->currentIndex());
+    };
+    const auto connectMove = [this, showCurrent](QAction *action, bool toRight) {
+        connectColumn(action, [toRight, showCurrent](TablePage &page, int section) {
             if (page.view()->moveColumn(section, toRight))
-                page.view()->scrollTo(page.view()->currentIndex());
+                showCurrent(page, section);
         });
     };
     connectMove(moveLeft, false);
     connectMove(moveRight, true);
-    connectColumn(columnFilter, [](TablePage &page, int section) {
-        page.view()->scrollTo(page.view()->currentIndex());
+    connectColumn(hideColumn, [](TablePage &page, int section) {
+        if (page.canHideColumn())
+            page.header()->hideSection(section);
+    });
+    connectColumn(columnFilter, [showCurrent](TablePage &page, int section) {
+        showCurrent(page, section);
         page.header()->requestFilter(section);
     });
+    connectColumn(clearColumnFilters, [](TablePage &page, int section) { page.clearColumnFilters(section); });
 }
 
 void PageActions::connectPage(QAction *action, const std::function<void(TablePage &page)> &work)
@@ -133,9 +168,10 @@ void PageActions::connectPage(QAction *action, const std::function<void(TablePag
 void PageActions::connectColumn(QAction *action,
                                 const std::function<void(TablePage &page, int section)> &work)
 {
-    connectPage(action, [work](TablePage &page) {
-        if (page.view()->currentIndex().isValid())
-            work(page, page.view()->currentIndex().column());
+    connectPage(action, [this, work](TablePage &page) {
+        const int section = m_columnMenu ? m_menuSection : page.view()->currentIndex().column();
+        if (section >= 0)
+            work(page, section);
     });
 }
 
@@ -145,28 +181,61 @@ void PageActions::setPage(TablePage *page)
     update();
 }
 
+void PageActions::setColumn(int section, QMenu &menu)
+{
+    m_columnMenu = &menu;
+    m_menuSection = section;
+    connect(&menu, &QObject::destroyed, this, [this, &menu] {
+        if (m_columnMenu == &menu)
+            m_columnMenu = nullptr;
+        update();
+    });
+    update();
+}
+
 void PageActions::update()
 {
     const bool hasPage = m_page;
-    for (QAction *action : {selectAll, sortAscending, sortDescending, unsort, resizeColumns, moveLeft,
-                            moveRight, goRows, columnFilter})
+    for (QAction *action :
+         {selectAll, sortAscending, sortDescending, thenAscending, thenDescending, unsort, hideColumn,
+          showAllColumns, resizeColumns, moveLeft, moveRight, goRows, columnFilter, clearColumnFilters})
         action->setEnabled(hasPage);
+    columnsMenu->setEnabled(hasPage);
     for (QAction *action : {hideValues, showOnly})
         action->setEnabled(hasPage && m_page->view()->hasSelection());
     clearFilters->setEnabled(hasPage && !m_page->filters()->filters().isEmpty());
+    if (hasPage && m_columnMenu)
+        updateColumn();
+}
+
+/// What a menu shows to be impossible; keys find out when they are pressed.
+void PageActions::updateColumn()
+{
+    const bool isSorted = !m_page->model()->sortKeys().isEmpty();
+    for (QAction *action : {thenAscending, thenDescending, unsort})
+        action->setEnabled(isSorted);
+    if (m_menuSection < 0)
+        return;
+    clearColumnFilters->setEnabled(m_page->header()->isFiltered(m_menuSection));
+    hideColumn->setEnabled(m_page->canHideColumn());
+    moveLeft->setEnabled(m_page->view()->neighbour(m_menuSection, false) >= 0);
+    moveRight->setEnabled(m_page->view()->neighbour(m_menuSection, true) >= 0);
 }
 
 void PageActions::retranslate()
 {
-    const QList<PageEntry> all = pageEntries();
-    for (const PageEntry &entry : all)
-        entry.spec.translate(*(this->*entry.action), pageContext);
+    pageActionTable().translate(*this, pageContext);
+    columnsMenu->setTitle(tr("&Столбцы"));
 }
 
-void PageActions::fillColumnsMenu(QMenu &menu)
+void PageActions::fillColumnsMenu()
 {
-    if (m_page)
-        m_page->fillColumnsMenu(menu);
+    columnsMenu->clear();
+    if (!m_page)
+        return;
+    m_page->addColumns(*columnsMenu);
+    columnsMenu->addSeparator();
+    columnsMenu->addActions({showAllColumns, resizeColumns});
 }
 
 } // namespace sito

@@ -44,7 +44,7 @@ QList<int> allColumns(const MemoryTable &table)
 
 } // namespace
 
-TablePage::TablePage(MemoryTable &table, const PageActions &actions, QWidget *parent)
+TablePage::TablePage(MemoryTable &table, PageActions &actions, QWidget *parent)
     : QWidget(parent),
       m_table(&table),
       m_actions(actions),
@@ -127,23 +127,32 @@ void TablePage::clearFilters()
     filters()->clear();
 }
 
-void TablePage::fillColumnsMenu(QMenu &menu)
+void TablePage::clearColumnFilters(int section)
+{
+    const QList<Filter *> all = filters()->filters();
+    for (Filter *filter : all) {
+        const auto *values = qobject_cast<ValueFilter *>(filter);
+        if (values && values->columns().contains(model()->columns().at(section)))
+            filters()->remove(filter);
+    }
+}
+
+bool TablePage::canHideColumn() const
+{
+    return header()->hiddenSectionCount() < header()->count() - 1;
+}
+
+void TablePage::addColumns(QMenu &menu)
 {
     for (int visual = 0; visual < header()->count(); ++visual) {
         const int section = header()->logicalIndex(visual);
         QAction *action = menu.addAction(labelText(model()->headerData(section, Qt::Horizontal).toString()));
         action->setCheckable(true);
         action->setChecked(!header()->isSectionHidden(section));
-        // Something must stay to see.
-        action->setEnabled(!action->isChecked() || header()->hiddenSectionCount() < header()->count() - 1);
+        action->setEnabled(!action->isChecked() || canHideColumn());
         connect(action, &QAction::toggled, this,
                 [this, section](bool shown) { header()->setSectionHidden(section, !shown); });
     }
-    menu.addSeparator();
-    connect(menu.addAction(tr("Показать все столбцы")), &QAction::triggered, m_view,
-            &FilteredTableView::showAllColumns);
-    connect(menu.addAction(tr("Подобрать ширину")), &QAction::triggered, m_view,
-            &FilteredTableView::resizeColumns);
 }
 
 void TablePage::showCellMenu(const QModelIndex &index, const QPoint &place)
@@ -203,76 +212,19 @@ void TablePage::showHeaderMenu(int section, const QPoint &place)
     auto *menu = new QMenu(this);
     menu->setObjectName(u"headerMenu"_s);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    fillHeaderMenu(*menu, section);
+    m_actions.setColumn(section, *menu);
+    if (section >= 0) {
+        menu->addActions({m_actions.columnFilter, m_actions.clearColumnFilters});
+        menu->addSeparator();
+        menu->addActions({m_actions.sortAscending, m_actions.sortDescending, m_actions.thenAscending,
+                          m_actions.thenDescending});
+    }
+    menu->addAction(m_actions.unsort);
+    menu->addSeparator();
+    if (section >= 0)
+        menu->addActions({m_actions.hideColumn, m_actions.moveLeft, m_actions.moveRight});
+    menu->addMenu(m_actions.columnsMenu);
     menu->popup(place);
-}
-
-void TablePage::fillHeaderMenu(QMenu &menu, int section)
-{
-    if (section >= 0)
-        addFilterActions(menu, section);
-    QAction *unsort = menu.addAction(tr("Не сортировать"));
-    unsort->setObjectName(u"unsort"_s);
-    unsort->setEnabled(!model()->sortKeys().isEmpty());
-    connect(unsort, &QAction::triggered, m_view, &FilteredTableView::clearSorting);
-    menu.addSeparator();
-    if (section >= 0)
-        addColumnActions(menu, section);
-    QMenu *columns = menu.addMenu(Icons::icon(Icons::Shape::Columns), tr("Столбцы"));
-    columns->setObjectName(u"columns"_s);
-    fillColumnsMenu(*columns);
-}
-
-void TablePage::addFilterActions(QMenu &menu, int section)
-{
-    using Icons::Shape;
-    QAction *choose = menu.addAction(Icons::icon(Shape::Filter), tr("Фильтр…"));
-    choose->setObjectName(u"filter"_s);
-    connect(choose, &QAction::triggered, this, [this, section] { header()->requestFilter(section); });
-    QAction *unfilter = menu.addAction(Icons::icon(Shape::FilterOff), tr("Снять фильтры столбца"));
-    unfilter->setObjectName(u"unfilter"_s);
-    unfilter->setEnabled(header()->isFiltered(section));
-    connect(unfilter, &QAction::triggered, this, [this, section] { removeFilters(section); });
-    menu.addSeparator();
-    const auto addSorting = [&](const QString &text, const QString &name, Qt::SortOrder order, bool adding) {
-        QAction *action = menu.addAction(text);
-        action->setObjectName(name);
-        connect(action, &QAction::triggered, this,
-                [this, section, order, adding] { m_view->setSorting(section, order, adding); });
-    };
-    addSorting(tr("По возрастанию"), u"ascending"_s, Qt::AscendingOrder, false);
-    addSorting(tr("По убыванию"), u"descending"_s, Qt::DescendingOrder, false);
-    if (!model()->sortKeys().isEmpty()) {
-        addSorting(tr("Затем по возрастанию"), u"thenAscending"_s, Qt::AscendingOrder, true);
-        addSorting(tr("Затем по убыванию"), u"thenDescending"_s, Qt::DescendingOrder, true);
-    }
-}
-
-void TablePage::addColumnActions(QMenu &menu, int section)
-{
-    QAction *hide = menu.addAction(tr("Скрыть столбец"));
-    hide->setObjectName(u"hideColumn"_s);
-    hide->setEnabled(header()->hiddenSectionCount() < header()->count() - 1);
-    connect(hide, &QAction::triggered, this, [this, section] { header()->hideSection(section); });
-    const auto addMove = [&](const QString &text, const QString &name, bool toRight) {
-        QAction *action = menu.addAction(text);
-        action->setObjectName(name);
-        action->setEnabled(m_view->neighbour(section, toRight) >= 0);
-        connect(action, &QAction::triggered, this,
-                [this, section, toRight] { m_view->moveColumn(section, toRight); });
-    };
-    addMove(tr("Переместить влево"), u"moveLeft"_s, false);
-    addMove(tr("Переместить вправо"), u"moveRight"_s, true);
-}
-
-void TablePage::removeFilters(int section)
-{
-    const QList<Filter *> all = filters()->filters();
-    for (Filter *filter : all) {
-        const auto *values = qobject_cast<ValueFilter *>(filter);
-        if (values && values->columns().contains(model()->columns().at(section)))
-            filters()->remove(filter);
-    }
 }
 
 void TablePage::updateNotice()

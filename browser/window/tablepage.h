@@ -23,8 +23,8 @@ class TablePage : public QWidget
 {
     Q_OBJECT
 public:
-    /// The menu of cells shows some of \a actions. Neither is owned; both must outlive the page.
-    TablePage(MemoryTable &table, const PageActions &actions, QWidget *parent = nullptr);
+    /// The menus of cells and columns show \a actions. Neither is owned; both must outlive the page.
+    TablePage(MemoryTable &table, PageActions &actions, QWidget *parent = nullptr);
     ~TablePage() override;
 
     MemoryTable *table() const { return m_table; }
@@ -42,9 +42,13 @@ public:
     void setSessionFilterOn(bool on);
 
     void clearFilters();
+    /// Removes the filters by values that look at the column of \a section.
+    void clearColumnFilters(int section);
 
-    /// Fills \a menu with one checkable action for each column.
-    void fillColumnsMenu(QMenu &menu);
+    /// Whether a column would be left to see.
+    bool canHideColumn() const;
+    /// Adds one checkable action for each column to \a menu.
+    void addColumns(QMenu &menu);
 
 Q_SIGNALS:
     /// Something could not be done, as \a message says.
@@ -63,16 +67,12 @@ private:
     /// The filters by a choice that have to do with the cell \a index, and those that could be made there.
     QList<SelectFilter *> selectableFilters(const QModelIndex &index);
     void showCellMenu(const QModelIndex &index, const QPoint &place);
-    void fillHeaderMenu(QMenu &menu, int section);
-    void addFilterActions(QMenu &menu, int section);
-    void addColumnActions(QMenu &menu, int section);
     void showHeaderMenu(int section, const QPoint &place);
-    void removeFilters(int section);
     void updateNotice();
     void updateAccessibleName();
 
     MemoryTable *m_table;
-    const PageActions &m_actions;
+    PageActions &m_actions;
     NoticeBar *m_notice;
     FilteredTableView *m_view;
     /// Whether the last pass that ended failed.

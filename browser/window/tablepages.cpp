@@ -23,7 +23,7 @@ namespace sito {
 
 using namespace Qt::StringLiterals;
 
-TablePages::TablePages(KeptViews &views, const PageActions &actions, QWidget *parent)
+TablePages::TablePages(KeptViews &views, PageActions &actions, QWidget *parent)
     : QStackedWidget(parent), m_views(views), m_actions(actions), m_empty(new QWidget), m_text(new QLabel)
 {
     m_empty->setObjectName(u"emptyPage"_s);

@@ -23,7 +23,7 @@ class TablePages : public QStackedWidget
     Q_OBJECT
 public:
     /// \a actions are shown in context menus. Neither is owned; both must outlive the object.
-    TablePages(KeptViews &views, const PageActions &actions, QWidget *parent = nullptr);
+    TablePages(KeptViews &views, PageActions &actions, QWidget *parent = nullptr);
 
     /// The page that is shown; null when there is none.
     TablePage *page() const { return m_page; }
@@ -62,7 +62,7 @@ private:
     void setPassed(const TablePage *page, int percent);
 
     KeptViews &m_views;
-    const PageActions &m_actions;
+    PageActions &m_actions;
     QHash<QString, TablePage *> m_pages;
     QPointer<TablePage> m_page;
     QWidget *m_empty;

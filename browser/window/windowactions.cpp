@@ -8,7 +8,6 @@
 #include <browser/window/pageactions.h>
 
 #include <QCoreApplication>
-#include <QList>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -24,18 +23,12 @@ using Icons::Shape;
 
 namespace {
 
-constexpr const char *context = "sito::WindowActions";
+constexpr const char *windowContext = "sito::WindowActions";
 
-struct Entry
-{
-    QAction *WindowActions::*action;
-    ActionSpec spec;
-};
-
-QList<Entry> entries()
+ActionTable<WindowActions> windowActionTable()
 {
     using W = WindowActions;
-    return {
+    return {{
         {&W::openFile,
          {"openFile", Shape::Open, QKeySequence::Open,
           QT_TRANSLATE_NOOP("sito::WindowActions", "&Открыть файл…"),
@@ -48,11 +41,6 @@ QList<Entry> entries()
           QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных на сервере")}},
         {&W::openSample,
          {"openSample", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &пример")}},
-        {&W::exportCsv,
-         {"exportCsv", Shape::Export, u"Ctrl+E"_s,
-          QT_TRANSLATE_NOOP("sito::WindowActions", "&Экспорт в CSV…"),
-          QT_TRANSLATE_NOOP("sito::WindowActions", "Экспорт"),
-          QT_TRANSLATE_NOOP("sito::WindowActions", "Записать показанные строки в файл CSV")}},
         {&W::quit, {"quit", std::nullopt, u"Ctrl+Q"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "В&ыйти")}},
         {&W::goTables,
          {"goTables", std::nullopt, u"Ctrl+1"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "К &таблицам")}},
@@ -70,7 +58,7 @@ QList<Entry> entries()
           QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &файл настроек…")}},
         {&W::about, {"about", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "&О программе")}},
         {&W::aboutQt, {"aboutQt", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "О &Qt")}},
-    };
+    }};
 }
 
 } // namespace
@@ -78,9 +66,7 @@ QList<Entry> entries()
 WindowActions::WindowActions(QMainWindow &window, const Parts &parts, QSettings &store, Languages &languages)
     : QObject(&window), m_store(store), m_languages(languages)
 {
-    const QList<Entry> all = entries();
-    for (const Entry &entry : all)
-        this->*entry.action = entry.spec.make(window);
+    windowActionTable().make(*this, window);
     makeMenus(window, parts);
     makeToolBar(window, *parts.page);
 }
@@ -94,7 +80,7 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
     m_fileMenu->addMenu(m_recentMenu);
     m_fileMenu->addAction(openSample);
     m_fileMenu->addSeparator();
-    m_fileMenu->addAction(exportCsv);
+    m_fileMenu->addAction(parts.page->exportCsv);
     m_fileMenu->addSeparator();
     m_fileMenu->addAction(quit);
 
@@ -107,7 +93,9 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
     makeViewMenu(parts);
 
     m_filtersMenu = bar->addMenu(QString());
-    m_filtersMenu->addActions({parts.page->columnFilter, parts.page->hideValues, parts.page->showOnly});
+    m_filtersMenu->addActions({parts.page->columnFilter, parts.page->clearColumnFilters});
+    m_filtersMenu->addSeparator();
+    m_filtersMenu->addActions({parts.page->hideValues, parts.page->showOnly});
     m_filtersMenu->addSeparator();
     m_filtersMenu->addAction(parts.page->sessions);
     m_filtersMenu->addSeparator();
@@ -124,15 +112,11 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
 void WindowActions::makeViewMenu(const Parts &parts)
 {
     const PageActions &page = *parts.page;
-    columnsMenu = m_viewMenu->addMenu(Icons::icon(Shape::Columns), QString());
-    columnsMenu->setObjectName(u"columnsMenu"_s);
-    connect(columnsMenu, &QMenu::aboutToShow, this, [this, page = parts.page] {
-        columnsMenu->clear();
-        page->fillColumnsMenu(*columnsMenu);
-    });
-    m_viewMenu->addActions({page.moveLeft, page.moveRight, page.resizeColumns});
+    m_viewMenu->addMenu(page.columnsMenu);
+    m_viewMenu->addActions({page.hideColumn, page.moveLeft, page.moveRight, page.resizeColumns});
     m_sortMenu = m_viewMenu->addMenu(QString());
-    m_sortMenu->addActions({page.sortAscending, page.sortDescending, page.unsort});
+    m_sortMenu->addActions(
+        {page.sortAscending, page.sortDescending, page.thenAscending, page.thenDescending, page.unsort});
     m_viewMenu->addSeparator();
     m_goMenu = m_viewMenu->addMenu(QString());
     m_goMenu->addActions({goTables, page.goRows, goFilters});
@@ -168,7 +152,7 @@ void WindowActions::makeToolBar(QMainWindow &window, const PageActions &page)
     m_toolBar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     const int side = window.style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, &window);
     m_toolBar->setIconSize({side, side});
-    m_toolBar->addActions({openFile, openServer, exportCsv});
+    m_toolBar->addActions({openFile, openServer, page.exportCsv});
     m_toolBar->addSeparator();
     m_toolBar->addActions({page.columnFilter, page.sessions, page.clearFilters});
     m_toolBar->addSeparator();
@@ -181,15 +165,12 @@ void WindowActions::makeToolBar(QMainWindow &window, const PageActions &page)
 
 void WindowActions::retranslate()
 {
-    const QList<Entry> all = entries();
-    for (const Entry &entry : all)
-        entry.spec.translate(*(this->*entry.action), context);
+    windowActionTable().translate(*this, windowContext);
 
     m_fileMenu->setTitle(tr("&Файл"));
     m_recentMenu->setTitle(tr("&Недавние"));
     m_editMenu->setTitle(tr("&Правка"));
     m_viewMenu->setTitle(tr("&Вид"));
-    columnsMenu->setTitle(tr("&Столбцы"));
     m_sortMenu->setTitle(tr("С&ортировка"));
     m_goMenu->setTitle(tr("&Перейти"));
     m_filtersMenu->setTitle(tr("Ф&ильтры"));

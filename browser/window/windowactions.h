@@ -41,7 +41,6 @@ public:
     QAction *openFile = nullptr;
     QAction *openServer = nullptr;
     QAction *openSample = nullptr;
-    QAction *exportCsv = nullptr;
     QAction *quit = nullptr;
     QAction *goTables = nullptr;
     QAction *goFilters = nullptr;
@@ -49,7 +48,6 @@ public:
     QAction *settingsFile = nullptr;
     QAction *about = nullptr;
     QAction *aboutQt = nullptr;
-    QMenu *columnsMenu = nullptr;
 
 private:
     void makeMenus(QMainWindow &window, const Parts &parts);

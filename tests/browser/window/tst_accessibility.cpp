@@ -115,6 +115,10 @@ private Q_SLOTS:
         QList<QList<QAction *>> menus{m_fixture->window().menuBar()->actions()};
         for (const QAction *top : m_fixture->window().menuBar()->actions())
             menus.append(top->menu()->actions());
+        Q_EMIT m_fixture->window().page()->header()->menuRequested(0, QPoint(300, 100));
+        QVERIFY(WindowFixture::openMenu());
+        menus.append(WindowFixture::openMenu()->actions());
+        WindowFixture::openMenu()->close();
 
         for (const QList<QAction *> &menu : std::as_const(menus)) {
             QSet<QString> seen;

@@ -4,6 +4,7 @@
 #include <filters/valuefilter.h>
 
 #include <QLineEdit>
+#include <QPointer>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
@@ -20,6 +21,16 @@ class tst_Columns : public WindowTest
 {
     Q_OBJECT
 private:
+    QMenu *openHeaderMenu(int section)
+    {
+        Q_EMIT m_fixture->window().page()->header()->menuRequested(section, QPoint(300, 100));
+        return WindowFixture::openMenu();
+    }
+    bool chooseInHeader(int section, const QString &name)
+    {
+        return WindowFixture::chooseInMenu(openHeaderMenu(section), name);
+    }
+    QMenu *columnsMenu() { return m_fixture->window().findChild<QMenu *>(u"columnsMenu"_s); }
     QList<TableModel::SortKey> sortKeys() { return m_fixture->window().page()->model()->sortKeys(); }
 
 private Q_SLOTS:
@@ -69,18 +80,82 @@ private Q_SLOTS:
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         FilterHeader *header = m_fixture->window().page()->header();
 
-        Q_EMIT header->menuRequested(Low, QPoint(300, 100));
-        QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"descending"_s));
-        Q_EMIT header->menuRequested(Low, QPoint(300, 100));
-        QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"hideColumn"_s));
+        QVERIFY(chooseInHeader(Low, u"sortDescending"_s));
+        QVERIFY(chooseInHeader(Volume, u"thenAscending"_s));
+        QVERIFY(chooseInHeader(Low, u"hideColumn"_s));
 
-        QCOMPARE(sortKeys(), (QList<TableModel::SortKey>{{Low, Qt::DescendingOrder}}));
+        QCOMPARE(sortKeys(),
+                 (QList<TableModel::SortKey>{{Low, Qt::DescendingOrder}, {Volume, Qt::AscendingOrder}}));
         QVERIFY(header->isSectionHidden(Low));
-        QMenu columns;
-        m_fixture->window().page()->fillColumnsMenu(columns);
-        QVERIFY(!columns.actions().at(Low)->isChecked());
-        columns.actions().at(Low)->trigger();
+        QMenu *columns = columnsMenu();
+        columns->popup(QPoint(10, 10));
+        QVERIFY(!columns->actions().at(Low)->isChecked());
+        columns->actions().at(Low)->trigger();
         QVERIFY(!header->isSectionHidden(Low));
+        columns->close();
+        QVERIFY(chooseInHeader(-1, u"unsort"_s));
+        QCOMPARE(sortKeys(), QList<TableModel::SortKey>());
+    }
+
+    void showsTheSameActionsInAllMenus()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        const QList<QAction *> windows = m_fixture->window().actions();
+
+        QMenu *header = openHeaderMenu(Low);
+        QVERIFY(header);
+        QVERIFY(header->actions().size() > 10);
+        for (QAction *action : header->actions())
+            QVERIFY2(action->isSeparator() || action->menu() == columnsMenu() || windows.contains(action),
+                     qPrintable(action->text()));
+        header->close();
+    }
+
+    void takesTheColumnOfTheMenuOnlyWhileThatIsThere()
+    {
+        QVERIFY(m_fixture->openSample(u"quotes"_s));
+        auto *sort = m_fixture->window().findChild<QAction *>(u"sortAscending"_s);
+        auto *left = m_fixture->window().findChild<QAction *>(u"moveColumnLeft"_s);
+        m_fixture->clickCell(0, High);
+
+        QPointer<QMenu> menu = openHeaderMenu(StockId);
+        QVERIFY(menu);
+        QVERIFY(!left->isEnabled());
+        menu->close();
+        QTRY_VERIFY(!menu);
+        QVERIFY(left->isEnabled());
+        sort->trigger();
+
+        QCOMPARE(sortKeys(), (QList<TableModel::SortKey>{{High, Qt::AscendingOrder}}));
+    }
+
+    void clearsTheFiltersOfOneColumn()
+    {
+        QVERIFY(m_fixture->openSample(
+            u"quotes"_s, {{}, {{false, {u"stock_id"_s}, u"1"_s}, {false, {u"sess_id"_s}, u"1"_s}}, {}}));
+        FilterList *filters = m_fixture->window().page()->filters();
+        QCOMPARE(filters->filters().size(), 2);
+
+        QMenu *menu = openHeaderMenu(Low);
+        QVERIFY(menu);
+        QVERIFY(!m_fixture->window().findChild<QAction *>(u"clearColumnFilters"_s)->isEnabled());
+        menu->close();
+        QVERIFY(chooseInHeader(StockId, u"clearColumnFilters"_s));
+
+        QCOMPARE(filters->filters().size(), 1);
+        QCOMPARE(qobject_cast<ValueFilter *>(filters->filters().constFirst())->columns(), QList<int>{SessId});
+    }
+
+    void hidesNotTheLastColumnByTheKeyboard()
+    {
+        QVERIFY(openSmall());
+        auto *hide = m_fixture->window().findChild<QAction *>(u"hideColumn"_s);
+        m_fixture->clickCell(0, 0);
+        m_fixture->window().page()->header()->hideSection(1);
+
+        hide->trigger();
+
+        QVERIFY(!m_fixture->window().page()->header()->isSectionHidden(0));
     }
 
     void movesColumnsByKeyboard()
@@ -137,19 +212,16 @@ private Q_SLOTS:
         QVERIFY(m_fixture->openSample(u"quotes"_s));
         FilterHeader *header = m_fixture->window().page()->header();
 
-        Q_EMIT header->menuRequested(Low, QPoint(300, 100));
-        QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"moveRight"_s));
+        QVERIFY(chooseInHeader(Low, u"moveColumnRight"_s));
         QCOMPARE(header->visualIndex(Low), int(Close));
-        Q_EMIT header->menuRequested(StockId, QPoint(300, 100));
-        QMenu *menu = WindowFixture::openMenu();
+        QMenu *menu = openHeaderMenu(StockId);
         QVERIFY(menu);
-        QVERIFY(!menu->findChild<QAction *>(u"moveLeft"_s)->isEnabled());
-        QVERIFY(menu->findChild<QAction *>(u"moveRight"_s)->isEnabled());
+        QVERIFY(!m_fixture->window().findChild<QAction *>(u"moveColumnLeft"_s)->isEnabled());
+        QVERIFY(m_fixture->window().findChild<QAction *>(u"moveColumnRight"_s)->isEnabled());
         menu->close();
 
         header->setLayoutDirection(Qt::RightToLeft);
-        Q_EMIT header->menuRequested(StockId, QPoint(300, 100));
-        QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"moveLeft"_s));
+        QVERIFY(chooseInHeader(StockId, u"moveColumnLeft"_s));
         QCOMPARE(header->visualIndex(StockId), 1);
     }
 
@@ -157,7 +229,7 @@ private Q_SLOTS:
     {
         QVERIFY(openSmall());
         FilterHeader *header = m_fixture->window().page()->header();
-        auto *columns = m_fixture->window().findChild<QMenu *>(u"columnsMenu"_s);
+        QMenu *columns = columnsMenu();
 
         columns->popup(QPoint(10, 10));
         QVERIFY(WindowFixture::chooseInMenu(columns, u"b"_s));
@@ -173,7 +245,7 @@ private Q_SLOTS:
         m_fixture->window().page()->header()->hideSection(0);
 
         QMenu columns;
-        m_fixture->window().page()->fillColumnsMenu(columns);
+        m_fixture->window().page()->addColumns(columns);
 
         QVERIFY(columns.actions().at(0)->isEnabled());
         QVERIFY(!columns.actions().at(1)->isEnabled());
