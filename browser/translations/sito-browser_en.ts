@@ -999,14 +999,6 @@ Click the funnel in a column header, or right-click a cell: what is hidden will 
 <context>
     <name>sito::MainWindow</name>
     <message>
-        <source>Таблицы</source>
-        <translation>Tables</translation>
-    </message>
-    <message>
-        <source>Фильтры</source>
-        <translation>Filters</translation>
-    </message>
-    <message>
         <source>Ничего не открыто.
 
 Откройте файл SQLite или перетащите его сюда.</source>
@@ -1021,14 +1013,6 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Отбор и сортировка</source>
         <translation>Filtering and sorting</translation>
-    </message>
-    <message>
-        <source>Отделить</source>
-        <translation>Detach</translation>
-    </message>
-    <message>
-        <source>Закрыть</source>
-        <translation>Close</translation>
     </message>
     <message>
         <source>и ещё: %1</source>
@@ -1677,6 +1661,25 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Показываемые значения</source>
         <translation>Values shown</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SideDocks</name>
+    <message>
+        <source>Таблицы</source>
+        <translation>Tables</translation>
+    </message>
+    <message>
+        <source>Фильтры</source>
+        <translation>Filters</translation>
+    </message>
+    <message>
+        <source>Отделить</source>
+        <translation>Detach</translation>
+    </message>
+    <message>
+        <source>Закрыть</source>
+        <translation>Close</translation>
     </message>
 </context>
 <context>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/exportcommands.h>
 
+#include <browser/window/pageactions.h>
 #include <browser/window/questions.h>
 #include <browser/window/rowexport.h>
 #include <browser/window/tablepage.h>
@@ -11,15 +12,19 @@
 
 #include <database/memorytable.h>
 
+#include <QAction>
 #include <QLocale>
 
 namespace sito {
 
 using namespace Qt::StringLiterals;
 
-ExportCommands::ExportCommands(const Workspace &workspace, QWidget &window)
-    : QObject(&window), m_workspace(workspace), m_window(window), m_export(new RowExport(this))
+ExportCommands::ExportCommands(const Workspace &workspace, const PageActions &actions, QWidget &window)
+    : Commands(window), m_workspace(workspace), m_actions(actions), m_export(new RowExport(this))
 {
+    connect(actions.exportCsv, &QAction::triggered, this, &ExportCommands::ask);
+    connect(actions.copy, &QAction::triggered, this, [this] { copySelection(false); });
+    connect(actions.copyWithHeaders, &QAction::triggered, this, [this] { copySelection(true); });
     connect(m_export, &RowExport::written, this,
             [this](qint64 rows) { Q_EMIT done(tr("Записано строк: %1").arg(QLocale().toString(rows))); });
     connect(m_export, &RowExport::copied, this,
@@ -34,14 +39,12 @@ void ExportCommands::setPage(TablePage *page)
     m_page = page;
 }
 
-bool ExportCommands::canWrite() const
+void ExportCommands::updateActions()
 {
-    return m_page && !m_workspace.isOpeningSource() && !m_export->isWriting();
-}
-
-bool ExportCommands::canCopy() const
-{
-    return m_page && !m_workspace.isOpeningSource() && m_page->view()->hasSelection();
+    const bool isThere = m_page && !m_workspace.isOpeningSource();
+    m_actions.exportCsv->setEnabled(isThere && !m_export->isWriting());
+    for (QAction *action : {m_actions.copy, m_actions.copyWithHeaders})
+        action->setEnabled(isThere && m_page->view()->hasSelection());
 }
 
 bool ExportCommands::isBusy() const
@@ -75,11 +78,11 @@ void ExportCommands::ask()
         return;
     const auto write = [this, page = m_page](const QString &file, bool withHeaders) {
         if (page && !page->model()->isUpToDate())
-            Questions::askOldRows(m_window, [=, this] { writePage(page, file, withHeaders); });
+            Questions::askOldRows(window(), [=, this] { writePage(page, file, withHeaders); });
         else
             writePage(page, file, withHeaders);
     };
-    Questions::askExportFile(m_window, m_page->table()->name() + ".csv"_L1, write);
+    Questions::askExportFile(window(), m_page->table()->name() + ".csv"_L1, write);
 }
 
 void ExportCommands::write(const QString &file, bool withHeaders)
@@ -101,21 +104,26 @@ void ExportCommands::writePage(TablePage *page, const QString &file, bool withHe
         Q_EMIT refused(tr("Сначала должна закончиться запись другого файла"));
         return;
     }
-    TableExport rows = TableExport::shown(*page->model(), TableExport::shownSections(*page->header()));
-    rows.setHeaders(withHeaders);
-    const SourceLocation source = m_workspace.location();
-    m_export->write(std::move(rows), file, source.isFile() ? source.file : QString(),
-                    m_workspace.holdTables());
+    guarded([&] {
+        TableExport rows = TableExport::shown(*page->model(), TableExport::shownSections(*page->header()));
+        rows.setHeaders(withHeaders);
+        const SourceLocation source = m_workspace.location();
+        m_export->write(std::move(rows), file, source.isFile() ? source.file : QString(),
+                        m_workspace.holdTables());
+    });
 }
 
 void ExportCommands::copySelection(bool withHeaders)
 {
     if (!m_page || !m_page->view()->hasSelection() || refuses())
         return;
-    TableExport rows = TableExport::selected(*m_page->model(), TableExport::shownSections(*m_page->header()),
-                                             m_page->view()->selectionModel()->selection());
-    rows.setHeaders(withHeaders);
-    m_export->copy(std::move(rows), m_workspace.holdTables());
+    guarded([&] {
+        TableExport rows =
+            TableExport::selected(*m_page->model(), TableExport::shownSections(*m_page->header()),
+                                  m_page->view()->selectionModel()->selection());
+        rows.setHeaders(withHeaders);
+        m_export->copy(std::move(rows), m_workspace.holdTables());
+    });
 }
 
 /// While a source is being opened the page is about to go.

@@ -3,12 +3,12 @@
 
 #include <browser/window/filterdialog.h>
 #include <browser/window/keptviews.h>
+#include <browser/window/pageactions.h>
 #include <browser/window/questions.h>
 #include <browser/window/tablepage.h>
 #include <browser/window/workspace.h>
 
 #include <hostkit/filters/filterlist.h>
-#include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/filtertext.h>
 #include <hostkit/views/filterpanel.h>
 
@@ -16,11 +16,15 @@
 
 #include <filters/selectfilter.h>
 
+#include <QAction>
+
 namespace sito {
 
-FilterCommands::FilterCommands(Workspace &workspace, KeptViews &views, FilterPanel &panel, QWidget &window)
-    : QObject(&window), m_workspace(workspace), m_views(views), m_panel(panel), m_window(window)
+FilterCommands::FilterCommands(Workspace &workspace, KeptViews &views, FilterPanel &panel,
+                               const PageActions &actions, QWidget &window)
+    : Commands(window), m_workspace(workspace), m_views(views), m_panel(panel), m_actions(actions)
 {
+    connect(actions.sessions, &QAction::triggered, this, &FilterCommands::switchSessions);
     connect(&panel, &FilterPanel::editRequested, this, &FilterCommands::edit);
     connect(&panel, &FilterPanel::saveRequested, this, &FilterCommands::askSetName);
     connect(&panel, &FilterPanel::restoreRequested, this, &FilterCommands::restoreSet);
@@ -35,15 +39,12 @@ void FilterCommands::setPage(TablePage *page)
         m_panel.setSetNames(m_views.setNames(page->table()->name()));
 }
 
-bool FilterCommands::canSwitchSessions() const
+void FilterCommands::updateActions()
 {
-    return m_page && !m_workspace.isOpeningSource() && m_page->hasSessionColumns() &&
-           m_workspace.hasSessions();
-}
-
-bool FilterCommands::areSessionsOn() const
-{
-    return m_page && (m_page->isSessionFilterOn() || m_workspace.isAwaitingSessions(m_page));
+    m_actions.sessions->setEnabled(m_page && !m_workspace.isOpeningSource() && m_page->hasSessionColumns() &&
+                                   m_workspace.hasSessions());
+    m_actions.sessions->setChecked(m_page &&
+                                   (m_page->isSessionFilterOn() || m_workspace.isAwaitingSessions(m_page)));
 }
 
 void FilterCommands::switchSessions(bool on)
@@ -55,14 +56,14 @@ void FilterCommands::switchSessions(bool on)
             if (page)
                 page->setSessionFilterOn(on);
         });
-        Q_EMIT sessionsSwitched();
+        updateActions();
     };
     m_workspace.forgetAwaiting(m_page);
     if (on)
         m_workspace.withSessions(*m_page, Workspace::WithoutSessions::GiveUp, change);
     else
         change();
-    Q_EMIT sessionsSwitched();
+    updateActions();
 }
 
 void FilterCommands::edit(Filter *filter, QWidget *button)
@@ -73,7 +74,7 @@ void FilterCommands::edit(Filter *filter, QWidget *button)
         m_page->view()->select(*selectable, {button->mapToGlobal(QPoint(0, 0)), button->size()});
         return;
     }
-    FilterDialog *dialog = FilterDialog::make(*filter, displayName(*filter), &m_window);
+    FilterDialog *dialog = FilterDialog::make(*filter, displayName(*filter), &window());
     if (!dialog)
         return;
     connect(dialog, &QDialog::accepted, filter,
@@ -97,7 +98,7 @@ void FilterCommands::askSetName()
         else
             Q_EMIT failed(tr("Таблица уже закрыта, набор не сохранён"));
     };
-    Questions::askSetName(m_window, m_views.setNames(m_page->table()->name()), save);
+    Questions::askSetName(window(), m_views.setNames(m_page->table()->name()), save);
 }
 
 void FilterCommands::saveSet(TablePage &page, const QString &name)
@@ -140,15 +141,6 @@ void FilterCommands::deleteSet(const QString &name)
         m_panel.setSetNames(m_views.setNames(table));
         Q_EMIT done(tr("Набор «%1» удалён").arg(name));
     });
-}
-
-void FilterCommands::guarded(const std::function<void()> &work)
-{
-    try {
-        work();
-    } catch (...) {
-        Q_EMIT failed(currentExceptionText());
-    }
 }
 
 } // namespace sito

@@ -2,13 +2,15 @@
 #include <browser/window/mainwindow.h>
 
 #include <browser/parts/messagebar.h>
-#include <browser/settings/settingswindow.h>
 #include <browser/window/exportcommands.h>
 #include <browser/window/filtercommands.h>
 #include <browser/window/keptviews.h>
 #include <browser/window/pageactions.h>
 #include <browser/window/questions.h>
 #include <browser/window/recentmenu.h>
+#include <browser/window/settingscommands.h>
+#include <browser/window/sidedocks.h>
+#include <browser/window/sourcecommands.h>
 #include <browser/window/tablelist.h>
 #include <browser/window/tablepage.h>
 #include <browser/window/tablepages.h>
@@ -20,22 +22,17 @@
 #include <hostkit/text/exceptiontext.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/views/filterpanel.h>
-#include <sources/openserverdialog.h>
 
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
-#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDockWidget>
 #include <QDragEnterEvent>
-#include <QFileInfo>
 #include <QMimeData>
 #include <QSettings>
 #include <QStatusBar>
-#include <QTreeWidget>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -50,16 +47,6 @@ namespace {
 /// For messages that take longer to read, in milliseconds.
 constexpr int longMessage = 10000;
 
-/// Qt names the buttons of a dock once and for all.
-void nameDockButton(const QDockWidget &dock, const QString &objectName, const QString &text)
-{
-    if (auto *button = dock.findChild<QAbstractButton *>(objectName)) {
-        button->setToolTip(text);
-        button->setAccessibleName(u"%1: %2"_s.arg(dock.windowTitle(), text));
-        button->setAccessibleDescription(QString());
-    }
-}
-
 } // namespace
 
 MainWindow::MainWindow(QSettings &store, Languages &languages, QWidget *parent)
@@ -67,25 +54,26 @@ MainWindow::MainWindow(QSettings &store, Languages &languages, QWidget *parent)
       m_store(store),
       m_workspace(new Workspace(this)),
       m_views(new KeptViews(store, this)),
-      m_exports(new ExportCommands(*m_workspace, *this)),
-      m_status(new WindowStatus(*statusBar())),
       m_pageActions(new PageActions(*this)),
       m_recentMenu(new RecentMenu(*m_views, this)),
+      m_sources(new SourceCommands(*m_workspace, *m_recentMenu, *this)),
+      m_settings(new SettingsCommands(*m_views, store, *this)),
+      m_exports(new ExportCommands(*m_workspace, *m_pageActions, *this)),
+      m_status(new WindowStatus(*statusBar())),
       m_messages(new MessageBar),
       m_pages(new TablePages(*m_views, *m_pageActions)),
       m_tableList(new TableList),
       m_panel(new FilterPanel),
-      m_filterCommands(new FilterCommands(*m_workspace, *m_views, *m_panel, *this)),
-      m_tablesDock(new QDockWidget(this)),
-      m_filtersDock(new QDockWidget(this))
+      m_filterCommands(new FilterCommands(*m_workspace, *m_views, *m_panel, *m_pageActions, *this)),
+      m_docks(new SideDocks(*this, *m_tableList, *m_panel)),
+      m_actions(new WindowActions(
+          *this,
+          {m_pageActions, m_docks->showTables(), m_docks->showFilters(), m_recentMenu, m_panel->setsMenu()},
+          store, languages))
 {
     setObjectName(u"mainWindow"_s);
     setAcceptDrops(true);
     makeCentre();
-    makeDocks();
-    const WindowActions::Parts parts{m_pageActions, m_tablesDock->toggleViewAction(),
-                                     m_filtersDock->toggleViewAction(), m_recentMenu, m_panel->setsMenu()};
-    m_actions = new WindowActions(*this, parts, store, languages);
     connectActions();
     connectCommands();
     connectWorkspace();
@@ -130,66 +118,34 @@ void MainWindow::makeCentre()
     });
 }
 
-void MainWindow::makeDocks()
-{
-    m_tablesDock->setObjectName(u"tablesDock"_s);
-    m_tablesDock->setWidget(m_tableList);
-    addDockWidget(Qt::LeftDockWidgetArea, m_tablesDock);
-    connect(m_tableList, &TableList::chosen, this, [this](const QString &name) { showTable(name); });
-    m_filtersDock->setObjectName(u"filtersDock"_s);
-    m_filtersDock->setWidget(m_panel);
-    addDockWidget(Qt::RightDockWidgetArea, m_filtersDock);
-    const int character = fontMetrics().averageCharWidth();
-    resizeDocks({m_tablesDock, m_filtersDock}, {character * 30, character * 36}, Qt::Horizontal);
-}
-
 void MainWindow::connectActions()
 {
     const auto on = [this](QAction *action, const std::function<void()> &work) {
         connect(action, &QAction::triggered, this, [work] { work(); });
     };
-    on(m_actions->openFile, [this] { askFile(); });
-    on(m_actions->openServer, [this] { askServer(); });
-    on(m_actions->openSample, [this] { openSample(); });
-    on(m_pageActions->exportCsv, [this] { m_exports->ask(); });
+    on(m_actions->openFile, [this] { m_sources->askFile(); });
+    on(m_actions->openServer, [this] { m_sources->askServer(); });
+    on(m_actions->openSample, [this] { m_sources->openSample(); });
     on(m_actions->quit, [this] { close(); });
-    on(m_actions->settings, [this] { showSettings(); });
-    on(m_actions->settingsFile,
-       [this] { Questions::askSettingsFile(*this, [this](const QString &file) { showSettings(file); }); });
+    on(m_actions->settings, [this] { m_settings->show(); });
+    on(m_actions->settingsFile, [this] { m_settings->askFile(); });
     on(m_actions->about, [this] { Questions::showAbout(*this); });
     on(m_actions->aboutQt, [] { QApplication::aboutQt(); });
-    on(m_actions->goTables, [this] {
-        m_tablesDock->show();
-        m_tableList->tree()->setFocus(Qt::ShortcutFocusReason);
-    });
-    on(m_actions->goFilters, [this] {
-        m_filtersDock->show();
-        m_panel->focusFirst();
-    });
-    on(m_pageActions->copy, [this] { copySelection(false); });
-    on(m_pageActions->copyWithHeaders, [this] { copySelection(true); });
-    connect(m_pageActions->sessions, &QAction::triggered, m_filterCommands, &FilterCommands::switchSessions);
-    connect(m_recentMenu, &RecentMenu::chosen, this, [this](const SourceLocation &location) {
-        // A password is not kept, and may be needed.
-        if (location.isFile())
-            open(location);
-        else
-            askServer(location);
-    });
-    connect(m_recentMenu, &RecentMenu::failed, this, &MainWindow::report);
+    on(m_actions->goTables, [this] { m_docks->goToTables(); });
+    on(m_actions->goFilters, [this] { m_docks->goToFilters(); });
+    connect(m_tableList, &TableList::chosen, this, [this](const QString &name) { showTable(name); });
     connect(m_status, &WindowStatus::interrupted, this, &MainWindow::interrupt);
 }
 
 void MainWindow::connectCommands()
 {
-    const auto tellShortly = [this](const QString &message) { tell(message); };
-    const auto tellLonger = [this](const QString &message) { tell(message, longMessage); };
-    connect(m_filterCommands, &FilterCommands::sessionsSwitched, this, &MainWindow::updateActions);
-    connect(m_filterCommands, &FilterCommands::failed, this, &MainWindow::report);
-    connect(m_filterCommands, &FilterCommands::done, this, tellShortly);
-    connect(m_exports, &ExportCommands::failed, this, &MainWindow::report);
-    connect(m_exports, &ExportCommands::done, this, tellShortly);
-    connect(m_exports, &ExportCommands::refused, this, tellLonger);
+    for (const Commands *commands :
+         std::initializer_list<Commands *>{m_sources, m_exports, m_filterCommands}) {
+        connect(commands, &Commands::failed, this, &MainWindow::report);
+        connect(commands, &Commands::done, this, [this](const QString &message) { tell(message); });
+        connect(commands, &Commands::refused, this,
+                [this](const QString &message) { tell(message, longMessage); });
+    }
     connect(m_exports, &ExportCommands::changed, this, [this] {
         m_wasSettled = m_wasSettled && !m_exports->isBusy();
         updateActivity();
@@ -223,12 +179,7 @@ void MainWindow::retranslate()
     m_actions->retranslate();
     m_pageActions->retranslate();
     m_status->retranslate();
-    m_tablesDock->setWindowTitle(tr("Таблицы"));
-    m_filtersDock->setWindowTitle(tr("Фильтры"));
-    for (const QDockWidget *dock : {m_tablesDock, m_filtersDock}) {
-        nameDockButton(*dock, u"qt_dockwidget_floatbutton"_s, tr("Отделить"));
-        nameDockButton(*dock, u"qt_dockwidget_closebutton"_s, tr("Закрыть"));
-    }
+    m_docks->retranslate();
     updateEmptyText();
     m_status->showRows(page() ? page()->model() : nullptr);
     updateTitle();
@@ -251,12 +202,12 @@ void MainWindow::open(const SourceLocation &location, const ShowRequest &request
 
 void MainWindow::openSample(const ShowRequest &request)
 {
-    guarded([&] { m_workspace->openSample(request); });
+    m_sources->openSample(request);
 }
 
 void MainWindow::openText(const QString &text, const ShowRequest &request)
 {
-    guarded([&] { open(SourceLocation::fromText(text), request); });
+    m_sources->openText(text, request);
 }
 
 void MainWindow::onOpened(const ShowRequest &request)
@@ -314,53 +265,19 @@ QString MainWindow::tableName() const
 // ---------------------------------------------------------------------------------------------------------
 // Files.
 
-void MainWindow::askFile()
-{
-    const SourceLocation current = m_workspace->location();
-    const bool isBeside = !m_workspace->isSample() && current.isFile() && !current.file.isEmpty();
-    Questions::askFile(*this, isBeside ? QFileInfo(current.file).absolutePath() : QString(),
-                       [this](const QString &file) { open(SourceLocation::fromFile(file)); });
-}
-
-void MainWindow::askServer(const SourceLocation &location)
-{
-    auto *dialog = new OpenServerDialog(this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    if (!location.driver.isEmpty())
-        dialog->setLocation(location);
-    connect(dialog, &QDialog::accepted, this, [this, dialog] { open(dialog->location()); });
-    dialog->open();
-}
-
 void MainWindow::exportTo(const QString &fileName, bool withHeaders)
 {
-    guarded([&] { m_exports->write(fileName, withHeaders); });
+    m_exports->write(fileName, withHeaders);
 }
 
 void MainWindow::copySelection(bool withHeaders)
 {
-    guarded([&] { m_exports->copySelection(withHeaders); });
+    m_exports->copySelection(withHeaders);
 }
 
 SettingsWindow *MainWindow::showSettings(const QString &fileName)
 {
-    if (!m_settingsWindow) {
-        m_settingsWindow = new SettingsWindow(this);
-        m_settingsWindow->setWindowFlag(Qt::Window);
-        m_settingsWindow->setAttribute(Qt::WA_DeleteOnClose);
-    }
-    if (fileName.isEmpty()) {
-        m_views->flush();
-        m_store.sync();
-        if (m_settingsWindow->fileName() != m_store.fileName())
-            m_settingsWindow->openStore(
-                std::make_unique<QSettings>(m_store.fileName(), QSettings::IniFormat));
-    } else {
-        m_settingsWindow->openFile(fileName);
-    }
-    m_settingsWindow->show();
-    m_settingsWindow->activateWindow();
-    return m_settingsWindow;
+    return m_settings->show(fileName);
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
@@ -385,8 +302,7 @@ void MainWindow::dropEvent(QDropEvent *event)
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    // It may have changes that are not written yet, and asks.
-    if (m_settingsWindow && !m_settingsWindow->close()) {
+    if (!m_settings->close()) {
         event->ignore();
         return;
     }
@@ -485,11 +401,8 @@ void MainWindow::updateEmptyText()
 void MainWindow::updateActions()
 {
     m_pageActions->update();
-    for (QAction *action : {m_pageActions->copy, m_pageActions->copyWithHeaders})
-        action->setEnabled(m_exports->canCopy());
-    m_pageActions->sessions->setEnabled(m_filterCommands->canSwitchSessions());
-    m_pageActions->sessions->setChecked(m_filterCommands->areSessionsOn());
-    m_pageActions->exportCsv->setEnabled(m_exports->canWrite());
+    m_exports->updateActions();
+    m_filterCommands->updateActions();
 }
 
 void MainWindow::updateTitle()

@@ -6,7 +6,6 @@
 #include <sources/sourcelocation.h>
 
 #include <QMainWindow>
-#include <QPointer>
 
 #include <functional>
 
@@ -22,7 +21,10 @@ class Languages;
 class MessageBar;
 class PageActions;
 class RecentMenu;
+class SettingsCommands;
 class SettingsWindow;
+class SideDocks;
+class SourceCommands;
 class TableList;
 class TablePage;
 class TablePages;
@@ -82,7 +84,6 @@ protected:
 
 private:
     void makeCentre();
-    void makeDocks();
     void connectActions();
     void connectCommands();
     void connectWorkspace();
@@ -92,10 +93,6 @@ private:
     void onTableLoaded(const QString &name, const ShowRequest &request);
     void onShown(TablePage *page);
     void interrupt();
-
-    void askFile();
-    /// Asks for a server, beginning with \a location if it has a driver.
-    void askServer(const SourceLocation &location = {});
 
     void report(const QString &message);
     void tell(const QString &message, int milliseconds = 5000);
@@ -113,19 +110,19 @@ private:
     QSettings &m_store;
     Workspace *m_workspace;
     KeptViews *m_views;
-    ExportCommands *m_exports;
-    WindowStatus *m_status;
     PageActions *m_pageActions;
     RecentMenu *m_recentMenu;
+    SourceCommands *m_sources;
+    SettingsCommands *m_settings;
+    ExportCommands *m_exports;
+    WindowStatus *m_status;
     MessageBar *m_messages;
     TablePages *m_pages;
     TableList *m_tableList;
     FilterPanel *m_panel;
     FilterCommands *m_filterCommands;
-    QDockWidget *m_tablesDock;
-    QDockWidget *m_filtersDock;
-    WindowActions *m_actions = nullptr;
-    QPointer<SettingsWindow> m_settingsWindow;
+    SideDocks *m_docks;
+    WindowActions *m_actions;
     /// How much of the table is loaded, in thousandths; -1 when that is not known.
     int m_loaded = -1;
     bool m_wasSettled = true;

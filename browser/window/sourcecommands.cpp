@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include <browser/window/sourcecommands.h>
+
+#include <browser/window/questions.h>
+#include <browser/window/recentmenu.h>
+#include <browser/window/workspace.h>
+
+#include <sources/openserverdialog.h>
+
+#include <QFileInfo>
+
+namespace sito {
+
+SourceCommands::SourceCommands(Workspace &workspace, const RecentMenu &recent, QWidget &window)
+    : Commands(window), m_workspace(workspace)
+{
+    connect(&recent, &RecentMenu::chosen, this, [this](const SourceLocation &location) {
+        // A password is not kept, and may be needed.
+        if (location.isFile())
+            m_workspace.open(location);
+        else
+            askServer(location);
+    });
+    connect(&recent, &RecentMenu::failed, this, &SourceCommands::failed);
+}
+
+void SourceCommands::openSample(const ShowRequest &request)
+{
+    guarded([&] { m_workspace.openSample(request); });
+}
+
+void SourceCommands::openText(const QString &text, const ShowRequest &request)
+{
+    guarded([&] { m_workspace.open(SourceLocation::fromText(text), request); });
+}
+
+void SourceCommands::askFile()
+{
+    const SourceLocation current = m_workspace.location();
+    const bool isBeside = !m_workspace.isSample() && current.isFile() && !current.file.isEmpty();
+    Questions::askFile(window(), isBeside ? QFileInfo(current.file).absolutePath() : QString(),
+                       [this](const QString &file) { m_workspace.open(SourceLocation::fromFile(file)); });
+}
+
+void SourceCommands::askServer(const SourceLocation &location)
+{
+    auto *dialog = new OpenServerDialog(&window());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    if (!location.driver.isEmpty())
+        dialog->setLocation(location);
+    connect(dialog, &QDialog::accepted, this, [this, dialog] { m_workspace.open(dialog->location()); });
+    dialog->open();
+}
+
+} // namespace sito
