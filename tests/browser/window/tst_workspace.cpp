@@ -4,6 +4,7 @@
 #include <database/memorytable.h>
 #include <support/exceptions.h>
 #include <support/sqlitefile.h>
+#include <support/waitedtables.h>
 
 #include <QDir>
 #include <QLoggingCategory>
@@ -325,6 +326,21 @@ private Q_SLOTS:
         QVERIFY(settle());
 
         QCOMPARE(takeEvents(), events);
+    }
+
+    void deletesTablesOnceNoThreadWaitsForThem()
+    {
+        openFile(makeFile(u"a.sqlite"_s, 1));
+        m_workspace->load(u"t"_s);
+        QVERIFY(settle());
+        std::shared_ptr<const void> handle = m_workspace->holdTables();
+        waitedTables.clear();
+
+        openFile(makeFile(u"b.sqlite"_s, 2));
+        QCOMPARE(waitedTables, QStringList());
+        handle.reset();
+
+        QCOMPARE(waitedTables, QStringList{u"t"_s});
     }
 
     void keepsTheTablesForWhoeverHoldsThem()
