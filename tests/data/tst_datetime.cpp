@@ -3,6 +3,7 @@
 
 #include <support/exceptions.h>
 #include <support/seed.h>
+#include <support/zoneguard.h>
 
 #include <QDateTime>
 #include <QTest>
@@ -50,18 +51,6 @@ qint64 utc(int year, int month, int day, int hours = 0, int minutes = 0, int sec
     return QDateTime(QDate(year, month, day), QTime(hours, minutes, seconds, milliseconds), QTimeZone::utc())
         .toMSecsSinceEpoch();
 }
-
-/// Puts the process into another zone until it is destroyed.
-class ZoneGuard
-{
-    Q_DISABLE_COPY_MOVE(ZoneGuard)
-public:
-    explicit ZoneGuard(const QByteArray &zone) : m_zone(qgetenv("TZ")) { qputenv("TZ", zone); }
-    ~ZoneGuard() { qputenv("TZ", m_zone); }
-
-private:
-    const QByteArray m_zone;
-};
 
 /// The plain sequence of platform calls that defines which texts are dates, and which. It is right in UTC
 /// alone.

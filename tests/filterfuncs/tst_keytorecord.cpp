@@ -11,6 +11,7 @@
 #include <support/exceptions.h>
 #include <support/fieldtypes.h>
 #include <support/typenames.h>
+#include <support/zoneguard.h>
 
 #include <QRegularExpression>
 #include <QSet>
@@ -371,6 +372,7 @@ std::vector<Case> valueCases()
         {DateTime, datetime(1711852200123), {VarChar, 30}, {text(u"2024.03.31 02:30:00.123")}},
         {DateTime, datetime(1711852200123), {VarChar, 10}, {text(u"2024.03.31")}},
         {DateTime, datetime(-1), String, {text(u"1969.12.31 23:59:59.999")}},
+        {DateTime, datetime(int64Max), String, {text(u"292278994.08.17 07:12:55.807")}},
         {DateTime, datetime(0), VarChar, {text(u"")}, absent},
         {DateTime, datetime(0), String, {text(u"")}, absent},
         // Bytes.
@@ -442,6 +444,7 @@ std::vector<Case> textCases()
         {u"2024.03.31", DateTime, {datetime(1711843200000)}},
         {u"31.03.2024", DateTime, {datetime(0)}},
         {u"no date", DateTime, {datetime(0)}},
+        {u"@5", DateTime, {datetime(0)}},
         {u"", DateTime, {datetime(0)}, absent},
         {u"", Raw, error("Can't convert from VarChar to Raw"), absent},
         {u"", Block, error("Can't convert from VarChar to Block"), absent},
@@ -542,6 +545,7 @@ private Q_SLOTS:
     void ignoresFurtherValues();
     void refusesKeysThatAreTooShort();
     void makesARowOfEachKey();
+    void writesDatesAsALocalClockShowsThem();
     void leavesNothingOfColumnsBeforeTheFailingOne();
     void givesTheSameRowsInAllClasses();
     void sharesTextsOfEqualTypes();
@@ -727,6 +731,19 @@ void TestKeyToRecord::makesARowOfEachKey()
              }),
              withTypeNames(u"Can't convert from 'x' to Int"_s));
     QCOMPARE(table.liveRowCount(), 0);
+}
+
+void TestKeyToRecord::writesDatesAsALocalClockShowsThem()
+{
+    const ZoneGuard zone("Europe/Berlin");
+    const Key source(DateTime, datetime(1711852200123));
+    MemoryTable table(u"target"_s, {{u"a"_s, String}, {u"b"_s, VarChar, false, 30}});
+
+    // The zone skips 02:30 of that day.
+    for (const int column : {0, 1}) {
+        const Record record = keyconversion::keyToRecord(&table, {column}, source.key);
+        QCOMPARE(record.field(column).toString(), u"2024.03.31 03:30:00.123"_s);
+    }
 }
 
 void TestKeyToRecord::leavesNothingOfColumnsBeforeTheFailingOne()
