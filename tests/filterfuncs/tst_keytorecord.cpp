@@ -545,6 +545,7 @@ private Q_SLOTS:
     void ignoresFurtherValues();
     void refusesKeysThatAreTooShort();
     void makesARowOfEachKey();
+    void convertsTheColumnsFromFirstToLast();
     void writesDatesAsALocalClockShowsThem();
     void leavesNothingOfColumnsBeforeTheFailingOne();
     void givesTheSameRowsInAllClasses();
@@ -731,6 +732,27 @@ void TestKeyToRecord::makesARowOfEachKey()
              }),
              withTypeNames(u"Can't convert from 'x' to Int"_s));
     QCOMPARE(table.liveRowCount(), 0);
+}
+
+void TestKeyToRecord::convertsTheColumnsFromFirstToLast()
+{
+    MemoryTable table(u"target"_s, {{u"a"_s, Int}, {u"b"_s, DateTime}});
+    const Key word(String, text(u"x"));
+    const Key number(Double, 7.0);
+    const KeyValue failing{word.key[0], number.key[0]};
+    const KeyValue failingBackwards{number.key[0], word.key[0]};
+    const QString noNumber = withTypeNames(u"Can't convert from 'x' to Int"_s);
+    const QString noDate = u"Can't convert double to datetime."_s;
+
+    // Each value fails; the first one says why.
+    QCOMPARE(exceptionMessage([&] { keyconversion::keyToRecord(&table, {0, 1}, failing); }), noNumber);
+    QCOMPARE(exceptionMessage([&] { keyconversion::keyToRecord(&table, {1, 0}, failingBackwards); }), noDate);
+
+    // A column that is given twice holds the later value.
+    const Key one(Int, qint32(1));
+    const Key two(Int, qint32(2));
+    const KeyValue both{one.key[0], two.key[0]};
+    QCOMPARE(keyconversion::keyToRecord(&table, {0, 0}, both).field(0).value<qint32>(), 2);
 }
 
 void TestKeyToRecord::writesDatesAsALocalClockShowsThem()
