@@ -547,6 +547,9 @@ private Q_SLOTS:
     void makesARowOfEachKey();
     void convertsTheColumnsFromFirstToLast();
     void writesDatesAsALocalClockShowsThem();
+    void storesWhatHasNoRoomAtTheScaleOfTheColumn();
+    void copiesTheSizeOfTheTarget();
+    void asksTheFlagWhetherATextBecomesAbsent();
     void leavesNothingOfColumnsBeforeTheFailingOne();
     void givesTheSameRowsInAllClasses();
     void sharesTextsOfEqualTypes();
@@ -766,6 +769,77 @@ void TestKeyToRecord::writesDatesAsALocalClockShowsThem()
         const Record record = keyconversion::keyToRecord(&table, {column}, source.key);
         QCOMPARE(record.field(column).toString(), u"2024.03.31 03:30:00.123"_s);
     }
+}
+
+void TestKeyToRecord::storesWhatHasNoRoomAtTheScaleOfTheColumn()
+{
+    MemoryTable table(u"target"_s, {{u"a"_s, XDecimal, true, 18}, {u"b"_s, XDecimal, true, 24}});
+    const Record record(&table);
+    Field integer = record.field(0);
+    Field number = record.field(1);
+    const Key tooLong(Int64, qint64(2000000000000000000));
+    const Key tooLarge(Double, 2e12);
+
+    // The value is stored before its copy fails at the column's scale.
+    QVERIFY(!exceptionMessage([&] { keyconversion::assignField(integer, tooLong.key[0]); }).isEmpty());
+    QVERIFY(!exceptionMessage([&] { keyconversion::assignField(number, tooLarge.key[0]); }).isEmpty());
+
+    QVERIFY(integer.isPresent());
+    QCOMPARE(xdecimal::fromData(integer.data).compare(xdec(2000000000000000000, 0)), 0);
+    QCOMPARE(xdecimal::fromData(integer.data).scale(), 0);
+    QVERIFY(number.isPresent());
+    QCOMPARE(xdecimal::fromData(number.data).compare(xdec(2000000000000, 0)), 0);
+    QCOMPARE(xdecimal::fromData(number.data).scale(), 6);
+}
+
+void TestKeyToRecord::copiesTheSizeOfTheTarget()
+{
+    // No table has columns of these sizes, so the views are made by hand.
+    for (const FieldType::Type type : {Int, Int64, Double, DateTime}) {
+        ColumnDef wide;
+        wide.type = type;
+        wide.size = 8;
+        ColumnDef narrow = wide;
+        narrow.size = 3;
+        qint64 from = 0x0807060504030201;
+        qint64 to = 0;
+        unsigned char flags = 0;
+        const Field source(&wide, reinterpret_cast<unsigned char *>(&from), &flags, 0);
+        Field target(&narrow, reinterpret_cast<unsigned char *>(&to), &flags, 0);
+
+        keyconversion::assignField(target, source);
+
+        QCOMPARE(to, qint64(0x030201));
+    }
+}
+
+void TestKeyToRecord::asksTheFlagWhetherATextBecomesAbsent()
+{
+    ColumnDef def;
+    def.type = FieldType::DateTime;
+    def.size = 8;
+    qint64 value = 7;
+    unsigned char flags = 4;
+    Field field(&def, reinterpret_cast<unsigned char *>(&value), &flags, 4);
+
+    // There is a presence bit, but the definition does not admit absent values.
+    keyconversion::assignText(field, u"");
+    QCOMPARE(value, 0);
+    QCOMPARE(int(flags), 4);
+
+    // The definition admits them; any number but 0 says so.
+    value = 7;
+    def.nullable = 2;
+    keyconversion::assignText(field, u"");
+    QCOMPARE(value, 7);
+    QCOMPARE(int(flags), 0);
+
+    // There is no bit to clear: absent it is not, but nothing is stored either.
+    flags = 4;
+    Field always(&def, reinterpret_cast<unsigned char *>(&value), &flags, 0);
+    keyconversion::assignText(always, u"");
+    QCOMPARE(value, 7);
+    QCOMPARE(int(flags), 4);
 }
 
 void TestKeyToRecord::leavesNothingOfColumnsBeforeTheFailingOne()
