@@ -717,18 +717,21 @@ void TestKeyToRecord::refusesKeysThatAreTooShort()
 void TestKeyToRecord::makesARowOfEachKey()
 {
     MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, String}});
-    const Key two(Column(Int64), qint64(2));
+    const Key three(Column(Int64), qint64(3));
     const Key one(Column(String), text(u"1"));
+    const Key two(Column(Int64), qint64(2));
     const Key none(Column(String), text(u"x"));
 
     {
-        const QList<Record> rows = keyconversion::keysToRecords(&table, {0}, {two.key, one.key, two.key});
-        QCOMPARE(rows.size(), 3);
-        QCOMPARE(rows[0].field(0).value<qint32>(), 2);
+        const QList<Record> rows =
+            keyconversion::keysToRecords(&table, {0}, {three.key, one.key, two.key, one.key});
+        QCOMPARE(rows.size(), 4);
+        QCOMPARE(rows[0].field(0).value<qint32>(), 3);
         QCOMPARE(rows[1].field(0).value<qint32>(), 1);
         QCOMPARE(rows[2].field(0).value<qint32>(), 2);
-        QVERIFY(rows[0].row() != rows[2].row());
-        QCOMPARE(table.liveRowCount(), 3);
+        QCOMPARE(rows[3].field(0).value<qint32>(), 1);
+        QVERIFY(rows[1].row() != rows[3].row());
+        QCOMPARE(table.liveRowCount(), 4);
     }
     QCOMPARE(exceptionMessage([&] {
                  keyconversion::keysToRecords(&table, {0}, {two.key, none.key});
