@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <dlfcn.h>
 #include <limits>
 #include <memory>
 #include <random>
@@ -163,7 +164,19 @@ int sign(int value)
     return (value > 0) - (value < 0);
 }
 
+/// How often decimals were compared by the database library.
+int decimalComparisons = 0;
+
 } // namespace
+
+/// Takes the place of the database library's, which it calls.
+int decimal::compare(const decimal &other) const
+{
+    using Compare = int (*)(const decimal *, const decimal &);
+    static const auto original = reinterpret_cast<Compare>(dlsym(RTLD_NEXT, "_ZNK7decimal7compareERKS_"));
+    ++decimalComparisons;
+    return original(this, other);
+}
 
 Q_DECLARE_METATYPE(CellPointer)
 
@@ -425,9 +438,16 @@ void tst_keyordering::comparesDecimalsOfOneScaleByTheirWords()
 {
     const CellPointer positive = cell(FieldType::Decimal, qint64(0x00000000000000FF));
     const CellPointer negative = cell(FieldType::Decimal, qint64(0x80FFFFFFFFFFFFFFu));
+    const CellPointer longer = cell(FieldType::Decimal, decimal::fromUnscaled(2550, 1).word());
+    decimalComparisons = 0;
 
     QVERIFY(positive->field.compare(negative->field) > 0);
     QVERIFY(negative->field.compare(positive->field) < 0);
+    QCOMPARE(positive->field.compare(positive->field), 0);
+    QCOMPARE(decimalComparisons, 0);
+    // The library is asked where the scales differ.
+    QCOMPARE(positive->field.compare(longer->field), 0);
+    QCOMPARE(decimalComparisons, 1);
     QCOMPARE(decimal::fromWord(positive->field.value<qint64>()).toString(), u"255"_s);
     QCOMPARE(decimal::fromWord(negative->field.value<qint64>()).toString(), u"-1"_s);
 }
