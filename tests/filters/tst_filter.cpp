@@ -74,6 +74,7 @@ private Q_SLOTS:
     void setValueOfTheBaseDoesNothing();
     void setEnabledSignalsEveryCall();
     void setEnabledStoresBeforeItSignals();
+    void switchingDoesNotTouchTheValue();
     void clearIsSetValueOfANullText();
     void clearLetsExceptionsPass();
     void metaObjectHasTwoSignalsAndOneProperty();
@@ -194,6 +195,17 @@ void tst_Filter::setEnabledStoresBeforeItSignals()
     filter.setEnabled(false);
 
     QCOMPARE(seen, QList<bool>({true, false}));
+}
+
+void tst_Filter::switchingDoesNotTouchTheValue()
+{
+    NotingFilter filter(7, nullptr);
+
+    filter.setEnabled(true);
+    filter.setEnabled(false);
+    filter.setProperty("isEnabled", false);
+
+    QCOMPARE(filter.values, QStringList());
 }
 
 void tst_Filter::clearIsSetValueOfANullText()

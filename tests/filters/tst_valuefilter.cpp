@@ -138,6 +138,7 @@ private Q_SLOTS:
     void theReferenceFollowsTheSet();
     void copiesOfTheSetStayAsTheyWere();
     void changesNeitherSwitchNorSignal();
+    void switchingDoesNotTouchTheSet();
     void keysAreNotCheckedAgainstTheColumns();
     void constantsAndColumnValuesOfInt64AreDifferentKeys();
     void mixedTextsAreEqualByTheirText();
@@ -660,6 +661,18 @@ void tst_ValueFilter::changesNeitherSwitchNorSignal()
         filter.setValue(QString());
 
         QVERIFY(quiet.kept());
+    }
+}
+
+void tst_ValueFilter::switchingDoesNotTouchTheSet()
+{
+    MemoryTable table(u"quotes"_s, twoColumns);
+    PlainFilter filter(table, 0, nullptr);
+    filter.addExcludedKey(intKey({1}));
+
+    for (const bool enabled : {true, false, false}) {
+        filter.setEnabled(enabled);
+        QCOMPARE(filter.value(), u"1"_s);
     }
 }
 
