@@ -45,13 +45,14 @@ bool beginsWithInt(const KeyValue &key)
     return !key.isEmpty() && key.constData()->def->type == FieldType::Int && key.constData()->isPresent();
 }
 
-/// Whether \a key holds nothing but present integers.
+/// Whether \a key holds nothing but present values of the types Int and Int64. Nothing but absent values and
+/// each other sorts before these, so they are in order in any set. A DateTime may stand in a circle, see
+/// ValueFilter.
 bool isOfIntegers(const KeyValue &key)
 {
     return std::all_of(key.begin(), key.end(), [](const FieldValue &field) {
-        const FieldType::Type type = field.def->type;
         return field.isPresent() &&
-               (type == FieldType::Int || type == FieldType::Int64 || type == FieldType::DateTime);
+               (field.def->type == FieldType::Int || field.def->type == FieldType::Int64);
     });
 }
 

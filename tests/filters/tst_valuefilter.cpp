@@ -147,6 +147,8 @@ private Q_SLOTS:
     void agreesWithAPlainList_data();
     void agreesWithAPlainList();
     void searchesProbeAsStatedAlsoWithNaN();
+    void searchesProbeAsStatedAlsoWithTextsMixedWithDates();
+    void addsBehindIntegersWhateverElseThereIs();
     void removingTakesOutTheRunFoundAlsoWithNaN();
     void sortingKeepsEveryKeyAlsoWithNaN();
     void sortingKeepsEveryKeyOfTextsMixedWithDates();
@@ -863,6 +865,69 @@ void tst_ValueFilter::searchesProbeAsStatedAlsoWithNaN()
             oracle.erase(range.first, range.second);
         }
         QVERIFY2(shown(filter.getAllExcludedKeys()) == shown(oracle), where.constData());
+    }
+}
+
+void tst_ValueFilter::searchesProbeAsStatedAlsoWithTextsMixedWithDates()
+{
+    // VarChar and String compare as texts, but a date sorts between the two by its type: a circle.
+    MemoryTable table(
+        u"quotes"_s,
+        {{u"a"_s, FieldType::VarChar, false, 8}, {u"b"_s, FieldType::String}, {u"c"_s, FieldType::DateTime}});
+    PlainFilter filter(table, 0, nullptr);
+    const PlainFilter strings(table, 1, nullptr);
+    const PlainFilter dates(table, 2, nullptr);
+    const KeyValue date = dates.valueToKey(u"2024.01.01"_s);
+    const KeyValue later = dates.valueToKey(u"2024.01.02"_s);
+    const QList<KeyValue> keys{strings.valueToKey(u"a"_s), strings.valueToKey(u"b"_s),
+                               strings.valueToKey(u"c"_s), filter.valueToKey(u"d"_s), date};
+    filter.setAllExcludedKeys(keys);
+    QCOMPARE(shown(filter.getAllExcludedKeys()), shown(keys));
+
+    // It sorts behind the last key, but before those that the halving meets.
+    filter.addExcludedKey(later);
+
+    QCOMPARE(shown(filter.getAllExcludedKeys()), shown(QList<KeyValue>{later} + keys));
+}
+
+void tst_ValueFilter::addsBehindIntegersWhateverElseThereIs()
+{
+    MemoryTable table(u"quotes"_s, {{u"int"_s},
+                                    {u"int64"_s, FieldType::Int64, true},
+                                    {u"double"_s, FieldType::Double},
+                                    {u"varchar"_s, FieldType::VarChar, false, 8},
+                                    {u"date"_s, FieldType::DateTime},
+                                    {u"string"_s, FieldType::String}});
+    const quint32 seed = QRandomGenerator::global()->generate();
+    QRandomGenerator random(seed);
+    const auto field = [&] {
+        const int column = int(random.bounded(6));
+        const int number = int(random.bounded(4));
+        const QString texts[] = {QString::number(number),
+                                 number == 0 ? QString() : QString::number(number),
+                                 number == 0 ? u"nan"_s : QString::number(number),
+                                 QChar(u'a' + number),
+                                 u"2024.01.0%1"_s.arg(number + 1),
+                                 QChar(u'a' + number)};
+        FieldValue value(&table, column);
+        value.fromText(texts[column]);
+        return value;
+    };
+
+    for (int round = 0; round < 200; ++round) {
+        PlainFilter filter(table, 0, {0, 1}, 0, nullptr);
+        QList<KeyValue> oracle;
+        for (int step = 0; step < 40; ++step) {
+            KeyValue key;
+            key.append(field());
+            key.append(field());
+            filter.addExcludedKey(key);
+            const auto place = std::lower_bound(oracle.begin(), oracle.end(), key);
+            if (place == oracle.end() || key < *place)
+                oracle.insert(place, key);
+            QVERIFY2(shown(filter.getAllExcludedKeys()) == shown(oracle),
+                     qPrintable(u"seed %1, round %2, step %3"_s.arg(seed).arg(round).arg(step)));
+        }
     }
 }
 
