@@ -18,9 +18,9 @@ class Table;
 ///
 /// **Keys must match.** Neither the number of the fields of a key nor their types are checked against the
 /// columns. All keys of one filter must have the same number of fields. Values of different types sort by
-/// their type, whatever they hold: a set over an Int64 column that was filled with FieldConstValue integers
-/// (of type Int) holds other keys than the same set restored from its text, whose keys take their types from
-/// the table.
+/// their type, whatever they hold, except that VarChar and String compare as texts: a set over an Int64
+/// column that was filled with FieldConstValue integers (of type Int) holds other keys than the same set
+/// restored from its text, whose keys take their types from the table.
 ///
 /// **Not a number.** A NaN equals every double, and texts of VarChar and String columns that are mixed with
 /// dates in one place of a key have no consistent order either. Keys with such values may be in any order,
