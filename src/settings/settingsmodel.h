@@ -22,7 +22,7 @@ class SettingsModelPrivate;
 /// SettingsModel model;                               // needs a QApplication, for its two icons
 /// model.setSettings(&store);                         // reads the store's current group
 ///
-/// SettingsViewProxy proxy;                           // between the model and its views, see below
+/// sito::SettingsViewProxy proxy;                     // between the model and its views, see below
 /// proxy.setSourceModel(&model);
 /// QTreeView view;
 /// view.setModel(&proxy);
