@@ -41,6 +41,10 @@ namespace {
 /// Called whenever any library of this program asks the database library for one of the operations below.
 std::function<void(const char *operation)> onCall;
 
+/// The texts that were read and the numbers that constants were made of, in that order.
+QStringList readTexts;
+QList<int> constants;
+
 void note(const char *operation)
 {
     if (onCall)
@@ -149,7 +153,9 @@ QString Field::toString() const
     note("toString");
     using Function = QString (*)(const Field *);
     static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "_ZNK5Field8toStringEv"));
-    return real(this);
+    const QString text = real(this);
+    readTexts.append(text);
+    return text;
 }
 
 FieldConstValue::FieldConstValue(const int &number)
@@ -159,6 +165,7 @@ FieldConstValue::FieldConstValue(const int &number)
       }())
 {
     note("constant");
+    constants.append(number);
     std::memcpy(data, &number, sizeof number);
     setPresent();
 }
@@ -174,6 +181,7 @@ private Q_SLOTS:
     void passesItsArgumentsOn();
     void emptySessionsGiveNoKeys();
     void addsKeysInAscendingOrder();
+    void readsTheSecurityBeforeTheSession();
     void keysAreIntsOfTheirOwn();
     void readsIds_data();
     void readsIds();
@@ -207,6 +215,8 @@ private Q_SLOTS:
 void tst_SecuritiesSessionFilter::init()
 {
     failOnAnyWarning();
+    readTexts.clear();
+    constants.clear();
 }
 
 void tst_SecuritiesSessionFilter::cleanup()
@@ -266,6 +276,20 @@ void tst_SecuritiesSessionFilter::addsKeysInAscendingOrder()
     const auto filter = quotes.filter();
 
     QCOMPARE(filter->value(), u"-2147483648,1|-2,1|-1,1|0,1|1,1|3,1|4,1|5,1|2147483647,1"_s);
+    // The set would be sorted anyway: the keys are made and added in this order.
+    QCOMPARE(constants, (QList<int>{minInt, 1, -2, 1, -1, 1, 0, 1, 1, 1, 3, 1, 4, 1, 5, 1, maxInt, 1}));
+}
+
+void tst_SecuritiesSessionFilter::readsTheSecurityBeforeTheSession()
+{
+    MemoryTable &sessions = makeSessions(FieldType::String, FieldType::String);
+    Quotes quotes;
+    addRow(sessions, u"5"_s, u"10"_s);
+    addRow(sessions, u"4"_s, u"20"_s);
+
+    const auto filter = quotes.filter();
+
+    QCOMPARE(readTexts, (QStringList{u"5"_s, u"10"_s, u"4"_s, u"20"_s}));
 }
 
 void tst_SecuritiesSessionFilter::keysAreIntsOfTheirOwn()
