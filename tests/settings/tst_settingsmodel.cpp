@@ -54,6 +54,18 @@ public:
     }
 };
 
+/// Makes indexes that the model itself hands out in notifications alone.
+class ReachableModel : public SettingsModel
+{
+    Q_OBJECT
+
+public:
+    QModelIndex at(const QModelIndex &like, int column) const
+    {
+        return createIndex(like.row(), column, like.internalPointer());
+    }
+};
+
 /// How a fixture's model takes edits.
 enum Mode { ReadOnly, AtOnce, Manual };
 
@@ -665,6 +677,27 @@ private Q_SLOTS:
             QVERIFY(!f.model.data({}, role).isValid());
     }
 
+    void answersForTheRootAsForAKey()
+    {
+        const auto store = m_files.empty();
+        ReachableModel model;
+        model.setSettings(store.get());
+        store->setValue(u"a"_s, 1);
+        QModelIndex root;
+        connect(&model, &QAbstractItemModel::rowsInserted, this,
+                [&root](const QModelIndex &parent) { root = parent; });
+        model.refresh();
+        QVERIFY(root.isValid());
+
+        const auto key = root.data(Qt::DecorationRole).value<QIcon>().pixmap(16).toImage();
+        QCOMPARE(key, find(model, {u"a"_s}).data(Qt::DecorationRole).value<QIcon>().pixmap(16).toImage());
+        const QVariant type = model.data(model.at(root, 1), Qt::DisplayRole);
+        QCOMPARE(type.metaType(), QMetaType::fromType<QString>());
+        QCOMPARE(type.toString(), u""_s);
+        QCOMPARE(model.data(root, Qt::DisplayRole), QVariant(u""_s));
+        QCOMPARE(model.data(model.at(root, 2), Qt::DisplayRole), QVariant());
+    }
+
     void decoratesWithTheStandardIcons()
     {
         Fixture f(m_files.parsed("a=1\n[g]\nk=1\n"));
@@ -685,6 +718,14 @@ private Q_SLOTS:
         QCOMPARE(image(group), standard(QStyle::SP_DirIcon));
         QCOMPARE(image(key), standard(QStyle::SP_FileIcon));
         QVERIFY(image(key) != image(group));
+        for (const QVariant &icon : {group, key}) {
+            for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled, QIcon::Active, QIcon::Selected}) {
+                for (const QIcon::State state : {QIcon::Off, QIcon::On}) {
+                    const bool isGiven = mode == QIcon::Normal && state == QIcon::Off;
+                    QCOMPARE(icon.value<QIcon>().availableSizes(mode, state).isEmpty(), !isGiven);
+                }
+            }
+        }
     }
 
     void knowsItsShape()
@@ -872,6 +913,23 @@ private Q_SLOTS:
         QCOMPARE(f.recorder.take(), removals(u"g"_s, 1, 1));
         QCOMPARE(treeText(f.model), u"g{k=1 m=3}"_s);
         QCOMPARE(entries(*f.store), (QStringList{u"g/k=1"_s, u"g/m=3"_s}));
+    }
+
+    void announcesRemovalsBelowTheIndexGiven()
+    {
+        Fixture f(m_files.parsed("[g]\nk=1\nl=2\nm=3\n"), AtOnce);
+        const QModelIndex group = f.model.index(0, 0);
+        QSignalSpy removing(&f.model, &QAbstractItemModel::rowsAboutToBeRemoved);
+        QSignalSpy removed(&f.model, &QAbstractItemModel::rowsRemoved);
+
+        for (const int column : {2, 1, 0}) {
+            const QModelIndex parent = group.siblingAtColumn(column);
+            QVERIFY(f.model.removeRows(0, 1, parent));
+            QCOMPARE(removing.takeFirst().first().toModelIndex(), parent);
+            QCOMPARE(removed.takeFirst().first().toModelIndex(), parent);
+        }
+
+        QCOMPARE(f.model.rowCount(group), 0);
     }
 
     void refusesRemovals_data()
