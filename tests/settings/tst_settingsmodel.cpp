@@ -1011,7 +1011,7 @@ private Q_SLOTS:
         QCOMPARE(entries(*f.store), QStringList{u"a=1"_s});
     }
 
-    void submitsTheSameTwice()
+    void dropsOnSubmitWhatOthersWroteSince()
     {
         Fixture f(m_files.parsed("a=1\nb=2\n"), Manual);
         f.model.removeRows(0, 1);
@@ -1343,7 +1343,7 @@ private Q_SLOTS:
         QCOMPARE(treeText(f.model), u"a=1"_s);
     }
 
-    // Where a f.store offers what cannot be followed.
+    // Where a store offers what cannot be followed.
 
     void doesNotDescendIntoAGroupWithoutName_data()
     {
