@@ -7,7 +7,6 @@
 #include <browser/settings/settingsactions.h>
 #include <browser/settings/settingstree.h>
 #include <browser/settings/treeanchor.h>
-#include <hostkit/views/icons.h>
 
 #include <hostkit/settings/inifile.h>
 #include <hostkit/settings/settingsvalue.h>
