@@ -10,6 +10,7 @@
 #include <QMimeData>
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 namespace sito {
@@ -43,7 +44,7 @@ RowExport::~RowExport()
 void RowExport::write(TableExport rows, const QString &fileName, const QString &source,
                       std::shared_ptr<const void> keeper)
 {
-    Q_ASSERT(!isWriting());
+    assert(!isWriting());
     start(*m_file, std::move(rows), std::move(keeper), tr("Запись в %1").arg(QFileInfo(fileName).fileName()),
           [fileName, source](const TableExport &taken, const parallel::Context &context) {
               exportCsvFile(fileName, taken, source, context);

@@ -7,6 +7,8 @@
 #include <QPointer>
 #include <QThread>
 
+#include <cassert>
+
 namespace sito {
 
 namespace {
@@ -39,7 +41,7 @@ bool FilterList::takesPart(const Filter &filter)
 
 void FilterList::add(Filter *filter)
 {
-    Q_ASSERT(filter);
+    assert(filter);
     if (m_filters.contains(filter))
         return;
 
