@@ -1800,6 +1800,20 @@ Type: %2</translation>
         <source>Значения…</source>
         <translation>Values…</translation>
     </message>
+</context>
+<context>
+    <name>sito::ValueListModel</name>
+    <message>
+        <source>%1, строк: %2</source>
+        <translation>%1, rows: %2</translation>
+    </message>
+    <message>
+        <source>Не число. Отдельно не выбирается: скрыто, как только скрыто любое число</source>
+        <translation>Not a number. Cannot be chosen by itself: hidden as soon as any number is hidden</translation>
+    </message>
+</context>
+<context>
+    <name>sito::ValueListPopup</name>
     <message>
         <source>&amp;Применить</source>
         <translation>A&amp;pply</translation>
@@ -1819,14 +1833,6 @@ Type: %2</translation>
 </context>
 <context>
     <name>sito::ValueListWidget</name>
-    <message>
-        <source>%1, строк: %2</source>
-        <translation>%1, rows: %2</translation>
-    </message>
-    <message>
-        <source>Не число. Отдельно не выбирается: скрыто, как только скрыто любое число</source>
-        <translation>Not a number. Cannot be chosen by itself: hidden as soon as any number is hidden</translation>
-    </message>
     <message>
         <source>Поиск</source>
         <translation>Search</translation>

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/valuelistmodel_p.h>
 
-#include <hostkit/values/valuelistwidget.h>
-
 #include <QLocale>
 
 #include <algorithm>
@@ -114,7 +112,7 @@ QVariant ValueListModel::data(const QModelIndex &index, int role) const
             return QVariant();
         return int(isChecked(number) ? Qt::Checked : Qt::Unchecked);
     case Qt::AccessibleTextRole:
-        return ValueListWidget::tr("%1, строк: %2").arg(m_values->text(number), count());
+        return tr("%1, строк: %2").arg(m_values->text(number), count());
     case Qt::ToolTipRole:
         if (m_values->isKey(number)) {
             const QString text = m_values->text(number);
@@ -126,7 +124,7 @@ QVariant ValueListModel::data(const QModelIndex &index, int role) const
     case Qt::AccessibleDescriptionRole:
         if (m_values->isKey(number))
             return QVariant();
-        return ValueListWidget::tr("Не число. Отдельно не выбирается: скрыто, как только скрыто любое число");
+        return tr("Не число. Отдельно не выбирается: скрыто, как только скрыто любое число");
     case CountRole:
         return count();
     case UnwrittenRole:

@@ -2,7 +2,6 @@
 #include <hostkit/values/valuelistpopup_p.h>
 
 #include <hostkit/values/sizegrip_p.h>
-#include <hostkit/values/valuelistfilter.h>
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -76,10 +75,10 @@ void ValueListPopup::setApplicable(bool applicable)
 
 void ValueListPopup::retranslate()
 {
-    m_apply->setText(ValueListFilter::tr("&Применить"));
-    m_cancel->setText(ValueListFilter::tr("О&тмена"));
-    m_grip->setAccessibleName(ValueListFilter::tr("Размер"));
-    m_grip->setToolTip(ValueListFilter::tr("Размер: тяните мышью или нажимайте стрелки"));
+    m_apply->setText(tr("&Применить"));
+    m_cancel->setText(tr("О&тмена"));
+    m_grip->setAccessibleName(tr("Размер"));
+    m_grip->setToolTip(tr("Размер: тяните мышью или нажимайте стрелки"));
 }
 
 void ValueListPopup::changeEvent(QEvent *event)
