@@ -2,11 +2,12 @@
 #include <hostkit/filters/filterlist.h>
 
 #include <filterfuncs/filterfunc.h>
-#include <filters/filter.h>
+#include <filters/valuefilter.h>
 
 #include <QPointer>
 #include <QThread>
 
+#include <algorithm>
 #include <cassert>
 
 namespace sito {
@@ -37,6 +38,14 @@ FilterList::~FilterList()
 bool FilterList::takesPart(const Filter &filter)
 {
     return filter.isEnabled() && filter.hasValue();
+}
+
+bool FilterList::isFiltered(int column) const
+{
+    return std::any_of(m_filters.begin(), m_filters.end(), [column](const Filter *filter) {
+        const auto *values = qobject_cast<const ValueFilter *>(filter);
+        return values && takesPart(*values) && values->columns().contains(column);
+    });
 }
 
 void FilterList::add(Filter *filter)

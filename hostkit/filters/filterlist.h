@@ -33,6 +33,8 @@ public:
     const QList<Filter *> &filters() const { return m_filters; }
     /// Whether \a filter restricts the rows now: it is switched on and has a value.
     static bool takesPart(const Filter &filter);
+    /// Whether a value filter over the table's column \a column takes part.
+    bool isFiltered(int column) const;
 
     /// Appends \a filter, which must not be null, and takes ownership; emits added() and changed(). A filter
     /// of another list is first removed from that one, but not deleted. Does nothing if the filter is in the

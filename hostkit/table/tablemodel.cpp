@@ -6,12 +6,9 @@
 #include <hostkit/table/shownrows_p.h>
 
 #include <data/table.h>
-#include <filters/valuefilter.h>
 
 #include <QScopeGuard>
 #include <QThreadPool>
-
-#include <algorithm>
 
 #include <hostkit/table/tablemodel_p.h>
 
@@ -106,11 +103,7 @@ void TableModelPrivate::announce(const RowPass &pass)
 bool TableModelPrivate::isFiltered(int column) const
 {
     const FilterList *filters = passes.filters();
-    return filters &&
-           std::any_of(filters->filters().begin(), filters->filters().end(), [column](const Filter *filter) {
-               const auto *values = qobject_cast<const ValueFilter *>(filter);
-               return values && FilterList::takesPart(*values) && values->columns().contains(column);
-           });
+    return filters && filters->isFiltered(column);
 }
 
 TableModel::TableModel(Table &table, const QList<int> &columns, QObject *parent)

@@ -294,17 +294,11 @@ QRect FilteredTableView::cellRect(const QModelIndex &index) const
 void FilteredTableView::updateHeader()
 {
     QList<int> filtered;
-    for (const Filter *filter : m_filters->filters()) {
-        const auto *values = qobject_cast<const ValueFilter *>(filter);
-        if (!values || !FilterList::takesPart(*values))
-            continue;
-        for (const int column : values->columns()) {
-            const int section = m_model->section(column);
-            if (section >= 0 && !filtered.contains(section))
-                filtered.append(section);
-        }
+    const QList<int> &columns = m_model->columns();
+    for (int section = 0; section < columns.size(); ++section) {
+        if (m_filters->isFiltered(columns.at(section)))
+            filtered.append(section);
     }
-    std::sort(filtered.begin(), filtered.end());
     m_header->setFilteredSections(filtered);
     QList<FilterHeader::SortMark> marks;
     const QList<TableModel::SortKey> keys = m_model->sortKeys();

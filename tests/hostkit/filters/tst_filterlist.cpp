@@ -54,6 +54,21 @@ public:
 };
 
 /// Counts those that live.
+/// A filter that takes part and has no columns.
+class NoKeys : public Filter
+{
+public:
+    NoKeys() : Filter(0, nullptr) { setEnabled(true); }
+
+    FilterFunc *createFilterFunc(QObject *) const override { return nullptr; }
+    QWidget *createFilterWidget(QWidget *) override { return nullptr; }
+    void apply(QWidget *) override {}
+    void init(QWidget *) override {}
+    QString text() const override { return {}; }
+    QString name() const override { return {}; }
+    bool hasValue() const override { return true; }
+};
+
 class CountedFunc : public FilterFunc
 {
 public:
@@ -326,6 +341,21 @@ private Q_SLOTS:
         QCOMPARE(shown(list.createFilterFuncs(first)), u"12346789"_s);
         QCOMPARE(shown(list.createFilterFuncs(last)), u"3456789"_s);
         QCOMPARE(shown(list.createFilterFuncs(off)), u"346789"_s);
+    }
+
+    void knowsWhichColumnsAreFiltered()
+    {
+        FilterList list(m_table);
+        QVERIFY(!list.isFiltered(0));
+        Filter *off = filter(u"3"_s, false);
+        for (Filter *added : {off, static_cast<Filter *>(filter(u""_s)), static_cast<Filter *>(new NoKeys)})
+            list.add(added);
+        QVERIFY(!list.isFiltered(0));
+
+        off->setEnabled(true);
+
+        QVERIFY(list.isFiltered(0));
+        QVERIFY(!list.isFiltered(1));
     }
 
     void predicatesAreCopies()
