@@ -278,6 +278,11 @@ int DecimalNumber::compare(const DecimalNumber &other) const
         return -other.compare(*this);
 
     const int difference = scale - other.scale;
+    // Without a division where the other number has room for the digits: 2^63 * 10^wordDigits is below 2^127.
+    if (difference <= wordDigits && other.unscaled == qint64(other.unscaled)) {
+        const Int128 raised = other.unscaled * Int128(power(difference));
+        return (unscaled > raised) - (unscaled < raised);
+    }
     Int128 whole = 0;
     Int128 rest = unscaled;
     if (difference <= largestPower) {

@@ -115,7 +115,16 @@ short xdecimal::scale() const
 
 int xdecimal::compare(const xdecimal &other) const
 {
-    return number(*this).compare(number(other));
+    const quint64 upper = upperWord(*this);
+    const quint64 otherUpper = upperWord(other);
+    if (((upper ^ otherUpper) & upperScaleMask) != 0)
+        return number(*this).compare(number(other));
+    // Numbers of one scale sort as their words.
+    if (upper != otherUpper)
+        return qint64(upper) < qint64(otherUpper) ? -1 : 1;
+    const auto lower = qFromLittleEndian<quint64>(data());
+    const auto otherLower = qFromLittleEndian<quint64>(other.data());
+    return (lower > otherLower) - (lower < otherLower);
 }
 
 double xdecimal::toDouble() const
