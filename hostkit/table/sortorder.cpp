@@ -6,11 +6,17 @@
 #include <data/record.h>
 #include <data/table.h>
 
+#include <QMutex>
+#include <QString>
 #include <QStringView>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <bit>
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -36,20 +42,63 @@ quint64 ordered(double value)
     return bits & signBit ? ~bits : bits | signBit;
 }
 
-QStringView textOf(const Field &field)
+/// The nearest double. toDouble() need not give that, nor the same for equal numbers.
+double nearestDouble(decimal number)
 {
-    if (field.def->type == FieldType::String)
-        return *reinterpret_cast<const QString *>(field.data);
-    // The view outlives this text, which only refers to the row.
-    return field.asStaticString();
+    constexpr qint64 exactInteger = qint64(1) << 53;
+    constexpr auto exactPowers = [] {
+        std::array<double, 23> result = {1};
+        for (size_t i = 1; i < result.size(); ++i)
+            result[i] = result[i - 1] * 10;
+        return result;
+    }();
+    const qint64 unscaled = number.unscaled();
+    const int scale = number.scale();
+    const auto power = size_t(std::abs(scale));
+    // Both operands are exact here, so the operation rounds just once.
+    if (unscaled >= -exactInteger && unscaled <= exactInteger && power < exactPowers.size())
+        return scale < 0 ? double(unscaled) * exactPowers[power] : double(unscaled) / exactPowers[power];
+
+    std::array<char, 32> text;
+    char *end = std::to_chars(text.data(), text.data() + 20, unscaled).ptr;
+    *end++ = 'e';
+    end = std::to_chars(end, text.data() + text.size(), -scale).ptr;
+    double result = 0;
+    std::from_chars(text.data(), end, result);
+    return result;
 }
+
+/// The text by which a String field sorts, in the row.
+struct StringText
+{
+    QStringView operator()(const Field &field, std::vector<QString> &) const
+    {
+        return *reinterpret_cast<const QString *>(field.data);
+    }
+};
+
+/// The text by which a VarChar field sorts: in the row if the database library leaves it there, otherwise in
+/// \a made, which it is added to.
+struct VarCharText
+{
+    QStringView operator()(const Field &field, std::vector<QString> &made) const
+    {
+        QString text = field.asStaticString();
+        const QStringView view = text;
+        const auto value = quintptr(field.data);
+        const auto begin = quintptr(view.utf16());
+        if (begin < value || begin >= value + field.def->size)
+            made.push_back(std::move(text));
+        return view;
+    }
+};
 
 /// Makes words of texts that sort as the texts do, as far as a word goes. What all texts begin with, as it
 /// seems from some of them, is left out, so that the word tells apart what differs.
 class TextWords
 {
 public:
-    /// Learns from \a sample.
+    /// Learns from \a sample; the texts themselves must live as long as this object.
     explicit TextWords(const std::vector<QStringView> &sample)
     {
         if (sample.empty())
@@ -133,15 +182,16 @@ public:
             if (hasOneScale(context))
                 readWords(context);
             else
-                readNumbers(context, [](const Field &field) { return field.value<decimal>().toDouble(); });
+                readDecimals(context);
             break;
         case FieldType::XDecimal:
-            readNumbers(context,
-                        [](const Field &field) { return xdecimal::fromData(field.data).toDouble(); });
+            guessXDecimals(context);
             break;
         case FieldType::VarChar:
+            readTexts(context, VarCharText());
+            break;
         case FieldType::String:
-            readTexts(context);
+            readTexts(context, StringText());
             break;
         default:
             // Values that are never ordered: all that is to be told is whether there is one.
@@ -152,6 +202,21 @@ public:
 
     quint64 word(quint32 id) const { return m_words[id]; }
     bool isExact() const { return m_ties == Exact; }
+    /// Whether the words of present values are a guess: the doubles of XDecimals, which no database library
+    /// promises to sort as the numbers.
+    bool isGuess() const { return m_isGuess; }
+    /// Fetches what compareNumbers() is about to read.
+    void prefetchNumber(quint32 id) const { __builtin_prefetch(&m_numbers[id]); }
+
+    /// If the words are a guess, makes them tell absent values from present ones and nothing else.
+    void dropGuess()
+    {
+        if (!m_isGuess)
+            return;
+        m_isGuess = false;
+        for (quint64 &word : m_words)
+            word = word == m_flip ? m_flip : m_flip ^ 1;
+    }
 
     /// Negative, zero or positive as the row \a a sorts before, with or after \a b.
     int compare(quint32 a, quint32 b) const
@@ -161,7 +226,24 @@ public:
         return m_ties == Exact ? 0 : compareTied(a, b);
     }
 
-    /// As compare(), for rows with the same word.
+    /// As compare(), but by the values where the words are a guess.
+    int compareValues(quint32 a, quint32 b) const
+    {
+        return isTold(m_words[a], m_words[b]) ? compare(a, b) : compareTied(a, b);
+    }
+    /// Whether different words of two rows tell their order, not just a guess.
+    bool isTold(quint64 a, quint64 b) const { return !m_isGuess || a == m_flip || b == m_flip; }
+
+    /// As compareTied(), where the words are a guess.
+    int compareNumbers(quint32 a, quint32 b) const
+    {
+        const xdecimal &x = m_numbers[m_key.descending ? b : a];
+        const xdecimal &y = m_numbers[m_key.descending ? a : b];
+        // Saves a call: the same bytes are the same number.
+        return std::memcmp(&x, &y, sizeof(xdecimal)) == 0 ? 0 : x.compare(y);
+    }
+
+    /// The order of the values of rows with the same word, or of rows whose words are a guess.
     int compareTied(quint32 a, quint32 b) const
     {
         int result = 0;
@@ -173,6 +255,8 @@ public:
                 result = int(y.isNull()) - int(x.isNull());
             else
                 result = x.compare(y, Qt::CaseSensitive);
+        } else if (m_ties == Numbers) {
+            return compareNumbers(a, b);
         } else if (m_ties == Fields) {
             result = field(a).compare(field(b));
         }
@@ -180,7 +264,7 @@ public:
     }
 
 private:
-    enum Ties { Exact, Texts, Fields };
+    enum Ties { Exact, Texts, Numbers, Fields };
 
     Field field(quint32 id) const { return m_table.dataPtr(m_rows[id].row(), m_key.column); }
 
@@ -199,9 +283,8 @@ private:
     template <typename WordOf>
     void read(const parallel::Context &context, const WordOf &wordOf)
     {
-        const quint64 flip = m_key.descending ? highest : 0;
         visit(context, [&](quint32 id, const Field &field) {
-            m_words[id] = (field.isPresent() ? wordOf(field) : 0) ^ flip;
+            m_words[id] = (field.isPresent() ? wordOf(field) : 0) ^ m_flip;
         });
     }
 
@@ -219,42 +302,68 @@ private:
         m_ties = hasLowest.load(std::memory_order_relaxed) ? Fields : Exact;
     }
 
-    /// For numbers whose nearest doubles do not tell all of them apart.
-    template <typename NumberOf>
-    void readNumbers(const parallel::Context &context, const NumberOf &numberOf)
+    /// For decimals of several scales, which their doubles do not all tell apart.
+    void readDecimals(const parallel::Context &context)
     {
-        read(context, [&numberOf](const Field &field) { return ordered(double(numberOf(field))); });
+        read(context, [](const Field &field) { return ordered(nearestDouble(field.value<decimal>())); });
         m_ties = Fields;
     }
 
-    void readTexts(const parallel::Context &context)
+    void guessXDecimals(const parallel::Context &context)
+    {
+        m_numbers.resize(m_words.size());
+        visit(context, [this](quint32 id, const Field &field) {
+            quint64 word = 0;
+            if (field.isPresent()) {
+                m_numbers[id] = field.value<xdecimal>();
+                word = ordered(m_numbers[id].toDouble());
+            }
+            m_words[id] = word ^ m_flip;
+        });
+        m_ties = Numbers;
+        m_isGuess = true;
+    }
+
+    template <typename TextOf>
+    void readTexts(const parallel::Context &context, const TextOf &textOf)
     {
         static constexpr char16_t empty = 0;
-        const quint64 flip = m_key.descending ? highest : 0;
         m_texts.resize(m_words.size());
-        const TextWords words(sample());
-        visit(context, [this, &words, flip](quint32 id, const Field &field) {
-            QStringView text;
-            if (field.isPresent()) {
-                text = textOf(field);
-                if (text.isEmpty())
-                    text = QStringView(&empty, qsizetype(0));
+        std::vector<QString> madeForSample;
+        const TextWords words(sample(textOf, madeForSample));
+        QMutex mutex;
+        parallel::forRanges(context, m_words.size(), chunkSize, [&](size_t first, size_t last) {
+            std::vector<QString> made;
+            for (size_t id = first; id < last; ++id) {
+                const Field value = field(quint32(id));
+                QStringView text;
+                if (value.isPresent()) {
+                    text = textOf(value, made);
+                    if (text.isEmpty())
+                        text = QStringView(&empty, qsizetype(0));
+                }
+                m_texts[id] = text;
+                m_words[id] = (text.isNull() ? 0 : words.word(text)) ^ m_flip;
             }
-            m_texts[id] = text;
-            m_words[id] = (text.isNull() ? 0 : words.word(text)) ^ flip;
+            if (!made.empty()) {
+                const QMutexLocker lock(&mutex);
+                m_madeTexts.push_back(std::move(made));
+            }
+            context.advance(qint64(last - first));
         });
         m_ties = Texts;
     }
 
     /// Some of the present texts, from all over the rows.
-    std::vector<QStringView> sample() const
+    template <typename TextOf>
+    std::vector<QStringView> sample(const TextOf &textOf, std::vector<QString> &made) const
     {
         constexpr size_t size = 256;
         std::vector<QStringView> texts;
         for (size_t i = 0; i < size && !m_words.empty(); ++i) {
             const Field value = field(quint32(i * m_words.size() / size));
             if (value.isPresent())
-                texts.push_back(textOf(value));
+                texts.push_back(textOf(value, made));
         }
         return texts;
     }
@@ -284,9 +393,16 @@ private:
     const Table &m_table;
     const RowSet &m_rows;
     const sortorder::Key m_key;
+    /// Turns the order of words round if that is wanted; also the word of an absent value.
+    const quint64 m_flip = m_key.descending ? highest : 0;
     std::vector<quint64> m_words;
+    /// Equal for absent values.
+    std::vector<xdecimal> m_numbers;
     std::vector<QStringView> m_texts;
+    /// What m_texts refers to, as far as it is not in the rows.
+    std::vector<std::vector<QString>> m_madeTexts;
     Ties m_ties = Exact;
+    bool m_isGuess = false;
 };
 
 /// A row while it is being sorted: the word of the first key beside it.
@@ -295,6 +411,62 @@ struct Item
     quint64 word = 0;
     quint32 id = 0;
 };
+
+/// Whether the row \a a, which has the same word in the first column as \a b, sorts before that. Not inline:
+/// the loops of a sort are quicker without it.
+Q_NEVER_INLINE bool sortsBeforeTied(const std::vector<KeyColumn> &columns, quint32 a, quint32 b)
+{
+    int order = columns.front().compareTied(a, b);
+    for (size_t i = 1; order == 0 && i < columns.size(); ++i)
+        order = columns[i].compare(a, b);
+    return order != 0 ? order < 0 : a < b;
+}
+
+std::vector<Item> sortedItems(const parallel::Context &context, const std::vector<KeyColumn> &columns,
+                              size_t size)
+{
+    std::vector<Item> items(size);
+    for (size_t id = 0; id < size; ++id)
+        items[id] = {columns.front().word(quint32(id)), quint32(id)};
+
+    if (columns.size() == 1 && columns.front().isExact()) {
+        parallel::sort(context, items, [](const Item &a, const Item &b) {
+            return a.word != b.word ? a.word < b.word : a.id < b.id;
+        });
+    } else {
+        parallel::sort(context, items, [&columns](const Item &a, const Item &b) {
+            return a.word != b.word ? a.word < b.word : sortsBeforeTied(columns, a.id, b.id);
+        });
+    }
+    return items;
+}
+
+/// Whether each row of \a items, which are sorted by their words, sorts before the next by the values.
+bool areInOrder(const parallel::Context &context, const std::vector<KeyColumn> &columns,
+                const std::vector<Item> &items)
+{
+    constexpr size_t ahead = 16;
+    const KeyColumn &front = columns.front();
+    const bool isGuess = front.isGuess();
+    std::atomic<bool> result = true;
+    const size_t last = items.empty() ? 0 : items.size() - 1;
+    parallel::forRanges(context, last, chunkSize, [&](size_t from, size_t to) {
+        for (size_t i = from; i < to && result.load(std::memory_order_relaxed); ++i) {
+            if (isGuess)
+                front.prefetchNumber(items[std::min(i + ahead, last)].id);
+            const Item &a = items[i];
+            const Item &b = items[i + 1];
+            if (a.word != b.word && (!isGuess || front.isTold(a.word, b.word)))
+                continue;
+            int order = isGuess ? front.compareNumbers(a.id, b.id) : front.compareTied(a.id, b.id);
+            for (size_t column = 1; order == 0 && column < columns.size(); ++column)
+                order = columns[column].compareValues(a.id, b.id);
+            if (order > 0 || (order == 0 && a.id > b.id))
+                result.store(false, std::memory_order_relaxed);
+        }
+    });
+    return result.load(std::memory_order_relaxed);
+}
 
 } // namespace
 
@@ -306,29 +478,20 @@ std::vector<quint32> sortorder::sorted(const parallel::Context &context, const T
     for (const Key &key : keys)
         columns.emplace_back(context, table, rows, key);
 
-    const size_t size = rows.listedCount();
-    std::vector<Item> items(size);
-    for (size_t id = 0; id < size; ++id)
-        items[id] = {columns.front().word(quint32(id)), quint32(id)};
-
-    if (columns.size() == 1 && columns.front().isExact()) {
-        parallel::sort(context, items, [](const Item &a, const Item &b) {
-            return a.word != b.word ? a.word < b.word : a.id < b.id;
-        });
-    } else {
-        parallel::sort(context, items, [&columns](const Item &a, const Item &b) {
-            if (a.word != b.word)
-                return a.word < b.word;
-            int order = columns.front().compareTied(a.id, b.id);
-            for (size_t i = 1; order == 0 && i < columns.size(); ++i)
-                order = columns[i].compare(a.id, b.id);
-            return order != 0 ? order < 0 : a.id < b.id;
-        });
+    std::vector<Item> items = sortedItems(context, columns, rows.listedCount());
+    const bool isGuess =
+        std::any_of(columns.begin(), columns.end(), [](const KeyColumn &column) { return column.isGuess(); });
+    if (isGuess && !areInOrder(context, columns, items)) {
+        for (KeyColumn &column : columns)
+            column.dropGuess();
+        // The first attempt is all of the progress that was announced.
+        items = sortedItems({context.threads, context.stop}, columns, rows.listedCount());
     }
 
-    std::vector<quint32> ids(size);
-    for (size_t i = 0; i < size; ++i)
-        ids[i] = items[i].id;
+    std::vector<quint32> ids;
+    ids.reserve(items.size());
+    for (const Item &item : items)
+        ids.push_back(item.id);
     return ids;
 }
 
