@@ -12,9 +12,18 @@ std::optional<QString> cellText(const Field &field)
     if (!field.isPresent())
         return std::nullopt;
     switch (field.def->type) {
-    case FieldType::VarChar:
     case FieldType::String:
-        return field.toString();
+        // Not toString(), which may make a copy.
+        return *reinterpret_cast<const QString *>(field.data);
+    case FieldType::VarChar: {
+        // toString() may leave out blanks at the end, but not where it is what the value is compared by.
+        QString text = field.toString();
+        if (text == field.asStaticString())
+            return text;
+        // A text form that begins with "␀" has one "␀" more.
+        text = FieldValue(field).toText();
+        return text.startsWith(u'␀') ? text.sliced(1) : text;
+    }
     default:
         return FieldValue(field).toText();
     }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <hostkit/text/celltext.h>
 #include <hostkit/text/jsontext_p.h>
 #include <hostkit/text/keychecks_p.h>
 
@@ -27,19 +28,12 @@ bool isText(FieldType::Type type)
     return type == FieldType::VarChar || type == FieldType::String;
 }
 
-/// The text of a present \a field without the mark. Not toString(), which of a VarChar need not show all.
-QString wholeText(const FieldValue &field)
-{
-    const QString text = field.toText();
-    return isText(field.def->type) && text.startsWith(absentMark) ? text.sliced(1) : text;
-}
-
 void appendField(QString &json, const FieldValue &field)
 {
-    if (!field.isPresent())
-        json += u"null";
+    if (const std::optional<QString> text = cellText(field))
+        jsontext::appendString(json, *text);
     else
-        jsontext::appendString(json, wholeText(field));
+        json += u"null";
 }
 
 /// \a entry of a key as text, for a message.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/text/valuetext_p.h>
 
+#include <hostkit/text/celltext.h>
 #include <hostkit/text/shortenedtext.h>
 
 #include <filters/valuefilter.h>
@@ -49,6 +50,12 @@ QString inOneLine(QString text)
     return text;
 }
 
+/// The text of a present field; that of a VarChar with the blanks at its end.
+QString wholeText(const Field &field)
+{
+    return field.def->type == FieldType::VarChar ? *cellText(field) : field.toString();
+}
+
 bool isNoDate(const Field &field)
 {
     return field.def->type == FieldType::DateTime && field.value<qint64>() == 0;
@@ -69,7 +76,7 @@ QString valuetext::shown(const Field &field)
         return Words::tr("(нет даты)");
     if (isNaN(field))
         return Words::tr("(не число)");
-    return shownText(field.toString());
+    return shownText(wholeText(field));
 }
 
 QString valuetext::shownText(const QString &text)
@@ -89,7 +96,7 @@ bool valuetext::isUnwritten(const Field &field)
 {
     return !field.isPresent() || isNoDate(field) || isNaN(field) ||
            ((field.def->type == FieldType::String || field.def->type == FieldType::VarChar) &&
-            field.toString().isEmpty());
+            wholeText(field).isEmpty());
 }
 
 QString valuetext::joined(const QStringList &fields)

@@ -42,6 +42,24 @@ private Q_SLOTS:
                                      u"a,\"b"_s, u"␀ is a text"_s, u"2017.01.03 00:00:00.123"_s, u"01ff"_s}));
     }
 
+    void keepsVarCharsAsTheyAre_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("empty") << u""_s;
+        QTest::newRow("blanks at the end") << u"a  "_s;
+        QTest::newRow("blanks alone") << u"  "_s;
+        QTest::newRow("as long as it may be") << u"abcd"_s;
+        QTest::newRow("mark of absent texts") << u"␀"_s;
+        QTest::newRow("mark in front") << u"␀␀a"_s;
+    }
+    void keepsVarCharsAsTheyAre()
+    {
+        QFETCH(QString, text);
+        MemoryTable table(u"t"_s, {{.name = u"varchar"_s, .type = FieldType::VarChar, .length = 4}});
+
+        QCOMPARE(cellText(table.append({text}).field(0)), std::optional(text));
+    }
+
     void tellsAbsentFromEmpty()
     {
         MemoryTable table(u"t"_s,

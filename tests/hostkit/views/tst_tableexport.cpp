@@ -89,6 +89,14 @@ QList<ReadLine> readFields(const QString &text, QChar separator, const QString &
     return lines;
 }
 
+/// The whole text of a present field: its text form without the mark of texts that begin with "␀".
+QString exactText(const Field &field)
+{
+    const QString text = FieldValue(field).toText();
+    const bool isText = field.def->type == FieldType::VarChar || field.def->type == FieldType::String;
+    return isText && text.startsWith(u'␀') ? text.sliced(1) : text;
+}
+
 /// \a text with U+FFFD in the place of what has no UTF-8.
 QString withWholePairs(QString text)
 {
@@ -400,7 +408,7 @@ private Q_SLOTS:
                 for (const int column : sections) {
                     const Field field = table.row(row).field(column);
                     if (field.isPresent())
-                        line.append(withWholePairs(field.toString()));
+                        line.append(withWholePairs(exactText(field)));
                     else
                         line.append(std::nullopt);
                 }
