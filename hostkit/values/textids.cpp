@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/textids_p.h>
 
-#include <hostkit/values/textcolumn_p.h>
+#include <hostkit/values/stringcolumn_p.h>
+#include <hostkit/values/varcharcolumn_p.h>
 
 #include <QHash>
 
@@ -28,6 +29,7 @@ quint64 excerpt(const QString &text, qsizetype depth)
 TextIds::TextIds(Table *table, int column)
     : ColumnIds(table, column),
       m_isString(table->columnDef(column)->type == FieldType::String),
+      m_valueSize(m_isString ? 0 : size_t(table->columnDef(column)->size)),
       m_batch(m_isString ? 0 : batchSize)
 {
 }
@@ -51,6 +53,7 @@ void TextIds::read(std::span<unsigned char *const> rows, quint32 *ids)
 {
     // Texts lie anywhere in memory: all of a batch are asked for before the first is needed.
     std::array<const QString *, batchSize> texts;
+    std::array<const unsigned char *, batchSize> values;
     std::array<quint64, batchSize> hashes;
     for (size_t i = 0; i < rows.size(); ++i) {
         const Field field = m_table->dataPtr(rows[i], m_column);
@@ -58,6 +61,7 @@ void TextIds::read(std::span<unsigned char *const> rows, quint32 *ids)
         if (ids[i] == 0)
             continue;
         texts[i] = m_isString ? &stringAt(field) : &(m_batch[i] = field.asStaticString());
+        values[i] = field.data;
         __builtin_prefetch(texts[i]->constData());
     }
     for (size_t i = 0; i < rows.size(); ++i) {
@@ -70,7 +74,7 @@ void TextIds::read(std::span<unsigned char *const> rows, quint32 *ids)
         if (ids[i] == 0)
             continue;
         Slot &known = slot(*texts[i], hashes[i]);
-        ids[i] = known.isFree() ? add(known, kept(*texts[i]), hashes[i]) : known.id;
+        ids[i] = known.isFree() ? add(known, kept(*texts[i]), hashes[i], values[i]) : known.id;
     }
 }
 
@@ -81,7 +85,7 @@ quint32 TextIds::idOf(const Field &field)
     const QString text = m_isString ? stringAt(field) : field.asStaticString();
     const quint64 hash = hashOf(text);
     Slot &known = slot(text, hash);
-    return known.isFree() ? add(known, kept(text), hash) : known.id;
+    return known.isFree() ? add(known, kept(text), hash, field.data) : known.id;
 }
 
 TextIds::Slot &TextIds::slot(const QString &text, quint64 hash)
@@ -95,9 +99,10 @@ TextIds::Slot &TextIds::slot(const QString &text, quint64 hash)
     });
 }
 
-quint32 TextIds::add(Slot &free, const QString &text, quint64 hash)
+quint32 TextIds::add(Slot &free, const QString &text, quint64 hash, const unsigned char *value)
 {
     m_texts.push_back(text);
+    m_values.insert(m_values.end(), value, value + m_valueSize);
     m_hashes.push_back(hash);
     const auto id = quint32(m_texts.size());
     free = {quint32(hash >> 32), id};
@@ -107,14 +112,15 @@ quint32 TextIds::add(Slot &free, const QString &text, quint64 hash)
 
 std::vector<quint32> TextIds::absorb(const ColumnIds &other, const parallel::StopToken &stop)
 {
-    const auto &texts = static_cast<const TextIds &>(other).m_texts;
-    const auto &hashes = static_cast<const TextIds &>(other).m_hashes;
-    std::vector<quint32> ids(texts.size() + 1);
-    for (size_t i = 0; i < texts.size(); ++i) {
-        if (i % batchSize == 0)
+    const auto &from = static_cast<const TextIds &>(other);
+    std::vector<quint32> ids(from.size());
+    for (quint32 id = 1; id < ids.size(); ++id) {
+        if (id % batchSize == 0)
             stop.throwIfStopped();
-        Slot &known = slot(texts[i], hashes[i]);
-        ids[i + 1] = known.isFree() ? add(known, texts[i], hashes[i]) : known.id;
+        const QString &text = from.m_texts[id - 1];
+        const quint64 hash = from.m_hashes[id - 1];
+        Slot &known = slot(text, hash);
+        ids[id] = known.isFree() ? add(known, text, hash, from.valueOf(id)) : known.id;
     }
     return ids;
 }
@@ -127,10 +133,17 @@ std::unique_ptr<const DistinctColumn> TextIds::sort(const std::vector<qint64> &c
     std::vector<radixsort::Item> spare(items.size());
     sortRun(items.data(), items.size(), 0, spare.data(), stop);
 
-    auto column = std::make_unique<TextColumn>(m_table, m_column);
-    rankRuns(
-        items, counts, ranks, [](quint32, quint32) { return false; }, [](quint32, quint32) { return false; },
-        [&](quint32 id) { column->append(m_texts[id - 1]); }, stop);
+    const auto rank = [&](const auto &take) {
+        const auto never = [](quint32, quint32) { return false; };
+        rankRuns(items, counts, ranks, never, never, take, stop);
+    };
+    if (m_isString) {
+        auto column = std::make_unique<StringColumn>(m_table, m_column);
+        rank([&](quint32 id) { column->append(m_texts[id - 1]); });
+        return column;
+    }
+    auto column = std::make_unique<VarCharColumn>(m_table, m_column);
+    rank([&](quint32 id) { column->append(valueOf(id)); });
     return column;
 }
 

@@ -7,8 +7,8 @@
 
 namespace sito {
 
-/// A column of texts.
-class TextColumn final : public DistinctColumn
+/// A column of Strings.
+class StringColumn final : public DistinctColumn
 {
 public:
     using DistinctColumn::DistinctColumn;
