@@ -10,6 +10,7 @@
 #include <filters/securitiessessionfilter.h>
 
 #include <support/exceptions.h>
+#include <support/typenames.h>
 
 #include <QTest>
 
@@ -102,7 +103,7 @@ private Q_SLOTS:
             QCOMPARE(exceptionMessage([&] {
                          filtersFromOptions(m_table, {{keep, columns, keys}});
                      }),
-                     message);
+                     withTypeNames(message));
         QVERIFY(!exceptionMessage([&] {
                      filtersFromOptions(m_table, {}, {u"stock"_s, u"nope"_s});
                  }).isNull());
