@@ -13,13 +13,16 @@ namespace sito {
 SettingsSearchModel::SettingsSearchModel(const SettingsChanges &changes, QObject *parent)
     : QSortFilterProxyModel(parent), m_changes(changes)
 {
-    setRecursiveFilteringEnabled(true);
 }
 
 void SettingsSearchModel::search(const QString &text)
 {
     m_text = text;
-    invalidateFilter();
+    // Without a search, an edit concerns no row above.
+    if (isRecursiveFilteringEnabled() == text.isEmpty())
+        setRecursiveFilteringEnabled(!text.isEmpty());
+    else
+        invalidateFilter();
 }
 
 QVariant SettingsSearchModel::data(const QModelIndex &index, int role) const
@@ -59,15 +62,15 @@ Qt::ItemFlags SettingsSearchModel::flags(const QModelIndex &index) const
     return flags;
 }
 
-void SettingsSearchModel::remark(const QModelIndex &parent)
+void SettingsSearchModel::remark(const QModelIndexList &rows)
 {
-    const int rows = rowCount(parent);
-    if (rows == 0)
-        return;
-    Q_EMIT dataChanged(index(0, 0, parent), index(rows - 1, ValueColumn, parent),
-                       {Qt::FontRole, PendingRole, Qt::AccessibleTextRole});
-    for (int row = 0; row < rows; ++row)
-        remark(index(row, 0, parent));
+    const auto *proxy = qobject_cast<const QAbstractProxyModel *>(sourceModel());
+    for (const QModelIndex &row : rows) {
+        const QModelIndex shown = mapFromSource(proxy->mapFromSource(row));
+        if (shown.isValid())
+            Q_EMIT dataChanged(shown, shown.siblingAtColumn(ValueColumn),
+                               {Qt::FontRole, PendingRole, Qt::AccessibleTextRole});
+    }
 }
 
 bool SettingsSearchModel::filterAcceptsRow(int row, const QModelIndex &parent) const

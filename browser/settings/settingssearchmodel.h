@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QModelIndexList>
 #include <QSortFilterProxyModel>
 #include <QString>
 
@@ -24,8 +25,8 @@ public:
     /// Shows the rows that hold \a text in path, type or value, whatever its case; all when it is empty.
     void search(const QString &text);
     const QString &text() const { return m_text; }
-    /// Announces the marks of all rows.
-    void remark(const QModelIndex &parent = {});
+    /// Announces the marks of \a rows of the SettingsModel.
+    void remark(const QModelIndexList &rows);
 
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;

@@ -54,14 +54,19 @@ SettingsTree::SettingsTree(const SettingsChanges &changes, QWidget *parent)
     });
     connect(delegate, &QAbstractItemDelegate::closeEditor, this, &SettingsTree::stateChanged);
     setItemDelegate(delegate);
-    // The view forgets what it does not show. A group that is new in the model gets its name after the row.
+    // The view forgets what it does not show. A group that is new in the model gets its name after its row,
+    // and its first row after that.
     connect(m_search, &QAbstractItemModel::rowsAboutToBeRemoved, this,
             [this](const QModelIndex &index, int first, int last) {
                 for (int row = first; row <= last; ++row)
                     noteExpanded(m_search->index(row, 0, index));
             });
     connect(m_search, &QAbstractItemModel::rowsInserted, this,
-            [this](const QModelIndex &index, int first, int last) { expandAgain(index, first, last, true); });
+            [this](const QModelIndex &index, int first, int last) {
+                if (index.isValid())
+                    expandAgain(index.parent(), index.row(), index.row(), false);
+                expandAgain(index, first, last, true);
+            });
     connect(m_search, &QAbstractItemModel::dataChanged, this,
             [this](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
                 expandAgain(topLeft.parent(), topLeft.row(), bottomRight.row(), false);
@@ -256,9 +261,9 @@ bool SettingsTree::remove(const QList<QPersistentModelIndex> &rows)
     });
 }
 
-void SettingsTree::remark()
+void SettingsTree::remark(const QModelIndexList &rows)
 {
-    m_search->remark();
+    m_search->remark(rows);
 }
 
 void SettingsTree::retranslate()

@@ -56,8 +56,8 @@ public:
     /// Removes \a rows; false when the model refused one.
     bool remove(const QList<QPersistentModelIndex> &rows);
 
-    /// Shows the marks as they are now.
-    void remark();
+    /// Shows the marks of \a rows of the model as they are now.
+    void remark(const QModelIndexList &rows);
     /// Shows the headers in the language as it is now.
     void retranslate();
 

@@ -122,8 +122,8 @@ void SettingsWindow::build()
             [this] { m_tree->setSource(m_document.model()); });
     connect(&m_document, &SettingsDocument::wrote, this, &SettingsWindow::wrote);
     connect(&m_document, &SettingsDocument::fileChanged, this, &SettingsWindow::tellOfChange);
-    connect(&m_document.changes(), &SettingsChanges::changed, this, [this] {
-        m_tree->remark();
+    connect(&m_document.changes(), &SettingsChanges::changed, this, [this](const QModelIndexList &marked) {
+        m_tree->remark(marked);
         updateState();
     });
 

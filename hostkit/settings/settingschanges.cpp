@@ -46,6 +46,15 @@ void visitRows(const SettingsModel &model,
     }
 }
 
+/// The row numbers from the top down to \a index.
+QList<int> placeOf(QModelIndex index)
+{
+    QList<int> place;
+    for (; index.isValid(); index = index.parent())
+        place.prepend(index.row());
+    return place;
+}
+
 /// All that \a store holds.
 SettingsDiff::Values valuesOf(const QSettings &store)
 {
@@ -98,6 +107,13 @@ private:
 };
 
 } // namespace
+
+/// The rows of a model, by path.
+struct SettingsChanges::Rows
+{
+    QHash<QString, QModelIndex> keys;
+    QHash<QString, QModelIndex> groups;
+};
 
 SettingsChanges::SettingsChanges(QObject *parent) : QAbstractTableModel(parent) {}
 
@@ -184,18 +200,48 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
         schedule();
         return;
     }
-    const QString path = settingsPath(topLeft);
-    const QVariant now = settingsValue(topLeft);
-    const QVariant old = store->value(path);
-    const qsizetype row = m_edited.value(path, -1);
-    const bool edit = m_diff.isEdit(path, now, old);
-    if (row >= 0 && edit) {
-        m_changes[row].oldValue = old;
-        m_changes[row].newValue = now;
-        Q_EMIT QAbstractTableModel::dataChanged(index(int(row), 0), index(int(row), ColumnCount - 1));
-        Q_EMIT changed();
-    } else if (row >= 0 || edit) {
+    followEdit(topLeft);
+}
+
+/// Looks at no other row: the cost does not grow with the model.
+void SettingsChanges::followEdit(const QModelIndex &cell)
+{
+    const QModelIndex row = cell.siblingAtColumn(0);
+    if (row.data().toString().isEmpty())
+        return;
+    Change change;
+    change.path = settingsPath(cell);
+    change.newValue = settingsValue(cell);
+    change.oldValue = m_model->settings()->value(change.path);
+    const QList<int> place = placeOf(cell);
+    const auto position = std::lower_bound(m_places.begin(), m_places.end(), place);
+    const bool isListed = position != m_places.end() && *position == place;
+    // The other one of two rows of the same path.
+    if (isListed != m_edited.contains(change.path)) {
         synchronize();
+        return;
+    }
+    noteFile();
+    const int at = int(position - m_places.begin());
+    const bool isEdit = m_diff.isEdit(change.path, change.newValue, change.oldValue);
+    if (isListed && isEdit) {
+        m_changes[at] = change;
+        Q_EMIT QAbstractTableModel::dataChanged(index(at, 0), index(at, ColumnCount - 1));
+        Q_EMIT changed({});
+    } else if (isEdit) {
+        beginInsertRows({}, at, at);
+        m_changes.insert(at, change);
+        m_places.insert(at, place);
+        m_edited.insert(change.path);
+        endInsertRows();
+        Q_EMIT changed({row});
+    } else if (isListed) {
+        beginRemoveRows({}, at, at);
+        m_changes.removeAt(at);
+        m_places.removeAt(at);
+        m_edited.remove(change.path);
+        endRemoveRows();
+        Q_EMIT changed({row});
     }
 }
 
@@ -207,23 +253,36 @@ void SettingsChanges::synchronize()
     const QSettings *store = m_model ? m_model->settings() : nullptr;
     if (!store) {
         m_diff.forgetRemovals();
-        publish({});
+        publish({}, {});
         return;
     }
     noteFile();
+    Rows rows;
     QList<SettingsDiff::Entry> entries;
     visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         const bool isGroup = m_model->hasChildren(index);
-        if (isGroup || !index.data().toString().isEmpty())
-            entries.append(
-                {path, isGroup, isGroup ? QVariant() : settingsValue(index.siblingAtColumn(valueColumn))});
+        if (!isGroup && index.data().toString().isEmpty())
+            return;
+        entries.append(
+            {path, isGroup, isGroup ? QVariant() : settingsValue(index.siblingAtColumn(valueColumn))});
+        QHash<QString, QModelIndex> &known = isGroup ? rows.groups : rows.keys;
+        if (!known.contains(path))
+            known.insert(path, index);
     });
     publish(
-        m_diff.changes(entries, valuesOf(*store), [this] { return storeState() == StoreState::Readable; }));
+        m_diff.changes(entries, valuesOf(*store), [this] { return storeState() == StoreState::Readable; }),
+        rows);
 }
 
-void SettingsChanges::publish(const QList<Change> &now)
+/// Makes \a now the list, of a model that has \a rows.
+void SettingsChanges::publish(const QList<Change> &now, const Rows &rows)
 {
+    // Also of a list that is the same: rows may have come and gone above the edited ones.
+    m_places.clear();
+    for (const Change &change : now) {
+        if (!change.removal)
+            m_places.append(placeOf(rows.keys.value(change.path)));
+    }
     const bool same = std::equal(now.begin(), now.end(), m_changes.begin(), m_changes.end(),
                                  [](const Change &one, const Change &other) {
                                      return one.path == other.path && one.removal == other.removal &&
@@ -235,16 +294,26 @@ void SettingsChanges::publish(const QList<Change> &now)
         return;
     beginResetModel();
     m_changes = now;
-    m_edited.clear();
-    m_removalsIn.clear();
-    for (qsizetype row = 0; row < m_changes.size(); ++row) {
-        if (m_changes.at(row).removal)
-            ++m_removalsIn[SettingsDiff::groupOf(m_changes.at(row).path)];
+    const QSet<QString> edited = std::exchange(m_edited, {});
+    const QHash<QString, int> removals = std::exchange(m_removalsIn, {});
+    for (const Change &change : m_changes) {
+        if (change.removal)
+            ++m_removalsIn[SettingsDiff::groupOf(change.path)];
         else
-            m_edited.insert(m_changes.at(row).path, row);
+            m_edited.insert(change.path);
     }
     endResetModel();
-    Q_EMIT changed();
+
+    QModelIndexList marked;
+    for (auto row = rows.keys.cbegin(); row != rows.keys.cend(); ++row) {
+        if (edited.contains(row.key()) != m_edited.contains(row.key()))
+            marked += row.value();
+    }
+    for (auto row = rows.groups.cbegin(); row != rows.groups.cend(); ++row) {
+        if (removals.value(row.key()) != m_removalsIn.value(row.key()))
+            marked += row.value();
+    }
+    Q_EMIT changed(marked);
 }
 
 /// Takes the removals of groups out of \a pending that would remove what was not known when they were made.

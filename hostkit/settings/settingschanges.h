@@ -8,7 +8,9 @@
 #include <QAbstractTableModel>
 #include <QHash>
 #include <QList>
+#include <QModelIndexList>
 #include <QPointer>
+#include <QSet>
 #include <QStringList>
 #include <QVariant>
 
@@ -102,8 +104,9 @@ public Q_SLOTS:
     void synchronize();
 
 Q_SIGNALS:
-    /// The list is another one.
-    void changed();
+    /// Emitted when the list has changed. \a marked are the rows of model() whose isEdited() or removalsIn()
+    /// has changed with it. They are valid until the model changes its rows.
+    void changed(const QModelIndexList &marked);
 
 private:
     void noteRemoval(const QModelIndex &parent, int first, int last);
@@ -113,7 +116,9 @@ private:
     void noteFile();
     void merge();
     void dropGrown(QList<Change> &pending);
-    void publish(const QList<Change> &now);
+    struct Rows;
+    void publish(const QList<Change> &now, const Rows &rows);
+    void followEdit(const QModelIndex &cell);
     /// Brings \a changes about in the model, by path; how many could not be.
     int apply(const QList<Change> &changes);
 
@@ -122,7 +127,8 @@ private:
     QList<Change> m_changes;
     SettingsDiff m_diff;
     QStringList m_grown;
-    QHash<QString, qsizetype> m_edited;
+    QList<QList<int>> m_places; ///< where the edits of m_changes are in the model: row numbers, top down
+    QSet<QString> m_edited;
     QHash<QString, int> m_removalsIn;
     bool m_scheduled = false;
     bool m_working = false;

@@ -258,7 +258,9 @@ public:
 
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight, const QList<int> &roles)
     {
-        schedule();
+        // A single cell is an edit, which changes nothing else.
+        if (topLeft != bottomRight)
+            schedule();
         if (ahead() || !topLeft.isValid() || !bottomRight.isValid())
             return;
         compare([&] {

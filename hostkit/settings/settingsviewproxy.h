@@ -33,8 +33,8 @@ class SettingsViewProxyPrivate;
 /// below it always has children, even when it is a key. An empty model has no children.
 ///
 /// The source changes some things without a notification: the name of a new group, and a key that becomes a
-/// group. The proxy looks for such changes at the next notification from within that group, and once control
-/// is back in the event loop; synchronize() looks at once.
+/// group. The proxy looks for such changes at the next notification from within that group, and, unless that
+/// was the change of a single cell, once control is back in the event loop; synchronize() looks at once.
 ///
 /// Does not own the source, and keeps no index of it beyond its next notification. Used from the source's
 /// thread.

@@ -4,6 +4,7 @@
 #include <hostkit/settings/settingsviewproxy.h>
 
 #include <settings/settingsmodel.h>
+#include <support/countingmodel.h>
 #include <support/seed.h>
 #include <support/settingsfixtures.h>
 
@@ -126,6 +127,63 @@ private Q_SLOTS:
         QTRY_COMPARE(texts(f.changes), (QStringList{u"edit a 1 -> 6"_s, u"removal b"_s}));
         f.model.revertAll();
         QTRY_COMPARE(texts(f.changes), QStringList());
+    }
+
+    void asksNoOtherRowForAnEdit()
+    {
+        QList<int> questions;
+        for (const int groups : {1, 1000}) {
+            QByteArray content;
+            for (int group = 0; group < groups; ++group)
+                content += "[g" + QByteArray::number(group) + "]\nk=1\nl=2\nm=3\nn=4\no=5\n";
+            const auto store = m_files.parsed(content);
+            CountingModel model;
+            model.setSettings(store.get());
+            model.setReadOnly(false);
+            model.setEditStrategy(SettingsModel::OnManualSubmit);
+            SettingsChanges changes;
+            changes.setModel(&model);
+            const QModelIndex k = find(model, {u"g0"_s, u"k"_s}, 2);
+
+            // The first edit, another one, and the one that takes it back.
+            for (const QString &value : {u"7"_s, u"8"_s, u"1"_s}) {
+                QCoreApplication::processEvents();
+                model.forget();
+                model.setData(k, value);
+                QCoreApplication::processEvents();
+                QCOMPARE(changes.rowCount(), value == u"1"_s ? 0 : 1);
+                questions += model.questions();
+            }
+        }
+
+        QVERIFY(questions.at(0) > 0);
+        QCOMPARE(questions.mid(3), questions.first(3));
+    }
+
+    void listsEditsInTheOrderOfTheTreeWheneverTheyAreMade()
+    {
+        Fixture f(m_files.parsed("a=1\nb=2\n[g]\nk=3\nl=4\nh\\m=5\n[i]\nn=6\n"));
+        const QAbstractItemModelTester tester(&f.changes,
+                                              QAbstractItemModelTester::FailureReportingMode::Fatal);
+        QSignalSpy reset(&f.changes, &QAbstractItemModel::modelReset);
+        const QStringList all{u"edit g/h/m 5 -> x"_s, u"edit g/k 3 -> x"_s, u"edit g/l 4 -> x"_s,
+                              u"edit i/n 6 -> x"_s, u"edit a 1 -> x"_s};
+
+        for (const QString &path : {u"i/n"_s, u"a"_s, u"g/l"_s, u"g/h/m"_s, u"g/k"_s})
+            f.model.setData(find(f.model, path.split(u'/'), 2), u"x"_s);
+
+        QCOMPARE(texts(f.changes), all);
+        QCOMPARE(reset.size(), 0);
+        // Rows above them go.
+        f.remove({u"g"_s, u"h"_s});
+        f.model.setData(find(f.model, {u"g"_s, u"k"_s}, 2), u"3"_s);
+        f.model.setData(find(f.model, {u"b"_s}, 2), u"x"_s);
+        f.model.setData(find(f.model, {u"a"_s}, 2), u"y"_s);
+        QCOMPARE(texts(f.changes), (QStringList{all.at(2), all.at(3), u"edit a 1 -> y"_s, u"edit b 2 -> x"_s,
+                                                u"removal g/h/"_s}));
+        f.changes.synchronize();
+        QCOMPARE(texts(f.changes), (QStringList{all.at(2), all.at(3), u"edit a 1 -> y"_s, u"edit b 2 -> x"_s,
+                                                u"removal g/h/"_s}));
     }
 
     void forgetsWhatIsNoneAnyMore()

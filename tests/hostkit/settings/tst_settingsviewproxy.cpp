@@ -3,6 +3,7 @@
 #include <hostkit/settings/settingsviewproxy.h>
 
 #include <settings/settingsscript.h>
+#include <support/countingmodel.h>
 #include <support/settingsfixtures.h>
 
 #include <QAbstractItemModelTester>
@@ -168,62 +169,6 @@ private:
     QList<Item *> m_live;
     std::vector<std::unique_ptr<Item>> m_dead;
     mutable int m_askedOfTheDead = 0;
-};
-
-/// Counts what it is asked, and writes down of which rows.
-class CountingModel : public SettingsModel
-{
-    Q_OBJECT
-
-public:
-    QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override
-    {
-        const QModelIndex result = SettingsModel::index(row, column, parent);
-        ++lookups;
-        note(result);
-        return result;
-    }
-    QModelIndex parent(const QModelIndex &index) const override
-    {
-        ++lookups;
-        note(index);
-        return SettingsModel::parent(index);
-    }
-    bool hasChildren(const QModelIndex &parent = {}) const override
-    {
-        note(parent);
-        return SettingsModel::hasChildren(parent);
-    }
-    QVariant data(const QModelIndex &index, int role) const override
-    {
-        ++answers;
-        note(index);
-        return SettingsModel::data(index, role);
-    }
-    Qt::ItemFlags flags(const QModelIndex &index) const override
-    {
-        ++answers;
-        note(index);
-        return SettingsModel::flags(index);
-    }
-
-    void forget()
-    {
-        asked.clear();
-        lookups = 0;
-        answers = 0;
-    }
-
-    mutable QSet<QString> asked;
-    mutable int lookups = 0;
-    mutable int answers = 0;
-
-private:
-    void note(const QModelIndex &index) const
-    {
-        if (index.isValid())
-            asked += SettingsModel::data(index, Qt::ToolTipRole).toString();
-    }
 };
 
 /// A store, a model over it, and the proxy, which keeps the rules of item models.
@@ -404,6 +349,20 @@ private Q_SLOTS:
 
         QCOMPARE(recorder.take(), QStringList{u"changed a/b/c/k 2-2 []"_s});
         QCOMPARE(above.take(), QStringList{u"changed a/b/c/k 2-2 []"_s});
+    }
+
+    void asksOnlyOfTheEditedRowAndThoseAboveIt()
+    {
+        Shown<CountingModel> shown(m_files.parsed("[a]\nb\\k=1\nb\\l=2\n[d]\ne=3\n"));
+        shown.model.setReadOnly(false);
+        const QModelIndex k = find(shown.model, {u"a"_s, u"b"_s, u"k"_s}, 2);
+        QCoreApplication::processEvents();
+        shown.model.forget();
+
+        QVERIFY(shown.model.setData(k, u"new"_s));
+        QCoreApplication::processEvents();
+
+        QCOMPARE(shown.model.asked, (QSet{u"a/b/k"_s, u"a/b"_s, u"a"_s}));
     }
 
     void namesThePathsBelowAGroupThatGotItsName()
@@ -954,7 +913,7 @@ private Q_SLOTS:
 
     void findsSilentChangesOnceControlIsBack()
     {
-        Shown<> shown(m_files.parsed("[g]\nk=1\n[h]\nm=3\n"));
+        Shown<> shown(m_files.parsed("[g]\nk=1\n[h]\nm=3\nn=4\n"));
         shown.model.setReadOnly(false);
         {
             const QSignalBlocker blocker(&shown.model);
@@ -962,7 +921,7 @@ private Q_SLOTS:
         }
         QSignalSpy changed(&shown.proxy, &QAbstractItemModel::dataChanged);
 
-        shown.model.setData(shown.model.index(0, 2, shown.model.index(1, 0)), 8);
+        shown.model.removeRow(0, shown.model.index(1, 0));
         const auto before = changed.size();
         QCoreApplication::processEvents();
 
