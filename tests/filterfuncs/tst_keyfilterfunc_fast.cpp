@@ -5,7 +5,6 @@
 
 #include <database/memorytable.h>
 
-#include <support/allocationcounter.h>
 #include <support/exceptions.h>
 #include <support/fieldtypes.h>
 #include <support/objectlayout.h>
@@ -71,12 +70,9 @@ private Q_SLOTS:
     void setsUpTheSameAgain();
     void assertsThatTheColumnsLieSideBySide_data();
     void assertsThatTheColumnsLieSideBySide();
-    void acceptsRecordsThatEqualOneOfTheKeys();
     void comparesNothingButBytes();
     void acceptsRowsOfATableOfTheSameLayout();
     void seesEveryByteOfTheRun();
-    void findsEachOfManyKeys();
-    void allocatesNothingInFilter();
 };
 
 void TestKeyFilterFuncFast::keepsItsLayout()
@@ -255,26 +251,6 @@ void TestKeyFilterFuncFast::assertsThatTheColumnsLieSideBySide()
     QVERIFY(holds || (WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT));
 }
 
-void TestKeyFilterFuncFast::acceptsRecordsThatEqualOneOfTheKeys()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, VarChar, false, 5}, {u"c"_s, String}});
-    const Record one = table.append({qint32(1), text(u"a"), text(u"")});
-    const Record two = table.append({qint32(2), text(u"ab"), text(u"")});
-    const Record three = table.append({qint32(3), text(u"abcde"), text(u"")});
-    const Record mixed = table.append({qint32(1), text(u"ab"), text(u"")});
-    const Record again = table.append({qint32(9), text(u"zzzzz"), text(u"")});
-    const KeyFilterFunc_Fast func(&table, {keyOf(one, {0, 1}), keyOf(two, {0, 1}), keyOf(three, {0, 1})},
-                                  {0, 1});
-
-    QVERIFY(func.filter(one));
-    QVERIFY(func.filter(two));
-    QVERIFY(func.filter(three));
-    QVERIFY(!func.filter(mixed));
-    QVERIFY(!func.filter(again));
-    table.update(again, {{0, qint32(2)}, {1, text(u"ab")}, {2, text(u"other")}});
-    QVERIFY(func.filter(again));
-}
-
 void TestKeyFilterFuncFast::comparesNothingButBytes()
 {
     MemoryTable table(u"t"_s, {{u"a"_s, Decimal, false, 2}});
@@ -326,47 +302,6 @@ void TestKeyFilterFuncFast::seesEveryByteOfTheRun()
             }
             table.update(row, 0, word);
             QVERIFY(func.filter(row));
-        }
-    }
-}
-
-void TestKeyFilterFuncFast::findsEachOfManyKeys()
-{
-    // Every number of keys meets the ends of whatever blocks they are looked at in.
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
-    QList<Record> rows;
-    QList<KeyValue> keys;
-    for (int i = 0; i < 300; ++i) {
-        rows.append(table.append({qint32(i % 17), qint32(i / 17)}));
-        keys.append(keyOf(rows.last(), {0, 1}));
-    }
-    for (int count = 0; count <= 300; count += count < 140 ? 1 : 20) {
-        const KeyFilterFunc_Fast func(&table, keys.first(count), {0, 1});
-        for (int i = 0; i < rows.size(); ++i)
-            QCOMPARE(func.filter(rows[i]), i < count);
-    }
-}
-
-void TestKeyFilterFuncFast::allocatesNothingInFilter()
-{
-    MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, VarChar, false, 20}, {u"c"_s, Int64}});
-    QList<Record> rows;
-    for (int i = 0; i < 100; ++i)
-        rows.append(table.append({qint32(i), QString::number(i * 1000000), qint64(i)}));
-    for (const QList<int> &columns : {QList<int>{0}, QList<int>{0, 1}, QList<int>{0, 1, 2}}) {
-        for (const int count : {1, 5, 50}) {
-            QList<KeyValue> keys;
-            for (int i = 0; i < count; ++i)
-                keys.append(keyOf(rows[i], columns));
-            const KeyFilterFunc_Fast func(&table, keys, columns);
-
-            const AllocationCounter allocations;
-            int accepted = 0;
-            for (const Record &row : std::as_const(rows))
-                accepted += func.filter(row);
-
-            QCOMPARE(allocations.count(), 0);
-            QCOMPARE(accepted, count);
         }
     }
 }
