@@ -12,7 +12,8 @@ namespace sito {
 
 class SettingsChanges;
 
-/// The list of the changes that wait, of which each can be dismissed alone.
+/// The list of the changes that wait. Each can be dismissed alone. An edit whose entry another program
+/// removed is shown as such: a write creates the entry again, dismissing the edit leaves it removed.
 class PendingPanel : public QWidget
 {
     Q_OBJECT

@@ -335,12 +335,14 @@ void SettingsWindow::wrote(const Outcome &outcome)
 /// What the file holds now, and what came of writing it.
 void SettingsWindow::showOutcome(const Outcome &outcome)
 {
-    int dropped = 0;
+    QString pendingText;
     if (outcome.outdated) {
         m_postponed.reset();
-        dropped = readAgain(outcome.conflict ? SettingsChanges::Grown::Keep : SettingsChanges::Grown::Drop);
+        pendingText =
+            readAgain(outcome.conflict ? SettingsChanges::Grown::Keep : SettingsChanges::Grown::Drop);
     }
-    tell(outcome, dropped);
+    // A conflict names them itself.
+    tell(outcome, outcome.conflict ? QString() : pendingText);
 }
 
 /// The same; but as long as that would close an editor, it waits.
@@ -360,13 +362,11 @@ void SettingsWindow::showOutcomeAfterEditing(Outcome outcome)
     m_postponed = outcome;
 }
 
-void SettingsWindow::tell(const Outcome &outcome, int dropped)
+void SettingsWindow::tell(const Outcome &outcome, const QString &pendingText)
 {
     m_noticeBar->clear();
-    QStringList messages(outcome.message);
-    if (dropped > 0)
-        messages += m_document.droppedText(dropped);
-    if (outcome.conflict && (!m_document.isManual() || !m_document.changes().isEmpty()))
+    QStringList messages{outcome.message, pendingText};
+    if (outcome.conflict)
         messages += tr("Повторите, чтобы заменить то, что в файле");
     messages.removeAll(QString());
     if (!messages.isEmpty())
@@ -455,8 +455,8 @@ void SettingsWindow::reload()
     if (!m_document.changes().isEmpty() && m_document.becameAmbiguous() && !mayDropChanges())
         return;
     m_postponed.reset();
-    if (const int dropped = readAgain(SettingsChanges::Grown::Drop); dropped > 0)
-        m_noticeBar->tell(Icons::Shape::Warning, m_document.droppedText(dropped));
+    if (const QString text = readAgain(SettingsChanges::Grown::Drop); !text.isEmpty())
+        m_noticeBar->tell(Icons::Shape::Warning, text);
 }
 
 bool SettingsWindow::mayDropChanges()
@@ -475,14 +475,14 @@ bool SettingsWindow::mayDropChanges()
     return drops;
 }
 
-/// The number of pending changes that were dropped.
-int SettingsWindow::readAgain(SettingsChanges::Grown groups)
+/// Returns SettingsDocument::pendingText().
+QString SettingsWindow::readAgain(SettingsChanges::Grown groups)
 {
     const TreeAnchor anchor(m_tree);
-    const int dropped = m_document.reload(groups);
+    const bool isRead = m_document.reload(groups);
     updateState();
     m_tree->viewport()->update();
-    return dropped;
+    return isRead ? m_document.pendingText() : QString();
 }
 
 // Editing.
@@ -560,11 +560,10 @@ void SettingsWindow::showEntry(const QString &path)
 void SettingsWindow::dismiss(int row)
 {
     const TreeAnchor anchor(m_tree);
-    const int dropped = m_document.changes().dismiss(row);
-    if (dropped < 0)
+    if (!m_document.changes().dismiss(row))
         tellOfProblem(tr("Ничего не отменено. %1").arg(m_document.problem()));
-    else if (dropped > 0)
-        m_noticeBar->tell(Icons::Shape::Warning, m_document.droppedText(dropped));
+    else if (const QString text = m_document.pendingText(); !text.isEmpty())
+        m_noticeBar->tell(Icons::Shape::Warning, text);
     m_panel->setCurrentRow(row);
 }
 

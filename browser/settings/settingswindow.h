@@ -86,14 +86,14 @@ private:
     void wrote(const Outcome &outcome);
     void showOutcome(const Outcome &outcome);
     void showOutcomeAfterEditing(Outcome outcome);
-    void tell(const Outcome &outcome, int dropped = 0);
+    void tell(const Outcome &outcome, const QString &pendingText = {});
     void tellOfProblem(const QString &problem);
     void tellOfChange();
     void editingEnded();
     void setManual(bool manual);
     void reload();
     bool mayDropChanges();
-    int readAgain(SettingsChanges::Grown groups);
+    QString readAgain(SettingsChanges::Grown groups);
 
     SettingsDocument m_document;
     std::optional<Outcome> m_postponed; ///< to be shown when no editor is open any more

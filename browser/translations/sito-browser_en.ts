@@ -1425,6 +1425,14 @@ Open an SQLite file, or drop one here.</translation>
         <source>Станет</source>
         <translation>After</translation>
     </message>
+    <message>
+        <source>«%1»: запись удалена другой программой. «Записать» создаст её снова</source>
+        <translation>&apos;%1&apos;: another program removed the entry. &apos;Write&apos; creates it again</translation>
+    </message>
+    <message>
+        <source>Правка удалённой записи</source>
+        <translation>Edit of a removed entry</translation>
+    </message>
 </context>
 <context>
     <name>sito::SettingsDelegate</name>
@@ -1468,14 +1476,6 @@ Open an SQLite file, or drop one here.</translation>
         <translation>The file now holds: %1</translation>
     </message>
     <message>
-        <source>В файле этой записи больше нет</source>
-        <translation>The file no longer has this entry</translation>
-    </message>
-    <message>
-        <source>Отброшено правок, записей которых больше нет: %1</source>
-        <translation>Edits dropped because their entries are gone: %1</translation>
-    </message>
-    <message>
         <source>Отменено удаление групп, в которые другая программа записала новое: %1</source>
         <translation>Kept groups to be removed to which another program wrote something new: %1</translation>
     </message>
@@ -1490,6 +1490,18 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>%1. Чтобы создать его заново, перейдите к записи по команде</source>
         <translation>%1. To create it anew, switch to writing on command</translation>
+    </message>
+    <message>
+        <source>запись «%1» не создать снова, её имя в файле теперь у группы или ключа</source>
+        <translation>the entry &apos;%1&apos; cannot be created again, because a group or a key in the file now has its name</translation>
+    </message>
+    <message>
+        <source>изменено здесь, а другой программой удалено: %1</source>
+        <translation>changed here, but removed by another program: %1</translation>
+    </message>
+    <message>
+        <source>Другая программа удалила записи, правки которых ждут: %1. «Записать» создаст их снова, «Отменить это» оставит удалёнными</source>
+        <translation>Another program removed entries whose edits wait: %1. &apos;Write&apos; creates them again, &apos;Dismiss this&apos; leaves them removed</translation>
     </message>
 </context>
 <context>

@@ -117,8 +117,9 @@ QStringList IniFile::conflicts(const QList<SettingsChange> &changes,
         QStringList held;
         std::copy_if(paths.begin(), paths.end(), std::back_inserter(held),
                      [&](const QString &path) { return change.concerns(path); });
-        // Whether something of it is gone from the file. All of it gone is what a removal wants.
-        bool differs = held.isEmpty() && !change.removal;
+        // Whether something of it is gone from the file. All of it gone is what a removal wants, and what is
+        // known of an entry that is to be created again.
+        bool differs = held.isEmpty() && !change.removal && !change.gone;
         if (change.removal && !held.isEmpty()) {
             for (auto it = known.begin(); it != known.end() && !differs; ++it)
                 differs = it.value().isValid() && change.concerns(it.key()) && !held.contains(it.key());

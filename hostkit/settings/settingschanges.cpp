@@ -128,7 +128,10 @@ void SettingsChanges::setModel(SettingsModel *model)
         disconnect(connection);
     m_model = model;
     m_diff.forgetRemovals();
+    m_diff.forgetAllGone();
     m_diff.forgetKnown();
+    m_grown.clear();
+    m_gone.clear();
     m_hadFile = false;
     if (model) {
         takeBase();
@@ -253,6 +256,7 @@ void SettingsChanges::synchronize()
     const QSettings *store = m_model ? m_model->settings() : nullptr;
     if (!store) {
         m_diff.forgetRemovals();
+        m_diff.forgetAllGone();
         publish({}, {});
         return;
     }
@@ -280,13 +284,13 @@ void SettingsChanges::publish(const QList<Change> &now, const Rows &rows)
     // Also of a list that is the same: rows may have come and gone above the edited ones.
     m_places.clear();
     for (const Change &change : now) {
-        if (!change.removal)
+        if (!change.removal && !change.gone)
             m_places.append(placeOf(rows.keys.value(change.path)));
     }
     const bool same = std::equal(now.begin(), now.end(), m_changes.begin(), m_changes.end(),
                                  [](const Change &one, const Change &other) {
                                      return one.path == other.path && one.removal == other.removal &&
-                                            one.group == other.group &&
+                                            one.group == other.group && one.gone == other.gone &&
                                             isSameSettingsValue(one.oldValue, other.oldValue) &&
                                             isSameSettingsValue(one.newValue, other.newValue);
                                  });
@@ -299,7 +303,7 @@ void SettingsChanges::publish(const QList<Change> &now, const Rows &rows)
     for (const Change &change : m_changes) {
         if (change.removal)
             ++m_removalsIn[SettingsDiff::groupOf(change.path)];
-        else
+        else if (!change.gone)
             m_edited.insert(change.path);
     }
     endResetModel();
@@ -325,14 +329,14 @@ void SettingsChanges::dropGrown(QList<Change> &pending)
     });
 }
 
-int SettingsChanges::apply(const QList<Change> &changes)
+/// Applies \a changes to the model, by path. Edits whose entries are gone stay changes as such.
+void SettingsChanges::apply(const QList<Change> &changes)
 {
     QHash<QString, QPersistentModelIndex> keys;
     QHash<QString, QPersistentModelIndex> groups;
     visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         (m_model->hasChildren(index) ? groups : keys).insert(path, index);
     });
-    int failed = 0;
     for (const Change &change : changes) {
         const QModelIndex index = (change.group ? groups : keys).value(change.path);
         const bool done =
@@ -340,27 +344,32 @@ int SettingsChanges::apply(const QList<Change> &changes)
             (change.removal ? m_model->removeRow(index.row(), index.parent())
                             : m_model->setData(index.siblingAtColumn(valueColumn), change.newValue));
         // What was to be removed and is gone is no loss.
-        failed += done || change.removal ? 0 : 1;
+        if (done || change.removal)
+            continue;
+        if (!change.gone)
+            m_gone += change.path;
+        m_diff.noteGone(change);
     }
-    return failed;
 }
 
-int SettingsChanges::dismiss(int row)
+bool SettingsChanges::dismiss(int row)
 {
     if (!m_model || m_model->readOnly() || m_model->editStrategy() != SettingsModel::OnManualSubmit ||
         row < 0 || row >= m_changes.size())
-        return -1;
+        return false;
     const Change change = m_changes.at(row);
     if (change.removal && storeState() != StoreState::Readable)
-        return -1;
+        return false;
     // The store may have been read while the file was away.
     if (change.removal && !Paths(*m_model->settings()).contains(change.path, change.group))
         m_model->settings()->sync();
     // What is not listed yet would not be made again.
     synchronize();
-    int dropped = 0;
     m_grown.clear();
-    {
+    m_gone.clear();
+    if (change.gone) {
+        m_diff.forgetGone(change.path);
+    } else {
         const QScopedValueRollback working(m_working, true);
         if (change.removal) {
             // The model restores all or nothing: the others are made again.
@@ -371,7 +380,7 @@ int SettingsChanges::dismiss(int row)
             m_diff.forgetRemoval(change.path, change.group);
             dropGrown(others);
             merge();
-            dropped = apply(others) + int(m_grown.size());
+            apply(others);
         } else {
             Change back = change;
             back.newValue = m_model->settings()->value(change.path, known().value(change.path));
@@ -379,7 +388,7 @@ int SettingsChanges::dismiss(int row)
         }
     }
     synchronize();
-    return dropped;
+    return true;
 }
 
 /// Makes the model what the store is in memory.
@@ -409,6 +418,7 @@ bool SettingsChanges::dismissAll()
         m_model->editStrategy() != SettingsModel::OnManualSubmit || storeState() != StoreState::Readable)
         return false;
     m_diff.forgetRemovals();
+    m_diff.forgetAllGone();
     {
         const QScopedValueRollback working(m_working, true);
         m_model->settings()->sync();
@@ -418,30 +428,29 @@ bool SettingsChanges::dismissAll()
     return true;
 }
 
-int SettingsChanges::refresh(Grown groups)
+bool SettingsChanges::refresh(Grown groups)
 {
     m_grown.clear();
+    m_gone.clear();
     if (!m_model || !m_model->settings())
-        return 0;
+        return true;
     if (storeState() != StoreState::Readable)
-        return -1;
+        return false;
     synchronize();
     QList<Change> pending = m_changes;
-    int dropped = 0;
     {
         const QScopedValueRollback working(m_working, true);
         m_model->settings()->sync();
         if (groups == Grown::Drop)
             dropGrown(pending);
         merge();
-        dropped = int(m_grown.size());
         if (!pending.isEmpty()) {
             const Unwatched unwatched(*m_model);
-            dropped += apply(pending);
+            apply(pending);
         }
     }
     synchronize();
-    return dropped;
+    return true;
 }
 
 int SettingsChanges::rowCount(const QModelIndex &parent) const
@@ -459,13 +468,17 @@ QVariant SettingsChanges::data(const QModelIndex &index, int role) const
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
     const Change &change = m_changes.at(index.row());
+    if (role == Qt::ToolTipRole && change.gone)
+        return tr("«%1»: запись удалена другой программой. «Записать» создаст её снова").arg(change.path);
     if (role == Qt::ToolTipRole)
         return change.path;
     if (role != Qt::DisplayRole)
         return {};
     switch (index.column()) {
     case KindColumn:
-        return !change.removal ? tr("Правка") : change.group ? tr("Удаление группы") : tr("Удаление");
+        if (change.removal)
+            return change.group ? tr("Удаление группы") : tr("Удаление");
+        return change.gone ? tr("Правка удалённой записи") : tr("Правка");
     case PathColumn:
         return change.path;
     case OldColumn:

@@ -60,10 +60,11 @@ public:
     void setModel(SettingsModel *model);
     SettingsModel *model() const;
 
-    /// Edits in the order of the tree, then removals in the order in which they were made.
+    /// Edits in the order of the tree, then edits of entries that are gone, see goneEntries(), then removals
+    /// in the order in which they were made.
     const QList<Change> &changes() const { return m_changes; }
     bool isEmpty() const { return m_changes.isEmpty(); }
-    /// Whether there is an edit of the key \a path.
+    /// Whether there is an edit of the key \a path, which the model has.
     bool isEdited(const QString &path) const { return m_edited.contains(path); }
     /// The number of removals right below the group \a path.
     int removalsIn(const QString &path) const { return m_removalsIn.value(path); }
@@ -77,22 +78,26 @@ public:
 
     /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only. An
     /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that
-    /// has to be `Readable`. Reads nothing anew from the file. Returns the number of other changes that had
-    /// to be dropped, since the store itself holds their entries no more or more of them, see grownGroups();
-    /// -1, with nothing changed, when refused.
-    int dismiss(int row);
-    /// Undoes all, as SettingsModel::revertAll() does, but rightly in one go, see refresh(). Needs the same.
-    /// False, with nothing changed, when refused.
+    /// has to be `Readable`. Does not read the file again. Another change may become one of an entry that is
+    /// gone, see goneEntries(), or be dropped, see grownGroups(). Returns false, with nothing changed, when
+    /// refused.
+    bool dismiss(int row);
+    /// Undoes all changes, as SettingsModel::revertAll() does, but correctly in one call, see refresh().
+    /// Needs the same as dismiss(). Returns false, with nothing changed, when refused.
     bool dismissAll();
-    /// Merges the store into the model, as SettingsModel::refresh() does, but rightly in one go: entries that
-    /// vanished go first. Pending changes stay pending. Returns the number of those that had to be dropped,
-    /// since their entries are gone or their groups have grown, see grownGroups(); -1, with nothing changed,
-    /// when storeState() is not `Readable`. For stores in which no name is group and key at once.
-    int refresh(Grown groups = Grown::Drop);
-    /// The paths of the groups whose removal the last refresh() or dismiss() had to drop, since the store now
-    /// has entries below them that are new or have other values: to remove those, too, is for the user to
-    /// say.
+    /// Merges the store into the model, as SettingsModel::refresh() does, but correctly in one call: entries
+    /// that vanished are removed first. Pending changes stay pending, but for removals of groups that have
+    /// grown, see grownGroups(). Returns false, with nothing changed, when storeState() is not `Readable`.
+    /// For stores in which no name is group and key at once.
+    bool refresh(Grown groups = Grown::Drop);
+    /// The paths of the groups whose removal the last refresh() or dismiss() dropped, because the store now
+    /// has entries below them that are new or have other values. Whether to remove those, too, is for the
+    /// user to decide.
     const QStringList &grownGroups() const { return m_grown; }
+    /// The paths of the edited entries that the last refresh() or dismiss() found to be gone from the store,
+    /// and with it from the model. Their edits stay in the list, see SettingsChange::gone: whether to write
+    /// the entries again or to dismiss the edits is for the user to decide.
+    const QStringList &goneEntries() const { return m_gone; }
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;
@@ -119,14 +124,14 @@ private:
     struct Rows;
     void publish(const QList<Change> &now, const Rows &rows);
     void followEdit(const QModelIndex &cell);
-    /// Brings \a changes about in the model, by path; how many could not be.
-    int apply(const QList<Change> &changes);
+    void apply(const QList<Change> &changes);
 
     QPointer<SettingsModel> m_model;
     QList<QMetaObject::Connection> m_connections;
     QList<Change> m_changes;
     SettingsDiff m_diff;
     QStringList m_grown;
+    QStringList m_gone;
     QList<QList<int>> m_places; ///< where the edits of m_changes are in the model: row numbers, top down
     QSet<QString> m_edited;
     QHash<QString, int> m_removalsIn;

@@ -45,6 +45,19 @@ void SettingsDiff::noteRemoval(const QString &path, bool isGroup)
     change.removal = true;
     change.group = isGroup;
     m_removals.append(change);
+    m_gone.removeIf([&](const SettingsChange &edit) { return change.concerns(edit.path); });
+}
+
+void SettingsDiff::noteGone(const SettingsChange &edit)
+{
+    forgetGone(edit.path);
+    m_gone.append(edit);
+    m_gone.last().gone = true;
+}
+
+void SettingsDiff::forgetGone(const QString &path)
+{
+    m_gone.removeIf([&](const SettingsChange &edit) { return edit.path == path; });
 }
 
 void SettingsDiff::forgetRemoval(const QString &path, bool isGroup)
@@ -85,9 +98,12 @@ QList<SettingsChange> SettingsDiff::changes(const QList<Entry> &entries, const V
         if (isEdit(entry.path, change.newValue, change.oldValue))
             result.append(change);
     }
+    m_gone.removeIf([&](const SettingsChange &edit) { return keys.contains(edit.path); });
+    for (SettingsChange &edit : m_gone)
+        edit.oldValue = stored.value(edit.path);
     m_removals.removeIf(
         [&](const SettingsChange &change) { return (change.group ? groups : keys).contains(change.path); });
-    forgetGone(stored, isReadable);
+    forgetVanished(stored, isReadable);
     // What was removed with the group around it is no removal of its own any more.
     const QList<SettingsChange> all = m_removals;
     m_removals.removeIf([&](const SettingsChange &change) {
@@ -97,11 +113,11 @@ QList<SettingsChange> SettingsDiff::changes(const QList<Entry> &entries, const V
     });
     for (SettingsChange &change : m_removals)
         change.oldValue = change.group ? QVariant() : stored.value(change.path, m_known.value(change.path));
-    return result + m_removals;
+    return result + m_gone + m_removals;
 }
 
 /// Forgets the removals of what the store has no more.
-void SettingsDiff::forgetGone(const Values &stored, const std::function<bool()> &isReadable)
+void SettingsDiff::forgetVanished(const Values &stored, const std::function<bool()> &isReadable)
 {
     const QSet<QString> groups = groupsOf(stored.keys());
     const auto isGone = [&](const SettingsChange &change) {

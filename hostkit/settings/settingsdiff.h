@@ -46,12 +46,20 @@ public:
     void forgetRemoval(const QString &path, bool isGroup);
     void forgetRemovals() { m_removals.clear(); }
 
+    /// The entry of \a edit has gone from the copy because it has gone from the store. The edit stays a
+    /// change, marked SettingsChange::gone, until the copy has the entry again or a group around it is
+    /// removed.
+    void noteGone(const SettingsChange &edit);
+    void forgetGone(const QString &path);
+    void forgetAllGone() { m_gone.clear(); }
+
     /// Whether \a now, in the copy, was put there, while the store holds \a stored. If both are the same,
     /// that is known from now on.
     bool isEdit(const QString &path, const QVariant &now, const QVariant &stored);
-    /// Edits in the order of \a entries, all of the copy, then removals in the order in which they were made.
-    /// Removals whose entries are back in the copy or gone from the store are forgotten; nothing is gone from
-    /// a store that could not be read, as \a isReadable tells when it matters.
+    /// Returns edits in the order of \a entries, which are all of the copy, then edits of entries that are
+    /// gone, then removals in the order in which they were made. Forgets removals whose entries are back in
+    /// the copy or gone from the store. Nothing is gone from a store that could not be read; \a isReadable is
+    /// asked for that when it matters.
     QList<SettingsChange> changes(const QList<Entry> &entries, const Values &stored,
                                   const std::function<bool()> &isReadable);
     /// The paths of the groups whose removal among \a changes would remove what was not known when they were
@@ -64,9 +72,10 @@ public:
     static QSet<QString> groupsOf(const QStringList &paths);
 
 private:
-    void forgetGone(const Values &stored, const std::function<bool()> &isReadable);
+    void forgetVanished(const Values &stored, const std::function<bool()> &isReadable);
 
     Values m_known;
+    QList<SettingsChange> m_gone;
     QList<SettingsChange> m_removals;
 };
 

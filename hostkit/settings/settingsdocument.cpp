@@ -27,6 +27,20 @@ bool isList(const QVariant &value)
     return value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QVariantList;
 }
 
+/// The path of an entry to be created again for which there is no room: \a paths hold something below it, or
+/// a key above it. Empty when there is none.
+QString withoutRoom(const QList<SettingsChange> &wanted, const QStringList &paths)
+{
+    for (const SettingsChange &change : wanted) {
+        const auto isInTheWay = [&change](const QString &path) {
+            return path.startsWith(change.path + u'/') || change.path.startsWith(path + u'/');
+        };
+        if (change.gone && std::any_of(paths.begin(), paths.end(), isInTheWay))
+            return change.path;
+    }
+    return {};
+}
+
 } // namespace
 
 SettingsDocument::SettingsDocument(QObject *parent) : QObject(parent)
@@ -168,6 +182,9 @@ SettingsDocument::Outcome SettingsDocument::write(const QList<SettingsChange> &w
         if (const QStringList paths = conflicts(file, wanted); !paths.isEmpty())
             return conflictOutcome(file, wanted, paths);
     }
+    if (const QString path = withoutRoom(wanted, file.text().paths()); !path.isEmpty())
+        return refusalFor(
+            tr("запись «%1» не создать снова, её имя в файле теперь у группы или ключа").arg(path));
     if (file.exists() && file.fingerprint() != m_safe) {
         if (const QString error = file.backUp(); !error.isEmpty())
             return refusalFor(error);
@@ -219,16 +236,23 @@ SettingsDocument::Outcome SettingsDocument::conflictOutcome(const IniFile &file,
 {
     Outcome outcome;
     outcome.refused = outcome.outdated = outcome.conflict = true;
-    outcome.message =
-        tr("Ничего не записано: %1")
-            .arg(tr("изменено и здесь, и в файле другой программой: %1").arg(paths.join(u", "_s)));
+    QStringList gone;
+    for (const SettingsChange &change : wanted) {
+        if (!change.removal && !file.text().contains(change.path) && paths.contains(change.path))
+            gone += change.path;
+    }
+    QStringList changed = paths;
+    changed.removeIf([&](const QString &path) { return gone.contains(path); });
+    QStringList reasons;
+    if (!changed.isEmpty())
+        reasons += tr("изменено и здесь, и в файле другой программой: %1").arg(changed.join(u", "_s));
+    if (!gone.isEmpty())
+        reasons += tr("изменено здесь, а другой программой удалено: %1").arg(gone.join(u", "_s));
+    outcome.message = tr("Ничего не записано: %1").arg(reasons.join(u"; "_s));
     // An editor hides it.
-    if (!isManual() && !wanted.first().removal) {
-        const QString &path = paths.first();
-        outcome.found = file.text().value(path);
-        outcome.message += u". "_s + (file.text().contains(path)
-                                          ? tr("В файле теперь: %1").arg(settingsValueText(outcome.found))
-                                          : tr("В файле этой записи больше нет"));
+    if (!isManual() && !wanted.first().removal && gone.isEmpty()) {
+        outcome.found = file.text().value(paths.first());
+        outcome.message += u". "_s + tr("В файле теперь: %1").arg(settingsValueText(outcome.found));
     }
     return outcome;
 }
@@ -287,22 +311,21 @@ bool SettingsDocument::revert()
     return m_changes.dismissAll();
 }
 
-int SettingsDocument::reload(SettingsChanges::Grown groups)
+bool SettingsDocument::reload(SettingsChanges::Grown groups)
 {
     if (!problem().isEmpty())
-        return -1;
+        return false;
     const bool wasAmbiguous = m_ambiguous;
     takeFile();
-    int dropped = 0;
     if (m_ambiguous || wasAmbiguous) {
         // A merge mixes up rows of the same name.
         takeModel();
     } else {
-        dropped = m_changes.refresh(groups);
+        m_changes.refresh(groups);
         m_model->setReadOnly(IniFile::isReadOnly(*m_store));
     }
     watch();
-    return dropped;
+    return true;
 }
 
 void SettingsDocument::acceptConflict(const QString &path, const QVariant &found)
@@ -310,12 +333,15 @@ void SettingsDocument::acceptConflict(const QString &path, const QVariant &found
     m_accepted.insert(path, found);
 }
 
-QString SettingsDocument::droppedText(int dropped) const
+QString SettingsDocument::pendingText() const
 {
+    const QStringList &gone = m_changes.goneEntries();
     const QStringList &grown = m_changes.grownGroups();
     QStringList texts;
-    if (dropped > grown.size())
-        texts += tr("Отброшено правок, записей которых больше нет: %1").arg(dropped - grown.size());
+    if (!gone.isEmpty())
+        texts += tr("Другая программа удалила записи, правки которых ждут: %1. «Записать» создаст их снова, "
+                    "«Отменить это» оставит удалёнными")
+                     .arg(gone.join(u", "_s));
     if (!grown.isEmpty())
         texts += tr("Отменено удаление групп, в которые другая программа записала новое: %1")
                      .arg(grown.join(u", "_s));

@@ -34,6 +34,8 @@ class SettingsDocumentModel;
 ///   beside it before it is overwritten.
 /// - A write that would replace what another program wrote meanwhile is refused once; when reload() has shown
 ///   that, or acceptConflict() was called, the next one replaces it.
+/// - An edit whose entry another program removed goes on waiting as well: a write creates the entry again,
+///   unless a group or a key has taken its place.
 /// - Without a copy, and where the file is no INI file any more, marked as read-only or held by another
 ///   program, nothing is written, and the changes go on waiting.
 ///
@@ -107,14 +109,15 @@ public:
     Outcome submit();
     /// Drops what waits. False, with nothing changed, when the file cannot be read.
     bool revert();
-    /// Reads the file again. Pending changes stay pending; the number of those that had to be dropped, see
-    /// droppedText(), or -1 when the file cannot be read. Where names are ambiguous or were, the model
-    /// becomes another one, and all pending changes are dropped.
-    int reload(SettingsChanges::Grown groups = SettingsChanges::Grown::Drop);
+    /// Reads the file again. Pending changes stay pending, see SettingsChanges::refresh() and pendingText().
+    /// Returns false when the file cannot be read. Where names are ambiguous or were, model() is replaced,
+    /// and all pending changes are dropped.
+    bool reload(SettingsChanges::Grown groups = SettingsChanges::Grown::Drop);
     /// The user was told that the file holds \a found for \a path, though reload() has to wait.
     void acceptConflict(const QString &path, const QVariant &found);
-    /// What of the pending changes was \a dropped just now, by reload() or SettingsChanges::dismiss().
-    QString droppedText(int dropped) const;
+    /// What has become of pending changes by the last reload() or SettingsChanges::dismiss(): those whose
+    /// entries are gone, and those that were dropped. Empty when there are none.
+    QString pendingText() const;
 
     /// Looks at the file soon, where no notice of its changes may have come.
     void lookSoon() { m_watchTimer.start(); }

@@ -555,7 +555,9 @@ private Q_SLOTS:
                               << QByteArray("a=7\n[g]\nk=x\nl=y\n");
         QTest::newRow("same edit") << QString() << QByteArray("a=7\nb=22\n" + rest) << QString() << QString()
                                    << QByteArray("a=7\nb=22\n[g]\nk=x\nl=y\n");
-        QTest::newRow("edit of what is gone") << QString() << rest << u"a"_s << QString() << rest;
+        QTest::newRow("edit of what is gone")
+            << QString() << rest << u"a"_s << u"Правка удалённой записи|a||7"_s
+            << rest + "\n[General]\na=7\n";
         QTest::newRow("removal") << u"g/k"_s << QByteArray("a=1\n[g]\nk=other\nl=y\n") << u"g/k"_s
                                  << u"Удаление|g/k|other|"_s << QByteArray("a=1\n[g]\nl=y\n");
         QTest::newRow("in a group") << u"g"_s << QByteArray("a=1\n[g]\nk=x\nl=other\n") << u"g"_s
@@ -588,13 +590,14 @@ private Q_SLOTS:
         w.tree->setFocus();
         w.press(Qt::Key_S, Qt::ControlModifier);
         if (!conflict.isEmpty()) {
-            QCOMPARE(
-                w.message->text(),
-                u"Ничего не записано: изменено и здесь, и в файле другой программой: %1. "_s.arg(conflict) +
-                    (pending.isEmpty() ? u"Отброшено правок, записей которых больше нет: 1"_s
-                                       : u"Повторите, чтобы заменить то, что в файле"_s));
+            const QString reason = pending.startsWith(u"Правка удалённой"_s)
+                                       ? u"изменено здесь, а другой программой удалено"_s
+                                       : u"изменено и здесь, и в файле другой программой"_s;
+            QCOMPARE(w.message->text(),
+                     u"Ничего не записано: %1: %2. Повторите, чтобы заменить то, что в файле"_s.arg(
+                         reason, conflict));
             QCOMPARE(contentOf(file), others);
-            QCOMPARE(w.pendingTexts(), pending.isEmpty() ? QStringList() : QStringList{pending});
+            QCOMPARE(w.pendingTexts(), QStringList{pending});
             QCOMPARE(copies(file), QStringList());
             w.tree->setFocus();
             w.press(Qt::Key_S, Qt::ControlModifier);
@@ -602,8 +605,7 @@ private Q_SLOTS:
 
         QCOMPARE(contentOf(file), written);
         QCOMPARE(w.pendingTexts(), QStringList());
-        QCOMPARE(copiedContents(file),
-                 written == others && !conflict.isEmpty() ? QList<QByteArray>() : QList<QByteArray>{others});
+        QCOMPARE(copiedContents(file), QList<QByteArray>{others});
     }
 
     void asksAgainAtOnceWhenTheSameWasChangedInTheFile()
@@ -714,28 +716,28 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QByteArray>("others");
-        QTest::addColumn<QString>("now");
+        QTest::addColumn<QString>("reason");
         QTest::addColumn<QString>("tree");
         QTest::addColumn<QByteArray>("written");
         const QByteArray plain = "a=1\nb=2\n";
         const QByteArray twice = "a=1\nb=2\n[b]\nc=3\n";
-        const QString gone = u"В файле этой записи больше нет"_s;
+        const QString gone = u"изменено здесь, а другой программой удалено: a"_s;
+        const QString changed = u"изменено и здесь, и в файле другой программой: a. В файле теперь: theirs"_s;
         QTest::newRow("gone") << plain << QByteArray("b=2\n") << gone << u"b=2"_s
                               << QByteArray("a=mine\nb=2\n");
-        QTest::newRow("ambiguous") << twice << QByteArray("a=theirs\nb=2\n[b]\nc=3\n")
-                                   << u"В файле теперь: theirs"_s << u"b{c=3} a=theirs b=2"_s
-                                   << QByteArray("a=mine\nb=2\n[b]\nc=3\n");
+        QTest::newRow("ambiguous") << twice << QByteArray("a=theirs\nb=2\n[b]\nc=3\n") << changed
+                                   << u"b{c=3} a=theirs b=2"_s << QByteArray("a=mine\nb=2\n[b]\nc=3\n");
         QTest::newRow("gone from ambiguous ones") << twice << QByteArray("b=2\n[b]\nc=3\n") << gone
                                                   << u"b{c=3} b=2"_s << QByteArray("a=mine\nb=2\n[b]\nc=3\n");
         QTest::newRow("became ambiguous")
-            << plain << QByteArray("a=theirs\nb=2\n[b]\nc=3\n") << u"В файле теперь: theirs"_s
-            << u"b{c=3} a=theirs b=2"_s << QByteArray("a=mine\nb=2\n[b]\nc=3\n");
+            << plain << QByteArray("a=theirs\nb=2\n[b]\nc=3\n") << changed << u"b{c=3} a=theirs b=2"_s
+            << QByteArray("a=mine\nb=2\n[b]\nc=3\n");
     }
     void keepsARefusedValueInItsEditor()
     {
         QFETCH(QByteArray, content);
         QFETCH(QByteArray, others);
-        QFETCH(QString, now);
+        QFETCH(QString, reason);
         QFETCH(QString, tree);
         QFETCH(QByteArray, written);
         for (const bool again : {false, true}) {
@@ -750,8 +752,7 @@ private Q_SLOTS:
             QTest::qWait(50);
 
             QCOMPARE(w.message->text(),
-                     u"Ничего не записано: изменено и здесь, и в файле другой программой: a. %1. Повторите, "
-                     "чтобы заменить то, что в файле"_s.arg(now));
+                     u"Ничего не записано: %1. Повторите, чтобы заменить то, что в файле"_s.arg(reason));
             QVERIFY(field && field->isVisible());
             QCOMPARE(contentOf(file), others);
             if (again) {
@@ -1372,9 +1373,50 @@ private Q_SLOTS:
         // A store of the same file in this program holds the same.
         QSettings(file, QSettings::IniFormat).sync();
         w.dismiss(1);
-        QCOMPARE(w.pendingTexts(), QStringList());
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка удалённой записи|a||9"_s});
         QCOMPARE(treeText(*w.tree->model()), u"b=2 c=3"_s);
-        QCOMPARE(w.message->text(), u"Отброшено правок, записей которых больше нет: 1"_s);
+        QCOMPARE(w.message->text(),
+                 u"Другая программа удалила записи, правки которых ждут: a. «Записать» создаст их снова, "
+                 "«Отменить это» оставит удалёнными"_s);
+    }
+
+    void offersToCreateAgainWhatOthersRemoved_data()
+    {
+        QTest::addColumn<bool>("writes");
+        QTest::newRow("write") << true;
+        QTest::newRow("let go") << false;
+    }
+    void offersToCreateAgainWhatOthersRemoved()
+    {
+        QFETCH(bool, writes);
+        const QString file = makeFile("a=1\nb=2\nc=3\n");
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"a"_s, u"mine"_s);
+        w.edit(u"c"_s, u"5"_s);
+        write(file, "b=2\nc=3\n");
+
+        w.press(Qt::Key_F5);
+
+        QCOMPARE(w.message->text(),
+                 u"Другая программа удалила записи, правки которых ждут: a. «Записать» создаст их снова, "
+                 "«Отменить это» оставит удалёнными"_s);
+        QCOMPARE(treeText(*w.tree->model()), u"b=2 c=5"_s);
+        QCOMPARE(w.pendingTexts(), (QStringList{u"Правка|c|3|5"_s, u"Правка удалённой записи|a||mine"_s}));
+        QCOMPARE(w.pending->model()->index(1, 0).data(Qt::ToolTipRole).toString(),
+                 u"«a»: запись удалена другой программой. «Записать» создаст её снова"_s);
+        w.press(Qt::Key_F5); // they are still there
+        QCOMPARE(w.pendingTexts().size(), 2);
+        if (!writes) {
+            w.pending->setCurrentIndex(w.pending->model()->index(1, 0));
+            QTest::mouseClick(w.window.findChild<QPushButton *>(u"dismiss"_s), Qt::LeftButton);
+            QCOMPARE(w.pendingTexts(), QStringList{u"Правка|c|3|5"_s});
+        }
+        w.action(u"submit"_s)->trigger();
+
+        QCOMPARE(contentOf(file), writes ? QByteArray("b=2\nc=5\na=mine\n") : QByteArray("b=2\nc=5\n"));
+        QCOMPARE(treeText(*w.tree->model()), writes ? u"a=mine b=2 c=5"_s : u"b=2 c=5"_s);
+        QCOMPARE(w.pendingTexts(), QStringList());
     }
 
     void asksBeforeARefreshDropsChanges()
@@ -1813,8 +1855,10 @@ private Q_SLOTS:
             << QByteArray("a=1\n[g]\nh\\new=precious\nk=x\n") << u"g{h{new=precious} k=x} a=5"_s << QString();
         QTest::newRow("changed") << QByteArray("a=1\n[g]\nk=precious\n") << u"g{k=precious} a=5"_s
                                  << QString();
-        QTest::newRow("and an edited key is gone") << QByteArray("[g]\nk=precious\n") << u"g{k=precious}"_s
-                                                   << u"Отброшено правок, записей которых больше нет: 1. "_s;
+        QTest::newRow("and an edited key is gone")
+            << QByteArray("[g]\nk=precious\n") << u"g{k=precious}"_s
+            << u"Другая программа удалила записи, правки которых ждут: a. «Записать» создаст их снова, "
+               "«Отменить это» оставит удалёнными. "_s;
     }
     void keepsWhatOthersAddToAGroupToBeRemoved()
     {
@@ -1834,12 +1878,13 @@ private Q_SLOTS:
         QCOMPARE(w.message->text(),
                  also + u"Отменено удаление групп, в которые другая программа записала новое: g"_s);
         QCOMPARE(treeText(*w.tree->model()), tree);
-        QCOMPARE(w.pendingTexts(), also.isEmpty() ? QStringList{u"Правка|a|1|5"_s} : QStringList());
+        QCOMPARE(w.pendingTexts(),
+                 QStringList{also.isEmpty() ? u"Правка|a|1|5"_s : u"Правка удалённой записи|a||5"_s});
         w.action(u"submit"_s)->trigger();
         QVERIFY(contentOf(file).contains("precious"));
         w.remove(u"g"_s);
         w.action(u"submit"_s)->trigger();
-        QCOMPARE(contentOf(file), also.isEmpty() ? QByteArray("a=5\n") : QByteArray());
+        QCOMPARE(contentOf(file), QByteArray(also.isEmpty() ? "a=5\n" : "[General]\na=5\n"));
     }
 
     void tellsThatAStoreIsSpoilt()

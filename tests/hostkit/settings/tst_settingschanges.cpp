@@ -33,7 +33,8 @@ QStringList texts(const SettingsChanges &changes)
         if (change.removal)
             result += u"removal "_s + change.path + (change.group ? u"/"_s : QString());
         else
-            result += u"edit %1 %2 -> %3"_s.arg(change.path, settingsValueText(change.oldValue),
+            result += (change.gone ? u"gone "_s : QString()) +
+                      u"edit %1 %2 -> %3"_s.arg(change.path, settingsValueText(change.oldValue),
                                                 settingsValueText(change.newValue));
     }
     return result;
@@ -215,7 +216,7 @@ private Q_SLOTS:
         file.close();
 
         const QHash<QString, QVariant> before = f.changes.known();
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
         const QHash<QString, QVariant> after = f.changes.known();
 
         QCOMPARE(
@@ -319,10 +320,14 @@ private Q_SLOTS:
         f.changes.synchronize();
         QCOMPARE(texts(f.changes),
                  (QStringList{u"edit b 2 -> 9"_s, u"edit d  -> 8"_s, u"removal h/"_s})); // and nothing else
-        const int dropped = f.changes.refresh();
+        QVERIFY(f.changes.refresh());
 
-        QCOMPARE(dropped, 1);
+        QCOMPARE(f.changes.goneEntries(), QStringList{u"d"_s});
         QCOMPARE(treeText(f.model), u"f{new=0} g{j=0 k=5} b=9 c=3 e=7"_s);
+        QCOMPARE(texts(f.changes),
+                 (QStringList{u"edit b 2 -> 9"_s, u"gone edit d  -> 8"_s, u"removal h/"_s}));
+        QVERIFY(!f.changes.isEdited(u"d"_s)); // no row of the model
+        QVERIFY(f.changes.dismiss(1));
         QCOMPARE(texts(f.changes), (QStringList{u"edit b 2 -> 9"_s, u"removal h/"_s}));
         QVERIFY(f.model.editStrategy() == SettingsModel::OnManualSubmit);
         f.model.submitAll();
@@ -337,13 +342,13 @@ private Q_SLOTS:
         f.remove({u"b"_s});
         write(f.store->fileName(), "b=2\nc=4\n");
 
-        QCOMPARE(f.changes.dismiss(1), 0);
+        QVERIFY(f.changes.dismiss(1));
 
         QCOMPARE(treeText(f.model), u"a=9 b=2 c=3"_s);
         QCOMPARE(texts(f.changes), QStringList{u"edit a 1 -> 9"_s});
     }
 
-    void tellsWhatADismissalDropped()
+    void keepsEditsOfWhatADismissalFoundGone()
     {
         Fixture f(m_files.parsed("a=1\nb=2\nc=3\n"));
         f.edit({u"a"_s}, u"9"_s);
@@ -351,10 +356,19 @@ private Q_SLOTS:
         f.remove({u"b"_s});
         f.store->remove(u"a"_s);
 
-        QCOMPARE(f.changes.dismiss(2), 1);
+        QVERIFY(f.changes.dismiss(2));
 
+        QCOMPARE(f.changes.goneEntries(), QStringList{u"a"_s});
         QCOMPARE(treeText(f.model), u"b=2 c=8"_s);
-        QCOMPARE(texts(f.changes), QStringList{u"edit c 3 -> 8"_s});
+        QCOMPARE(texts(f.changes), (QStringList{u"edit c 3 -> 8"_s, u"gone edit a  -> 9"_s}));
+        QCOMPARE(f.changes.index(1, SettingsChanges::KindColumn).data().toString(),
+                 u"Правка удалённой записи"_s);
+        QCOMPARE(f.changes.index(1, 0).data(Qt::ToolTipRole).toString(),
+                 u"«a»: запись удалена другой программой. «Записать» создаст её снова"_s);
+        // An edit of what is there goes before it.
+        f.edit({u"b"_s}, u"7"_s);
+        QCOMPARE(texts(f.changes),
+                 (QStringList{u"edit b 2 -> 7"_s, u"edit c 3 -> 8"_s, u"gone edit a  -> 9"_s}));
     }
 
     void dismissesBesideWhatIsNotListedYet()
@@ -363,7 +377,7 @@ private Q_SLOTS:
         f.remove({u"a"_s});
         f.model.removeRow(0); // b
 
-        QCOMPARE(f.changes.dismiss(0), 0);
+        QVERIFY(f.changes.dismiss(0));
 
         QCOMPARE(treeText(f.model), u"a=1 c=3"_s);
         QCOMPARE(texts(f.changes), QStringList{u"removal b"_s});
@@ -415,9 +429,9 @@ private Q_SLOTS:
 
         QVERIFY(f.changes.storeState() == state);
         QVERIFY(!f.changes.dismissAll());
-        QCOMPARE(f.changes.dismiss(2), -1);
-        QCOMPARE(f.changes.dismiss(3), -1);
-        QCOMPARE(f.changes.refresh(), -1);
+        QVERIFY(!f.changes.dismiss(2));
+        QVERIFY(!f.changes.dismiss(3));
+        QVERIFY(!f.changes.refresh());
         if (!readAgain) {
             QCOMPARE(texts(f.changes), pending);
             QCOMPARE(changed.size(), 0);
@@ -427,7 +441,7 @@ private Q_SLOTS:
         f.changes.synchronize();
         QCOMPARE(f.changes.rowCount(), 4);
         QCOMPARE(f.changes.index(2, SettingsChanges::OldColumn).data().toString(), oldValue);
-        QCOMPARE(f.changes.dismiss(0), 0);
+        QVERIFY(f.changes.dismiss(0));
         QCOMPARE(treeText(f.model), u"g{k=4} a=9 c=3"_s);
         QCOMPARE(f.changes.rowCount(), 3);
         QVERIFY(!f.changes.isEdited(u"g/k"_s));
@@ -443,7 +457,7 @@ private Q_SLOTS:
         QSettings(f.store->fileName(), QSettings::IniFormat).allKeys(); // reads for both
         write(f.store->fileName(), content);
 
-        QCOMPARE(f.changes.dismiss(1), 0);
+        QVERIFY(f.changes.dismiss(1));
 
         QCOMPARE(treeText(f.model), u"a=9 b=2 c=3"_s);
         QCOMPARE(texts(f.changes), QStringList{u"edit a 1 -> 9"_s});
@@ -459,7 +473,7 @@ private Q_SLOTS:
         f.model.submitAll();
         f.store->sync();
 
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
         QVERIFY(f.changes.isEmpty());
         QCOMPARE(entries(*m_files.reparsed(*f.store)), (QStringList{u"a=9"_s, u"c=3"_s}));
     }
@@ -468,15 +482,15 @@ private Q_SLOTS:
     {
         Fixture f(m_files.empty());
         QVERIFY(f.changes.storeState() == SettingsChanges::StoreState::Readable);
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
         write(f.store->fileName(), "a=1\n");
 
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
 
         QCOMPARE(treeText(f.model), u"a=1"_s);
         QFile::remove(f.store->fileName());
         QVERIFY(f.changes.storeState() == SettingsChanges::StoreState::Missing);
-        QCOMPARE(f.changes.refresh(), -1);
+        QVERIFY(!f.changes.refresh());
         QCOMPARE(treeText(f.model), u"a=1"_s);
     }
 
@@ -487,7 +501,7 @@ private Q_SLOTS:
         f.model.setEditStrategy(SettingsModel::OnFieldChange);
         f.store->remove(u"a"_s);
 
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
 
         QCOMPARE(treeText(f.model), u"b=2"_s);
         QVERIFY(f.model.readOnly());
@@ -523,9 +537,9 @@ private Q_SLOTS:
         QVERIFY(f.changes.isEdited(group + u"/k"_s));
         QCOMPARE(f.changes.removalsIn(group), 2);
 
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
         QCOMPARE(texts(f.changes), all);
-        QCOMPARE(f.changes.dismiss(2), 0);
+        QVERIFY(f.changes.dismiss(2));
         QCOMPARE(texts(f.changes), all.first(2));
         f.model.submitAll();
         f.changes.synchronize();
@@ -585,13 +599,12 @@ private Q_SLOTS:
         f.remove({u"h"_s});
 
         write(f.store->fileName(), content);
-        const int dropped = f.changes.refresh();
+        QVERIFY(f.changes.refresh());
 
-        QCOMPARE(dropped, int(grown.size()));
         QCOMPARE(f.changes.grownGroups(), grown);
         QCOMPARE(texts(f.changes), left);
         QCOMPARE(treeText(f.model), tree);
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
         QCOMPARE(f.changes.grownGroups(), QStringList());
         QCOMPARE(texts(f.changes), left);
     }
@@ -602,8 +615,8 @@ private Q_SLOTS:
         f.remove({u"g"_s});
         f.store->setValue(u"g/new"_s, u"3"_s);
 
-        QCOMPARE(f.changes.refresh(SettingsChanges::Grown::Keep), 0);
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh(SettingsChanges::Grown::Keep));
+        QVERIFY(f.changes.refresh());
 
         QCOMPARE(f.changes.grownGroups(), QStringList());
         QCOMPARE(texts(f.changes), QStringList{u"removal g/"_s});
@@ -624,7 +637,7 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::Append) && file.write("[z]\nnew=1\n") > 0);
         file.close();
 
-        QCOMPARE(f.changes.refresh(), 0);
+        QVERIFY(f.changes.refresh());
 
         QCOMPARE(treeText(f.model), u"z{new=1} a=1"_s);
         QCOMPARE(texts(f.changes), QStringList{u"removal g/"_s});
@@ -637,7 +650,7 @@ private Q_SLOTS:
         f.remove({u"g"_s});
         f.store->setValue(u"g/new"_s, u"3"_s);
 
-        QCOMPARE(f.changes.dismiss(0), 1);
+        QVERIFY(f.changes.dismiss(0));
 
         QCOMPARE(f.changes.grownGroups(), QStringList{u"g"_s});
         QCOMPARE(treeText(f.model), u"g{k=2 new=3} a=1"_s);
@@ -653,7 +666,7 @@ private Q_SLOTS:
             f.model.setData(find(f.model, {u"a"_s}, 2), u"2"_s);
             QCOMPARE(changes.rowCount(), 1);
         }
-        QCOMPARE(changes.refresh(), 0);
+        QVERIFY(changes.refresh());
         changes.synchronize();
         QVERIFY(changes.isEmpty());
         changes.setModel(nullptr);
@@ -672,8 +685,10 @@ private Q_SLOTS:
         }
         Fixture f(std::move(settings));
         QMap<QString, int> shown = stored;
+        QMap<QString, int> gone; // edited, while somebody else removed them
+        int everGone = 0;
 
-        for (int step = 0; step < 400; ++step) {
+        for (int step = 0; step < 1000; ++step) {
             const QByteArray where = seedMessage(seed, u"step %1"_s.arg(step));
             const QString name = names.at(random.bounded(int(names.size())));
             const QString group = name.section(u'/', 0, -2);
@@ -694,6 +709,7 @@ private Q_SLOTS:
                 if (!group.isEmpty() && random.bounded(3) == 0) {
                     f.remove(group.split(u'/'));
                     shown.removeIf([&](auto it) { return it.key().startsWith(group + u'/'); });
+                    gone.removeIf([&](auto it) { return it.key().startsWith(group + u'/'); });
                 }
                 break;
             case 5:
@@ -702,6 +718,8 @@ private Q_SLOTS:
                     const int row = random.bounded(f.changes.rowCount());
                     const SettingsChanges::Change change = f.changes.changes().at(row);
                     f.changes.dismiss(row);
+                    if (change.gone)
+                        gone.remove(change.path);
                     for (auto it = stored.cbegin(); it != stored.cend(); ++it) {
                         if (it.key() == change.path ||
                             (change.group && it.key().startsWith(change.path + u'/')))
@@ -719,7 +737,7 @@ private Q_SLOTS:
                     const bool differs = stored.value(name, -1) != value;
                     stored[name] = value;
                     if (untouched || added)
-                        shown[name] = value;
+                        shown[name] = gone.contains(name) ? gone.take(name) : value;
                     // A removed group to which something is added, or changed in it, is removed no more.
                     for (const SettingsChanges::Change &change : f.changes.changes()) {
                         if (!change.group || !name.startsWith(change.path + u'/'))
@@ -730,6 +748,15 @@ private Q_SLOTS:
                                 shown[it.key()] = it.value();
                         }
                     }
+                    f.changes.refresh();
+                } else if (random.bounded(3) == 0) {
+                    f.store->remove(name);
+                    if (shown.contains(name) && stored.contains(name) && shown[name] != stored[name]) {
+                        gone[name] = shown[name];
+                        ++everGone;
+                    }
+                    shown.remove(name);
+                    stored.remove(name);
                     f.changes.refresh();
                 } else if (random.bounded(4) == 0) {
                     f.model.submitAll();
@@ -762,9 +789,13 @@ private Q_SLOTS:
                 if (it.value() != stored.value(it.key(), -1))
                     edits += it.key();
             }
+            for (auto it = gone.cbegin(); it != gone.cend(); ++it)
+                edits += u"gone %1=%2"_s.arg(it.key()).arg(it.value());
             QStringList listed;
             for (const SettingsChanges::Change &change : f.changes.changes()) {
-                if (!change.removal)
+                if (change.gone)
+                    listed += u"gone %1=%2"_s.arg(change.path, change.newValue.toString());
+                else if (!change.removal)
                     listed += change.path;
             }
             listed.sort();
@@ -778,6 +809,7 @@ private Q_SLOTS:
             really.sort();
             QVERIFY2(really == inStore, where.constData());
         }
+        QVERIFY(everGone > 0);
     }
 };
 

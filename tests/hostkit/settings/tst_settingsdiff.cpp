@@ -22,7 +22,8 @@ QStringList texts(const QList<SettingsChange> &changes)
         if (change.removal)
             result += u"removal "_s + change.path + (change.group ? u"/"_s : QString());
         else
-            result += u"edit %1 %2 -> %3"_s.arg(change.path, change.oldValue.toString(),
+            result += (change.gone ? u"gone "_s : QString()) +
+                      u"edit %1 %2 -> %3"_s.arg(change.path, change.oldValue.toString(),
                                                 change.newValue.toString());
     }
     return result;
@@ -45,6 +46,7 @@ class tst_SettingsDiff : public QObject
 private Q_SLOTS:
     void findsEdits();
     void takesNothingOfOthersForAnEdit();
+    void keepsEditsOfWhatIsGone();
     void listsRemovals();
     void forgetsRemovalsOfWhatIsGoneOrBack();
     void keepsRemovalsWhileTheStoreCannotBeRead();
@@ -72,6 +74,37 @@ void tst_SettingsDiff::takesNothingOfOthersForAnEdit()
     QCOMPARE(texts(diff.changes(copy, {{u"a"_s, u"theirs"_s}, {u"b"_s, u"theirs"_s}, {u"c"_s, u"new"_s}},
                                 readable)),
              QStringList{u"edit b theirs -> mine"_s});
+}
+
+void tst_SettingsDiff::keepsEditsOfWhatIsGone()
+{
+    SettingsDiff diff = knowing({{u"a"_s, u"1"_s}});
+    SettingsChange edit;
+    edit.newValue = u"mine"_s;
+    for (const QString &path : {u"g/k"_s, u"ga"_s, u"b"_s, u"b"_s}) {
+        edit.path = path;
+        diff.noteGone(edit);
+    }
+    const Values stored{{u"a"_s, u"1"_s}};
+    const Entries copy{{u"a"_s, false, u"5"_s}};
+
+    // Between edits and removals.
+    diff.noteRemoval(u"a"_s, false);
+    QCOMPARE(texts(diff.changes({}, stored, readable)),
+             (QStringList{u"gone edit g/k  -> mine"_s, u"gone edit ga  -> mine"_s, u"gone edit b  -> mine"_s,
+                          u"removal a"_s}));
+    QCOMPARE(texts(diff.changes(copy, stored, readable)),
+             (QStringList{u"edit a 1 -> 5"_s, u"gone edit g/k  -> mine"_s, u"gone edit ga  -> mine"_s,
+                          u"gone edit b  -> mine"_s}));
+    diff.forgetGone(u"b"_s);
+    diff.noteRemoval(u"g"_s, true); // with all below it
+    QCOMPARE(texts(diff.changes(copy, stored, readable)),
+             (QStringList{u"edit a 1 -> 5"_s, u"gone edit ga  -> mine"_s}));
+    // It is back.
+    QCOMPARE(texts(diff.changes({{u"a"_s, false, u"1"_s}, {u"ga"_s, false, u"2"_s}},
+                                {{u"a"_s, u"1"_s}, {u"ga"_s, u"2"_s}}, readable)),
+             QStringList());
+    QCOMPARE(texts(diff.changes(copy, stored, readable)), QStringList{u"edit a 1 -> 5"_s});
 }
 
 void tst_SettingsDiff::listsRemovals()

@@ -62,6 +62,17 @@ private:
         return document.model()->removeRow(index.row(), index.parent());
     }
 
+    /// "path=value", behind "gone " when another program removed the entry, "-path" for removals.
+    static QStringList pending(const SettingsDocument &document)
+    {
+        QStringList texts;
+        for (const SettingsChange &change : document.changes().changes())
+            texts += change.removal ? u'-' + change.path
+                                    : (change.gone ? u"gone "_s : QString()) + change.path + u'=' +
+                                          change.newValue.toString();
+        return texts;
+    }
+
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
@@ -118,10 +129,137 @@ private Q_SLOTS:
         QVERIFY(outcome.refused && outcome.conflict && outcome.outdated && !outcome.written);
         QVERIFY2(outcome.message.startsWith(u"Ничего не записано: "_s), qPrintable(outcome.message));
         QCOMPARE(contentOf(file), QByteArray("a=theirs\nb=2\n"));
-        QCOMPARE(document.reload(SettingsChanges::Grown::Keep), 0);
+        QVERIFY(document.reload(SettingsChanges::Grown::Keep));
         QVERIFY(edited());
         QVERIFY(outcome.written);
         QCOMPARE(contentOf(file), QByteArray("a=mine\nb=2\n"));
+    }
+
+    void keepsEditsOfWhatOthersRemoved_data()
+    {
+        QTest::addColumn<bool>("refreshes");
+        QTest::newRow("found by a refresh") << true;
+        QTest::newRow("found by a write") << false;
+    }
+    void keepsEditsOfWhatOthersRemoved()
+    {
+        QFETCH(bool, refreshes);
+        SettingsDocument document;
+        const QString file = open(document, "a=1\nb=2\n[g]\nk=3\n", true);
+        edit(document, u"a"_s, u"mine"_s);
+        edit(document, u"b"_s, u"5"_s);
+        edit(document, u"g/k"_s, u"mine"_s);
+        write(file, "b=2\n");
+
+        if (!refreshes) {
+            const SettingsDocument::Outcome outcome = document.submit();
+            QVERIFY(outcome.refused && outcome.conflict && outcome.outdated);
+            QCOMPARE(outcome.message,
+                     u"Ничего не записано: изменено здесь, а другой программой удалено: g/k, a"_s);
+            QCOMPARE(contentOf(file), QByteArray("b=2\n"));
+        }
+        QVERIFY(document.reload(SettingsChanges::Grown::Keep));
+
+        QCOMPARE(document.changes().goneEntries(), (QStringList{u"g/k"_s, u"a"_s}));
+        QCOMPARE(document.pendingText(), u"Другая программа удалила записи, правки которых ждут: g/k, a. "
+                                         "«Записать» создаст их снова, «Отменить это» оставит удалёнными"_s);
+        QCOMPARE(pending(document), (QStringList{u"b=5"_s, u"gone g/k=mine"_s, u"gone a=mine"_s}));
+        QCOMPARE(treeText(*document.model()), u"b=5"_s);
+        // They are known to be gone: once is enough.
+        write(file, "b=2\nc=4\n");
+        QVERIFY(document.reload());
+        QCOMPARE(document.pendingText(), QString());
+        write(file, "b=2\nc=5\n");
+        QVERIFY(document.submit().written);
+        QCOMPARE(contentOf(file), QByteArray("b=5\nc=5\na=mine\n\n[g]\nk=mine\n"));
+        QVERIFY(document.changes().isEmpty());
+        document.reload();
+        QCOMPARE(treeText(*document.model()), u"g{k=mine} a=mine b=5 c=5"_s);
+    }
+
+    void letsGoOfEditsOfWhatOthersRemoved()
+    {
+        SettingsDocument document;
+        const QString file = open(document, "a=1\nb=2\nc=3\n", true);
+        edit(document, u"a"_s, u"mine"_s);
+        edit(document, u"b"_s, u"mine"_s);
+        const QByteArray others = "c=3\n";
+        write(file, others);
+        QVERIFY(document.reload());
+        QCOMPARE(pending(document), (QStringList{u"gone a=mine"_s, u"gone b=mine"_s}));
+
+        QVERIFY(document.changes().dismiss(0));
+        QCOMPARE(pending(document), QStringList{u"gone b=mine"_s});
+        QVERIFY(document.revert());
+
+        QVERIFY(document.changes().isEmpty());
+        QVERIFY(document.submit().written);
+        QCOMPARE(contentOf(file), others);
+    }
+
+    void editsAgainWhatIsBack()
+    {
+        SettingsDocument document;
+        const QString file = open(document, "a=1\nb=2\n", true);
+        edit(document, u"a"_s, u"mine"_s);
+        write(file, "b=2\n");
+        QVERIFY(document.reload());
+        write(file, "a=theirs\nb=2\n");
+
+        // It was not seen yet.
+        QVERIFY(document.submit().conflict);
+        QVERIFY(document.reload());
+
+        QCOMPARE(pending(document), QStringList{u"a=mine"_s});
+        QVERIFY(document.changes().isEdited(u"a"_s));
+        QCOMPARE(treeText(*document.model()), u"a=mine b=2"_s);
+        QVERIFY(document.submit().written);
+        QCOMPARE(contentOf(file), QByteArray("a=mine\nb=2\n"));
+    }
+
+    void keepsEditsOfWhatIsGoneWhileTheFileIsAway()
+    {
+        SettingsDocument document;
+        const QString file = open(document, "a=1\nb=2\n", true);
+        edit(document, u"a"_s, u"mine"_s);
+        write(file, "b=2\n");
+        QVERIFY(document.reload());
+        QVERIFY(QFile::remove(file));
+
+        QVERIFY(!document.reload());
+        QVERIFY(!document.revert());
+        QCOMPARE(pending(document), QStringList{u"gone a=mine"_s});
+        QVERIFY(document.submit().written);
+
+        QCOMPARE(contentOf(file), QByteArray("b=2\na=mine\n"));
+    }
+
+    void createsNoEntryWhereAnotherHasItsName_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("others");
+        QTest::newRow("a group") << u"a"_s << QByteArray("b=2\n[a]\nk=1\n");
+        QTest::newRow("a key above") << u"g/k"_s << QByteArray("a=1\nb=2\ng=3\n");
+    }
+    void createsNoEntryWhereAnotherHasItsName()
+    {
+        QFETCH(QString, path);
+        QFETCH(QByteArray, others);
+        SettingsDocument document;
+        const QString file = open(document, "a=1\nb=2\n[g]\nk=3\n", true);
+        edit(document, path, u"mine"_s);
+        write(file, others);
+        QVERIFY(document.reload());
+        QCOMPARE(pending(document), QStringList{u"gone "_s + path + u"=mine"_s});
+
+        const SettingsDocument::Outcome outcome = document.submit();
+
+        QVERIFY(outcome.refused && !outcome.conflict);
+        QCOMPARE(outcome.message,
+                 u"Ничего не записано: запись «%1» не создать снова, её имя в файле теперь у "
+                 "группы или ключа"_s.arg(path));
+        QCOMPARE(contentOf(file), others);
+        QCOMPARE(pending(document), QStringList{u"gone "_s + path + u"=mine"_s});
     }
 
     void writesALostFileAnew()
@@ -134,7 +272,7 @@ private Q_SLOTS:
 
         QVERIFY(document.isGone());
         QVERIFY(!document.revert());
-        QCOMPARE(document.reload(), -1);
+        QVERIFY(!document.reload());
         QVERIFY(document.submit().written);
 
         QCOMPARE(contentOf(file), QByteArray("; c\na=5\nb=2\n# d\n"));
