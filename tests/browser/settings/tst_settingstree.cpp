@@ -3,9 +3,11 @@
 
 #include <hostkit/settings/settingschanges.h>
 #include <support/countingmodel.h>
-#include <support/settingsfixtures.h>
+#include <support/settingswindowtest.h>
 
-#include <QRegularExpression>
+#include <QAbstractItemView>
+#include <QClipboard>
+#include <QPointer>
 #include <QTest>
 
 using namespace sito;
@@ -57,13 +59,11 @@ struct Shown
 
 } // namespace
 
-class tst_SettingsTree : public QObject
+class tst_SettingsTree : public SettingsWindowTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
-
     void announcesOnlyRowsWhoseMarksChange()
     {
         Shown shown(1000);
@@ -129,6 +129,163 @@ private Q_SLOTS:
         shown.tree.search(QString());
 
         QCOMPARE(shown.tree.model()->rowCount(), 12);
+    }
+
+    // In the window.
+
+    void refreshesInPlace()
+    {
+        QByteArray content;
+        for (int group = 10; group < 40; ++group)
+            content += "[g" + QByteArray::number(group) + "]\nk=1\nl=2\n";
+        const QString file = makeFile(content);
+        Window w;
+        w.window.openFile(file);
+        w.edit(u"g21/k"_s, u"mine"_s);
+        w.tree->collapse(w.at(u"g12"_s));
+        w.select(u"g20/l"_s);
+        w.tree->scrollTo(w.at(u"g20/l"_s), QAbstractItemView::PositionAtTop);
+        const int place = w.tree->visualRect(w.at(u"g20/l"_s)).top();
+
+        content.replace("[g11]\nk=1\n", "[g11]\n")
+            .replace("[g15]\nk=1\nl=2\n", "")
+            .replace("[g30]\n", "[g30]\nj=0\n");
+        write(file, content);
+        QTRY_COMPARE(w.message->text(), u"Файл изменён другой программой"_s);
+        QVERIFY(w.at(u"g15"_s).isValid());
+        w.press(Qt::Key_F5);
+
+        QCOMPARE(w.message->text(), QString());
+        QVERIFY(!w.at(u"g15"_s).isValid());
+        QVERIFY(!w.at(u"g11/k"_s).isValid());
+        QVERIFY(w.at(u"g30/j"_s).isValid());
+        QVERIFY(!w.tree->isExpanded(w.at(u"g12"_s)));
+        QVERIFY(w.tree->isExpanded(w.at(u"g39"_s)));
+        QCOMPARE(w.tree->currentIndex(), w.at(u"g20/l"_s));
+        QVERIFY(w.tree->selectionModel()->isSelected(w.at(u"g20/l"_s)));
+        QCOMPARE(w.tree->visualRect(w.at(u"g20/l"_s)).top(), place);
+        QCOMPARE(w.pendingTexts(), QStringList{u"Правка|g21/k|1|mine"_s});
+    }
+
+    void keepsGroupsExpandedThatWereAway()
+    {
+        const QString file = makeFile("a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
+        Window w;
+        w.window.openFile(file);
+        w.tree->collapse(w.at(u"g/flat"_s));
+        w.tree->collapse(w.at(u"h"_s));
+        const auto expanded = [&w] {
+            QStringList paths;
+            for (const QString &path : {u"g"_s, u"g/deep"_s, u"g/flat"_s, u"h"_s}) {
+                if (w.tree->isExpanded(w.at(path)))
+                    paths += path;
+            }
+            return paths.join(u' ');
+        };
+        QCOMPARE(expanded(), u"g g/deep"_s);
+
+        w.remove(u"g"_s);
+        w.remove(u"h"_s);
+        QCOMPARE(expanded(), QString());
+        w.action(u"revert"_s)->trigger();
+        QCOMPARE(expanded(), u"g g/deep"_s);
+
+        w.remove(u"g/deep"_s);
+        w.dismiss(0);
+        QCOMPARE(expanded(), u"g g/deep"_s);
+
+        w.search->setFocus();
+        for (const QString &text : {u"nothing at all"_s, QString()}) {
+            w.search->setText(text);
+            w.press(Qt::Key_Return);
+            w.search->setFocus();
+        }
+        QCOMPARE(expanded(), u"g g/deep"_s);
+    }
+
+    void searchesAllColumns_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("tree");
+        QTest::newRow("name") << u"COLO"_s << u"window{colour=#010203}"_s;
+        QTest::newRow("path") << u"window/s"_s << u"window{size=}"_s;
+        QTest::newRow("type") << u"stringlist"_s << u"g{list=a,b}"_s;
+        QTest::newRow("value") << u"hello"_s << u"g{deep{k=Hello world}}"_s;
+        QTest::newRow("text of a value") << u"640 × 4"_s << u"window{size=}"_s;
+        QTest::newRow("group") << u"deep"_s << u"g{deep{k=Hello world}}"_s;
+        QTest::newRow("nothing") << u"none"_s << QString();
+    }
+    void searchesAllColumns()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, tree);
+        const QString file =
+            makeFile("top=1\n[g]\nlist=a, b\ndeep\\k=Hello world\n[window]\nsize=@Size(640 480)\n"
+                     "colour=@Variant(\\0\\0\\0\\x43\\x1\\xff\\xff\\x1\\x1\\x2\\x2\\x3\\x3\\0\\0)\n");
+        Window w;
+        w.window.openFile(file);
+        const QString all = treeText(*w.tree->model());
+
+        w.window.setFocus();
+        w.tree->setFocus();
+        w.press(Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(QApplication::focusWidget(), w.search);
+        QTest::keyClicks(w.search, text.left(1));
+        w.search->setText(text);
+        QCOMPARE(treeText(*w.tree->model()), all); // not yet
+        QTRY_COMPARE(treeText(*w.tree->model()), tree);
+        w.search->clear();
+        w.press(Qt::Key_Return); // at once
+
+        QCOMPARE(treeText(*w.tree->model()), all);
+        QCOMPARE(QApplication::focusWidget(), w.tree);
+    }
+
+    void removesWhatTheSearchHides()
+    {
+        const QString file = makeFile("top=1\n[g]\nfound=1\nother=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.search->setFocus();
+        QTest::keyClicks(w.search, u"found"_s);
+        w.press(Qt::Key_Return);
+        QCOMPARE(treeText(*w.tree->model()), u"g{found=1}"_s);
+
+        w.select(u"g"_s);
+        QVERIFY(w.answer(u"Удалить"_s, [&] { w.press(Qt::Key_Delete); }).contains(u"групп записей: 3."_s));
+
+        QCOMPARE(w.pendingTexts(), QStringList{u"Удаление группы|g||"_s});
+    }
+
+    void searchesWhenTheEditorIsClosed()
+    {
+        const QString file = makeFile("alpha=@Size(1 2)\nbeta=2\n");
+        Window w;
+        w.window.openFile(file);
+        w.type(u"alpha"_s, u"words"_s);
+        QPointer<QWidget> field = QApplication::focusWidget();
+        w.search->setText(u"beta"_s);
+        QTRY_VERIFY(!w.message->text().isEmpty());
+        QCOMPARE(w.tree->model()->rowCount(), 2);
+
+        field->setFocus();
+        w.press(Qt::Key_Escape);
+
+        QTRY_COMPARE(treeText(*w.tree->model()), u"beta=2"_s);
+    }
+
+    void copiesPaths()
+    {
+        const QString file = makeFile("top=1\n[g]\nk=1\n");
+        Window w;
+        w.window.openFile(file);
+        w.select(u"g/k"_s);
+        w.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(QApplication::clipboard()->text(), u"g/k"_s);
+
+        w.tree->selectAll();
+        w.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(QApplication::clipboard()->text().split(u'\n'), (QStringList{u"g"_s, u"g/k"_s, u"top"_s}));
     }
 };
 
