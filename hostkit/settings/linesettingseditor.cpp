@@ -45,7 +45,8 @@ QFont changedFont(QFont font, const QFont &shown, const QFont &chosen)
 
 } // namespace
 
-LineSettingsEditor::LineSettingsEditor(const QVariant &value, QWidget *parent) : SettingsEditor(value, parent)
+LineSettingsEditor::LineSettingsEditor(const QVariant &value, QWidget *parent)
+    : WrittenSettingsEditor(value, parent)
 {
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins({});
@@ -71,30 +72,25 @@ LineSettingsEditor::LineSettingsEditor(const QVariant &value, QWidget *parent) :
     }
 }
 
-void LineSettingsEditor::display(const QVariant &value)
+QString LineSettingsEditor::toText(const QVariant &value) const
 {
-    m_shown = SettingsText::fromValue(value);
-    m_line->setText(m_shown);
+    return SettingsText::fromValue(value);
+}
+
+QString LineSettingsEditor::text() const
+{
+    return m_line->text();
+}
+
+void LineSettingsEditor::setText(const QString &text)
+{
+    m_line->setText(text);
     m_line->selectAll();
     showSample();
 }
 
-void LineSettingsEditor::rebase(const QVariant &value)
+std::optional<QVariant> LineSettingsEditor::fromText(const QString &text, QString *problem) const
 {
-    SettingsEditor::rebase(value);
-    m_shown = SettingsText::fromValue(value);
-}
-
-bool LineSettingsEditor::isChanged() const
-{
-    return m_line->text() != m_shown;
-}
-
-std::optional<QVariant> LineSettingsEditor::value(QString *problem) const
-{
-    if (!isChanged())
-        return m_loaded;
-    const QString text = m_line->text();
     // Not every font can be read from its text.
     if (m_chosen.isValid() && text == SettingsText::fromValue(m_chosen))
         return m_chosen;

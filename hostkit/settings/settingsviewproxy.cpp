@@ -198,48 +198,24 @@ public:
 
     void rowsInserted(const QModelIndex &sourceParent, int first, int last)
     {
-        compare([&] {
-            if (overlapping) {
-                startOver = true;
-                return;
-            }
-            Node *parent = mirror.nodeOf(sourceParent);
-            const QModelIndex place =
-                parent == mirror.root() ? QModelIndex() : sourceParent.siblingAtColumn(0);
-            const int count = last - first + 1;
-            if (!parent || count < 1 || q->sourceModel()->rowCount(place) != parent->rows() + count) {
-                startOver = true;
-                return;
-            }
-            updateUpwards(parent, place);
-            // A row told of behind the end was appended.
-            if (!startOver)
+        const int count = last - first + 1;
+        rowsChanged(sourceParent, count, [&](Node *parent, const QModelIndex &place) {
+            // A row that is announced behind the end was appended.
+            if (count > 0)
                 insert(parent, place, std::clamp(first, 0, parent->rows()), count);
+            else
+                startOver = true;
         });
-        end();
     }
 
     void rowsRemoved(const QModelIndex &sourceParent, int first, int last)
     {
-        compare([&] {
-            if (overlapping) {
-                startOver = true;
-                return;
-            }
-            Node *parent = mirror.nodeOf(sourceParent);
-            const QModelIndex place =
-                parent == mirror.root() ? QModelIndex() : sourceParent.siblingAtColumn(0);
-            // None for the empty range that tells of an entry above its place.
-            const int count = std::max(last - first + 1, 0);
-            if (!parent || q->sourceModel()->rowCount(place) != parent->rows() - count) {
-                startOver = true;
-                return;
-            }
-            updateUpwards(parent, place);
-            if (!startOver && count > 0)
+        // None for the empty range that announces an entry above its place.
+        const int count = std::max(last - first + 1, 0);
+        rowsChanged(sourceParent, -count, [&](Node *parent, const QModelIndex &) {
+            if (count > 0)
                 remove(parent, first, count);
         });
-        end();
     }
 
     void reset()
@@ -320,6 +296,24 @@ public:
     std::vector<QMetaObject::Connection> connections;
 
 private:
+    /// The source has \a added rows more below \a sourceParent. Calls \a follow for that unless everything
+    /// has to be compared.
+    template <typename Follow>
+    void rowsChanged(const QModelIndex &sourceParent, int added, Follow follow)
+    {
+        compare([&] {
+            Node *parent = overlapping ? nullptr : mirror.nodeOf(sourceParent);
+            const QModelIndex place =
+                !parent || parent == mirror.root() ? QModelIndex() : sourceParent.siblingAtColumn(0);
+            startOver = !parent || q->sourceModel()->rowCount(place) != parent->rows() + added;
+            if (!startOver)
+                updateUpwards(parent, place);
+            if (!startOver)
+                follow(parent, place);
+        });
+        end();
+    }
+
     void end()
     {
         changing = std::max(changing - 1, 0);

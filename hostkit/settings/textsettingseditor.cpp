@@ -30,7 +30,8 @@ bool needsEscapes(const QString &text)
 
 } // namespace
 
-TextSettingsEditor::TextSettingsEditor(const QVariant &value, QWidget *parent) : SettingsEditor(value, parent)
+TextSettingsEditor::TextSettingsEditor(const QVariant &value, QWidget *parent)
+    : WrittenSettingsEditor(value, parent)
 {
     setFrameStyle(QFrame::StyledPanel);
     auto *layout = new QHBoxLayout(this);
@@ -52,17 +53,14 @@ TextSettingsEditor::TextSettingsEditor(const QVariant &value, QWidget *parent) :
 void TextSettingsEditor::display(const QVariant &value)
 {
     m_escaped = needsEscapes(value.toString());
-    m_shown = m_escaped ? SettingsText::escaped(value.toString()) : value.toString();
-    m_text->setPlainText(m_shown);
-    m_text->selectAll();
+    WrittenSettingsEditor::display(value);
     m_text->setToolTip(m_escaped ? tr("В тексте есть управляющие символы: они записаны как \\n, \\r, \\u0000")
                                  : tr("Enter - готово, Shift+Enter - новая строка"));
 }
 
-void TextSettingsEditor::rebase(const QVariant &value)
+QString TextSettingsEditor::toText(const QVariant &value) const
 {
-    SettingsEditor::rebase(value);
-    m_shown = m_escaped ? SettingsText::escaped(value.toString()) : value.toString();
+    return m_escaped ? SettingsText::escaped(value.toString()) : value.toString();
 }
 
 QString TextSettingsEditor::text() const
@@ -71,18 +69,17 @@ QString TextSettingsEditor::text() const
     return m_text->document()->toRawText().replace(QChar::ParagraphSeparator, u'\n');
 }
 
-bool TextSettingsEditor::isChanged() const
+void TextSettingsEditor::setText(const QString &text)
 {
-    return text() != m_shown;
+    m_text->setPlainText(text);
+    m_text->selectAll();
 }
 
-std::optional<QVariant> TextSettingsEditor::value(QString *problem) const
+std::optional<QVariant> TextSettingsEditor::fromText(const QString &text, QString *problem) const
 {
-    if (!isChanged())
-        return m_loaded;
     if (!m_escaped)
-        return QVariant(text());
-    const std::optional<QString> plain = SettingsText::unescaped(text());
+        return QVariant(text);
+    const std::optional<QString> plain = SettingsText::unescaped(text);
     if (plain)
         return QVariant(*plain);
     *problem = tr("После «\\» пишется n, r, t, ещё одна «\\» или u и четыре шестнадцатеричные цифры");
