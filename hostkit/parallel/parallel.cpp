@@ -27,7 +27,7 @@ public:
     {
     }
 
-    /// Does what there is to do, together with the others.
+    /// Takes parts of the work, together with the other threads, until none is left.
     void work() noexcept
     {
         try {
@@ -99,7 +99,7 @@ void parallel::forEach(const Context &context, size_t count, const std::function
             for (size_t i = 1; i < threads && pool->tryStart([share] { share->help(); }); ++i) {
             }
         } catch (const std::bad_alloc &) {
-            // Those that there are do the work.
+            // The threads that exist do the work.
         }
         share->work();
         share->finish();

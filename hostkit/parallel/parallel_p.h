@@ -16,10 +16,10 @@ namespace sito {
 namespace parallel {
 
 /// Calls \a work with the numbers 0 to \a count - 1, each once, in the calling thread and in as many others
-/// as the context allows and the pool has to spare, and returns when all calls have. Never waits for a thread
-/// of the pool: the calling thread does what no other has begun. What a call throws is thrown here, the first
-/// one of several, and the rest is left out then. Throws Stopped when the stop was requested before all was
-/// done.
+/// as the context allows and the pool has free. Returns when all calls have returned. Never waits for a
+/// thread of the pool: the calling thread does what no other has begun. When calls throw, throws the first
+/// exception and leaves out the calls not yet begun. Throws Stopped when the stop was requested before the
+/// end.
 void forEach(const Context &context, size_t count, const std::function<void(size_t)> &work);
 
 /// As forEach(), over the elements 0 to \a size - 1 in ranges of at most \a chunk: \a work gets the first

@@ -7,14 +7,14 @@ namespace sito {
 
 namespace parallel {
 
-/// Requests the stop of work that has its token(). A copy is the same source; may be used from any thread.
-/// The stop is not requested by the destructor.
+/// Requests the stop of work that has its token(). A copy is the same source. May be used from any thread.
+/// The destructor does not request the stop.
 class HOSTKIT_EXPORT StopSource
 {
 public:
     StopSource() : m_token(std::make_shared<StopToken::State>()) {}
 
-    /// Also wakes those who wait on the token.
+    /// Also wakes the threads that wait on the token.
     void requestStop() const;
     bool isStopRequested() const { return m_token.isStopRequested(); }
     const StopToken &token() const { return m_token; }

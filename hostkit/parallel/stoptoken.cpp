@@ -21,7 +21,7 @@ void parallel::StopToken::wake() const
 {
     if (!m_state)
         return;
-    // Whoever has just found nothing changed is waiting after this, and not before.
+    // A thread that has just found nothing changed waits by the time this lock is taken.
     const std::lock_guard lock(m_state->mutex);
     m_state->changed.notify_all();
 }

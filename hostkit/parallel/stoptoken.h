@@ -13,8 +13,8 @@ namespace sito {
 
 namespace parallel {
 
-/// Tells work in a thread that it is to stop, once its StopSource says so. A copy tells the same; may be used
-/// from any thread. One that is made by itself never stops anything.
+/// Tells work in a thread whether to stop, as requested from its StopSource. Copies share the source. May be
+/// used from any thread. A default-constructed token never stops anything.
 class HOSTKIT_EXPORT StopToken
 {
 public:
@@ -29,7 +29,7 @@ public:
     /// Blocks until \a isDone answers true or the stop is requested; returns the last answer of \a isDone. It
     /// is asked again after each wake(). Only if canStop().
     bool wait(const std::function<bool()> &isDone) const;
-    /// Wakes those who wait on this token. To be called after something has changed for which they wait.
+    /// Wakes the threads that wait on this token. Call it after what they wait for has changed.
     void wake() const;
 
 private:

@@ -29,7 +29,7 @@ struct Request
     enum State { Waiting, Running, Done, GivenUp };
 
     std::atomic<State> state = Waiting;
-    /// Belongs to the caller, and is there until the state is GivenUp or Done.
+    /// Owned by the caller; valid until the state is GivenUp or Done.
     const std::function<void()> *work = nullptr;
     std::exception_ptr error;
     parallel::StopToken stop;
@@ -61,7 +61,7 @@ public:
         }
     }
 
-    /// Waits until the table is no longer used for those who have given up; not for long, though.
+    /// Waits, but not for long, until no thread uses the table for calls that have given up.
     void leave(const Table &table)
     {
         std::unique_lock lock(m_mutex);
@@ -84,7 +84,7 @@ private:
         return request->state.load() != Request::GivenUp;
     }
 
-    /// In a thread of its own, until nobody wants the lock of \a table any more.
+    /// Runs in a thread of its own, until no call waits for the lock of \a table.
     void serve(const Table &table) noexcept
     {
         while (isAnyWanted(table)) {
@@ -127,7 +127,7 @@ private:
         return false;
     }
 
-    /// The next one that waits, which runs now; null when all have given up.
+    /// The next call that waits, now marked as running; null when all have given up.
     std::shared_ptr<Request> take(const Table &table)
     {
         const std::lock_guard lock(m_mutex);
@@ -165,7 +165,7 @@ void parallel::underLock(const Table &table, const StopToken &stop, const std::f
         Waiters::instance().leave(table);
         throw Stopped();
     }
-    // The work knows by itself that it is to stop.
+    // The work looks at the token itself.
     request->state.wait(Request::Running);
     if (request->error)
         std::rethrow_exception(std::exchange(request->error, nullptr));

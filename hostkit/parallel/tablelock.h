@@ -12,18 +12,18 @@ namespace sito {
 
 namespace parallel {
 
-/// Calls \a work while the lock of \a table is held, and throws what it throws; waits for both, but for the
-/// lock no longer than until \a stop is requested: then it throws Stopped, and \a work is not called.
+/// Calls \a work while the lock of \a table is held, waits for it, and throws what it throws. If \a stop is
+/// requested before the lock is obtained, throws Stopped without calling \a work.
 ///
 /// \a work runs in another thread, which owns the lock and so may lock again. The calling thread must not own
-/// the lock. Throws std::bad_alloc when there is no thread to be had.
+/// the lock. Throws std::bad_alloc when no thread can be started.
 ///
-/// **Lifetime.** Nobody can call a thread back from Table::lock(): one whose work was stopped meanwhile stays
-/// there until whoever has the lock lets go of it, then lets go of it at once and returns to the pool. There
-/// is at most one for each table, which then serves those who asked in the meantime. It refers to nothing but
-/// the table. A stopped call gives it a tenth of a second to leave, which it does at once unless the lock is
-/// in other hands for longer. So who deletes a table that was locked for long while work over it was stopped,
-/// calls waitForWaiters() before.
+/// **Lifetime.** Table::lock() cannot be interrupted. A thread whose work was stopped meanwhile stays in it
+/// until the lock is released, then releases the lock at once and returns to the pool. There is at most one
+/// such thread for each table; it serves those who asked in the meantime. It refers to nothing but the table.
+/// A stopped call waits up to a tenth of a second for the thread to leave, which is enough unless another
+/// thread holds the lock for longer. Therefore, before you delete a table that was locked for long while work
+/// over it was stopped, call waitForWaiters().
 HOSTKIT_EXPORT void underLock(const Table &table, const StopToken &stop, const std::function<void()> &work);
 
 /// Blocks until no thread of this library waits for the lock of \a table or holds it. The calling thread must

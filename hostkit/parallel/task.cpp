@@ -49,23 +49,23 @@ struct parallel::Task::Run
     bool isFinished = false;
 };
 
-/// What outlives the Task for as long as a thread is about to return.
+/// What outlives the Task until the last thread has returned.
 struct parallel::Task::Shared
 {
-    /// In the thread. Must not throw, whatever happens.
+    /// Called in the thread. Must not throw.
     void finish(Run &run) noexcept
     {
         std::unique_lock lock(mutex);
         run.isFinished = true;
         finished.notify_all();
-        // The run is the Task's again. Where there is no memory for the event now, there will be.
+        // The run belongs to the Task again. Repeat until there is memory for the event.
         while (receiver && !post())
             finished.wait_for(lock, nextAttempt);
     }
 
     std::mutex mutex;
     std::condition_variable finished;
-    /// Null when nobody is to be told any more. Guarded by the mutex.
+    /// Null when nothing is to be reported any longer. Guarded by the mutex.
     QObject *receiver = nullptr;
 
 private:
@@ -84,7 +84,7 @@ struct parallel::Task::Private
 {
     const std::shared_ptr<Shared> shared = std::make_shared<Shared>();
     std::unique_ptr<Run> current;
-    /// Those that were superseded or report to nobody.
+    /// Those that were superseded or report nothing.
     std::vector<std::unique_ptr<Run>> others;
     QBasicTimer timer;
     int reported = -1;
@@ -126,8 +126,8 @@ void parallel::Task::start(Work work, Done done, Failed failed)
     run->work = std::move(work);
     run->done = std::move(done);
     run->failed = std::move(failed);
-    // Whatever may fail comes before the thread begins. There is always room for the current work among
-    // others.
+    // Everything that may throw comes before the thread starts. The list of the others always has room for
+    // the current work.
     d->others.reserve(d->others.size() + 2);
     d->timer.start(progressInterval, this);
     launch(*run);
@@ -142,7 +142,7 @@ void parallel::Task::startAside(std::function<void()> work)
         auto run = std::make_unique<Run>();
         run->work = [&work = run->aside](const Context &) {
             work();
-            // What it holds is deleted here and not where the run is.
+            // Deletes what it holds in the worker, not in the thread that deletes the run.
             work = nullptr;
         };
         d->others.reserve(d->others.size() + 2);
@@ -217,7 +217,7 @@ void parallel::Task::timerEvent(QTimerEvent *event)
     }
 }
 
-/// Takes in what has ended. The last thing it does is to report, since the report may delete this object.
+/// Handles work that has ended. Reports last, because the report may delete this object.
 void parallel::Task::collect()
 {
     std::unique_ptr<Run> run;

@@ -19,29 +19,30 @@ namespace parallel {
 
 /// Work that runs in a thread of the pool for an object of the GUI, and reports to it through its event loop.
 ///
-/// One piece of work at a time is the current one: start() supersedes the one before, which is told to stop
-/// and reports nothing more. Superseded work ends in its own time, beside the current one; what one of them
-/// was given is deleted in the thread of the Task, never in its own.
+/// One piece of work at a time is current: start() supersedes the one before, which is asked to stop and no
+/// longer reports. Superseded work may still run beside the current work for a while. What was passed to
+/// start() is deleted in the thread of the Task.
 ///
-/// Made, used and deleted in one thread that has an event loop.
+/// Created, used and deleted in one thread that has an event loop.
 class HOSTKIT_EXPORT Task : public QObject
 {
     Q_OBJECT
 public:
-    /// Called in the thread, with the threads among whom it may split itself, the stop and the progress.
+    /// Called in the thread, with the number of threads over which it may split itself, the stop and the
+    /// progress.
     using Work = std::function<void(const Context &)>;
     using Done = std::function<void()>;
     using Failed = std::function<void(const std::exception_ptr &)>;
 
     explicit Task(QObject *parent = nullptr);
-    /// Tells all work to stop and waits for it. Nothing is reported any more.
+    /// Asks all work to stop and waits for it. Nothing is reported afterwards.
     ~Task() override;
 
-    /// Calls \a work in a thread of the pool, at once, and then, in the thread of this object, exactly one of
-    /// \a done and \a failed, unless the work was superseded or cancelled meanwhile: \a failed with what
-    /// \a work threw, Stopped included. The report may start the next work, and may delete this object.
+    /// Calls \a work in a thread of the pool, at once. Then calls exactly one of \a done and \a failed in the
+    /// thread of this object, unless the work was superseded or cancelled meanwhile. \a failed gets what
+    /// \a work threw, Stopped included. Both may start the next work and may delete this object.
     ///
-    /// Throws std::bad_alloc; then the current work goes on.
+    /// Throws std::bad_alloc; then the current work continues.
     void start(Work work, Done done, Failed failed);
     /// As above; \a done gets what \a work returned.
     template <typename Result>
@@ -53,22 +54,22 @@ public:
               [done = std::move(done), result] { done(*std::move(*result)); }, std::move(failed));
     }
     /// Calls \a work in a thread of the pool, beside the current work, and reports nothing. It must not
-    /// throw. Calls it here and now when there is not memory enough for a thread.
+    /// throw. Calls it in the calling thread when there is not enough memory for a thread.
     void startAside(std::function<void()> work);
 
-    /// Tells the current work to stop; it reports what comes of that, Stopped as a rule.
+    /// Asks the current work to stop; it reports what follows, as a rule Stopped.
     void requestStop();
-    /// Tells the current work to stop; it will report nothing.
+    /// Asks the current work to stop; it will report nothing.
     void cancel();
     /// Whether there is work that will report.
     bool isRunning() const;
-    /// Blocks until the current work has ended, if any, and has it report before it returns.
+    /// Blocks until the current work, if any, has ended and reported.
     void wait();
-    /// How far the current work is, 0 to 100; -1 when there is none.
+    /// The progress of the current work, 0 to 100; -1 when there is none.
     int percent() const;
 
 Q_SIGNALS:
-    /// Emitted every tenth of a second in which the current work has come further; 0 to 100.
+    /// Emitted at most every tenth of a second, when the progress of the current work has changed; 0 to 100.
     void progressed(int percent);
 
 protected:

@@ -10,7 +10,8 @@ namespace sito {
 namespace parallel {
 
 /// The pool from which all threads of this library come: the one that was set, or a pool of the library's own
-/// with a thread for each core. It is not Qt's global one, in which work of the host may stand in the way.
+/// with a thread for each core. The library does not use Qt's global pool, where work of the host may block
+/// it.
 HOSTKIT_EXPORT QThreadPool *threadPool();
 
 /// Makes \a pool the one from which threads come; null for the library's own. It is not owned, and must live

@@ -297,7 +297,7 @@ QList<int> numbers(QStringView arguments, qsizetype count)
     return result.size() == count ? result : QList<int>();
 }
 
-/// What the text of one item says.
+/// The value of the text of one item.
 QVariant itemValue(const QString &text)
 {
     if (!text.startsWith(u'@'))

@@ -10,14 +10,14 @@
 
 namespace sito {
 
-/// The texts of an INI file in the form that QSettings gives them and reads: byte for byte what it writes,
-/// and the same answer for everything that it reads, whatever stands there.
+/// Reads and writes the texts of an INI file as QSettings does: it writes the same bytes, and reads the same
+/// value from every text.
 class HOSTKIT_EXPORT IniCodec
 {
 public:
     /// The name of a key as it stands in a file: "a b/c" is `a%20b\c`.
     static QByteArray keyText(const QString &key);
-    /// The key that \a text names. Every text names one.
+    /// The key that \a text names. Every text names a key.
     static QString key(QByteArrayView text);
 
     /// The head of the section \a section, a first part of paths, or of what has none when it is empty:
@@ -30,7 +30,7 @@ public:
     /// The text of \a value. A type without a text of its own is written as QDataStream does it.
     static QByteArray valueText(const QVariant &value);
     /// The value of \a text: a text, a list of texts, or what an "@Type(…)" says. Invalid for values that
-    /// cannot be read, such as those of types that this program has not.
+    /// cannot be read, for example those of types that this program does not have.
     static QVariant value(QByteArrayView text);
 };
 

@@ -117,8 +117,8 @@ QStringList IniFile::conflicts(const QList<SettingsChange> &changes,
         QStringList held;
         std::copy_if(paths.begin(), paths.end(), std::back_inserter(held),
                      [&](const QString &path) { return change.concerns(path); });
-        // Whether something of it is gone from the file. All of it gone is what a removal wants, and what is
-        // known of an entry that is to be created again.
+        // Whether some of it is gone from the file. If all of it is gone, a removal has nothing left to do,
+        // and an entry to be created again is known to be gone.
         bool differs = held.isEmpty() && !change.removal && !change.gone;
         if (change.removal && !held.isEmpty()) {
             for (auto it = known.begin(); it != known.end() && !differs; ++it)
@@ -168,7 +168,7 @@ QString IniFile::write(const QList<SettingsChange> &changes)
             removed.removeAll(change.path);
         }
     }
-    // What reads as is wanted stays as it is written.
+    // A text that already reads as the new value stays as it is.
     values.removeIf([this](QMap<QString, QVariant>::iterator entry) {
         const QVariant now = m_text.value(entry.key());
         return now.isValid() && isSameSettingsValue(now, IniCodec::value(IniCodec::valueText(entry.value())));
@@ -183,12 +183,12 @@ QString IniFile::write(const QList<SettingsChange> &changes)
     return {};
 }
 
-/// Unless it has become another one since it was read.
+/// Writes \a content, unless the file has changed since it was read.
 QString IniFile::replace(const QByteArray &content) const
 {
     const QDateTime before = QFileInfo(m_name).lastModified();
     QDir().mkpath(QFileInfo(m_name).absolutePath());
-    // The one that QSettings takes.
+    // The lock that QSettings takes.
     QLockFile lock(m_name + u".lock"_s);
     if (!lock.tryLock(lockWait) && lock.error() == QLockFile::LockFailedError)
         return tr("файл «%1» занят другой программой").arg(m_shown);
@@ -200,7 +200,7 @@ QString IniFile::replace(const QByteArray &content) const
     QSaveFile file(m_name);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit())
         return tr("не удалось записать «%1»: %2").arg(m_shown, file.errorString());
-    // QSettings reads a file again only when its size or time is another one.
+    // QSettings reads a file again only when its size or time has changed.
     if (before.isValid() && QFileInfo(m_name).lastModified() == before && now.open(QIODevice::ReadOnly))
         now.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
     return {};

@@ -13,8 +13,8 @@
 
 namespace sito {
 
-/// The text of an INI file, taken apart into the lines that QSettings reads, so that single entries can be
-/// replaced while everything else stays as it is, byte for byte.
+/// The text of an INI file, split into the lines that QSettings reads. Single entries can be replaced;
+/// everything else stays as it is, byte for byte.
 class HOSTKIT_EXPORT IniText
 {
 public:
@@ -54,14 +54,14 @@ public:
     bool contains(const QString &path) const { return m_entries.contains(path); }
     /// The value of \a path; invalid when there is none or it cannot be read.
     QVariant value(const QString &path) const;
-    /// Whether a group or key has no name, or a name is group and key at once. What goes by names would mix
-    /// up such entries.
+    /// Whether a group or key has no name, or a name is both group and key. Code that finds entries by name
+    /// would confuse them.
     bool isAmbiguous() const;
 
     /// The same without the entries of the paths \a removed and with the \a values, by path, in the form that
     /// QSettings gives them. A new entry comes last in its section, a new section last in the text. A section
-    /// that has lost all its entries goes, if nothing else is in it. Null if the result would not read as is
-    /// wanted.
+    /// that has lost all its entries is removed, if nothing else is in it. Null if the result would not read
+    /// as requested.
     QByteArray changed(const QStringList &removed, const QMap<QString, QVariant> &values) const;
 
 private:

@@ -28,7 +28,7 @@ private:
 
     QLineEdit *m_line;
     QToolButton *m_button = nullptr;
-    /// Chosen in the dialog. The line shows its text, which may not tell all of it.
+    /// Chosen in the dialog. The line shows its text, which may leave out a part of it.
     QVariant m_chosen;
 };
 

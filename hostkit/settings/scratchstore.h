@@ -13,8 +13,8 @@ namespace sito {
 
 /// A settings store over a temporary copy of some content, deleted with this object.
 ///
-/// All stores over one file share, within a process, what one of them read or was given, so that a look at a
-/// file through a second store changes what the first one holds. A private copy shares nothing.
+/// Within a process, all stores over one file share what one of them has read or written. Reading the file
+/// through a second store therefore changes what the first one holds. A temporary copy shares nothing.
 class HOSTKIT_EXPORT ScratchStore
 {
 public:

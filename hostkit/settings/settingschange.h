@@ -14,7 +14,7 @@ struct SettingsChange
     bool group = false;   ///< whether the removed entry is a group
     QVariant oldValue;    ///< the store's; none for groups
     QVariant newValue;    ///< the wanted one; none for removals
-    bool gone = false;    ///< whether the edited entry is not in the store any more: a write creates it again
+    bool gone = false;    ///< whether the edited entry is gone from the store: a write creates it again
 
     /// Whether the entry of \a other is changed.
     bool concerns(const QString &other) const

@@ -83,7 +83,7 @@ struct Paths
     QSet<QString> groups;
 };
 
-/// Lets a model be changed without a word to its store, whatever its strategy.
+/// Keeps the model from writing to its store while it is changed, whatever its strategy.
 class Unwatched
 {
 public:
@@ -168,7 +168,7 @@ void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last
     }
 }
 
-/// What the model holds now was just read from the store.
+/// Remembers what the model holds, which was just read from the store.
 void SettingsChanges::takeBase()
 {
     visitRows(*m_model, [this](const QModelIndex &index, const QString &path) {
@@ -193,7 +193,7 @@ SettingsChanges::StoreState SettingsChanges::storeState() const
 
 void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight)
 {
-    // A merge tells of whole rows, with what it read.
+    // A merge announces whole rows, with what it read.
     if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
         m_diff.know(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
     const QSettings *store = m_model->settings();
@@ -206,7 +206,7 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
     followEdit(topLeft);
 }
 
-/// Looks at no other row: the cost does not grow with the model.
+/// Follows the edit of \a cell. Looks at no other row, so that the cost does not grow with the model.
 void SettingsChanges::followEdit(const QModelIndex &cell)
 {
     const QModelIndex row = cell.siblingAtColumn(0);
@@ -219,7 +219,7 @@ void SettingsChanges::followEdit(const QModelIndex &cell)
     const QList<int> place = placeOf(cell);
     const auto position = std::lower_bound(m_places.begin(), m_places.end(), place);
     const bool isListed = position != m_places.end() && *position == place;
-    // The other one of two rows of the same path.
+    // Two rows have this path.
     if (isListed != m_edited.contains(change.path)) {
         synchronize();
         return;
@@ -278,10 +278,10 @@ void SettingsChanges::synchronize()
         rows);
 }
 
-/// Makes \a now the list, of a model that has \a rows.
+/// Makes \a now the list. The model has \a rows.
 void SettingsChanges::publish(const QList<Change> &now, const Rows &rows)
 {
-    // Also of a list that is the same: rows may have come and gone above the edited ones.
+    // Even if the list stays the same: rows above the edited ones may have come or gone.
     m_places.clear();
     for (const Change &change : now) {
         if (!change.removal && !change.gone)
@@ -343,7 +343,7 @@ void SettingsChanges::apply(const QList<Change> &changes)
             index.isValid() &&
             (change.removal ? m_model->removeRow(index.row(), index.parent())
                             : m_model->setData(index.siblingAtColumn(valueColumn), change.newValue));
-        // What was to be removed and is gone is no loss.
+        // An entry that should be removed and is gone needs nothing.
         if (done || change.removal)
             continue;
         if (!change.gone)
@@ -363,7 +363,7 @@ bool SettingsChanges::dismiss(int row)
     // The store may have been read while the file was away.
     if (change.removal && !Paths(*m_model->settings()).contains(change.path, change.group))
         m_model->settings()->sync();
-    // What is not listed yet would not be made again.
+    // Changes that are not listed yet would be lost.
     synchronize();
     m_grown.clear();
     m_gone.clear();
@@ -372,7 +372,7 @@ bool SettingsChanges::dismiss(int row)
     } else {
         const QScopedValueRollback working(m_working, true);
         if (change.removal) {
-            // The model restores all or nothing: the others are made again.
+            // The model restores all or nothing, so the other changes are applied again.
             QList<Change> others = m_changes;
             others.removeIf([&](const Change &other) {
                 return other.removal && other.path == change.path && other.group == change.group;
@@ -391,12 +391,12 @@ bool SettingsChanges::dismiss(int row)
     return true;
 }
 
-/// Makes the model what the store is in memory.
+/// Makes the model equal to what the store holds in memory.
 void SettingsChanges::merge()
 {
     const Unwatched unwatched(*m_model);
     const Paths stored(*m_model->settings());
-    // The model would cut rows from the ends of levels in their stead.
+    // The model would remove rows at the ends of levels instead of these.
     QList<QPersistentModelIndex> vanished;
     visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         const bool nameless = index.data().toString().isEmpty();

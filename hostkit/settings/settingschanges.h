@@ -18,21 +18,21 @@ class SettingsModel;
 
 namespace sito {
 
-/// What a SettingsModel holds and its store does not yet: the edits and removals that wait for submitAll(),
-/// as a list that views show and of which each can be dismissed alone.
+/// The pending changes of a SettingsModel: edits and removals that wait for submitAll(). A list for views;
+/// each change can be dismissed alone.
 ///
-/// Found by comparing, see SettingsDiff; with `OnFieldChange` the list is empty. The store must have no
-/// current group.
+/// Changes are found by comparison, see SettingsDiff. With `OnFieldChange` the list is empty. The store must
+/// have no current group.
 ///
 /// **When the file is gone**
-/// A store whose file was deleted or spoilt meanwhile reads as an empty one, and a model that follows it
-/// loses all rows and all that is pending. So what has to read the store looks at storeState() first, does
-/// nothing unless that is `Readable`, and says so by its result; the list stays as it is. Hosts tell the user
-/// then, and look at storeState() themselves before they call SettingsModel::revertAll() or refresh().
-/// submitAll() with a following QSettings::sync() writes a missing file anew.
+/// A store whose file was deleted or overwritten with something else reads as empty, and a model that follows
+/// it loses all rows and all pending changes. Functions here that read the store therefore check storeState()
+/// first. Unless it is `Readable`, they change nothing and return false. Hosts then tell the user, and check
+/// storeState() themselves before they call SettingsModel::revertAll() or refresh(). submitAll() followed by
+/// QSettings::sync() creates a missing file again.
 ///
-/// The list follows single edits at once and everything else with the event loop; synchronize() does it at
-/// once. Neither model nor store are owned; nothing here writes to the store.
+/// The list follows a single edit at once, without a look at other rows, and everything else with the event
+/// loop; synchronize() follows at once. Does not own model or store. Does not write to the store.
 class HOSTKIT_EXPORT SettingsChanges : public QAbstractTableModel
 {
     Q_OBJECT
@@ -43,20 +43,20 @@ public:
     enum Column { KindColumn, PathColumn, OldColumn, NewColumn, ColumnCount };
 
     enum class StoreState {
-        Readable,  ///< also a store whose file is still to come, or that has none
-        Missing,   ///< the file was there, and is not any more
+        Readable,  ///< also a store whose file never existed
+        Missing,   ///< the file existed and was deleted
         Unreadable ///< the file cannot be opened or is not of the store's format
     };
 
-    /// What becomes of the removal of a group that has grown, see grownGroups().
+    /// What happens to the removal of a group that has grown, see grownGroups().
     enum class Grown {
         Drop, ///< it is dropped
-        Keep  ///< it stays pending: the user was told of what it removes now
+        Keep  ///< it stays pending: the user was told what it removes now
     };
 
     explicit SettingsChanges(QObject *parent = nullptr);
 
-    /// The model to be watched, or null. Removals are known from now on.
+    /// Observes \a model, or nothing when it is null. Removals made before are not known.
     void setModel(SettingsModel *model);
     SettingsModel *model() const;
 
@@ -69,18 +69,18 @@ public:
     /// The number of removals right below the group \a path.
     int removalsIn(const QString &path) const { return m_removalsIn.value(path); }
 
-    /// The value of each key as it was last known to be the store's, by path; pending changes do not change
-    /// it. Groups have invalid ones.
+    /// The value of each key that was last known to be the store's, by path. Pending changes do not change
+    /// it. Groups have invalid values.
     const QHash<QString, QVariant> &known() const { return m_diff.known(); }
 
-    /// Looks at the store's file as it is now, without a change to what the store holds.
+    /// The state of the store's file now. Does not change what the store holds.
     StoreState storeState() const;
 
     /// Undoes the change at \a row and no other. Needs `OnManualSubmit` and a model that is not read-only. An
-    /// edit gets back the value last known to be the store's, whatever storeState() is; for a removal that
-    /// has to be `Readable`. Does not read the file again. Another change may become one of an entry that is
-    /// gone, see goneEntries(), or be dropped, see grownGroups(). Returns false, with nothing changed, when
-    /// refused.
+    /// edited key gets the value last known to be the store's, whatever storeState() is. For a removal,
+    /// storeState() must be `Readable`. Does not read the file again. Another edit may turn out to be of an
+    /// entry that is gone, see goneEntries(), and another removal may be dropped, see grownGroups(). Returns
+    /// false, with nothing changed, when refused.
     bool dismiss(int row);
     /// Undoes all changes, as SettingsModel::revertAll() does, but correctly in one call, see refresh().
     /// Needs the same as dismiss(). Returns false, with nothing changed, when refused.

@@ -87,9 +87,9 @@ void SettingsDelegate::setModelData(QWidget *editor, QAbstractItemModel *model,
     if (!own)
         return;
     QString problem;
-    // A view that moves its current index asks for a refused one, too.
+    // A view that moves its current index also asks for a refused value.
     const std::optional<QVariant> value = own->newValue(&problem);
-    // An edit of what is there already would be a change to no effect.
+    // Setting the value that is there already would change nothing.
     if (!value || isSameSettingsValue(*value, settingsValue(index)))
         return;
     if (!model->setData(index, *value, Qt::EditRole))

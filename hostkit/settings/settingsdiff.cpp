@@ -9,7 +9,7 @@ namespace sito {
 
 namespace {
 
-/// Whether \a read is \a known, or what a file that holds it as a text gives back of it.
+/// Whether \a read is \a known, or what is read from a file that holds \a known as a text.
 bool isKnown(const QVariant &read, const QVariant &known)
 {
     const bool isList = known.typeId() == QMetaType::QStringList || known.typeId() == QMetaType::QVariantList;
@@ -72,7 +72,7 @@ bool SettingsDiff::isEdit(const QString &path, const QVariant &now, const QVaria
         know(path, now);
         return false;
     }
-    // A value that differs only because another program changed the store's was not.
+    // A value that differs only because another program changed the store's was not edited.
     return !isSameSettingsValue(now, m_known.value(path));
 }
 
@@ -87,7 +87,7 @@ QList<SettingsChange> SettingsDiff::changes(const QList<Entry> &entries, const V
             groups.insert(entry.path);
             continue;
         }
-        // The second one of a name that was group and key is a stale one.
+        // Of a name that was group and key, the second row is stale.
         if (keys.contains(entry.path))
             continue;
         keys.insert(entry.path);
@@ -104,7 +104,7 @@ QList<SettingsChange> SettingsDiff::changes(const QList<Entry> &entries, const V
     m_removals.removeIf(
         [&](const SettingsChange &change) { return (change.group ? groups : keys).contains(change.path); });
     forgetVanished(stored, isReadable);
-    // What was removed with the group around it is no removal of its own any more.
+    // What was removed with the group around it is no longer a removal of its own.
     const QList<SettingsChange> all = m_removals;
     m_removals.removeIf([&](const SettingsChange &change) {
         return std::any_of(all.begin(), all.end(), [&](const SettingsChange &other) {
@@ -116,14 +116,14 @@ QList<SettingsChange> SettingsDiff::changes(const QList<Entry> &entries, const V
     return result + m_gone + m_removals;
 }
 
-/// Forgets the removals of what the store has no more.
+/// Forgets the removals of entries that the store no longer has.
 void SettingsDiff::forgetVanished(const Values &stored, const std::function<bool()> &isReadable)
 {
     const QSet<QString> groups = groupsOf(stored.keys());
     const auto isGone = [&](const SettingsChange &change) {
         return change.group ? !groups.contains(change.path) : !stored.contains(change.path);
     };
-    // A store that could not be read says nothing of what is in it.
+    // A store that could not be read does not tell what it holds.
     if (std::none_of(m_removals.begin(), m_removals.end(), isGone) || !isReadable())
         return;
     m_known.removeIf([&](Values::iterator entry) {

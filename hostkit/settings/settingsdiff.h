@@ -15,13 +15,13 @@
 
 namespace sito {
 
-/// Tells the changes of somebody who edits a copy of a store from those that others make in the store
-/// meanwhile.
+/// Finds the changes that were made in a copy of a store, and tells them from changes that other programs
+/// made in the store meanwhile.
 ///
-/// It compares three things: what the copy holds, what the store holds, and what was last known to be the
-/// store's. An edit is a value that differs from the store's in type or value and was put into the copy; a
+/// It compares three things: what the copy holds, what the store holds, and what the store was last known to
+/// hold. An edit is a value that was put into the copy and differs from the store's in type or value. A
 /// removal is an entry that was removed from the copy while the store has it. An edit back to the old value
-/// is none, and neither is what another program wrote. It knows nothing of models and files.
+/// is no change, and neither is what another program wrote. Independent of models and files.
 class HOSTKIT_EXPORT SettingsDiff
 {
 public:
@@ -36,12 +36,12 @@ public:
         QVariant value; ///< none for groups
     };
 
-    /// What was last known to be in the store; groups have invalid values.
+    /// What the store was last known to hold. Groups have invalid values.
     const Values &known() const { return m_known; }
     void know(const QString &path, const QVariant &value) { m_known.insert(path, value); }
     void forgetKnown() { m_known.clear(); }
 
-    /// An entry, with all below it, was removed from the copy.
+    /// An entry was removed from the copy with everything below it.
     void noteRemoval(const QString &path, bool isGroup);
     void forgetRemoval(const QString &path, bool isGroup);
     void forgetRemovals() { m_removals.clear(); }
@@ -53,8 +53,8 @@ public:
     void forgetGone(const QString &path);
     void forgetAllGone() { m_gone.clear(); }
 
-    /// Whether \a now, in the copy, was put there, while the store holds \a stored. If both are the same,
-    /// that is known from now on.
+    /// Whether the value \a now was put into the copy while the store holds \a stored. If both are the same,
+    /// it is known from now on.
     bool isEdit(const QString &path, const QVariant &now, const QVariant &stored);
     /// Returns edits in the order of \a entries, which are all of the copy, then edits of entries that are
     /// gone, then removals in the order in which they were made. Forgets removals whose entries are back in

@@ -20,15 +20,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int watchDelay = 150; // ms; a write is told of several times
+constexpr int watchDelay = 150; // ms; one write is reported several times
 
 bool isList(const QVariant &value)
 {
     return value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QVariantList;
 }
 
-/// The path of an entry to be created again for which there is no room: \a paths hold something below it, or
-/// a key above it. Empty when there is none.
+/// The path of an entry that cannot be created again: \a paths hold something below it, or a key above it.
+/// Empty when there is none.
 QString withoutRoom(const QList<SettingsChange> &wanted, const QStringList &paths)
 {
     for (const SettingsChange &change : wanted) {
@@ -60,7 +60,7 @@ SettingsDocument::~SettingsDocument()
 void SettingsDocument::open(std::unique_ptr<QSettings> store)
 {
     store->setFallbacksEnabled(false);
-    // The models before go first.
+    // The old model is deleted before its store.
     const std::unique_ptr<QSettings> before = std::exchange(m_store, std::move(store));
     m_manual = true;
     m_safe.clear();
@@ -98,7 +98,7 @@ bool SettingsDocument::isReadOnly() const
     return m_model && m_model->readOnly();
 }
 
-/// What is written from now on is seen later.
+/// Remembers what the file holds now. Later writes by other programs are noticed.
 void SettingsDocument::takeFile()
 {
     m_accepted.clear();
@@ -112,7 +112,7 @@ void SettingsDocument::takeFile()
     m_ambiguous = file.text().isAmbiguous();
 }
 
-/// A new model of the store as it is.
+/// Makes a new model of the store as it is.
 void SettingsDocument::takeModel()
 {
     const auto before = std::exchange(
@@ -156,7 +156,7 @@ bool SettingsDocument::writeAtOnce(const QList<SettingsChange> &wanted)
     return outcome.written;
 }
 
-/// Brings \a wanted into the file, unless something speaks against it. The model is left alone.
+/// Writes \a wanted to the file, unless that must be refused. Does not change the model.
 SettingsDocument::Outcome SettingsDocument::write(const QList<SettingsChange> &wanted)
 {
     const auto refusal = [](const QString &message) {
@@ -219,7 +219,7 @@ SettingsDocument::Outcome SettingsDocument::write(const QList<SettingsChange> &w
     return outcome;
 }
 
-/// Without those that the user accepted.
+/// The paths in conflict that the user has not accepted.
 QStringList SettingsDocument::conflicts(const IniFile &file, const QList<SettingsChange> &wanted) const
 {
     QStringList paths = file.conflicts(wanted, m_changes.known());
@@ -257,7 +257,7 @@ SettingsDocument::Outcome SettingsDocument::conflictOutcome(const IniFile &file,
     return outcome;
 }
 
-/// All that was last known to be in the file, as changes.
+/// Everything that was last known to be in the file, as changes.
 QList<SettingsChange> SettingsDocument::allKnown() const
 {
     QList<SettingsChange> all;
@@ -272,8 +272,8 @@ QList<SettingsChange> SettingsDocument::allKnown() const
     return all;
 }
 
-/// The store reads the file, which holds \a content, after \a written. Values keep the types there that the
-/// file does not hold.
+/// Has the store read the file, which holds \a content after \a written. Values keep their types in the store
+/// where the file does not hold these.
 void SettingsDocument::readAgain(const QList<SettingsChange> &written, const QByteArray &content)
 {
     QHash<QString, QVariant> typed;
@@ -293,7 +293,7 @@ void SettingsDocument::readAgain(const QList<SettingsChange> &written, const QBy
     });
     if (typed.isEmpty())
         return;
-    // The store writes the whole file when it is given types. That must bring about nothing else.
+    // The store writes the whole file when values are set. That must not change a byte.
     const ScratchStore trial(content);
     for (auto it = typed.cbegin(); it != typed.cend(); ++it)
         trial->setValue(it.key(), it.value());
@@ -318,7 +318,7 @@ bool SettingsDocument::reload(SettingsChanges::Grown groups)
     const bool wasAmbiguous = m_ambiguous;
     takeFile();
     if (m_ambiguous || wasAmbiguous) {
-        // A merge mixes up rows of the same name.
+        // A merge would confuse rows of the same name.
         takeModel();
     } else {
         m_changes.refresh(groups);

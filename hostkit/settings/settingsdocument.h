@@ -20,115 +20,114 @@ namespace sito {
 class IniFile;
 class SettingsDocumentModel;
 
-/// One INI file being edited: a model of what it holds, the changes that wait, and the only one who writes
-/// it.
+/// One INI file being edited: a model of what it holds, the changes that wait, and the writing.
 ///
-/// Changes are made in model(). They are written at once or wait for submit(), see setManual(). No one else
-/// may write to the store, and the model's own submitAll(), revertAll() and refresh() are not called.
+/// Changes are made in model(). They are written at once or wait for submit(), see setManual(). Nothing else
+/// may write to the store. Do not call the model's own submitAll(), revertAll() and refresh().
 ///
 /// **Writing**
-/// - A write changes the lines of changed entries and leaves every other byte of the file as it is; it brings
-///   all changes into what the file holds then, or none. QSettings stores over the file read it anew, and
-///   values keep the types which the store knew as far as that changes no byte.
+/// - A write changes the lines of changed entries and leaves every other byte of the file as it is. It
+///   applies all changes to what the file holds then, or none. QSettings stores over the file read it again.
+///   Values keep the types that the store knew, as far as that changes no byte.
 /// - What is in the file for the first time or from another program is copied to "FILE.bak-YYYYMMDD-hhmmss"
 ///   beside it before it is overwritten.
-/// - A write that would replace what another program wrote meanwhile is refused once; when reload() has shown
-///   that, or acceptConflict() was called, the next one replaces it.
-/// - An edit whose entry another program removed goes on waiting as well: a write creates the entry again,
-///   unless a group or a key has taken its place.
-/// - Without a copy, and where the file is no INI file any more, marked as read-only or held by another
-///   program, nothing is written, and the changes go on waiting.
+/// - A write that would replace what another program wrote meanwhile is refused once. After reload() or
+///   acceptConflict(), the next write replaces it.
+/// - An edit whose entry another program removed stays pending: a write creates the entry again, unless a
+///   group or a key has taken its place.
+/// - Nothing is written, and the changes stay pending, when no copy can be made, and when the file is no
+///   longer an INI file, is marked as read-only or is locked by another program.
 ///
-/// **When the file is gone or spoilt**, the model keeps what it held and all changes go on waiting. A file
-/// that is gone is written anew, with all that the model knows of it, by submit().
+/// **When the file is gone or unreadable**, the model keeps what it held, and all changes stay pending. A
+/// file that is gone is created again by submit(), with everything that the model knows of it.
 ///
-/// Texts for people have no full stop. Everything happens in one thread.
+/// Texts for people have no full stop. Used from one thread.
 class HOSTKIT_EXPORT SettingsDocument : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What came of a write.
+    /// The result of a write.
     struct Outcome
     {
         bool written = false;
         bool refused = false;
-        /// The file was not what the model holds: reload() has to follow.
+        /// The file differed from what the model holds: call reload().
         bool outdated = false;
-        /// Refused only since another program wrote the same entries.
+        /// Refused only because another program wrote the same entries.
         bool conflict = false;
-        QString message = {}; ///< for people; empty when there is nothing to be said
+        QString message = {}; ///< for people; may be empty
         QVariant found = {};  ///< with a conflict over a single edit: what the file holds
     };
 
     explicit SettingsDocument(QObject *parent = nullptr);
     ~SettingsDocument() override;
 
-    /// Takes the place of what was open, pending changes included. \a store is an INI store without a current
-    /// group, whose file may not exist yet; fallbacks are switched off in it. Whether the file is one that
-    /// can be read is for the caller to see, by IniFile::problem().
+    /// Replaces what was open, and drops its pending changes. \a store is an INI store without a current
+    /// group. Its file may not exist yet. Fallbacks are switched off in it. The caller checks with
+    /// IniFile::problem() that the file can be read.
     void open(std::unique_ptr<QSettings> store);
 
-    /// The model of the store; null before open(). Others take its place, see modelReplaced().
+    /// The model of the store; null before open(). It may be replaced, see modelReplaced().
     SettingsModel *model() const;
     /// The store; null before open(). It lives until the next open().
     const QSettings *store() const { return m_store.get(); }
     SettingsChanges &changes() { return m_changes; }
     const SettingsChanges &changes() const { return m_changes; }
-    /// Of the file, or an empty text.
+    /// The name of the file; empty before open().
     QString fileName() const;
 
-    /// Whether changes wait for submit(); they do at first.
+    /// Whether changes wait for submit(). True after open().
     bool isManual() const;
-    /// Whether changes are to wait. Those that wait are for the caller to write or drop before. An ambiguous
-    /// store goes on writing at once; the wish holds from when it is none any more.
+    /// Sets whether changes wait. Write or drop those that wait before. While the store is ambiguous, changes
+    /// are written at once whatever was set; what was set holds again afterwards.
     void setManual(bool manual);
     bool isReadOnly() const;
-    /// Whether groups or keys have no name, or names are group and key at once: a merge or a submit would mix
-    /// them up.
+    /// Whether groups or keys have no name, or names are both group and key. A merge or a submit would
+    /// confuse them.
     bool isAmbiguous() const { return m_ambiguous; }
     /// IniFile::unreadableText() of the file as it was last read.
     const QString &unreadableText() const { return m_unreadable; }
 
     // The file as it is now.
 
-    /// Whether the file was there, and is not any more.
+    /// Whether the file existed and was deleted.
     bool isGone() const;
-    /// Why the file cannot be read; empty when it can, and for a file that is still to come.
+    /// Why the file cannot be read; empty when it can, and for a file that never existed.
     QString problem() const;
-    /// Whether the file is one that can be read and not what was last read or written.
+    /// Whether the file can be read and differs from what was last read or written.
     bool isOutdated() const;
     /// Whether the file has become ambiguous since it was read.
     bool becameAmbiguous() const;
-    /// Whether reload() would leave the row of the key \a path where it is.
+    /// Whether reload() would keep the row of the key \a path.
     bool keepsRow(const QString &path) const;
 
-    /// What to tell when the file was found changed, though nothing was to be written.
+    /// The outcome to show when the file was found changed without a write.
     static Outcome foundChanged();
-    /// Writes what waits, and a file that is gone.
+    /// Writes what waits. Creates a file that is gone again.
     Outcome submit();
-    /// Drops what waits. False, with nothing changed, when the file cannot be read.
+    /// Drops what waits. Returns false, with nothing changed, when the file cannot be read.
     bool revert();
     /// Reads the file again. Pending changes stay pending, see SettingsChanges::refresh() and pendingText().
     /// Returns false when the file cannot be read. Where names are ambiguous or were, model() is replaced,
     /// and all pending changes are dropped.
     bool reload(SettingsChanges::Grown groups = SettingsChanges::Grown::Drop);
-    /// The user was told that the file holds \a found for \a path, though reload() has to wait.
+    /// Call this when the user was told that the file holds \a found for \a path, but reload() has to wait.
     void acceptConflict(const QString &path, const QVariant &found);
-    /// What has become of pending changes by the last reload() or SettingsChanges::dismiss(): those whose
-    /// entries are gone, and those that were dropped. Empty when there are none.
+    /// Names, for people, the pending changes whose entries the last reload() or SettingsChanges::dismiss()
+    /// found gone, and those that it dropped. Empty when there are none.
     QString pendingText() const;
 
-    /// Looks at the file soon, where no notice of its changes may have come.
+    /// Checks the file soon. For file systems that do not report changes.
     void lookSoon() { m_watchTimer.start(); }
 
 Q_SIGNALS:
-    /// model() is another one. The one before it is there until the slots have ended.
+    /// Emitted when model() was replaced. The old model is deleted after the slots have returned.
     void modelReplaced();
-    /// A change was to be written at once. The model makes a change that was written after this, and no
-    /// other.
+    /// Emitted after a change was written at once, or refused. The model applies a change after this signal,
+    /// and only if it was written.
     void wrote(const sito::SettingsDocument::Outcome &outcome);
-    /// Another program has written the file, or it is gone.
+    /// Emitted when another program has written or removed the file.
     void fileChanged();
 
 private:
@@ -147,12 +146,12 @@ private:
     std::unique_ptr<QSettings> m_store;
     std::unique_ptr<SettingsDocumentModel> m_model;
     SettingsChanges m_changes;
-    bool m_manual = true; ///< the choice, where no other one is forced
+    bool m_manual = true; ///< what was set; an ambiguous store overrides it
     bool m_ambiguous = false;
-    bool m_stale = false; ///< something in the model is older than what was seen
+    bool m_stale = false; ///< the model holds something older than what was last read
     QByteArray m_seen;    ///< the fingerprint of what was last read or written
-    QByteArray m_content; ///< the same itself, also after the file has gone
-    QByteArray m_safe;    ///< the fingerprint that needs no copy: of what was copied or written here
+    QByteArray m_content; ///< its content, also after the file has gone
+    QByteArray m_safe;    ///< the fingerprint of what was copied or written here, and needs no copy
     QString m_unreadable;
     QHash<QString, QVariant> m_accepted;
     QFileSystemWatcher m_watcher;

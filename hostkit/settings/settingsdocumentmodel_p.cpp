@@ -18,7 +18,7 @@ bool isNameless(const QModelIndex &index)
 
 } // namespace
 
-/// Has changes written; then the model keeps away from the store, which has them.
+/// Has changes written. While it lives, the model does not write to the store, which has them already.
 class SettingsDocumentModel::Written
 {
 public:

@@ -11,11 +11,11 @@
 
 namespace sito {
 
-/// With `OnFieldChange`, has changes written by somebody else, and makes them when they are written.
+/// With `OnFieldChange`, passes changes to a function that writes them, and applies those that were written.
 class SettingsDocumentModel : public SettingsModel
 {
 public:
-    /// Writes changes; false when they were not.
+    /// Writes changes; returns whether they were written.
     using Write = std::function<bool(const QList<SettingsChange> &)>;
 
     explicit SettingsDocumentModel(Write write);

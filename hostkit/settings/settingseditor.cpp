@@ -219,7 +219,7 @@ void SettingsEditor::refuse(const QString &problem)
 
 void SettingsEditor::focusMoved(QWidget *now)
 {
-    // Without a focus another program was turned to. Popups and dialogs are not left for good.
+    // Without a focus, the user has turned to another program. Popups and dialogs are left only for a while.
     if (!now || m_ended || !isVisible() || belongsTo(now, this) || QApplication::activePopupWidget())
         return;
     if (QApplication::activeModalWidget() && !belongsTo(this, QApplication::activeModalWidget()))

@@ -16,8 +16,8 @@ class QAbstractProxyModel;
 
 namespace sito {
 
-/// The rows and cells that a SettingsViewProxy shows: a copy of its source's, as of the last announcement.
-/// Changes nothing by itself and announces nothing; the proxy does both, level by level.
+/// The rows and cells that a SettingsViewProxy shows: a copy of its source's, as last announced. Only the
+/// proxy changes it and announces changes, level by level.
 ///
 /// Functions that take or return an index of the source need a source that is not in the middle of a change.
 class SettingsMirror
@@ -72,7 +72,7 @@ public:
     Node *root() const { return const_cast<Node *>(&m_root); }
     int columns() const { return m_columns; }
 
-    /// Copies everything anew.
+    /// Copies everything again.
     void rebuild();
 
     /// Reads the cells of a row of the source.

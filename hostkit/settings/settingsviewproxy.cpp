@@ -93,8 +93,8 @@ public:
         }
         if (same)
             return;
-        // Outside of resets rows come and go by notifications alone: a level of the same length was renamed,
-        // since its rows were told of before they got their names.
+        // Outside of resets rows come and go by notifications alone. A level of the same length was renamed:
+        // its rows were announced before they got their names.
         if (rows == parent->rows() && !anyShape)
             return;
 
@@ -146,8 +146,8 @@ public:
         }
     }
 
-    /// Runs \a comparison, which announces differences. A slot that hears of one may change the source's rows
-    /// again: then \a comparison must return at once, since its source indexes are stale, and everything is
+    /// Runs \a comparison, which announces differences. A slot may then change the source's rows again. In
+    /// that case \a comparison must return at once, because its source indexes are stale, and everything is
     /// compared.
     template <typename Comparison>
     void compare(Comparison comparison)
@@ -184,13 +184,13 @@ public:
             Qt::QueuedConnection);
     }
 
-    /// The trees may differ in shape: the source is between the begin and the end of a change, or the end is
-    /// being worked on here.
+    /// Whether the trees may differ in shape: the source is in the middle of a change, or its end is being
+    /// handled here.
     bool ahead() const { return changing > 0 || comparing; }
 
     void begin()
     {
-        // The outer change is told of with an index that the inner one may have made stale.
+        // The end of the outer change comes with an index that the inner one may have made stale.
         overlapping = overlapping || changing > 0;
         ++changing;
         mirror.forgetPlaces();
@@ -286,12 +286,12 @@ public:
     /// Whether one of them began before another had ended.
     bool overlapping = false;
     bool comparing = false;
-    /// The source's rows changed while differences were announced, or in a way that was not told.
+    /// The source's rows changed while differences were announced, or without a notification.
     bool startOver = false;
     /// Levels of the same length may hold other rows.
     bool anyShape = false;
     bool scheduled = false;
-    /// Whether synchronize() was asked for in the middle of a change; its end brings it.
+    /// Whether synchronize() was called in the middle of a change, and is to run at its end.
     bool asked = false;
     std::vector<QMetaObject::Connection> connections;
 
@@ -334,7 +334,7 @@ void SettingsViewProxy::setSourceModel(QAbstractItemModel *source)
     beginResetModel();
     for (const QMetaObject::Connection &connection : std::exchange(d->connections, {}))
         disconnect(connection);
-    // Whoever hears of the new source may map an index.
+    // Slots of the signals below may map an index.
     d->mirror.forgetPlaces();
     QAbstractProxyModel::setSourceModel(source);
     d->changing = 0;

@@ -11,8 +11,8 @@ namespace sito {
 
 class SettingsViewProxyPrivate;
 
-/// Stands between a SettingsModel and its views: the same rows and cells, told in notifications that Qt's
-/// views, selection models and other proxies can rely on.
+/// Stands between a SettingsModel and its views: the same rows and cells, with notifications that Qt's views,
+/// selection models and other proxies can rely on.
 ///
 /// \code
 /// SettingsViewProxy proxy;
@@ -29,8 +29,8 @@ class SettingsViewProxyPrivate;
 /// Otherwise a cell asks the source for that cell alone: the rows above it are looked up once and kept until
 /// the source's next notification, and paths come from the copy.
 ///
-/// Views need three things that the source does otherwise. Only column 0 has rows below it. A row with rows
-/// below it always has children, even when it is a key. An empty model has no children.
+/// The proxy differs from the source in three things that views need. Only column 0 has rows below it. A row
+/// with rows below it always has children, even when it is a key. An empty model has no children.
 ///
 /// The source changes some things without a notification: the name of a new group, and a key that becomes a
 /// group. The proxy looks for such changes at the next notification from within that group, and, unless that

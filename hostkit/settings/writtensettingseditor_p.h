@@ -5,8 +5,8 @@
 
 namespace sito {
 
-/// An editor whose field holds the value written as a text. The value is the loaded one as long as the text
-/// is what was written, which may not tell all of the value.
+/// An editor whose field holds the value as a text. The text may leave out a part of the value; so the value
+/// stays the loaded one until the text is changed.
 class WrittenSettingsEditor : public SettingsEditor
 {
     Q_OBJECT
@@ -21,13 +21,13 @@ protected:
     void display(const QVariant &value) override;
     void rebase(const QVariant &value) override;
 
-    /// Writes \a value as a text.
+    /// The text for \a value.
     virtual QString toText(const QVariant &value) const = 0;
-    /// Reads a text that differs from what was written; see value().
+    /// The value of a changed text, as value() returns it.
     virtual std::optional<QVariant> fromText(const QString &text, QString *problem) const = 0;
     /// The text in the field.
     virtual QString text() const = 0;
-    /// Puts \a text into the field and selects it.
+    /// Shows \a text in the field and selects it.
     virtual void setText(const QString &text) = 0;
 
 private:
