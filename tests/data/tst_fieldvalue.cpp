@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
 
 static_assert(std::is_polymorphic_v<FieldValue> && !std::is_polymorphic_v<Field>);
 static_assert(std::is_base_of_v<Field, FieldValue> && std::is_base_of_v<FieldValue, FieldConstValue>);
@@ -133,8 +134,16 @@ bool isSame(const Field &a, const Field &b)
 class FieldValueTest : public QObject
 {
     Q_OBJECT
+    /// Every test has a new one, with a column of each type and no rows.
+    std::unique_ptr<MemoryTable> m_table;
+
 private Q_SLOTS:
-    void init() { failOnAnyWarning(); }
+    void init()
+    {
+        failOnAnyWarning();
+        m_table = std::make_unique<MemoryTable>(QStringLiteral("t"), allTypes());
+    }
+    void cleanup() { m_table.reset(); }
 
     void readsBackEveryText_data()
     {
@@ -147,14 +156,12 @@ private Q_SLOTS:
     {
         QFETCH(const int, index);
         const Value value = valuesOfEveryType()[index];
-        MemoryTable table(QStringLiteral("t"), allTypes());
         for (const int column : {int(value.type), value.type + 10}) {
-            Record record(&table);
-            m_table = &table;
+            Record record(m_table.get());
             store(record, column, value.value);
 
             const FieldValue written(record.field(column));
-            FieldValue read(&table, column);
+            FieldValue read(m_table.get(), column);
             read.fromText(written.toText());
 
             if (value.type != FieldType::Block)
@@ -181,12 +188,11 @@ private Q_SLOTS:
     {
         QFETCH(const int, column);
         QFETCH(const QString, text);
-        MemoryTable table(QStringLiteral("t"), allTypes());
 
-        FieldValue value(&table, column);
-        FieldValue read(&table, column);
+        FieldValue value(m_table.get(), column);
+        FieldValue read(m_table.get(), column);
         read.fromText(value.toText());
-        FieldValue empty(&table, column);
+        FieldValue empty(m_table.get(), column);
         empty.fromText(u"");
 
         QVERIFY(!value.isPresent());
@@ -198,10 +204,9 @@ private Q_SLOTS:
 
     void readsBackRandomDoublesExactly()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
         QRandomGenerator random(20170103);
-        FieldValue value(&table, FieldType::Double);
-        FieldValue read(&table, FieldType::Double);
+        FieldValue value(m_table.get(), FieldType::Double);
+        FieldValue read(m_table.get(), FieldType::Double);
         for (int i = 0; i < 20000; ++i) {
             const quint64 word = random.generate64();
             memcpy(value.data, &word, sizeof word);
@@ -236,8 +241,7 @@ private Q_SLOTS:
     {
         QFETCH(const int, type);
         QFETCH(const QString, text);
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        FieldValue value(&table, type);
+        FieldValue value(m_table.get(), type);
         if (type == FieldType::Int)
             value.fromText(u"7");
 
@@ -248,8 +252,7 @@ private Q_SLOTS:
 
     void readsAnUnreadableDateAsNoDate()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        FieldValue value(&table, FieldType::DateTime);
+        FieldValue value(m_table.get(), FieldType::DateTime);
 
         value.fromText(u"31.03.2024");
 
@@ -259,8 +262,7 @@ private Q_SLOTS:
 
     void cutsAVarCharTextAtItsCapacity()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        FieldValue value(&table, FieldType::VarChar);
+        FieldValue value(m_table.get(), FieldType::VarChar);
 
         value.fromText(u"abcdefg");
 
@@ -269,18 +271,16 @@ private Q_SLOTS:
 
     void copiesAreIndependent()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        for (int column = 0; column < table.columnCount(); ++column) {
+        for (int column = 0; column < m_table->columnCount(); ++column) {
             const auto type = allTypes()[column].type;
             const Value sample = *std::find_if(m_values.begin(), m_values.end(),
                                                [&](const Value &value) { return value.type == type; });
-            Record record(&table);
-            m_table = &table;
+            Record record(m_table.get());
             store(record, column, sample.value);
             const FieldValue original(record.field(column));
 
             FieldValue copy(original);
-            FieldValue assigned(&table, FieldType::Block);
+            FieldValue assigned(m_table.get(), FieldType::Block);
             assigned = original;
             FieldValue moved(std::move(copy));
             copy.fromText(original.toText());
@@ -299,9 +299,8 @@ private Q_SLOTS:
 
     void movedFromValuesAreAbsent()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        for (int column = 0; column < table.columnCount(); ++column) {
-            FieldValue value(&table, column);
+        for (int column = 0; column < m_table->columnCount(); ++column) {
+            FieldValue value(m_table.get(), column);
             value.setPresent();
 
             const FieldValue moved(std::move(value));
@@ -315,8 +314,7 @@ private Q_SLOTS:
 
     void outlivesTheRowItCameFrom()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        Record record(&table);
+        Record record(m_table.get());
         record.field(FieldType::String).storeString(u"text of some length");
         KeyValue key;
         key.append(FieldValue(record.field(FieldType::String)));
@@ -325,7 +323,7 @@ private Q_SLOTS:
         record = Record();
         key[0].fromText(u"other");
 
-        QCOMPARE(table.liveRowCount(), 0);
+        QCOMPARE(m_table->liveRowCount(), 0);
         QCOMPARE(shared[0].toText(), QStringLiteral("text of some length"));
         QCOMPARE(key[0].toText(), QStringLiteral("other"));
     }
@@ -353,22 +351,20 @@ private Q_SLOTS:
 
     void beginsWithItsTableOfVirtualFunctions()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        const FieldValue value(&table, FieldType::Int);
-        const FieldValue text(&table, FieldType::String);
+        const FieldValue value(m_table.get(), FieldType::Int);
+        const FieldValue text(m_table.get(), FieldType::String);
         const FieldConstValue constant(5);
         const Field &field = value;
 
         QCOMPARE(reinterpret_cast<const char *>(&field) - reinterpret_cast<const char *>(&value), 8);
         QCOMPARE(memberAt<const void *>(value, 0), memberAt<const void *>(text, 0));
         QVERIFY(memberAt<const void *>(value, 0) != memberAt<const void *>(constant, 0));
-        QCOMPARE(memberAt<const ColumnDef *>(value, 8), table.columnDef(FieldType::Int));
+        QCOMPARE(memberAt<const ColumnDef *>(value, 8), m_table->columnDef(FieldType::Int));
     }
 
     void storesATextWithoutTouchingThePresence()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        const Record record(&table);
+        const Record record(m_table.get());
         const int column = FieldType::String + 10;
         QVERIFY(allTypes()[column].nullable);
         Field field = record.field(column);
@@ -390,9 +386,8 @@ private Q_SLOTS:
 
     void readsEveryNaNAsTheSameOne()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        FieldValue value(&table, FieldType::Double);
-        FieldValue read(&table, FieldType::Double);
+        FieldValue value(m_table.get(), FieldType::Double);
+        FieldValue read(m_table.get(), FieldType::Double);
         for (const quint64 word :
              {0x7ff8000000000000u, 0xfff8000000000000u, 0x7ff0000000000001u, 0x7fffffffffffffffu}) {
             memcpy(value.data, &word, sizeof word);
@@ -428,8 +423,7 @@ private Q_SLOTS:
 
     void showsAbsentFieldsAsEmptyText()
     {
-        MemoryTable table(QStringLiteral("t"), allTypes());
-        const Record record(&table);
+        const Record record(m_table.get());
         for (int column = 10; column < 20; ++column)
             QCOMPARE(record.field(column).toString(), QString());
         QCOMPARE(record.field(FieldType::Int).toString(), QStringLiteral("0"));
@@ -441,7 +435,6 @@ private:
         m_table->update(record, column, value);
     }
 
-    MemoryTable *m_table = nullptr;
     const QList<Value> m_values = valuesOfEveryType();
 };
 

@@ -9,6 +9,7 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -25,13 +26,20 @@ const QList<ColumnSpec> columns{{QStringLiteral("id"), FieldType::Int},
 class RecordTest : public QObject
 {
     Q_OBJECT
+    /// Every test has a new one, with no rows.
+    std::unique_ptr<MemoryTable> m_table;
+
 private Q_SLOTS:
-    void init() { failOnAnyWarning(); }
+    void init()
+    {
+        failOnAnyWarning();
+        m_table = std::make_unique<MemoryTable>(QStringLiteral("t"), columns);
+    }
+    void cleanup() { m_table.reset(); }
 
     void countsItsHandlesInTheBlock()
     {
-        MemoryTable table(QStringLiteral("t"), columns);
-        const Record record(&table);
+        const Record record(m_table.get());
         const auto count = [&] {
             qint32 result = 0;
             memcpy(&result, record.row(), sizeof result);
@@ -48,57 +56,53 @@ private Q_SLOTS:
 
         Table *owner = nullptr;
         memcpy(&owner, record.row() + 8, sizeof owner);
-        QCOMPARE(owner, &table);
-        QCOMPARE(record.table(), &table);
+        QCOMPARE(owner, m_table.get());
+        QCOMPARE(record.table(), m_table.get());
     }
 
     void beginsItsDataAfterTheHeader()
     {
-        MemoryTable table(QStringLiteral("t"), columns);
-        const Record record(&table);
+        const Record record(m_table.get());
 
-        for (int column = 0; column < table.columnCount(); ++column)
+        for (int column = 0; column < m_table->columnCount(); ++column)
             QCOMPARE(record.field(column).data - record.row(),
-                     16 + qsizetype(table.columnDef(column)->offset));
+                     16 + qsizetype(m_table->columnDef(column)->offset));
     }
 
     void freesTheRowWithTheLastHandle()
     {
-        MemoryTable table(QStringLiteral("t"), columns);
-        QList<Record> list{Record(&table), Record(&table)};
+        QList<Record> list{Record(m_table.get()), Record(m_table.get())};
         QList<Record> copy = list;
-        copy.append(Record(&table));
-        QCOMPARE(table.liveRowCount(), 3);
+        copy.append(Record(m_table.get()));
+        QCOMPARE(m_table->liveRowCount(), 3);
 
         list.clear();
-        QCOMPARE(table.liveRowCount(), 3);
+        QCOMPARE(m_table->liveRowCount(), 3);
         copy.removeLast();
-        QCOMPARE(table.liveRowCount(), 2);
+        QCOMPARE(m_table->liveRowCount(), 2);
         Record kept = copy.takeFirst();
         copy = {};
-        QCOMPARE(table.liveRowCount(), 1);
+        QCOMPARE(m_table->liveRowCount(), 1);
 
         kept = Record();
-        QCOMPARE(table.liveRowCount(), 0);
+        QCOMPARE(m_table->liveRowCount(), 0);
     }
 
     void keepsARowAliveThatLeftItsTable()
     {
-        MemoryTable table(QStringLiteral("t"), columns);
-        table.append({qint32(7), QStringLiteral("seven")});
-        const Record record = table.row(0);
+        m_table->append({qint32(7), QStringLiteral("seven")});
+        const Record record = m_table->row(0);
 
-        table.remove(record);
+        m_table->remove(record);
 
-        QCOMPARE(table.rowCount(), 0);
-        QCOMPARE(table.liveRowCount(), 1);
+        QCOMPARE(m_table->rowCount(), 0);
+        QCOMPARE(m_table->liveRowCount(), 1);
         QCOMPARE(record.field(1).toString(), QStringLiteral("seven"));
     }
 
     void movesAndSwapsWithoutCounting()
     {
-        MemoryTable table(QStringLiteral("t"), columns);
-        Record a(&table);
+        Record a(m_table.get());
         Record b;
         unsigned char *row = a.row();
 
@@ -111,7 +115,7 @@ private Q_SLOTS:
         a = *&a;
         QCOMPARE(a.row(), row);
         QVERIFY(a == Record(row) && !(a == b));
-        QCOMPARE(table.liveRowCount(), 1);
+        QCOMPARE(m_table->liveRowCount(), 1);
     }
 
     void countsAcrossThreads()

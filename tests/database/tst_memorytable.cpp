@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <future>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -55,29 +56,35 @@ QString ids(const MemoryTable &table)
 class MemoryTableTest : public QObject
 {
     Q_OBJECT
+    /// Every test has a new one, with no rows.
+    std::unique_ptr<MemoryTable> m_table;
+
 private Q_SLOTS:
-    void init() { failOnAnyWarning(); }
+    void init()
+    {
+        failOnAnyWarning();
+        m_table = std::make_unique<MemoryTable>(QStringLiteral("quotes"), quotes);
+    }
+    void cleanup() { m_table.reset(); }
 
     void placesColumnsInIndexOrder()
     {
-        const MemoryTable table(QStringLiteral("quotes"), quotes);
-
         QStringList places;
-        for (int i = 0; i < table.columnCount(); ++i) {
-            const ColumnDef *def = table.columnDef(i);
+        for (int i = 0; i < m_table->columnCount(); ++i) {
+            const ColumnDef *def = m_table->columnDef(i);
             places.append(
-                QStringLiteral("%1@%2+%3").arg(table.columnName(i)).arg(def->offset).arg(def->size));
+                QStringLiteral("%1@%2+%3").arg(m_table->columnName(i)).arg(def->offset).arg(def->size));
         }
 
         QCOMPARE(places.join(QChar(u' ')),
                  QStringLiteral("stock_id@0+4 code@8+10 name@24+24 price@48+8 volume@56+8 time@64+8 raw@72+4 "
                                 "block@80+404"));
-        QCOMPARE(table.rowBlockSize(), 16 + 80 + 408 + 8);
-        QCOMPARE(table.columnDef(3)->length, 2);
-        QCOMPARE(int(table.columnDef(3)->nullable != 0), 1);
-        QCOMPARE(int(table.columnDef(0)->nullable), 0);
-        QCOMPARE(table.name(), QStringLiteral("quotes"));
-        QCOMPARE(table.columnSpec(1), quotes[1]);
+        QCOMPARE(m_table->rowBlockSize(), 16 + 80 + 408 + 8);
+        QCOMPARE(m_table->columnDef(3)->length, 2);
+        QCOMPARE(int(m_table->columnDef(3)->nullable != 0), 1);
+        QCOMPARE(int(m_table->columnDef(0)->nullable), 0);
+        QCOMPARE(m_table->name(), QStringLiteral("quotes"));
+        QCOMPARE(m_table->columnSpec(1), quotes[1]);
     }
 
     void givesNullableColumnsABitEach()
@@ -100,12 +107,10 @@ private Q_SLOTS:
 
     void findsColumns()
     {
-        const MemoryTable table(QStringLiteral("quotes"), quotes);
-
-        QCOMPARE(table.columnIndex(QStringLiteral("price")), 3);
-        QCOMPARE(table.columnIndex(QStringLiteral("Price")), -1);
-        QCOMPARE(table.requireColumn(QStringLiteral("price")), 3);
-        QCOMPARE(exceptionMessage([&] { table.requireColumn(QStringLiteral("no%1")); }),
+        QCOMPARE(m_table->columnIndex(QStringLiteral("price")), 3);
+        QCOMPARE(m_table->columnIndex(QStringLiteral("Price")), -1);
+        QCOMPARE(m_table->requireColumn(QStringLiteral("price")), 3);
+        QCOMPARE(exceptionMessage([&] { m_table->requireColumn(QStringLiteral("no%1")); }),
                  QStringLiteral("Table 'quotes' has no column 'no%1'"));
     }
 
@@ -168,22 +173,20 @@ private Q_SLOTS:
 
     void appendsAndReadsRows()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
+        const Record first = m_table->append(quote(1));
+        m_table->append(quotesOf({2, 3}));
 
-        const Record first = table.append(quote(1));
-        table.append(quotesOf({2, 3}));
-
-        QCOMPARE(ids(table), QStringLiteral("1 2 3"));
-        QCOMPARE(table.rowCount(), 3);
-        QCOMPARE(table.row(2).field(0).toString(), QStringLiteral("3"));
-        QCOMPARE(first, table.row(0));
+        QCOMPARE(ids(*m_table), QStringLiteral("1 2 3"));
+        QCOMPARE(m_table->rowCount(), 3);
+        QCOMPARE(m_table->row(2).field(0).toString(), QStringLiteral("3"));
+        QCOMPARE(first, m_table->row(0));
         QCOMPARE(first.field(1).toString(), QStringLiteral("abc"));
         QCOMPARE(first.field(3).toString(), QStringLiteral("1.50"));
         QCOMPARE(first.field(6).toString(), QStringLiteral("78797a"));
         QVERIFY(!first.field(7).isPresent());
-        QCOMPARE(exceptionMessage([&] { table.row(3); }),
+        QCOMPARE(exceptionMessage([&] { m_table->row(3); }),
                  QStringLiteral("Table 'quotes', row 3: there is no such row"));
-        QCOMPARE(exceptionMessage([&] { table.row(-1); }),
+        QCOMPARE(exceptionMessage([&] { m_table->row(-1); }),
                  QStringLiteral("Table 'quotes', row -1: there is no such row"));
     }
 
@@ -226,83 +229,86 @@ private Q_SLOTS:
         QFETCH(const int, column);
         QFETCH(const Row, value);
         QFETCH(const QString, message);
-        MemoryTable table(QStringLiteral("quotes"), quotes);
-        table.append(quotesOf({1, 2}));
+        m_table->append(quotesOf({1, 2}));
         Row broken = quote(3, QStringLiteral("other"));
         broken[column] = value[0];
 
-        QCOMPARE(exceptionMessage([&] { table.append(broken); }), message.arg(2));
-        QCOMPARE(exceptionMessage([&] { table.append(QList<Row>{quote(3), broken}); }), message.arg(3));
-        QCOMPARE(exceptionMessage([&] { table.insert(1, {quote(3), broken}); }), message.arg(2));
+        QCOMPARE(exceptionMessage([&] { m_table->append(broken); }), message.arg(2));
+        QCOMPARE(exceptionMessage([&] { m_table->append(QList<Row>{quote(3), broken}); }), message.arg(3));
+        QCOMPARE(exceptionMessage([&] { m_table->insert(1, {quote(3), broken}); }), message.arg(2));
         QCOMPARE(exceptionMessage([&] {
-                     table.update(table.row(1), {{4, qint64(99)}, {column, value[0]}});
+                     m_table->update(m_table->row(1), {{4, qint64(99)}, {column, value[0]}});
                  }),
                  message.arg(1));
-        QCOMPARE(exceptionMessage([&] { table.update(Record(&table), column, value[0]); }),
+        QCOMPARE(exceptionMessage([&] { m_table->update(Record(m_table.get()), column, value[0]); }),
                  QString(message).replace(QStringLiteral("row %1"),
-                                          QStringLiteral("a row that is not in the table")));
+                                          QStringLiteral("a row that is not in the *m_table")));
 
-        QCOMPARE(ids(table), QStringLiteral("1 2"));
-        QCOMPARE(table.row(1).field(4).toString(), QStringLiteral("7"));
-        QCOMPARE(table.liveRowCount(), 2);
+        QCOMPARE(ids(*m_table), QStringLiteral("1 2"));
+        QCOMPARE(m_table->row(1).field(4).toString(), QStringLiteral("7"));
+        QCOMPARE(m_table->liveRowCount(), 2);
     }
 
     void refusesRows()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
         MemoryTable other(QStringLiteral("other"), quotes);
-        table.append(quotesOf({1, 2}));
+        m_table->append(quotesOf({1, 2}));
         other.append(quote(1));
         const Record foreign = other.append(quote(2));
         const Record foreignOutside(&other);
 
-        QCOMPARE(exceptionMessage([&] { table.append({qint32(1)}); }),
+        QCOMPARE(exceptionMessage([&] { m_table->append({qint32(1)}); }),
                  QStringLiteral("Table 'quotes', row 2: 1 values do not fit 8 columns"));
-        QCOMPARE(exceptionMessage([&] { table.insert(3, {quote(1)}); }),
+        QCOMPARE(exceptionMessage([&] { m_table->insert(3, {quote(1)}); }),
                  QStringLiteral("Table 'quotes', row 3: no row can be inserted there"));
-        QCOMPARE(exceptionMessage([&] { table.insert(-1, {quote(1)}); }),
+        QCOMPARE(exceptionMessage([&] { m_table->insert(-1, {quote(1)}); }),
                  QStringLiteral("Table 'quotes', row -1: no row can be inserted there"));
-        QCOMPARE(exceptionMessage([&] { table.update(foreign, 3, qint32(1)); }),
-                 QStringLiteral("Table 'quotes', column 'price', row 1 of table 'other': the row belongs to "
-                                "another table"));
-        QCOMPARE(exceptionMessage([&] { table.update(foreign, 8, qint32(1)); }),
-                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
         QCOMPARE(
-            exceptionMessage([&] {
-                table.update(foreignOutside, {{1, qint32(1)}, {2, qint32(1)}});
-            }),
-            QStringLiteral("Table 'quotes', column 'code', a row that is not in its table 'other': the row "
-                           "belongs to another table"));
-        QCOMPARE(exceptionMessage([&] { table.update(foreign, {}); }),
-                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
-        QCOMPARE(exceptionMessage([&] { table.update(Record(), 0, qint32(1)); }),
+            exceptionMessage([&] { m_table->update(foreign, 3, qint32(1)); }),
+            QStringLiteral("Table 'quotes', column 'price', row 1 of *m_table 'other': the row belongs to "
+                           "another *m_table"));
+        QCOMPARE(
+            exceptionMessage([&] { m_table->update(foreign, 8, qint32(1)); }),
+            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
+        QCOMPARE(exceptionMessage([&] {
+                     m_table->update(foreignOutside, {{1, qint32(1)}, {2, qint32(1)}});
+                 }),
+                 QStringLiteral(
+                     "Table 'quotes', column 'code', a row that is not in its *m_table 'other': the row "
+                     "belongs to another *m_table"));
+        QCOMPARE(
+            exceptionMessage([&] { m_table->update(foreign, {}); }),
+            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
+        QCOMPARE(exceptionMessage([&] { m_table->update(Record(), 0, qint32(1)); }),
                  QStringLiteral("Table 'quotes', column 'stock_id': a handle on no row"));
-        QCOMPARE(exceptionMessage([&] { table.update(table.row(0), 8, qint32(1)); }),
+        QCOMPARE(exceptionMessage([&] { m_table->update(m_table->row(0), 8, qint32(1)); }),
                  QStringLiteral("Table 'quotes', row 0: there is no column 8"));
-        QCOMPARE(exceptionMessage([&] { table.update(table.row(1), -1, qint32(1)); }),
+        QCOMPARE(exceptionMessage([&] { m_table->update(m_table->row(1), -1, qint32(1)); }),
                  QStringLiteral("Table 'quotes', row 1: there is no column -1"));
-        QCOMPARE(exceptionMessage([&] { table.remove(Record()); }),
+        QCOMPARE(exceptionMessage([&] { m_table->remove(Record()); }),
                  QStringLiteral("Table 'quotes': a handle on no row"));
-        QCOMPARE(exceptionMessage([&] { table.update(Record(&table), 8, qint32(1)); }),
-                 QStringLiteral("Table 'quotes', a row that is not in the table: there is no column 8"));
-        QCOMPARE(exceptionMessage([&] { table.remove(foreign); }),
-                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
+        QCOMPARE(exceptionMessage([&] { m_table->update(Record(m_table.get()), 8, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', a row that is not in the *m_table: there is no column 8"));
+        QCOMPARE(
+            exceptionMessage([&] { m_table->remove(foreign); }),
+            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
         QCOMPARE(
             exceptionMessage([&] {
-                table.remove({table.row(0), table.row(0), Record(&table), table.row(1), Record(&table)});
+                m_table->remove({m_table->row(0), m_table->row(0), Record(m_table.get()), m_table->row(1),
+                                 Record(m_table.get())});
             }),
-            QStringLiteral("Table 'quotes', entry 2 of the rows to remove: the row is not in the table"));
-        QCOMPARE(exceptionMessage([&] { table.append(table.row(1)); }),
-                 QStringLiteral("Table 'quotes', row 1: the row is in the table already"));
-        QCOMPARE(exceptionMessage([&] { table.append(foreign); }),
-                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
-        QCOMPARE(ids(table), QStringLiteral("1 2"));
+            QStringLiteral("Table 'quotes', entry 2 of the rows to remove: the row is not in the *m_table"));
+        QCOMPARE(exceptionMessage([&] { m_table->append(m_table->row(1)); }),
+                 QStringLiteral("Table 'quotes', row 1: the row is in the *m_table already"));
+        QCOMPARE(
+            exceptionMessage([&] { m_table->append(foreign); }),
+            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
+        QCOMPARE(ids(*m_table), QStringLiteral("1 2"));
         QCOMPARE(ids(other), QStringLiteral("1 2"));
     }
 
     void waitsForNoOtherTableToRefuseItsRow()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
         MemoryTable other(QStringLiteral("o%1"), quotes);
         const Record foreign = other.append(quote(1));
         std::promise<void> locked;
@@ -315,12 +321,13 @@ private Q_SLOTS:
         });
         locked.get_future().wait();
 
-        const QString message = exceptionMessage([&] { table.remove(foreign); });
+        const QString message = exceptionMessage([&] { m_table->remove(foreign); });
         done.set_value();
         holder.join();
 
-        QCOMPARE(message,
-                 QStringLiteral("Table 'quotes', a row of table 'o%1': the row belongs to another table"));
+        QCOMPARE(
+            message,
+            QStringLiteral("Table 'quotes', a row of *m_table 'o%1': the row belongs to another *m_table"));
     }
 
     void keepsNamesInMessagesAsTheyCame()
@@ -363,30 +370,28 @@ private Q_SLOTS:
 
     void updatesRows()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
-        const Record row = table.append(quote(1));
+        const Record row = m_table->append(quote(1));
 
-        table.update(row, {{0, qint32(5)}, {2, {}}, {7, QByteArray(404, 'b')}});
-        table.update(row, 3, {});
+        m_table->update(row, {{0, qint32(5)}, {2, {}}, {7, QByteArray(404, 'b')}});
+        m_table->update(row, 3, {});
 
-        QCOMPARE(ids(table), QStringLiteral("5"));
+        QCOMPARE(ids(*m_table), QStringLiteral("5"));
         QVERIFY(!row.field(2).isPresent() && !row.field(3).isPresent() && row.field(7).isPresent());
         QCOMPARE(row.field(7).toString(), QString::fromLatin1(QByteArray(404, 'b').toHex()));
     }
 
     void takesRowsBackIn()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
-        table.append(quotesOf({1, 2}));
-        const Record first = table.row(0);
-        table.remove(first);
-        Record fresh(&table);
+        m_table->append(quotesOf({1, 2}));
+        const Record first = m_table->row(0);
+        m_table->remove(first);
+        Record fresh(m_table.get());
         fresh.field(0).data[0] = 9;
 
-        table.append(first);
-        table.append(fresh);
+        m_table->append(first);
+        m_table->append(fresh);
 
-        QCOMPARE(ids(table), QStringLiteral("2 1 9"));
+        QCOMPARE(ids(*m_table), QStringLiteral("2 1 9"));
     }
 
     void keepsFillerZeroThroughEveryWrite()
@@ -555,21 +560,20 @@ private Q_SLOTS:
 
     void locksRecursivelyAndAgainstOtherThreads()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
-        table.lock();
-        table.lock();
+        m_table->lock();
+        m_table->lock();
         std::atomic<bool> entered = false;
         std::thread other([&] {
-            table.lock();
+            m_table->lock();
             entered = true;
-            table.unlock();
+            m_table->unlock();
         });
 
-        table.append(quote(1));
-        table.unlock();
+        m_table->append(quote(1));
+        m_table->unlock();
         QTest::qWait(50);
         QVERIFY(!entered);
-        table.unlock();
+        m_table->unlock();
         other.join();
         QVERIFY(entered);
     }
@@ -598,16 +602,15 @@ private Q_SLOTS:
 
     void unlocksWhenAnOperationThrows()
     {
-        MemoryTable table(QStringLiteral("quotes"), quotes);
-        exceptionMessage([&] { table.append({qint32(1)}); });
-        exceptionMessage([&] { table.update(Record(), 0, qint32(1)); });
-        exceptionMessage([&] { table.remove(Record()); });
+        exceptionMessage([&] { m_table->append({qint32(1)}); });
+        exceptionMessage([&] { m_table->update(Record(), 0, qint32(1)); });
+        exceptionMessage([&] { m_table->remove(Record()); });
 
         bool locked = false;
         std::thread([&] {
-            table.lock();
+            m_table->lock();
             locked = true;
-            table.unlock();
+            m_table->unlock();
         }).join();
 
         QVERIFY(locked);

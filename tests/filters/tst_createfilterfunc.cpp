@@ -6,7 +6,7 @@
 #include <support/exceptions.h>
 #include <support/typenames.h>
 
-#include "filterfixtures.h"
+#include "filtertest.h"
 
 #include <QPointer>
 #include <QSignalSpy>
@@ -77,9 +77,12 @@ Record::Record(const Table *table)
     real(this, table);
 }
 
-class tst_CreateFilterFunc : public QObject
+class tst_CreateFilterFunc : public FilterTest
 {
     Q_OBJECT
+public:
+    tst_CreateFilterFunc() : FilterTest(twoColumns) {}
+
 private Q_SLOTS:
     void init();
     void makesAKeyFilterFuncOfTheSet();
@@ -100,89 +103,78 @@ private Q_SLOTS:
 
 void tst_CreateFilterFunc::init()
 {
-    failOnAnyWarning();
+    FilterTest::init();
     rowMaking = {};
 }
 
 void tst_CreateFilterFunc::makesAKeyFilterFuncOfTheSet()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, {1, 0}, 0, nullptr);
+    PlainFilter filter(*m_table, 0, {1, 0}, 0, nullptr);
     filter.setValue(u"x,1|y,2|z,"_s);
 
     const std::unique_ptr<FilterFunc> func(filter.createFilterFunc(nullptr));
 
     QVERIFY(qobject_cast<KeyFilterFunc *>(func.get()));
     QCOMPARE(func->toString(), u"KeyFilterFunc"_s);
-    QVERIFY(func->filter(table.append({1, u"x"_s})));
-    QVERIFY(func->filter(table.append({2, u"y"_s})));
-    QVERIFY(func->filter(table.append({{}, u"z"_s})));
-    QVERIFY(!func->filter(table.append({2, u"x"_s})));
-    QVERIFY(!func->filter(table.append({{}, u"x"_s})));
-    QVERIFY(!func->filter(table.append({1, u"X"_s})));
+    QVERIFY(func->filter(m_table->append({1, u"x"_s})));
+    QVERIFY(func->filter(m_table->append({2, u"y"_s})));
+    QVERIFY(func->filter(m_table->append({{}, u"z"_s})));
+    QVERIFY(!func->filter(m_table->append({2, u"x"_s})));
+    QVERIFY(!func->filter(m_table->append({{}, u"x"_s})));
+    QVERIFY(!func->filter(m_table->append({1, u"X"_s})));
 }
 
 void tst_CreateFilterFunc::emptySetExcludesNothing()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    const PlainFilter filter(table, 0, nullptr);
+    const std::unique_ptr<FilterFunc> func(m_filter->createFilterFunc(nullptr));
 
-    const std::unique_ptr<FilterFunc> func(filter.createFilterFunc(nullptr));
-
-    QVERIFY(!func->filter(table.append({1, u"x"_s})));
+    QVERIFY(!func->filter(m_table->append({1, u"x"_s})));
 }
 
 void tst_CreateFilterFunc::keysWithoutColumnsExcludeEverything()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, {}, 0, nullptr);
+    PlainFilter filter(*m_table, 0, {}, 0, nullptr);
     filter.addExcludedKey(KeyValue());
 
     const std::unique_ptr<FilterFunc> func(filter.createFilterFunc(nullptr));
 
     QVERIFY(filter.hasValue());
-    QVERIFY(func->filter(table.append({1, u"x"_s})));
+    QVERIFY(func->filter(m_table->append({1, u"x"_s})));
 }
 
 void tst_CreateFilterFunc::everyCallMakesANewPredicate()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    const PlainFilter filter(table, 0, nullptr);
-
-    const std::unique_ptr<FilterFunc> one(filter.createFilterFunc(nullptr));
-    const std::unique_ptr<FilterFunc> two(filter.createFilterFunc(nullptr));
+    const std::unique_ptr<FilterFunc> one(m_filter->createFilterFunc(nullptr));
+    const std::unique_ptr<FilterFunc> two(m_filter->createFilterFunc(nullptr));
 
     QVERIFY(one && two && one != two);
 }
 
 void tst_CreateFilterFunc::belongsToParentOrCaller()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.addExcludedKey(intKey({1}));
+    m_filter->addExcludedKey(intKey({1}));
     auto parent = std::make_unique<QObject>();
 
-    const QPointer<FilterFunc> child = filter.createFilterFunc(parent.get());
-    const std::unique_ptr<FilterFunc> own(filter.createFilterFunc(nullptr));
+    const QPointer<FilterFunc> child = m_filter->createFilterFunc(parent.get());
+    const std::unique_ptr<FilterFunc> own(m_filter->createFilterFunc(nullptr));
 
     QCOMPARE(child->parent(), parent.get());
     QCOMPARE(parent->children(), QObjectList{child});
     QCOMPARE(own->parent(), nullptr);
-    QVERIFY(filter.children().isEmpty());
-    QCOMPARE(table.liveRowCount(), 2);
+    QVERIFY(m_filter->children().isEmpty());
+    QCOMPARE(m_table->liveRowCount(), 2);
     parent.reset();
     QVERIFY(!child);
-    QCOMPARE(table.liveRowCount(), 1);
+    QCOMPARE(m_table->liveRowCount(), 1);
 }
 
 void tst_CreateFilterFunc::laterChangesDoNotReachThePredicate()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    auto filter = std::make_unique<PlainFilter>(table, 0, nullptr);
+    auto filter = std::make_unique<PlainFilter>(*m_table, 0, nullptr);
     filter->addExcludedKey(intKey({1}));
     const std::unique_ptr<FilterFunc> func(filter->createFilterFunc(nullptr));
-    const Record one = table.append({1, u"x"_s});
-    const Record two = table.append({2, u"x"_s});
+    const Record one = m_table->append({1, u"x"_s});
+    const Record two = m_table->append({2, u"x"_s});
 
     filter->clear();
     filter->addExcludedKey(intKey({2}));
@@ -196,16 +188,14 @@ void tst_CreateFilterFunc::laterChangesDoNotReachThePredicate()
 
 void tst_CreateFilterFunc::changesNothingInTheFilter()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({2}), intKey({1}), intKey({2})});
-    const QSignalSpy enabled(&filter, &Filter::enabledChanged);
-    const QSignalSpy asinc(&filter, &Filter::asincChanged);
+    m_filter->setAllExcludedKeys({intKey({2}), intKey({1}), intKey({2})});
+    const QSignalSpy enabled(m_filter.get(), &Filter::enabledChanged);
+    const QSignalSpy asinc(m_filter.get(), &Filter::asincChanged);
 
-    const std::unique_ptr<FilterFunc> func(filter.createFilterFunc(nullptr));
+    const std::unique_ptr<FilterFunc> func(m_filter->createFilterFunc(nullptr));
 
-    QCOMPARE(filter.value(), u"1|2|2"_s);
-    QVERIFY(!filter.isEnabled());
+    QCOMPARE(m_filter->value(), u"1|2|2"_s);
+    QVERIFY(!m_filter->isEnabled());
     QCOMPARE(enabled.count() + asinc.count(), 0);
 }
 
@@ -217,14 +207,13 @@ void tst_CreateFilterFunc::subclassesInheritIt()
         using Completed::Completed;
         void select(QWidget *) override {}
     };
-    MemoryTable table(u"quotes"_s, twoColumns);
-    Selecting filter(table, 0, nullptr);
+    Selecting filter(*m_table, 0, nullptr);
     filter.addExcludedKey(intKey({1}));
 
     const std::unique_ptr<FilterFunc> func(static_cast<const Filter &>(filter).createFilterFunc(nullptr));
 
     QCOMPARE(func->toString(), u"KeyFilterFunc"_s);
-    QVERIFY(func->filter(table.append({1, u"x"_s})));
+    QVERIFY(func->filter(m_table->append({1, u"x"_s})));
 }
 
 void tst_CreateFilterFunc::convertsConstantsToTheColumns()

@@ -5,7 +5,7 @@
 #include <support/exceptions.h>
 #include <support/objectlayout.h>
 
-#include "filterfixtures.h"
+#include "filtertest.h"
 
 #include <QRandomGenerator>
 #include <QSignalSpy>
@@ -104,11 +104,13 @@ KeyValue doubleKey(const PlainFilter &filter, double value, int number)
 }
 } // namespace
 
-class tst_ValueFilter : public QObject
+class tst_ValueFilter : public FilterTest
 {
     Q_OBJECT
+public:
+    tst_ValueFilter() : FilterTest(twoColumns) {}
+
 private Q_SLOTS:
-    void init();
     void filtersOneColumn();
     void filtersAListOfColumns();
     void startsWithAnEmptySet();
@@ -154,19 +156,13 @@ private Q_SLOTS:
     void sortingKeepsEveryKeyOfTextsMixedWithDates();
 };
 
-void tst_ValueFilter::init()
-{
-    failOnAnyWarning();
-}
-
 void tst_ValueFilter::filtersOneColumn()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
     QObject parent;
 
-    const PlainFilter filter(table, 1, &parent);
+    const PlainFilter filter(*m_table, 1, &parent);
 
-    QCOMPARE(filter.table(), &table);
+    QCOMPARE(filter.table(), m_table.get());
     QCOMPARE(filter.columns(), QList<int>{1});
     QCOMPARE(filter.firstId(), 1);
     QCOMPARE(filter.secondId(), -1);
@@ -175,14 +171,13 @@ void tst_ValueFilter::filtersOneColumn()
 
 void tst_ValueFilter::filtersAListOfColumns()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
     QObject parent;
     const QList<int> columns{1, 0, 1, 99, -3};
 
-    const PlainFilter filter(table, 8, columns, 9, &parent);
-    const PlainFilter noColumns(table, 8, {}, 9, nullptr);
+    const PlainFilter filter(*m_table, 8, columns, 9, &parent);
+    const PlainFilter noColumns(*m_table, 8, {}, 9, nullptr);
 
-    QCOMPARE(filter.table(), &table);
+    QCOMPARE(filter.table(), m_table.get());
     QCOMPARE(filter.columns(), columns);
     QVERIFY(filter.columns().isSharedWith(columns));
     QCOMPARE(filter.firstId(), 8);
@@ -193,10 +188,8 @@ void tst_ValueFilter::filtersAListOfColumns()
 
 void tst_ValueFilter::startsWithAnEmptySet()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-
-    const PlainFilter one(table, 0, nullptr);
-    const PlainFilter two(table, 0, {0}, 0, nullptr);
+    const PlainFilter one(*m_table, 0, nullptr);
+    const PlainFilter two(*m_table, 0, {0}, 0, nullptr);
 
     for (const PlainFilter *filter : {&one, &two}) {
         QVERIFY(!filter->hasValue());
@@ -208,14 +201,13 @@ void tst_ValueFilter::startsWithAnEmptySet()
 
 void tst_ValueFilter::membersLieInTheStatedOrder()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 1, {1, 0}, 2, nullptr);
+    PlainFilter filter(*m_table, 1, {1, 0}, 2, nullptr);
     filter.addExcludedKey(intKey({1, 2}));
     filter.addExcludedKey(intKey({3, 4}));
 
     QCOMPARE(memberAt<qint32>(filter, 20), 1);
     QCOMPARE(memberAt<qint32>(filter, 24), 2);
-    QCOMPARE(memberAt<Table *>(filter, 32), &table);
+    QCOMPARE(memberAt<Table *>(filter, 32), m_table.get());
     // A QList is a pointer to its header, one to its first element, and the number of elements.
     QCOMPARE(memberAt<const int *>(filter, 40 + 8), filter.columns().constData());
     QCOMPARE(memberAt<qsizetype>(filter, 40 + 16), 2);
@@ -257,13 +249,10 @@ void tst_ValueFilter::addsNothingToTheMetaObject()
 
 void tst_ValueFilter::keepsKeysSorted()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-
     QStringList states;
     for (const int number : {3, 1, 2}) {
-        filter.addExcludedKey(intKey({number}));
-        states.append(shown(filter.getAllExcludedKeys()).join(u' '));
+        m_filter->addExcludedKey(intKey({number}));
+        states.append(shown(m_filter->getAllExcludedKeys()).join(u' '));
     }
 
     QCOMPARE(states, QStringList({u"3"_s, u"1 3"_s, u"1 2 3"_s}));
@@ -271,14 +260,11 @@ void tst_ValueFilter::keepsKeysSorted()
 
 void tst_ValueFilter::addsAnEqualKeyOnce()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
+    m_filter->addExcludedKey(intKey({3}));
+    m_filter->addExcludedKey(intKey({3}));
 
-    filter.addExcludedKey(intKey({3}));
-    filter.addExcludedKey(intKey({3}));
-
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList(u"3"_s));
-    QVERIFY(filter.hasValue());
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList(u"3"_s));
+    QVERIFY(m_filter->hasValue());
 }
 
 void tst_ValueFilter::keepsTheFirstOfEqualKeys()
@@ -309,78 +295,66 @@ void tst_ValueFilter::addsAKeyOfItsOwnList()
 
 void tst_ValueFilter::hasExactlyItsKeys()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, {0, 1}, 0, nullptr);
     for (const int number : {10, 30, 20, 50, 40})
-        filter.addExcludedKey(intKey({number, -number}));
+        m_pairs->addExcludedKey(intKey({number, -number}));
 
     for (int a = 0; a <= 60; ++a) {
         for (const int b : {-a - 1, -a, -a + 1})
-            QCOMPARE(filter.hasExcludedKey(intKey({a, b})), a % 10 == 0 && a > 0 && a < 60 && b == -a);
+            QCOMPARE(m_pairs->hasExcludedKey(intKey({a, b})), a % 10 == 0 && a > 0 && a < 60 && b == -a);
     }
 }
 
 void tst_ValueFilter::removesEveryEqualKey()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({2}), intKey({1}), intKey({2}), intKey({3}), intKey({2}), intKey({2})});
+    m_filter->setAllExcludedKeys(
+        {intKey({2}), intKey({1}), intKey({2}), intKey({3}), intKey({2}), intKey({2})});
 
-    filter.removeExcludedKey(intKey({2}));
+    m_filter->removeExcludedKey(intKey({2}));
 
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"3"_s}));
-    QVERIFY(!filter.hasExcludedKey(intKey({2})));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"3"_s}));
+    QVERIFY(!m_filter->hasExcludedKey(intKey({2})));
 }
 
 void tst_ValueFilter::removesNothingForAnAbsentKey()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.removeExcludedKey(intKey({2}));
-    QVERIFY(!filter.hasValue());
-    filter.setAllExcludedKeys({intKey({1}), intKey({3})});
-    const QList<KeyValue> copy = filter.getAllExcludedKeys();
+    m_filter->removeExcludedKey(intKey({2}));
+    QVERIFY(!m_filter->hasValue());
+    m_filter->setAllExcludedKeys({intKey({1}), intKey({3})});
+    const QList<KeyValue> copy = m_filter->getAllExcludedKeys();
 
     for (const int number : {0, 2, 4})
-        filter.removeExcludedKey(intKey({number}));
+        m_filter->removeExcludedKey(intKey({number}));
 
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"3"_s}));
-    QVERIFY2(filter.getAllExcludedKeys().isSharedWith(copy),
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"3"_s}));
+    QVERIFY2(m_filter->getAllExcludedKeys().isSharedWith(copy),
              "nothing to remove is no reason to copy the set");
 }
 
 void tst_ValueFilter::removesAKeyOfItsOwnList()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({1}), intKey({2}), intKey({2}), intKey({3})});
+    m_filter->setAllExcludedKeys({intKey({1}), intKey({2}), intKey({2}), intKey({3})});
 
-    filter.removeExcludedKey(filter.getAllExcludedKeys().at(1));
+    m_filter->removeExcludedKey(m_filter->getAllExcludedKeys().at(1));
 
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"3"_s}));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"3"_s}));
 }
 
 void tst_ValueFilter::setAllSortsAndKeepsDuplicates()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.addExcludedKey(intKey({7}));
+    m_filter->addExcludedKey(intKey({7}));
 
-    filter.setAllExcludedKeys({intKey({2}), intKey({1}), intKey({2})});
+    m_filter->setAllExcludedKeys({intKey({2}), intKey({1}), intKey({2})});
 
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"2"_s}));
-    QVERIFY(filter.hasExcludedKey(intKey({2})));
-    filter.addExcludedKey(intKey({2}));
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"2"_s}));
-    filter.removeExcludedKey(intKey({2}));
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s}));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"2"_s}));
+    QVERIFY(m_filter->hasExcludedKey(intKey({2})));
+    m_filter->addExcludedKey(intKey({2}));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"2"_s}));
+    m_filter->removeExcludedKey(intKey({2}));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s}));
 }
 
 void tst_ValueFilter::setAllTakesAnyLength()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-
     // Every length around those at which runs are merged, in three orders.
     for (int length = 0; length <= 140; ++length) {
         for (const int step : {1, -1, 37}) {
@@ -393,62 +367,54 @@ void tst_ValueFilter::setAllTakesAnyLength()
             std::sort(expected.begin(), expected.end(),
                       [](const QString &a, const QString &b) { return a.toInt() < b.toInt(); });
 
-            filter.setAllExcludedKeys(keys);
+            m_filter->setAllExcludedKeys(keys);
 
-            QCOMPARE(shown(filter.getAllExcludedKeys()), expected);
+            QCOMPARE(shown(m_filter->getAllExcludedKeys()), expected);
         }
     }
 }
 
 void tst_ValueFilter::setAllLeavesTheCallersListAlone()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
     const QList<KeyValue> unsorted{intKey({3}), intKey({1}), intKey({2})};
     const QList<KeyValue> sorted{intKey({1}), intKey({2}), intKey({3})};
 
-    filter.setAllExcludedKeys(unsorted);
+    m_filter->setAllExcludedKeys(unsorted);
     QCOMPARE(shown(unsorted), QStringList({u"3"_s, u"1"_s, u"2"_s}));
 
-    filter.setAllExcludedKeys(sorted);
-    filter.removeExcludedKey(intKey({2}));
+    m_filter->setAllExcludedKeys(sorted);
+    m_filter->removeExcludedKey(intKey({2}));
     QCOMPARE(shown(sorted), QStringList({u"1"_s, u"2"_s, u"3"_s}));
 }
 
 void tst_ValueFilter::setAllIsOutOfReachOfTheCallersReferences()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
     QList<KeyValue> list{intKey({1}), intKey({2}), intKey({3})};
     KeyValue &kept = list[0];
 
-    filter.setAllExcludedKeys(list);
+    m_filter->setAllExcludedKeys(list);
     kept = intKey({9});
 
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"3"_s}));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"2"_s, u"3"_s}));
 }
 
 void tst_ValueFilter::setAllTakesItsOwnList()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({3}), intKey({1}), intKey({1})});
+    m_filter->setAllExcludedKeys({intKey({3}), intKey({1}), intKey({1})});
 
-    filter.setAllExcludedKeys(filter.getAllExcludedKeys());
+    m_filter->setAllExcludedKeys(m_filter->getAllExcludedKeys());
 
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList({u"1"_s, u"1"_s, u"3"_s}));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList({u"1"_s, u"1"_s, u"3"_s}));
 }
 
 void tst_ValueFilter::setAllOfNothingEmptiesTheSet()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.addExcludedKey(intKey({3}));
+    m_filter->addExcludedKey(intKey({3}));
 
-    filter.setAllExcludedKeys({});
+    m_filter->setAllExcludedKeys({});
 
-    QVERIFY(!filter.hasValue());
-    QVERIFY(filter.getAllExcludedKeys().isEmpty());
+    QVERIFY(!m_filter->hasValue());
+    QVERIFY(m_filter->getAllExcludedKeys().isEmpty());
 }
 
 void tst_ValueFilter::setAllSortsByEveryField_data()
@@ -570,36 +536,32 @@ void tst_ValueFilter::setAllSortsMixedTypes()
 
 void tst_ValueFilter::clearEmptiesTheSet()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({3}), intKey({1})});
+    m_filter->setAllExcludedKeys({intKey({3}), intKey({1})});
 
-    filter.clear();
-    QVERIFY(!filter.hasValue());
-    QVERIFY(!filter.hasExcludedKey(intKey({1})));
-    filter.clear();
-    QVERIFY(!filter.hasValue());
+    m_filter->clear();
+    QVERIFY(!m_filter->hasValue());
+    QVERIFY(!m_filter->hasExcludedKey(intKey({1})));
+    m_filter->clear();
+    QVERIFY(!m_filter->hasValue());
 
-    filter.addExcludedKey(intKey({1}));
-    QCOMPARE(filter.value(), u"1"_s);
+    m_filter->addExcludedKey(intKey({1}));
+    QCOMPARE(m_filter->value(), u"1"_s);
 }
 
 void tst_ValueFilter::clearKeepsTheStorageOrItsSize()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({3}), intKey({1}), intKey({2})});
-    const QList<KeyValue> &set = filter.getAllExcludedKeys();
+    m_filter->setAllExcludedKeys({intKey({3}), intKey({1}), intKey({2})});
+    const QList<KeyValue> &set = m_filter->getAllExcludedKeys();
     const qsizetype capacity = set.capacity();
     const KeyValue *storage = set.constData();
 
-    filter.clear();
+    m_filter->clear();
     QCOMPARE(set.capacity(), capacity);
-    filter.addExcludedKey(intKey({1}));
+    m_filter->addExcludedKey(intKey({1}));
     QCOMPARE(set.constData(), storage);
 
     const QList<KeyValue> copy = set;
-    filter.clear();
+    m_filter->clear();
     QCOMPARE(set.capacity(), capacity);
     QVERIFY(!set.isSharedWith(copy));
     QCOMPARE(shown(copy), QStringList(u"1"_s));
@@ -607,60 +569,53 @@ void tst_ValueFilter::clearKeepsTheStorageOrItsSize()
 
 void tst_ValueFilter::theReferenceFollowsTheSet()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    const QList<KeyValue> &set = filter.getAllExcludedKeys();
+    const QList<KeyValue> &set = m_filter->getAllExcludedKeys();
 
-    filter.addExcludedKey(intKey({3}));
+    m_filter->addExcludedKey(intKey({3}));
     QCOMPARE(shown(set), QStringList(u"3"_s));
-    filter.setAllExcludedKeys({intKey({2}), intKey({1})});
+    m_filter->setAllExcludedKeys({intKey({2}), intKey({1})});
     QCOMPARE(shown(set), QStringList({u"1"_s, u"2"_s}));
-    filter.removeExcludedKey(intKey({1}));
+    m_filter->removeExcludedKey(intKey({1}));
     QCOMPARE(shown(set), QStringList(u"2"_s));
-    filter.setValue(u"9|8"_s);
+    m_filter->setValue(u"9|8"_s);
     QCOMPARE(shown(set), QStringList({u"8"_s, u"9"_s}));
-    filter.clear();
+    m_filter->clear();
     QVERIFY(set.isEmpty());
 }
 
 void tst_ValueFilter::copiesOfTheSetStayAsTheyWere()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-    filter.setAllExcludedKeys({intKey({2}), intKey({4})});
+    m_filter->setAllExcludedKeys({intKey({2}), intKey({4})});
 
-    const QList<KeyValue> before = filter.getAllExcludedKeys();
-    QVERIFY(before.isSharedWith(filter.getAllExcludedKeys()));
-    filter.addExcludedKey(intKey({3}));
-    const QList<KeyValue> added = filter.getAllExcludedKeys();
-    filter.removeExcludedKey(intKey({2}));
-    const QList<KeyValue> removed = filter.getAllExcludedKeys();
-    filter.setValue(u"7"_s);
+    const QList<KeyValue> before = m_filter->getAllExcludedKeys();
+    QVERIFY(before.isSharedWith(m_filter->getAllExcludedKeys()));
+    m_filter->addExcludedKey(intKey({3}));
+    const QList<KeyValue> added = m_filter->getAllExcludedKeys();
+    m_filter->removeExcludedKey(intKey({2}));
+    const QList<KeyValue> removed = m_filter->getAllExcludedKeys();
+    m_filter->setValue(u"7"_s);
 
     QCOMPARE(shown(before), QStringList({u"2"_s, u"4"_s}));
     QCOMPARE(shown(added), QStringList({u"2"_s, u"3"_s, u"4"_s}));
     QCOMPARE(shown(removed), QStringList({u"3"_s, u"4"_s}));
-    QCOMPARE(shown(filter.getAllExcludedKeys()), QStringList(u"7"_s));
+    QCOMPARE(shown(m_filter->getAllExcludedKeys()), QStringList(u"7"_s));
 }
 
 void tst_ValueFilter::changesNeitherSwitchNorSignal()
 {
-    MemoryTable table(u"quotes"_s, twoColumns);
-    PlainFilter filter(table, 0, nullptr);
-
     for (const bool enabled : {false, true}) {
-        filter.setEnabled(enabled);
-        const Quiet quiet(filter);
+        m_filter->setEnabled(enabled);
+        const Quiet quiet(*m_filter);
 
-        filter.addExcludedKey(intKey({3}));
-        filter.addExcludedKey(intKey({3}));
-        filter.setAllExcludedKeys({intKey({2}), intKey({1})});
-        filter.removeExcludedKey(intKey({2}));
-        filter.removeExcludedKey(intKey({1}));
-        filter.setValue(u"5|4"_s);
-        filter.clear();
-        filter.clear();
-        filter.setValue(QString());
+        m_filter->addExcludedKey(intKey({3}));
+        m_filter->addExcludedKey(intKey({3}));
+        m_filter->setAllExcludedKeys({intKey({2}), intKey({1})});
+        m_filter->removeExcludedKey(intKey({2}));
+        m_filter->removeExcludedKey(intKey({1}));
+        m_filter->setValue(u"5|4"_s);
+        m_filter->clear();
+        m_filter->clear();
+        m_filter->setValue(QString());
 
         QVERIFY(quiet.kept());
     }
