@@ -41,7 +41,7 @@ function(sito_add_snippets name file)
                 -DEXPECTED=${CMAKE_CURRENT_BINARY_DIR}/${target}.txt
                 -P "${PROJECT_SOURCE_DIR}/cmake/RunSnippet.cmake")
         set_tests_properties(${target} PROPERTIES ENVIRONMENT
-            "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}/runtime")
+            "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${PROJECT_BINARY_DIR}/runtime")
     endwhile()
     if(number EQUAL 0)
         message(FATAL_ERROR "${file}: no program found")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# How every target of the project is compiled, and the one way to add a library or a test.
+# How every target of the project is compiled, and the one way to add a library.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -7,12 +7,15 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_AUTOMOC ON)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+# In a host, the kind of build and the folders of what is built are the host's.
+if(PROJECT_IS_TOP_LEVEL)
+    set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+    if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+        set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+    endif()
+    set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+    set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 endif()
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
 # Private to the project's own targets; a host is never forced into these.
 add_library(sito_strict INTERFACE)
@@ -31,16 +34,11 @@ target_compile_definitions(sito_strict INTERFACE
     QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 
-# The QTRY macros of later Qt versions narrow their own numbers where they are used. Linked behind sito_strict, whose
-# warnings are to come first.
-add_library(sito_waiting_macros INTERFACE)
-target_compile_options(sito_waiting_macros INTERFACE -Wno-conversion)
-
 # Reading Qt's headers is most of what a source costs. A build that also has to show that every file includes what it
 # uses leaves this off.
 if(SITO_PRECOMPILED_HEADERS)
-    file(WRITE "${CMAKE_BINARY_DIR}/precompiled.cpp" "")
-    add_library(sito_precompiled OBJECT "${CMAKE_BINARY_DIR}/precompiled.cpp")
+    file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp" "")
+    add_library(sito_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
     target_precompile_headers(sito_precompiled PRIVATE "${PROJECT_SOURCE_DIR}/cmake/precompiled.h")
     # The headers of all modules, but the definitions of Core alone: these must hold for whoever uses them.
     target_link_libraries(sito_precompiled PRIVATE Qt6::Core sito_strict)
@@ -57,36 +55,29 @@ function(sito_precompile)
     endif()
 endfunction()
 
-find_program(SITO_XVFB_RUN xvfb-run)
+# Folders whose headers are included by <folder/...> are linked from here: with the root of the project on the
+# include path, hosts would see all that lies there. Installed, the headers lie in one folder as well.
+set(SITO_INCLUDE_DIR "${PROJECT_BINARY_DIR}/include")
 
-# What every test runs with, but for the platform of its windows.
-set(SITO_TEST_ENVIRONMENT "LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}/runtime")
-
-# sito_add_test(<name> SOURCES ... LIBRARIES ... [X11])
-# One Qt Test program, run offscreen, in English and in UTC unless the test itself says otherwise; with X11 it is run
-# a second time, as <name>_x11, in a real X server, where there is xvfb-run.
-function(sito_add_test name)
-    cmake_parse_arguments(ARG "X11" "" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
-    # Behind the libraries that use it: many tests do not themselves, and a linker would leave it out before them.
-    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} ${SITO_TEST_DATABASE} sito_strict Qt6::Test)
-    if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
-        target_link_libraries(${name} PRIVATE sito_waiting_macros)
-    endif()
-    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
-    sito_precompile(${name})
-    add_test(NAME ${name} COMMAND ${name})
-    set(environment "${SITO_TEST_ENVIRONMENT};${ARG_ENVIRONMENT}")
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${environment}" TIMEOUT 300)
-    if(ARG_X11 AND SITO_XVFB_RUN)
-        add_test(NAME ${name}_x11
-            COMMAND "${SITO_XVFB_RUN}" -a -s "-screen 0 1600x1200x24" "$<TARGET_FILE:${name}>")
-        # One at a time: windows of a server of its own, but two servers would race for a number.
-        set_tests_properties(${name}_x11 PROPERTIES
-            ENVIRONMENT "QT_QPA_PLATFORM=xcb;${environment}" TIMEOUT 300 RESOURCE_LOCK xvfb)
-    endif()
+# sito_link_headers(<folder>)
+# Makes the headers of the current source folder known by <folder/...>.
+function(sito_link_headers folder)
+    file(MAKE_DIRECTORY "${SITO_INCLUDE_DIR}")
+    file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${SITO_INCLUDE_DIR}/${folder}" SYMBOLIC)
 endfunction()
 
-# Qt warns without one, and insists on it being private.
-file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/runtime")
-file(CHMOD "${CMAKE_BINARY_DIR}/runtime" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+# sito_add_library(<target> <component> <macro> <source>...)
+# A library that hosts know as Sito::<component>; the macro makes its export macro export. Static when
+# BUILD_SHARED_LIBS is off.
+function(sito_add_library target component macro)
+    add_library(${target} ${ARGN})
+    add_library(Sito::${component} ALIAS ${target})
+    if(BUILD_SHARED_LIBS)
+        target_compile_definitions(${target} PRIVATE ${macro})
+    endif()
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:sito_strict>)
+    sito_precompile(${target})
+    # Archives as well: plugins of a host may link them.
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON
+        VERSION ${PROJECT_VERSION} SOVERSION ${SITO_SOVERSION} EXPORT_NAME ${component})
+endfunction()

@@ -3,9 +3,11 @@
 
 #include <QtGlobal>
 
-/// Marks what libhostkit exports.
-#ifdef HOSTKIT_LIBRARY
+/// Marks what libsito-hostkit exports.
+#if defined(HOSTKIT_LIBRARY)
 #define HOSTKIT_EXPORT Q_DECL_EXPORT
+#elif defined(SITO_STATIC)
+#define HOSTKIT_EXPORT
 #else
 #define HOSTKIT_EXPORT Q_DECL_IMPORT
 #endif

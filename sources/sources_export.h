@@ -3,9 +3,11 @@
 
 #include <QtGlobal>
 
-/// Marks what libsources exports.
-#ifdef SOURCES_LIBRARY
+/// Marks what libsito-sources exports.
+#if defined(SOURCES_LIBRARY)
 #define SOURCES_EXPORT Q_DECL_EXPORT
+#elif defined(SITO_STATIC)
+#define SOURCES_EXPORT
 #else
 #define SOURCES_EXPORT Q_DECL_IMPORT
 #endif

@@ -4,8 +4,10 @@
 #include <QtGlobal>
 
 /// Marks what libsito exports.
-#ifdef SITO_LIBRARY
+#if defined(SITO_LIBRARY)
 #define SITO_EXPORT Q_DECL_EXPORT
+#elif defined(SITO_STATIC)
+#define SITO_EXPORT
 #else
 #define SITO_EXPORT Q_DECL_IMPORT
 #endif

@@ -4,8 +4,10 @@
 #include <QtGlobal>
 
 /// Marks what the database library exports: the operations that these headers only declare.
-#ifdef DATABASE_LIBRARY
+#if defined(DATABASE_LIBRARY)
 #define DATABASE_EXPORT Q_DECL_EXPORT
+#elif defined(SITO_STATIC)
+#define DATABASE_EXPORT
 #else
 #define DATABASE_EXPORT Q_DECL_IMPORT
 #endif

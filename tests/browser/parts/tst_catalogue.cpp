@@ -31,9 +31,9 @@ private Q_SLOTS:
         const QByteArray catalogue = file.readAll();
         QVERIFY(catalogue.count("<source>") > 50);
         QVERIFY2(!catalogue.contains("type=\"unfinished\""),
-                 "a text is not translated: build update-translations");
-        QVERIFY2(!catalogue.contains("type=\"vanished\""), "a text has gone: build update-translations");
-        QVERIFY2(!catalogue.contains("type=\"obsolete\""), "a text has gone: build update-translations");
+                 "a text is not translated: build sito-update-translations");
+        QVERIFY2(!catalogue.contains("type=\"vanished\""), "a text has gone: build sito-update-translations");
+        QVERIFY2(!catalogue.contains("type=\"obsolete\""), "a text has gone: build sito-update-translations");
     }
 };
 

@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: MIT
+# The one way to add a test.
+
+# The QTRY macros of later Qt versions narrow their own numbers where they are used. Linked behind sito_strict, whose
+# warnings are to come first.
+add_library(sito_waiting_macros INTERFACE)
+target_compile_options(sito_waiting_macros INTERFACE -Wno-conversion)
+
+find_program(SITO_XVFB_RUN xvfb-run)
+
+# What every test runs with, but for the platform of its windows.
+set(SITO_TEST_ENVIRONMENT "LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${PROJECT_BINARY_DIR}/runtime")
+
+# sito_add_test(<name> SOURCES ... LIBRARIES ... [X11])
+# One Qt Test program, run offscreen, in English and in UTC unless the test itself says otherwise; with X11 it is run
+# a second time, as <name>_x11, in a real X server, where there is xvfb-run.
+function(sito_add_test name)
+    cmake_parse_arguments(ARG "X11" "" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    # Behind the libraries that use it: many tests do not themselves, and a linker would leave it out before them.
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} ${SITO_TEST_DATABASE} sito_strict Qt6::Test)
+    if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
+        target_link_libraries(${name} PRIVATE sito_waiting_macros)
+    endif()
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    sito_precompile(${name})
+    add_test(NAME ${name} COMMAND ${name})
+    set(environment "${SITO_TEST_ENVIRONMENT};${ARG_ENVIRONMENT}")
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${environment}" TIMEOUT 300)
+    if(ARG_X11 AND SITO_XVFB_RUN)
+        add_test(NAME ${name}_x11
+            COMMAND "${SITO_XVFB_RUN}" -a -s "-screen 0 1600x1200x24" "$<TARGET_FILE:${name}>")
+        # One at a time: windows of a server of its own, but two servers would race for a number.
+        set_tests_properties(${name}_x11 PROPERTIES
+            ENVIRONMENT "QT_QPA_PLATFORM=xcb;${environment}" TIMEOUT 300 RESOURCE_LOCK xvfb)
+    endif()
+endfunction()
+
+# Qt warns without one, and insists on it being private.
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/runtime")
+file(CHMOD "${PROJECT_BINARY_DIR}/runtime" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
