@@ -11,6 +11,8 @@
 
 #include <hostkit/text/exceptiontext.h>
 
+#include <sito_version.h>
+
 #include <QApplication>
 #include <QCoreApplication>
 #include <QFile>
@@ -160,7 +162,7 @@ int main(int argc, char **argv)
     takeUtf8Locale();
     const std::unique_ptr<QCoreApplication> application = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(u"sito-browser"_s);
-    QCoreApplication::setApplicationVersion(QStringLiteral(SITO_VERSION));
+    QCoreApplication::setApplicationVersion(QStringLiteral(SITO_VERSION_STRING));
     // Every exception reports itself; here the user is told in a line of its own.
     QLoggingCategory::setFilterRules(u"database.exception=false"_s);
     Languages languages(isRussian);

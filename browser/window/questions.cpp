@@ -3,6 +3,8 @@
 
 #include <browser/parts/applicationicon.h>
 
+#include <sito_version.h>
+
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
@@ -93,7 +95,7 @@ void Questions::showAbout(QWidget &parent)
     auto *box = prepared(new QMessageBox(&parent), u"aboutBox"_s);
     box->setWindowTitle(tr("О программе"));
     box->setIconPixmap(applicationIcon().pixmap(QSize(64, 64), parent.devicePixelRatioF()));
-    box->setText(u"<h3>Sito %1</h3>"_s.arg(QStringLiteral(SITO_VERSION)));
+    box->setText(u"<h3>Sito %1</h3>"_s.arg(QStringLiteral(SITO_VERSION_STRING)));
     box->setInformativeText(
         tr("Показывает таблицы торговых баз данных, отобранные фильтрами по значениям. Сделано на библиотеке "
            "libsito; исходные тексты - по лицензии MIT.") +
