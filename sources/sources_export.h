@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtGlobal>
+#include <sito_qt.h>
 
 /// Marks what libsito-sources exports.
 #if defined(SOURCES_LIBRARY)

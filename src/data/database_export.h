@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtGlobal>
+#include <sito_qt.h>
 
 /// Marks what the database library exports: the operations that these headers only declare.
 #if defined(DATABASE_LIBRARY)
