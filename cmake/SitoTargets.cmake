@@ -81,3 +81,11 @@ function(sito_add_library target component macro)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON
         VERSION ${PROJECT_VERSION} SOVERSION ${SITO_SOVERSION} EXPORT_NAME ${component})
 endfunction()
+
+# sito_leave_database_to_host(<target>)
+# Lets the library be linked without a database library, which the host brings, also where a host forbids that.
+function(sito_leave_database_to_host target)
+    if(BUILD_SHARED_LIBS AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+        target_link_options(${target} PRIVATE LINKER:-z,undefs)
+    endif()
+endfunction()
