@@ -39,7 +39,7 @@ function(sito_add_snippets name file)
         add_test(NAME ${target}
             COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:${target}>
                 -DEXPECTED=${CMAKE_CURRENT_BINARY_DIR}/${target}.txt
-                -P "${PROJECT_SOURCE_DIR}/cmake/RunSnippet.cmake")
+                -P "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/RunSnippet.cmake")
         set_tests_properties(${target} PROPERTIES ENVIRONMENT
             "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${PROJECT_BINARY_DIR}/runtime")
     endwhile()
