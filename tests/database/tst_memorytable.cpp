@@ -242,7 +242,7 @@ private Q_SLOTS:
                  message.arg(1));
         QCOMPARE(exceptionMessage([&] { m_table->update(Record(m_table.get()), column, value[0]); }),
                  QString(message).replace(QStringLiteral("row %1"),
-                                          QStringLiteral("a row that is not in the *m_table")));
+                                          QStringLiteral("a row that is not in the table")));
 
         QCOMPARE(ids(*m_table), QStringLiteral("1 2"));
         QCOMPARE(m_table->row(1).field(4).toString(), QStringLiteral("7"));
@@ -263,22 +263,19 @@ private Q_SLOTS:
                  QStringLiteral("Table 'quotes', row 3: no row can be inserted there"));
         QCOMPARE(exceptionMessage([&] { m_table->insert(-1, {quote(1)}); }),
                  QStringLiteral("Table 'quotes', row -1: no row can be inserted there"));
+        QCOMPARE(exceptionMessage([&] { m_table->update(foreign, 3, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', column 'price', row 1 of table 'other': the row belongs to "
+                                "another table"));
+        QCOMPARE(exceptionMessage([&] { m_table->update(foreign, 8, qint32(1)); }),
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
         QCOMPARE(
-            exceptionMessage([&] { m_table->update(foreign, 3, qint32(1)); }),
-            QStringLiteral("Table 'quotes', column 'price', row 1 of *m_table 'other': the row belongs to "
-                           "another *m_table"));
-        QCOMPARE(
-            exceptionMessage([&] { m_table->update(foreign, 8, qint32(1)); }),
-            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
-        QCOMPARE(exceptionMessage([&] {
-                     m_table->update(foreignOutside, {{1, qint32(1)}, {2, qint32(1)}});
-                 }),
-                 QStringLiteral(
-                     "Table 'quotes', column 'code', a row that is not in its *m_table 'other': the row "
-                     "belongs to another *m_table"));
-        QCOMPARE(
-            exceptionMessage([&] { m_table->update(foreign, {}); }),
-            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
+            exceptionMessage([&] {
+                m_table->update(foreignOutside, {{1, qint32(1)}, {2, qint32(1)}});
+            }),
+            QStringLiteral("Table 'quotes', column 'code', a row that is not in its table 'other': the row "
+                           "belongs to another table"));
+        QCOMPARE(exceptionMessage([&] { m_table->update(foreign, {}); }),
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
         QCOMPARE(exceptionMessage([&] { m_table->update(Record(), 0, qint32(1)); }),
                  QStringLiteral("Table 'quotes', column 'stock_id': a handle on no row"));
         QCOMPARE(exceptionMessage([&] { m_table->update(m_table->row(0), 8, qint32(1)); }),
@@ -288,21 +285,19 @@ private Q_SLOTS:
         QCOMPARE(exceptionMessage([&] { m_table->remove(Record()); }),
                  QStringLiteral("Table 'quotes': a handle on no row"));
         QCOMPARE(exceptionMessage([&] { m_table->update(Record(m_table.get()), 8, qint32(1)); }),
-                 QStringLiteral("Table 'quotes', a row that is not in the *m_table: there is no column 8"));
-        QCOMPARE(
-            exceptionMessage([&] { m_table->remove(foreign); }),
-            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
+                 QStringLiteral("Table 'quotes', a row that is not in the table: there is no column 8"));
+        QCOMPARE(exceptionMessage([&] { m_table->remove(foreign); }),
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
         QCOMPARE(
             exceptionMessage([&] {
                 m_table->remove({m_table->row(0), m_table->row(0), Record(m_table.get()), m_table->row(1),
                                  Record(m_table.get())});
             }),
-            QStringLiteral("Table 'quotes', entry 2 of the rows to remove: the row is not in the *m_table"));
+            QStringLiteral("Table 'quotes', entry 2 of the rows to remove: the row is not in the table"));
         QCOMPARE(exceptionMessage([&] { m_table->append(m_table->row(1)); }),
-                 QStringLiteral("Table 'quotes', row 1: the row is in the *m_table already"));
-        QCOMPARE(
-            exceptionMessage([&] { m_table->append(foreign); }),
-            QStringLiteral("Table 'quotes', row 1 of *m_table 'other': the row belongs to another *m_table"));
+                 QStringLiteral("Table 'quotes', row 1: the row is in the table already"));
+        QCOMPARE(exceptionMessage([&] { m_table->append(foreign); }),
+                 QStringLiteral("Table 'quotes', row 1 of table 'other': the row belongs to another table"));
         QCOMPARE(ids(*m_table), QStringLiteral("1 2"));
         QCOMPARE(ids(other), QStringLiteral("1 2"));
     }
@@ -325,9 +320,8 @@ private Q_SLOTS:
         done.set_value();
         holder.join();
 
-        QCOMPARE(
-            message,
-            QStringLiteral("Table 'quotes', a row of *m_table 'o%1': the row belongs to another *m_table"));
+        QCOMPARE(message,
+                 QStringLiteral("Table 'quotes', a row of table 'o%1': the row belongs to another table"));
     }
 
     void keepsNamesInMessagesAsTheyCame()
