@@ -12,8 +12,10 @@
 /// -64 to 63 digits after the point (a negative scale stands for trailing zeros). The number is
 /// unscaled / 10^scale; 1.5 and 1.50 are equal numbers with different words.
 ///
-/// Numbers that do not fit are reported as an Exception whose message names the number; nothing is
-/// rounded except where a scale is asked for, and then half away from zero, as traders round prices.
+/// Numbers that do not fit are reported as an Exception; nothing is rounded except where a scale is asked
+/// for. How it is rounded, which double is returned, the text of a number and the words of the messages are
+/// the database library's choice: what is said of them below holds for the in-memory library, and is
+/// recommended. It rounds half away from zero, as traders round prices.
 /// A plain value: copies are independent and may be used from any thread.
 class DATABASE_EXPORT decimal
 {

@@ -28,11 +28,12 @@ public:
     /// The width of a Block value in bytes.
     static constexpr int blockSize = 404;
 
-    /// The display name of \a type, as messages show it: its name above, "Unknown" for any other code.
+    /// The display name of \a type, as messages show it. It is the database library's choice; the in-memory
+    /// library gives the name above, "Unknown" for any other code.
     static QString typeName(Type type);
 
     /// Stores \a text into the storage of a VarChar value, which holds \a size UTF-16 units, and fills the
-    /// rest with zeros. A longer text is cut, never in the middle of a surrogate pair. \a buffer must be
-    /// aligned for 16-bit units.
+    /// rest with bytes that are always the same (zeros in the in-memory library). A longer text is cut, never
+    /// in the middle of a surrogate pair. \a buffer must be aligned for 16-bit units.
     static void stringToVarChar(unsigned char *buffer, int size, const QStringView &text);
 };

@@ -8,10 +8,10 @@ class Table;
 
 /// An owned value of any column type, absent or present: a Field that points into its own storage.
 ///
-/// Values of up to 24 bytes and texts live inside the object, so that a key of numbers costs no allocation a
-/// value. Copies are independent. The column definition is that of the column the value was made for, so the
-/// table must outlive the value; the row it was copied from need not. One object must not be used by two
-/// threads at once.
+/// The in-memory library keeps values of up to 24 bytes and texts inside the object, so that a key of numbers
+/// costs no allocation a value. Copies are independent. The column definition is that of the column the value
+/// was made for, so the table must outlive the value; the row it was copied from need not. One object must
+/// not be used by two threads at once.
 class DATABASE_EXPORT FieldValue : public Field
 {
 public:

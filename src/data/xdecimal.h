@@ -12,8 +12,9 @@
 /// An exact decimal number of at least 36 significant digits in 16 bytes: an unscaled value between -2^120
 /// and 2^120 - 1 and a scale of -64 to 63 digits after the point. The number is unscaled / 10^scale.
 ///
-/// Text forms, rounding and errors are those of decimal, with "XDecimal" in the messages. The 16 bytes are
-/// copied into rows as they are. A plain value: copies are independent and may be used from any thread.
+/// Text forms, doubles, rounding and errors are those of decimal, with "XDecimal" in the messages, and as
+/// much the database library's choice. The 16 bytes are copied into rows as they are. A plain value: copies
+/// are independent and may be used from any thread.
 class DATABASE_EXPORT xdecimal
 {
 public:
