@@ -37,19 +37,22 @@ private Q_SLOTS:
 void TestKeyFilterFunc::keepsItsLayout()
 {
     MemoryTable table(u"t"_s, {{u"a"_s, Int}, {u"b"_s, Int}});
-    const Record row = table.append({qint32(1), qint32(2)});
     const QList<int> columns{1, 0};
+    QList<KeyValue> keys;
+    for (const int number : {3, 1, 2})
+        keys.append(keyOf(table.append({qint32(number), qint32(number * 10)}), columns));
 
-    const KeyFilterFunc func(&table, {keyOf(row, columns), keyOf(row, columns)}, columns);
+    const KeyFilterFunc func(&table, keys, columns);
 
     // Behind the members of QObject: the table, a list of rows, the list of columns (each list is an
     // allocation, a pointer to its first element and a size).
     const size_t base = sizeof(QObject);
     QCOMPARE(memberAt<Table *>(func, base), &table);
-    QCOMPARE(memberAt<qsizetype>(func, base + 24), 2);
+    QCOMPARE(memberAt<qsizetype>(func, base + 24), 3);
     const auto *rows = memberAt<const Record *>(func, base + 16);
-    QCOMPARE(rows[0].field(0).value<qint32>(), 1);
-    QCOMPARE(rows[1].field(1).value<qint32>(), 2);
+    QCOMPARE(rows[0].field(0).value<qint32>(), 3);
+    QCOMPARE(rows[1].field(1).value<qint32>(), 10);
+    QCOMPARE(rows[2].field(0).value<qint32>(), 2);
     QCOMPARE(memberAt<const int *>(func, base + 40), columns.constData());
     QCOMPARE(memberAt<qsizetype>(func, base + 48), 2);
     QCOMPARE(virtualSlot(&KeyFilterFunc::filter), virtualSlot(&FilterFunc::filter));

@@ -78,16 +78,20 @@ private Q_SLOTS:
 void TestKeyFilterFuncFast::keepsItsLayout()
 {
     MemoryTable table(u"t"_s, {{u"x"_s, Block}, {u"a"_s, Int}, {u"b"_s, Int}});
-    const Record row = table.append({QByteArray(FieldType::blockSize, '\0'), qint32(1), qint32(2)});
     const QList<int> columns{1, 2};
+    const QByteArray block(FieldType::blockSize, '\0');
+    QList<KeyValue> keys;
+    for (const int number : {3, 1, 2})
+        keys.append(keyOf(table.append({block, qint32(number), qint32(number * 10)}), columns));
 
-    const KeyFilterFunc_Fast func(&table, {keyOf(row, columns), keyOf(row, columns)}, columns);
+    const KeyFilterFunc_Fast func(&table, keys, columns);
 
     QCOMPARE(memberAt<Table *>(func, base), &table);
-    QCOMPARE(memberAt<qsizetype>(func, base + 24), 2);
+    QCOMPARE(memberAt<qsizetype>(func, base + 24), 3);
     const auto *rows = memberAt<const Record *>(func, base + 16);
-    QCOMPARE(rows[0].field(1).value<qint32>(), 1);
-    QCOMPARE(rows[1].field(2).value<qint32>(), 2);
+    QCOMPARE(rows[0].field(1).value<qint32>(), 3);
+    QCOMPARE(rows[1].field(2).value<qint32>(), 10);
+    QCOMPARE(rows[2].field(1).value<qint32>(), 2);
     QCOMPARE(memberAt<const int *>(func, base + 40), columns.constData());
     QCOMPARE(memberAt<qsizetype>(func, base + 48), 2);
     QCOMPARE(offsetOf(func), table.columnDef(1)->offset + 16);
