@@ -752,6 +752,14 @@ void TestKeyPredicates::findDecimalsOfOtherScalesAmongManyKeys()
         QVERIFY(!func->filter(row(decimal::minUnscaled, 0)));
         QVERIFY(!func->filter(row(decimal::maxUnscaled, 0)));
     }
+
+    // The same number at the smallest scale there is.
+    scales.append(keyOf(row(10, -63), {0}));
+    const Predicate withLargest(make, &table, scales, {0});
+    QVERIFY(withLargest.filter(row(10, -63)));
+    QVERIFY(withLargest.filter(row(1, -64)));
+    QVERIFY(!withLargest.filter(row(10, -64)));
+    QVERIFY(!withLargest.filter(row(1, -63)));
 }
 
 void TestKeyPredicates::tellDecimalsApartThatShareADouble()
