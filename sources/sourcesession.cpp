@@ -166,7 +166,7 @@ void SourceSession::serve(quint64 operation)
             if (!tables)
                 return;
             for (auto &table : *tables) {
-                const QStringList notes = widerColumnNotes(loader->columns(table->name()), *table);
+                const QStringList notes = widerColumnNotes(loader->loadedColumns(table->name()), *table);
                 answer.loaded.push_back({std::move(table), notes});
             }
             isComplete = true;

@@ -10,6 +10,7 @@
 
 #include <data/exception.h>
 
+#include <QHash>
 #include <QScopeGuard>
 
 #include <algorithm>
@@ -27,17 +28,27 @@ struct TableLoader::Private
         SqlDialect::Table table;
         QList<SqlDialect::Column> declared;
         std::vector<SourceColumn> columns;
+
+        QList<ColumnSpec> specs() const
+        {
+            QList<ColumnSpec> result;
+            for (const SourceColumn &column : columns)
+                result.append(column.spec());
+            return result;
+        }
     };
 
     SqlDialect::Table require(const QString &table) const;
     Source source(const QString &table) const;
-    std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop) const;
+    std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop);
     bool read(Source &source, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
     const std::unique_ptr<SqlDialect> dialect;
     ProgressFunction progress = {};
     qint64 interval = 4096;
     Digits digits = Digits::AsDeclared;
+    /// The columns of each table of the last load, as declared.
+    QHash<QString, QList<ColumnSpec>> declaredColumns = {};
 };
 
 SqlDialect::Table TableLoader::Private::require(const QString &table) const
@@ -71,10 +82,10 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
     return result;
 }
 
-std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
-                                                        const parallel::StopToken &stop) const
+std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, const parallel::StopToken &stop)
 {
     Source wanted = source(table);
+    declaredColumns.insert(table, wanted.specs());
     std::unique_ptr<MemoryTable> result;
     // The first reading may find that columns need more room; it goes on to the end without keeping the rows,
     // so that the second finds every column wide enough.
@@ -88,11 +99,8 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table,
 bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
                                 std::unique_ptr<MemoryTable> &result) const
 {
-    QList<ColumnSpec> specs;
-    for (const SourceColumn &column : source.columns)
-        specs.append(column.spec());
     result = nullptr;
-    auto loaded = std::make_unique<MemoryTable>(source.table.name, specs);
+    auto loaded = std::make_unique<MemoryTable>(source.table.name, source.specs());
     const std::optional<qint64> total = dialect->rowCount(source.table, stop);
     if (!total)
         return true;
@@ -147,11 +155,12 @@ QStringList TableLoader::tableNames() const
 
 QList<ColumnSpec> TableLoader::columns(const QString &table) const
 {
-    QList<ColumnSpec> result;
-    const Private::Source source = d->source(table);
-    for (const SourceColumn &column : source.columns)
-        result.append(column.spec());
-    return result;
+    return d->source(table).specs();
+}
+
+QList<ColumnSpec> TableLoader::loadedColumns(const QString &table) const
+{
+    return d->declaredColumns.value(table);
 }
 
 qint64 TableLoader::rowCount(const QString &table) const
@@ -178,6 +187,7 @@ void TableLoader::setProgress(ProgressFunction progress, qint64 interval)
 std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const parallel::StopToken &stop) const
 {
     const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
+    d->declaredColumns.clear();
     return d->load(table, stop);
 }
 
@@ -185,6 +195,7 @@ std::optional<std::vector<std::unique_ptr<MemoryTable>>>
 TableLoader::loadAll(const QStringList &tables, const parallel::StopToken &stop) const
 {
     const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
+    d->declaredColumns.clear();
     std::vector<std::unique_ptr<MemoryTable>> loaded;
     for (const QString &table : tables) {
         auto next = d->load(table, stop);

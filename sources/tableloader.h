@@ -113,6 +113,9 @@ public:
     /// The columns of \a table as declared, in their order in the database: those with which load() makes it,
     /// but for the digits that Digits::AsNeeded adds.
     QList<ColumnSpec> columns(const QString &table) const;
+    /// The same as the last load found it, whatever has become of \a table since; none when that load did not
+    /// get as far.
+    QList<ColumnSpec> loadedColumns(const QString &table) const;
     qint64 rowCount(const QString &table) const;
     /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
     /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than

@@ -198,6 +198,35 @@ private Q_SLOTS:
         QCOMPARE(connection.columnNotes(u"none"_s), QStringList());
     }
 
+    void loadsATableThatIsDroppedMeanwhile()
+    {
+        const QString file =
+            makeFile(u"s.sqlite"_s, {u"PRAGMA journal_mode = WAL"_s, u"CREATE TABLE big (p DECIMAL(9,2))"_s,
+                                     u"INSERT INTO big WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + "
+                                     u"1 FROM n WHERE i < 200000) "
+                                     "SELECT i + 0.125 FROM n"_s});
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+        connection.open(SourceLocation::fromFile(file));
+        QTRY_VERIFY(!connection.isBusy());
+        recorder.take();
+        bool isDropped = false;
+        connect(&connection, &SourceConnection::progress, this,
+                [this, &isDropped](const QString &, qint64 rowsRead) {
+                    if (isDropped || rowsRead < 12000)
+                        return;
+                    makeFile(u"s.sqlite"_s, {u"DROP TABLE big"_s});
+                    isDropped = true;
+                });
+
+        connection.load({u"big"_s});
+
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.events, QStringList({u"loaded big"_s}), 60000);
+        QVERIFY(isDropped);
+        QCOMPARE(MemoryDatabase::instance().tableByName(u"big"_s)->columnName(0), u"p"_s);
+        QCOMPARE(connection.columnNotes(u"big"_s).size(), 1);
+    }
+
     void loadsNoTableTwice()
     {
         SourceConnection connection;

@@ -960,6 +960,26 @@ private Q_SLOTS:
         }
     }
 
+    void remembersTheColumnsOfALoad()
+    {
+        execute(u"CREATE TABLE a (c DECIMAL(5,2) NOT NULL, d TEXT)"_s);
+        execute(u"INSERT INTO a VALUES (3.125, 'x')"_s);
+        execute(u"CREATE TABLE b (c INTEGER)"_s);
+        TableLoader loader(connection());
+        loader.setDigits(TableLoader::Digits::AsNeeded);
+        const QList<ColumnSpec> columns = loader.columns(u"a"_s);
+        QCOMPARE(loader.loadedColumns(u"a"_s), QList<ColumnSpec>());
+
+        QVERIFY(loader.loadAll({u"a"_s}));
+        execute(u"DROP TABLE a"_s);
+
+        QCOMPARE(loader.loadedColumns(u"a"_s), columns);
+        QCOMPARE(loader.loadedColumns(u"b"_s), QList<ColumnSpec>());
+        QVERIFY(loader.load(u"b"_s));
+        QCOMPARE(loader.loadedColumns(u"a"_s), QList<ColumnSpec>());
+        QCOMPARE(loader.loadedColumns(u"b"_s), loader.columns(u"b"_s));
+    }
+
     void leavesTheTransactionOfItsCallerAlone()
     {
         execute(u"CREATE TABLE t (c INTEGER)"_s);
