@@ -5,6 +5,7 @@
 #include <hostkit/settings/inifile.h>
 #include <hostkit/settings/scratchstore.h>
 #include <hostkit/settings/settingsdocumentmodel_p.h>
+#include <hostkit/settings/settingstext_p.h>
 #include <hostkit/settings/settingsvalue.h>
 
 #include <QDir>
@@ -21,11 +22,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int watchDelay = 150; // ms; one write is reported several times
-
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QVariantList;
-}
 
 /// The path of an entry that cannot be created again: \a paths hold something below it, or a key above it.
 /// Empty when there is none.
@@ -208,8 +204,8 @@ SettingsDocument::Outcome SettingsDocument::write(const QList<SettingsChange> &w
         told += foundChanged().message;
     QStringList flattened;
     for (const SettingsChange &change : all) {
-        if (!change.removal && isList(change.newValue) &&
-            !isList(IniCodec::value(IniCodec::valueText(change.newValue))))
+        if (!change.removal && SettingsText::isList(change.newValue) &&
+            !SettingsText::isList(IniCodec::value(IniCodec::valueText(change.newValue))))
             flattened += change.path;
     }
     if (!flattened.isEmpty())

@@ -20,4 +20,10 @@ QString fromValue(const QVariant &value);
 /// nothing, and why in \a problem, when \a text is no such value.
 std::optional<QVariant> toValue(const QVariant &old, const QString &text, QString *problem);
 
+/// Returns whether \a value is a list, of texts or of anything.
+inline bool isList(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QVariantList;
+}
+
 } // namespace sito::SettingsText

@@ -31,12 +31,6 @@ constexpr int valueColumn = 2;
 /// With the mark of what is cut off.
 constexpr qsizetype longest = 501;
 
-/// A list, of texts or of anything.
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QVariantList;
-}
-
 /// A map, sorted or not.
 bool isMap(const QVariant &value)
 {
@@ -61,7 +55,7 @@ QString visible(QString text)
 QString itemText(const QVariant &item)
 {
     const QString text = settingsValueText(item);
-    if (isList(item))
+    if (SettingsText::isList(item))
         return u'[' + text + u']';
     const bool plain = item.typeId() != QMetaType::QString ||
                        (!text.isEmpty() && text.trimmed() == text && !text.contains(u',') &&
@@ -131,7 +125,7 @@ QString settingsValueText(const QVariant &value)
         text = SettingsText::fromValue(value);
         if (value.typeId() == QMetaType::QDateTime)
             text.replace(text.indexOf(u'T'), 1, u" "_s);
-    } else if (isList(value)) {
+    } else if (SettingsText::isList(value)) {
         const QVariantList items = value.toList();
         for (const QVariant &item : items) {
             text += (text.isNull() ? QString() : u", "_s) + itemText(item);
@@ -171,7 +165,7 @@ bool isSameSettingsValue(const QVariant &left, const QVariant &right)
     default:
         break;
     }
-    if (isList(left)) {
+    if (SettingsText::isList(left)) {
         const QVariantList one = left.toList();
         const QVariantList other = right.toList();
         return std::equal(one.begin(), one.end(), other.begin(), other.end(), isSameSettingsValue);
