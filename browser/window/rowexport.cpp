@@ -73,9 +73,9 @@ void RowExport::start(Job &job, TableExport rows, std::shared_ptr<const void> ke
         TableExport rows;
     };
     const qint64 rowCount = rows.rowCount();
-    const auto content = std::make_shared<Content>(Content{std::move(keeper), std::move(rows)});
+    auto content = std::make_shared<Content>(Content{std::move(keeper), std::move(rows)});
     job.task.start<std::unique_ptr<QMimeData>>(
-        [content, work = std::move(work)](const parallel::Context &context) mutable {
+        [content = std::move(content), work = std::move(work)](const parallel::Context &context) mutable {
             // To be deleted here: many rows take their time.
             const std::shared_ptr<Content> taken = std::move(content);
             return work(taken->rows, context);
