@@ -14,7 +14,8 @@ QWidget *MarkingDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
 {
     QWidget *editor = SettingsDelegate::createEditor(parent, option, index);
     if (editor)
-        Q_EMIT editorMade(editor);
+        // What makes an editor is const for Qt, what reports one is not.
+        Q_EMIT const_cast<MarkingDelegate *>(this)->editorMade(editor);
     return editor;
 }
 

@@ -20,7 +20,7 @@ public:
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
 Q_SIGNALS:
-    void editorMade(QWidget *editor) const;
+    void editorMade(QWidget *editor);
 };
 
 } // namespace sito

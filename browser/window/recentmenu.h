@@ -18,7 +18,7 @@ public:
     explicit RecentMenu(KeptViews &views, QWidget *parent = nullptr);
 
 Q_SIGNALS:
-    void chosen(const SourceLocation &location);
+    void chosen(const sito::SourceLocation &location);
     /// An address that is kept cannot be read, as \a message says.
     void failed(const QString &message);
 

@@ -44,7 +44,7 @@ public:
 
 Q_SIGNALS:
     /// \a page is shown now; null for none.
-    void shown(TablePage *page);
+    void shown(sito::TablePage *page);
     void failed(const QString &message);
     void selectionDropped();
     /// The selection or the filters of a page have changed.

@@ -96,8 +96,8 @@ Q_SIGNALS:
     /// The tables are about to be closed: models, filters and records on them must go.
     void aboutToClose();
     /// A source has taken the place of the one before.
-    void opened(const ShowRequest &request);
-    void tableLoaded(const QString &name, const ShowRequest &request);
+    void opened(const sito::ShowRequest &request);
+    void tableLoaded(const QString &name, const sito::ShowRequest &request);
     /// What could not be done, in one line.
     void failed(const QString &message);
     /// What is not done now, and why.
