@@ -129,7 +129,7 @@ std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel
     const auto snapshot = qScopeGuard(beginSnapshot());
     const QString name = rowNumberName(table);
     qint64 counted = 0;
-    QString remaining;
+    QString where;
     Portion portion;
     // Where there are so many rows, and the first one after them. Without row numbers this fails, and all
     // rows remain.
@@ -137,17 +137,17 @@ std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel
         portion.begin();
         QSqlQuery query(connection());
         query.setForwardOnly(true);
-        if (!query.exec(u"SELECT "_s + name + u" FROM "_s + table.quotedName + remaining + u" ORDER BY "_s +
+        if (!query.exec(u"SELECT "_s + name + u" FROM "_s + table.quotedName + where + u" ORDER BY "_s +
                         name + u" LIMIT 1 OFFSET "_s + QString::number(portion.size())) ||
             !query.next())
             break;
         if (stop.isStopRequested())
             return std::nullopt;
         counted += portion.size();
-        remaining = u" WHERE "_s + name + u" >= "_s + QString::number(query.value(0).toLongLong());
+        where = u" WHERE "_s + name + u" >= "_s + QString::number(query.value(0).toLongLong());
         portion.end();
     }
-    counted += number(u"SELECT count(*) FROM "_s + table.quotedName + remaining);
+    counted += number(u"SELECT count(*) FROM "_s + table.quotedName + where);
     if (stop.isStopRequested())
         return std::nullopt;
     return counted;
