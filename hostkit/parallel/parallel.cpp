@@ -3,6 +3,7 @@
 
 #include <hostkit/parallel/threadpool.h>
 
+#include <QRunnable>
 #include <QThreadPool>
 
 #include <atomic>
@@ -82,6 +83,37 @@ private:
     bool m_isClosed = false;
 };
 
+/// A thread of the pool that helps.
+class Helper final : public QRunnable
+{
+    Q_DISABLE_COPY_MOVE(Helper)
+public:
+    explicit Helper(std::shared_ptr<Share> share) : m_share(std::move(share))
+    {
+        m_isReady.store(true, std::memory_order_release);
+    }
+    void run() override
+    {
+        if (m_isReady.load(std::memory_order_acquire))
+            m_share->help();
+    }
+
+private:
+    const std::shared_ptr<Share> m_share;
+    /// Qt hands this over under its own locks, which a thread sanitizer does not see.
+    std::atomic<bool> m_isReady = false;
+};
+
+/// Whether \a pool has a thread that helps now.
+bool tryHelp(QThreadPool &pool, const std::shared_ptr<Share> &share)
+{
+    auto helper = std::make_unique<Helper>(share);
+    if (!pool.tryStart(helper.get()))
+        return false;
+    static_cast<void>(helper.release());
+    return true;
+}
+
 } // namespace
 
 void parallel::forEach(const Context &context, size_t count, const std::function<void(size_t)> &work)
@@ -96,7 +128,7 @@ void parallel::forEach(const Context &context, size_t count, const std::function
         const auto share = std::make_shared<Share>(context, count, work);
         QThreadPool *pool = threadPool();
         try {
-            for (size_t i = 1; i < threads && pool->tryStart([share] { share->help(); }); ++i) {
+            for (size_t i = 1; i < threads && tryHelp(*pool, share); ++i) {
             }
         } catch (const std::bad_alloc &) {
             // The threads that exist do the work.

@@ -6,6 +6,7 @@
 #include <QRunnable>
 #include <QThreadPool>
 
+#include <atomic>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -22,13 +23,20 @@ public:
     Guest(QThreadPool *pool, std::function<void()> work) : m_pool(pool), m_work(std::move(work))
     {
         m_pool->releaseThread();
+        m_isReady.store(true, std::memory_order_release);
     }
     ~Guest() override { m_pool->reserveThread(); }
-    void run() override { m_work(); }
+    void run() override
+    {
+        if (m_isReady.load(std::memory_order_acquire))
+            m_work();
+    }
 
 private:
     QThreadPool *const m_pool;
     const std::function<void()> m_work;
+    /// Qt hands this over under its own locks, which a thread sanitizer does not see.
+    std::atomic<bool> m_isReady = false;
 };
 
 } // namespace
