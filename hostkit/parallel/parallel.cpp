@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/parallel/parallel_p.h>
 
+#include <hostkit/parallel/poolwork_p.h>
 #include <hostkit/parallel/threadpool.h>
 
-#include <QRunnable>
 #include <QThreadPool>
 
 #include <atomic>
@@ -84,24 +84,16 @@ private:
 };
 
 /// A thread of the pool that helps.
-class Helper final : public QRunnable
+class Helper final : public parallel::PoolWork
 {
     Q_DISABLE_COPY_MOVE(Helper)
 public:
-    explicit Helper(std::shared_ptr<Share> share) : m_share(std::move(share))
-    {
-        m_isReady.store(true, std::memory_order_release);
-    }
-    void run() override
-    {
-        if (m_isReady.load(std::memory_order_acquire))
-            m_share->help();
-    }
+    explicit Helper(std::shared_ptr<Share> share) : m_share(std::move(share)) { setReady(); }
 
 private:
+    void work() override { m_share->help(); }
+
     const std::shared_ptr<Share> m_share;
-    /// Qt hands this over under its own locks, which a thread sanitizer does not see.
-    std::atomic<bool> m_isReady = false;
 };
 
 /// Whether \a pool has a thread that helps now.

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/parallel/startthread_p.h>
 
+#include <hostkit/parallel/poolwork_p.h>
 #include <hostkit/parallel/threadpool.h>
 
-#include <QRunnable>
 #include <QThreadPool>
 
-#include <atomic>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -16,27 +15,22 @@ namespace sito {
 namespace {
 
 /// A runnable with a thread to itself: the pool has room for one more while it is there.
-class Guest final : public QRunnable
+class Guest final : public parallel::PoolWork
 {
     Q_DISABLE_COPY_MOVE(Guest)
 public:
     Guest(QThreadPool *pool, std::function<void()> work) : m_pool(pool), m_work(std::move(work))
     {
         m_pool->releaseThread();
-        m_isReady.store(true, std::memory_order_release);
+        setReady();
     }
     ~Guest() override { m_pool->reserveThread(); }
-    void run() override
-    {
-        if (m_isReady.load(std::memory_order_acquire))
-            m_work();
-    }
 
 private:
+    void work() override { m_work(); }
+
     QThreadPool *const m_pool;
     const std::function<void()> m_work;
-    /// Qt hands this over under its own locks, which a thread sanitizer does not see.
-    std::atomic<bool> m_isReady = false;
 };
 
 } // namespace

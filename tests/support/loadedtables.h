@@ -100,9 +100,9 @@ public:
     }
 };
 
-/// The shortest of ten times, in nanoseconds, after which a count of the rows of \a table ends that is stopped
-/// at a tenth of \a whole, the time of a complete one; \a whole when none was stopped. (Whoever else uses the
-/// machine may delay either.)
+/// Counts the rows of \a table ten times and stops each count at a tenth of \a whole, the time of a complete
+/// one. Returns the shortest time to the end, in nanoseconds; \a whole when none was stopped. (Other programs
+/// may delay either.)
 inline qint64 shortestStoppedCount(const TableLoader &loader, const QString &table, qint64 whole)
 {
     qint64 shortest = whole;

@@ -193,7 +193,7 @@ private Q_SLOTS:
         });
         QTest::newRow("refresh") << Way([](Window &w) { w.press(Qt::Key_F5); });
         QTest::newRow("close") << Way([](Window &w) { QVERIFY(!w.window.close()); });
-        QTest::newRow("typed anew") << Way([](Window &w) {
+        QTest::newRow("typed again") << Way([](Window &w) {
             w.press(Qt::Key_X);
             w.press(Qt::Key_Backspace);
             w.press(Qt::Key_F5);

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QRunnable>
+
+#include <atomic>
+
+namespace sito {
+
+namespace parallel {
+
+/// What a thread of the pool does. QThreadPool hands it over under locks of its own, which a thread sanitizer
+/// does not see: to it, every use in the thread would be a race with the constructor.
+class PoolWork : public QRunnable
+{
+    Q_DISABLE_COPY_MOVE(PoolWork)
+public:
+    void run() final
+    {
+        if (m_isReady.load(std::memory_order_acquire))
+            work();
+    }
+
+protected:
+    PoolWork() = default;
+    /// Ends the constructor of a subclass.
+    void setReady() { m_isReady.store(true, std::memory_order_release); }
+    /// Runs in the thread.
+    virtual void work() = 0;
+
+private:
+    std::atomic<bool> m_isReady = false;
+};
+
+} // namespace parallel
+
+} // namespace sito
