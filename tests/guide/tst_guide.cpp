@@ -55,10 +55,10 @@ int shownRows(const MemoryTable &table, const FilterFunc &excluded)
 }
 
 /// The predicate of a filter by price.
-class AtLeast : public FilterFunc
+class IsDear : public FilterFunc
 {
 public:
-    AtLeast(int column, double limit, QObject *parent) : FilterFunc(parent), m_column(column), m_limit(limit)
+    IsDear(int column, double limit, QObject *parent) : FilterFunc(parent), m_column(column), m_limit(limit)
     {
     }
     bool filter(const Record &record) const override
@@ -191,7 +191,7 @@ private Q_SLOTS:
 
     void aPredicateOfAClass()
     {
-        const AtLeast dear(1, 200, nullptr);
+        const IsDear dear(1, 200, nullptr);
         QCOMPARE(shownRows(m_quotes, dear), 3);
     }
 
