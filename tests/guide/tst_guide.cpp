@@ -235,13 +235,28 @@ private Q_SLOTS:
     {
         ColumnsFilter filter(m_quotes, {0, 1});
         QString shown;
+        QString message;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: "_s));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: "_s));
         try {
             filter.setValue(u"SBER"_s);
         } catch (...) {
             shown = currentExceptionText();
         }
-        QVERIFY(!shown.isEmpty());
+        try {
+            filter.setValue(u"SBER"_s);
+        } catch (const Exception &problem) {
+            message = problem.message();
+        }
+        QVERIFY(!message.isEmpty());
+        QCOMPARE(shown, message);
+
+        try {
+            KeyFilterFunc_Fast(&m_quotes, {}, {}); // throws a QString
+        } catch (...) {
+            shown = currentExceptionText();
+        }
+        QCOMPARE(shown, u"Columns can't be empty"_s);
     }
 
     void anExceptionReportsItself()
