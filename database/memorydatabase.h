@@ -18,6 +18,7 @@ class DATABASE_EXPORT MemoryDatabase final : public Database
 {
     Q_DISABLE_COPY_MOVE(MemoryDatabase)
 public:
+    /// The one catalogue of the process.
     static MemoryDatabase &instance();
 
     Table *tableByName(const QString &name) override;

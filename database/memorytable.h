@@ -41,18 +41,21 @@ public:
     MemoryTable(const QString &name, const QList<ColumnSpec> &columns);
     ~MemoryTable();
 
+    /// How many columns the table has, at least one.
     int columnCount() const;
     /// The definition of \a column as it was given; \a column must exist.
     const ColumnSpec &columnSpec(int column) const;
     /// The index of the column of that name. Throws Exception when there is none.
     int requireColumn(const QString &name) const;
 
+    /// How many rows the master index holds.
     qint64 rowCount() const;
     /// The row at \a index of the master index. Throws Exception when there is none.
     Record row(qint64 index) const;
 
     /// Appends a row of \a values, one per column, and returns it.
     Record append(std::span<const CellValue> values);
+    /// The same for values in braces.
     Record append(std::initializer_list<CellValue> values);
     /// Appends all of \a rows, or none when one of them does not fit.
     void append(const QList<QList<CellValue>> &rows);

@@ -38,6 +38,7 @@ class SOURCES_EXPORT SourceConnection : public QObject
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SourceConnection)
 public:
+    /// What is known of a table before it is loaded.
     struct TableInfo
     {
         QString name = {};
@@ -78,6 +79,7 @@ public:
     bool isOpen() const;
     /// Of the source that is open; without a driver when there is none.
     SourceLocation location() const;
+    /// The tables of the source that is open, as opened() gave them; none when there is none.
     QList<TableInfo> tables() const;
     /// The tables in MemoryDatabase that this object loaded, in order, of whatever source.
     QStringList loadedTables() const;
@@ -85,12 +87,14 @@ public:
     QStringList columnNotes(const QString &table) const;
 
 Q_SIGNALS:
+    /// Emitted when open() has ended well.
     void opened(const QList<SourceConnection::TableInfo> &tables);
     /// \a rowsTotal is what the source said before the first row. A table that turns out to need wider
     /// columns is counted from 0 a second time. Several steps may be reported as one.
     void progress(const QString &table, qint64 rowsRead, qint64 rowsTotal);
     /// \a tables as they were given to load(): they are all in MemoryDatabase::instance() now.
     void loaded(const QStringList &tables);
+    /// Emitted by cancel() in place of the signal of the operation.
     void cancelled();
     /// \a message is one line, names the source or the table, and holds no password.
     void failed(const QString &message);

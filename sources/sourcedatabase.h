@@ -33,6 +33,7 @@ public:
                             int lockMilliseconds = 10'000);
     ~SourceDatabase();
 
+    /// A handle on the connection, for queries in this thread.
     QSqlDatabase connection() const;
 
 private:

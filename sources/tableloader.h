@@ -84,6 +84,7 @@ class SOURCES_EXPORT TableLoader
     Q_DECLARE_TR_FUNCTIONS(TableLoader)
     Q_DISABLE_COPY_MOVE(TableLoader)
 public:
+    /// How far the load of one table has come.
     struct Progress
     {
         QString table;
@@ -116,6 +117,7 @@ public:
     /// The same as the last load found it, whatever has become of \a table since; none when that load did not
     /// get as far.
     QList<ColumnSpec> loadedColumns(const QString &table) const;
+    /// How many rows \a table has now, counted by the database.
     qint64 rowCount(const QString &table) const;
     /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
     /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than

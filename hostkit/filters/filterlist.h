@@ -30,6 +30,7 @@ public:
 
     /// Never null.
     Table *table() const { return m_table; }
+    /// The filters in their order; the reference follows the list as long as it lives.
     const QList<Filter *> &filters() const { return m_filters; }
     /// Whether \a filter restricts the rows now: it is switched on and has a value.
     static bool takesPart(const Filter &filter);
@@ -59,9 +60,11 @@ public:
     std::vector<std::shared_ptr<const FilterFunc>> createFilterFuncs(const Filter *except = nullptr) const;
 
 Q_SIGNALS:
+    /// \a filter is the last one of the list now.
     void added(Filter *filter);
     /// \a filter is still in the list.
     void aboutToBeRemoved(Filter *filter);
+    /// A filter has left the list.
     void removed();
     /// The value or the switch of \a filter has changed: after notifyChanged(), and whenever the filter
     /// itself emits enabledChanged() or asincChanged().

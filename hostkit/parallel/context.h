@@ -35,6 +35,7 @@ struct Context
     /// May be null.
     Progress *progress = nullptr;
 
+    /// Adds \a units to what is done.
     void advance(qint64 units) const
     {
         if (progress)

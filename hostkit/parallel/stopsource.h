@@ -16,7 +16,9 @@ public:
 
     /// Also wakes the threads that wait on the token.
     void requestStop() const;
+    /// Whether requestStop() was called on this source or a copy.
     bool isStopRequested() const { return m_token.isStopRequested(); }
+    /// The token to give to the work; valid as long as this object.
     const StopToken &token() const { return m_token; }
 
 private:

@@ -22,6 +22,7 @@ public:
 
     /// Whether it has a source.
     bool canStop() const { return m_state != nullptr; }
+    /// Whether its source has requested the stop; false without a source.
     bool isStopRequested() const { return m_state && m_state->isRequested.load(std::memory_order_relaxed); }
     /// Throws Stopped when the stop is requested.
     void throwIfStopped() const;

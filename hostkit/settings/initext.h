@@ -18,6 +18,7 @@ namespace sito {
 class HOSTKIT_EXPORT IniText
 {
 public:
+    /// What a line is to QSettings.
     enum class Kind {
         Head,      ///< begins a section
         Entry,     ///< a key and its value
@@ -40,7 +41,9 @@ public:
 
     explicit IniText(const QByteArray &content = {});
 
+    /// The whole text, as given.
     const QByteArray &content() const { return m_content; }
+    /// The lines in their order.
     const QList<Line> &lines() const { return m_lines; }
     /// Whether this is the text of an INI file: it holds no NUL, and where lines cannot be read, others can,
     /// or all of those begin with "#".
@@ -51,6 +54,7 @@ public:
 
     /// All paths, sorted.
     QStringList paths() const { return m_entries.keys(); }
+    /// Whether there is an entry of \a path.
     bool contains(const QString &path) const { return m_entries.contains(path); }
     /// The value of \a path; invalid when there is none or it cannot be read.
     QVariant value(const QString &path) const;

@@ -40,8 +40,10 @@ class HOSTKIT_EXPORT SettingsChanges : public QAbstractTableModel
 public:
     using Change = SettingsChange;
 
+    /// The columns: edit or removal, the path, the value in the store, the value wanted.
     enum Column { KindColumn, PathColumn, OldColumn, NewColumn, ColumnCount };
 
+    /// What can be said of the store's file, see storeState().
     enum class StoreState {
         Readable,  ///< also a store whose file never existed
         Missing,   ///< the file existed and was deleted
@@ -58,11 +60,13 @@ public:
 
     /// Observes \a model, or nothing when it is null. Removals made before are not known.
     void setModel(SettingsModel *model);
+    /// The model that is observed; null for none, and after it was deleted.
     SettingsModel *model() const;
 
     /// Edits in the order of the tree, then edits of entries that are gone, see goneEntries(), then removals
     /// in the order in which they were made.
     const QList<Change> &changes() const { return m_changes; }
+    /// Whether nothing waits.
     bool isEmpty() const { return m_changes.isEmpty(); }
     /// Whether there is an edit of the key \a path, which the model has.
     bool isEdited(const QString &path) const { return m_edited.contains(path); }

@@ -38,19 +38,25 @@ public:
 
     /// What the store was last known to hold. Groups have invalid values.
     const Values &known() const { return m_known; }
+    /// The store holds \a value for \a path.
     void know(const QString &path, const QVariant &value) { m_known.insert(path, value); }
+    /// Nothing is known of the store any more.
     void forgetKnown() { m_known.clear(); }
 
     /// An entry was removed from the copy with everything below it.
     void noteRemoval(const QString &path, bool isGroup);
+    /// Takes back one noteRemoval().
     void forgetRemoval(const QString &path, bool isGroup);
+    /// Takes back every noteRemoval().
     void forgetRemovals() { m_removals.clear(); }
 
     /// The entry of \a edit has gone from the copy because it has gone from the store. The edit stays a
     /// change, marked SettingsChange::gone, until the copy has the entry again or a group around it is
     /// removed.
     void noteGone(const SettingsChange &edit);
+    /// Takes back one noteGone().
     void forgetGone(const QString &path);
+    /// Takes back every noteGone().
     void forgetAllGone() { m_gone.clear(); }
 
     /// Whether the value \a now was put into the copy while the store holds \a stored. If both are the same,

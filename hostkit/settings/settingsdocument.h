@@ -72,7 +72,9 @@ public:
     SettingsModel *model() const;
     /// The store; null before open(). It lives until the next open().
     const QSettings *store() const { return m_store.get(); }
+    /// The changes that wait; of model(), as long as this object.
     SettingsChanges &changes() { return m_changes; }
+    /// As above.
     const SettingsChanges &changes() const { return m_changes; }
     /// The name of the file; empty before open().
     QString fileName() const;
@@ -82,6 +84,7 @@ public:
     /// Sets whether changes wait. Write or drop those that wait before. While the store is ambiguous, changes
     /// are written at once whatever was set; what was set holds again afterwards.
     void setManual(bool manual);
+    /// Whether the file must not be written, see IniFile::isReadOnly().
     bool isReadOnly() const;
     /// Whether groups or keys have no name, or names are both group and key. A merge or a submit would
     /// confuse them.

@@ -66,6 +66,7 @@ public:
         bool operator==(const SortKey &) const = default;
     };
 
+    /// Roles beside those of Qt; a host's own roles begin at FirstUnusedRole.
     enum Role {
         ColumnRole = Qt::UserRole, ///< int: the table's index of the column; also in the horizontal header
         AbsentRole,                ///< bool: whether the value is absent
@@ -99,6 +100,7 @@ public:
     /// Filters by \a filters, which is not owned and may be deleted at any time; null for none. A pass
     /// follows, and one after each FilterList::changed().
     void setFilters(FilterList *filters);
+    /// The list given to setFilters(); null for none, and after it was deleted.
     FilterList *filters() const;
 
     /// The keys that were set last; a pass that brings the rows into their order may still run.
@@ -111,6 +113,7 @@ public:
     /// How many threads share a pass at most, if the pool has them to spare; 0, as it is at first, for as
     /// many as parallel::threadPool() may have.
     int threadCount() const;
+    /// Counts from the next pass on.
     void setThreadCount(int count);
     /// Whether what is shown is to be replaced: a pass runs or is about to.
     bool isPassRunning() const;
@@ -154,6 +157,7 @@ Q_SIGNALS:
     /// A filter could not make its predicate, a predicate threw \a message, or there was no memory. The rows
     /// stay as they were. Also comes without a passStarted() of its own.
     void passFailed(const QString &message);
+    /// The pass was given up by cancelPass(). The rows stay as they were.
     void passCancelled();
 
 private:

@@ -27,6 +27,7 @@ public:
 
     /// Lists the keys of \a filter, all of them checked.
     void setKeys(const ValueFilter &filter);
+    /// The checked keys, in the order in which they are listed.
     QList<KeyValue> checkedKeys() const;
     /// Whether at least one key is checked, so that the choice can be applied.
     bool isComplete() const;

@@ -63,6 +63,7 @@ public:
     /// The size that the user gave the popups; all popups share it. Invalid if the user gave none. Hosts that
     /// keep it between runs give it back by setPopupSize(), which applies to later popups.
     static QSize popupSize();
+    /// See popupSize().
     static void setPopupSize(const QSize &size);
 
 private:

@@ -29,6 +29,7 @@ class TableModel;
 /// of the list's ValueListFilter over these columns, in any order, or of a new one with the list as its
 /// siblings. Switches the filter on and returns it; the list reports the change.
 HOSTKIT_EXPORT Filter *hideValues(FilterList &filters, const TableModel &model, const QItemSelection &cells);
+/// The same for a list of indexes.
 HOSTKIT_EXPORT Filter *hideValues(FilterList &filters, const TableModel &model, const QModelIndexList &cells);
 
 /// Shows only the rows that hold one of the selected combinations. They become the keys of the list's
@@ -36,6 +37,7 @@ HOSTKIT_EXPORT Filter *hideValues(FilterList &filters, const TableModel &model, 
 /// the list reports the change.
 HOSTKIT_EXPORT Filter *showOnlyValues(FilterList &filters, const TableModel &model,
                                       const QItemSelection &cells);
+/// The same for a list of indexes.
 HOSTKIT_EXPORT Filter *showOnlyValues(FilterList &filters, const TableModel &model,
                                       const QModelIndexList &cells);
 

@@ -39,8 +39,11 @@ public:
     FilteredTableView(Table &table, const QList<int> &columns, QWidget *parent = nullptr);
     ~FilteredTableView() override;
 
+    /// The list that the view owns; never null.
     FilterList *filters() const { return m_filters; }
+    /// The model that the view owns; never null.
     TableModel *tableModel() const { return m_model; }
+    /// The horizontal header; never null.
     FilterHeader *filterHeader() const { return m_header; }
 
     /// The ValueListFilter over \a columns: the one in filters(), or a new one that is added there as soon as
@@ -53,19 +56,24 @@ public:
     /// Calls select() of \a filter, below \a place on the screen. Emits failed() when that throws.
     void select(SelectFilter &filter, const QRect &place);
 
+    /// Whether a cell is selected.
     bool hasSelection() const;
     /// The table's columns that have a selected cell, ascending, without hidden ones.
     QList<int> selectedColumns() const;
     /// As in cellfilters.h, for the selected cells outside hidden columns. Emit failed() when that throws.
     void hideSelectedValues();
+    /// As hideSelectedValues(), but for showOnlyValues().
     void showOnlySelectedValues();
 
     /// Sorts by the column of \a section: ascending, descending at the next call, not at all at the third.
     /// With \a adding, the other sort keys stay.
     void sortBy(int section, bool adding);
+    /// Sorts by the column of \a section in \a order. With \a adding, the other sort keys stay.
     void setSorting(int section, Qt::SortOrder order, bool adding);
+    /// Brings the rows into the order of the master index.
     void clearSorting();
 
+    /// Shows the hidden columns, in their places.
     void showAllColumns();
     /// The nearest shown section to the left or right of the shown \a section; -1 when there is none.
     int neighbour(int section, bool atRight) const;
@@ -76,6 +84,7 @@ public:
 
     /// See HeaderLayout.
     QString layoutText() const;
+    /// Restores a layoutText(), see HeaderLayout::restore().
     void restoreLayout(const QString &text);
 
     /// The rectangle of the cell of \a index, in global coordinates.

@@ -29,6 +29,7 @@ class HOSTKIT_EXPORT FilterHeader : public QHeaderView
 {
     Q_OBJECT
 public:
+    /// A section that is sorted by, by logical index.
     struct SortMark
     {
         int section = -1;
@@ -43,10 +44,12 @@ public:
 
     /// The sections, by logical index, whose button is marked.
     void setFilteredSections(const QList<int> &sections);
+    /// Whether the button of \a section is marked.
     bool isFiltered(int section) const { return m_filtered.contains(section); }
 
     /// Shows \a marks as the sort keys, the most significant one first.
     void setSortMarks(const QList<SortMark> &marks);
+    /// As given to setSortMarks().
     const QList<SortMark> &sortMarks() const { return m_sortMarks; }
 
     /// Where the button of \a section lies in the viewport; null for a hidden section, and for one that is

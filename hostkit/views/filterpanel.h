@@ -33,6 +33,7 @@ public:
 
     /// Shows \a filters, which are not owned; null for none.
     void setFilters(FilterList *filters);
+    /// The list that is shown; null for none, and after it was deleted.
     FilterList *filters() const { return m_filters; }
     /// The names of the sets that can be restored.
     void setSetNames(const QStringList &names);
@@ -46,8 +47,11 @@ public:
 Q_SIGNALS:
     /// Emitted when the user wants to edit \a filter; \a button is the one that was clicked.
     void editRequested(Filter *filter, QWidget *button);
+    /// Emitted when the user wants to save the filters as a set; the host asks for its name.
     void saveRequested();
+    /// Emitted when the user has chosen the set \a name to be restored.
     void restoreRequested(const QString &name);
+    /// Emitted when the user has chosen the set \a name to be deleted.
     void deletionRequested(const QString &name);
 
 protected:

@@ -16,6 +16,7 @@ class TableModel;
 /// has gained, lost or moved columns. For the GUI thread.
 namespace HeaderLayout {
 
+/// The layout of \a header, whose view shows \a model, for restore().
 HOSTKIT_EXPORT QString toText(const QHeaderView &header, const TableModel &model);
 
 /// Applies \a text to the columns that exist, and the sorting. Columns that \a text does not name come behind

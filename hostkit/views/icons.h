@@ -15,6 +15,7 @@ namespace sito {
 /// palette, so they are sharp at any scale and follow the palette. For the GUI thread.
 namespace Icons {
 
+/// What an icon shows.
 enum class Shape {
     Add,
     Close,
@@ -35,6 +36,7 @@ enum class Shape {
     Warning,
 };
 
+/// The icon of \a shape, in all sizes.
 HOSTKIT_EXPORT QIcon icon(Shape shape);
 
 /// An icon that calls \a draw when it is painted. \a draw draws into the square from (0, 0) to (16, 16),

@@ -54,14 +54,18 @@ public:
     /// The sections that \a header shows, in their visual order.
     static QList<int> shownSections(const QHeaderView &header);
 
+    /// How many rows are exported, without the line of names.
     qint64 rowCount() const { return qint64(m_rows.size()); }
+    /// The table's indexes of the columns that are exported, in their order.
     const QList<int> &columns() const { return m_columns; }
 
     /// Whether a line with the names of the columns comes first; true by default.
     bool hasHeaders() const { return m_headers; }
+    /// See hasHeaders().
     void setHeaders(bool headers) { m_headers = headers; }
     /// Whether CSV begins with a byte order mark, by which spreadsheets recognise UTF-8; false by default.
     bool hasByteOrderMark() const { return m_byteOrderMark; }
+    /// See hasByteOrderMark().
     void setByteOrderMark(bool mark) { m_byteOrderMark = mark; }
 
     /// Writes CSV by RFC 4180: UTF-8, lines ended by CR LF, fields as csvField() gives them. So an absent

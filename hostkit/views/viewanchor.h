@@ -38,6 +38,7 @@ public:
     ~ViewAnchor() override;
 
 Q_SIGNALS:
+    /// Emitted when a selection was dropped, so that the host can tell the user.
     void selectionDropped();
 
 private:

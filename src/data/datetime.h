@@ -32,6 +32,7 @@ public:
     /// other text gives 0.
     static inline datetime fromUtcString(QStringView text);
 
+    /// Milliseconds since 1970-01-01T00:00:00 UTC; 0 for no date.
     constexpr qint64 milliseconds() const { return m_milliseconds; }
 
     /// The UTC clock reading as "yyyy.MM.dd HH:mm:ss.zzz"; empty for 0. A year before Christ has a minus sign

@@ -24,6 +24,7 @@ public:
     static constexpr quint64 valueMask = 0x80FFFFFFFFFFFFFFu;
     /// Bits 56 to 62 of the word: the scale, two's complement.
     static constexpr quint64 scaleMask = 0x7F00000000000000u;
+    /// The ranges of the unscaled value and of the scale.
     static constexpr qint64 minUnscaled = -(qint64(1) << 56);
     static constexpr qint64 maxUnscaled = (qint64(1) << 56) - 1;
     static constexpr short minScale = -64;
@@ -64,8 +65,11 @@ public:
     /// Throws Exception "Decimal overflow: '%1'" when the number has no room at that scale or the scale is
     /// out of range, and changes nothing then.
     void setScale(short scale);
+    /// Digits after the point, -64 to 63.
     constexpr short scale() const;
+    /// The number times 10^scale.
     constexpr qint64 unscaled() const;
+    /// The word as it is stored in rows; fromWord() takes it back.
     constexpr qint64 word() const { return m_word; }
 
     /// Negative, zero or positive as this number is less than, equal to or greater than \a other. Exact for

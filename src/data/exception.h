@@ -18,9 +18,11 @@ public:
     Exception &operator=(const Exception &other) = default;
     virtual ~Exception() { dump(); }
 
+    /// What went wrong, as given at construction; valid as long as this object.
     const QString &message() const { return m_message; }
     /// Further lines that say where it happened, outermost last; usually none.
     const QStringList &lines() const { return m_lines; }
+    /// Adds \a line behind those that are there; for code that lets the exception pass and knows where it is.
     void addLine(const QString &line) { m_lines.append(line); }
 
     /// The database library's report of this exception: message and lines.

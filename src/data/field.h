@@ -27,6 +27,7 @@ public:
 
     /// Whether the cell holds a value. A mask of 0, that of a column without absent values, always does.
     bool isPresent() const { return (*nullFlags & nullMask) == nullMask; }
+    /// Sets the presence bit and leaves the value as it is; has no effect where the mask is 0.
     void setPresent() { *nullFlags = static_cast<unsigned char>(*nullFlags | nullMask); }
     /// Clears the presence bit; has no effect where the mask is 0.
     void setAbsent() { *nullFlags = static_cast<unsigned char>((*nullFlags | nullMask) ^ nullMask); }

@@ -74,6 +74,7 @@ class TableIndex
 {
 public:
     virtual ~TableIndex() = default;
+    /// How many rows the index holds.
     virtual qint64 rowCount() const = 0;
 };
 
@@ -82,7 +83,9 @@ class RowRange
 {
 public:
     virtual ~RowRange() = default;
+    /// The first row; equal to end() when there is none.
     virtual IndexIterator begin() const = 0;
+    /// The position behind the last row.
     virtual IndexIterator end() const = 0;
 };
 

@@ -52,8 +52,10 @@ public:
             header()->table->freeRow(m_row);
     }
 
+    /// Exchanges the rows of the two handles; their counts stay as they are.
     void swap(Record &other) noexcept { std::swap(m_row, other.m_row); }
 
+    /// Whether this is a handle on no row.
     bool isNull() const { return !m_row; }
     /// The row block; null for a handle on no row.
     unsigned char *row() const { return m_row; }

@@ -20,7 +20,9 @@ class DATABASE_EXPORT Table
 {
     Q_DISABLE_COPY_MOVE(Table)
 public:
+    /// The name by which Database::tableByName() finds the table.
     QString name() const;
+    /// The name of \a column, which must exist.
     QString columnName(int column) const;
     /// The index of the column of that name, exactly written; -1 when there is none.
     int columnIndex(const QString &name) const;
@@ -36,6 +38,7 @@ public:
     /// Locks the table's content against other threads; the same thread may lock it again and must unlock it
     /// as often. Hold the lock while looking up columns and walking the index, if others may write.
     void lock() const;
+    /// Takes back one lock() of the calling thread.
     void unlock() const;
 
     /// Takes back \a row, whose last handle is gone; called by Record, from any thread.

@@ -18,6 +18,7 @@
 class DATABASE_EXPORT xdecimal
 {
 public:
+    /// The range of the scale.
     static constexpr short minScale = -64;
     static constexpr short maxScale = 63;
 
@@ -40,6 +41,7 @@ public:
 
     /// As decimal::setScale().
     void setScale(short scale);
+    /// Digits after the point, -64 to 63.
     short scale() const;
     /// The 16 stored bytes; valid as long as this object.
     const unsigned char *data() const { return m_bytes.data(); }

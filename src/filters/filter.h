@@ -29,11 +29,13 @@ public:
     Filter(int firstId, int secondId, QObject *parent);
     ~Filter() override;
 
+    /// Whether the filter is switched on; false for a new one.
     bool isEnabled() const { return m_enabled; }
 
     /// The two numbers given at construction. Only the host gives them a meaning; nothing in this library
     /// reads them.
     int firstId() const { return m_firstId; }
+    /// See firstId().
     int secondId() const { return m_secondId; }
 
     /// A new predicate for the filter's current value; later changes do not affect it. It belongs to
@@ -68,6 +70,7 @@ public:
     virtual void setEnabled(bool enabled);
 
 Q_SIGNALS:
+    /// Emitted by every call of setEnabled(), with its argument.
     void enabledChanged(bool enabled);
     /// For subclasses and hosts to emit; nothing in this library does. The name is spelled so on purpose.
     void asincChanged();
