@@ -16,6 +16,10 @@ class QSpinBox;
 namespace sito {
 
 /// Asks for a database of a PostgreSQL server. Stores nothing of what was entered, least of all the password.
+///
+/// **Threads.** For the GUI thread.
+///
+/// **Cost.** Connects to nothing, so it never waits.
 class SOURCES_EXPORT OpenServerDialog : public QDialog
 {
     Q_OBJECT

@@ -32,7 +32,10 @@ namespace sito {
 /// Columns get the room that their values need (TableLoader::Digits::AsNeeded); columnNotes() tells
 /// of which that is so. After a server went away during a load(), the next load() connects anew.
 ///
-/// All members are called in the thread in which the object lives, which needs an event loop.
+/// **Threads.** All members are called in the thread in which the object lives, which needs an event loop.
+/// The source is read in another one.
+///
+/// **Cost.** Opening counts the rows of every table. Loading holds whole tables in memory; see TableLoader.
 class SOURCES_EXPORT SourceConnection : public QObject
 {
     Q_OBJECT

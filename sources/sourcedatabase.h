@@ -17,7 +17,10 @@ namespace sito {
 /// every name: its search path is empty, and a table of which row policies would hide rows is an error.
 /// PGOPTIONS, PGSERVICE and the other variables of libpq hold as far as they do not contradict that.
 ///
-/// It belongs to the thread that made it, and ends there; handles of its connection must be gone by then.
+/// **Threads.** It belongs to the thread that made it, and ends there; handles of its connection must be gone
+/// by then.
+///
+/// **Cost.** One connection; the constructor blocks until the server has answered.
 class SOURCES_EXPORT SourceDatabase
 {
     Q_DECLARE_TR_FUNCTIONS(SourceDatabase)

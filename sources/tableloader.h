@@ -79,6 +79,9 @@ namespace sito {
 /// holds for a load that is cancelled. The connection may be used as before.
 ///
 /// **Threads.** A loader is used in the thread of its connection; its tables may be handed to any other.
+///
+/// **Cost.** Whole tables are held in memory. Each row is read once, or twice where a column needs more
+/// digits than it declares.
 class SOURCES_EXPORT TableLoader
 {
     Q_DECLARE_TR_FUNCTIONS(TableLoader)

@@ -12,6 +12,10 @@ namespace sito {
 /// file. It refuses texts that ValueFilter would silently change.
 ///
 /// It has no widget.
+///
+/// **Threads.** As ValueFilter.
+///
+/// **Cost.** As ValueFilter.
 class HOSTKIT_EXPORT ColumnsFilter : public ValueFilter
 {
     Q_OBJECT

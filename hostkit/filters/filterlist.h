@@ -18,8 +18,12 @@ namespace sito {
 /// The filters of one table view, in the order in which they were added; owns them.
 ///
 /// A row is shown when the predicate of every filter that takes part answers false for it. A filter takes
-/// part while it is switched on and has a value. Used from the GUI thread; the table is not owned and must
-/// outlive the list.
+/// part while it is switched on and has a value. The table is not owned and must outlive the list.
+///
+/// **Threads.** Used from the GUI thread; the predicates are for any thread.
+///
+/// **Cost.** Most functions look through the list of filters. createFilterFuncs() grows with the keys of all
+/// filters that take part.
 class HOSTKIT_EXPORT FilterList : public QObject
 {
     Q_OBJECT

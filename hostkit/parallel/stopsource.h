@@ -7,8 +7,12 @@ namespace sito {
 
 namespace parallel {
 
-/// Requests the stop of work that has its token(). A copy is the same source. May be used from any thread.
-/// The destructor does not request the stop.
+/// Requests the stop of work that has its token(). A copy is the same source. The destructor does not request
+/// the stop.
+///
+/// **Threads.** May be used from any thread.
+///
+/// **Cost.** Copies share one state.
 class HOSTKIT_EXPORT StopSource
 {
 public:

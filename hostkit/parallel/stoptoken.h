@@ -13,8 +13,12 @@ namespace sito {
 
 namespace parallel {
 
-/// Tells work in a thread whether to stop, as requested from its StopSource. Copies share the source. May be
-/// used from any thread. A default-constructed token never stops anything.
+/// Tells work in a thread whether to stop, as requested from its StopSource. Copies share the source. A
+/// default-constructed token never stops anything.
+///
+/// **Threads.** May be used from any thread.
+///
+/// **Cost.** isStopRequested() reads one atomic flag, without a barrier.
 class HOSTKIT_EXPORT StopToken
 {
 public:

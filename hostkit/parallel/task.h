@@ -23,7 +23,11 @@ namespace parallel {
 /// longer reports. Superseded work may still run beside the current work for a while. What was passed to
 /// start() is deleted in the thread of the Task.
 ///
-/// Created, used and deleted in one thread that has an event loop.
+/// **Threads.** Created, used and deleted in one thread that has an event loop; the work runs in
+/// parallel::threadPool().
+///
+/// **Cost.** One thread of the pool for each piece of work, beside those over which it splits itself; a look
+/// at the progress every tenth of a second while it runs.
 class HOSTKIT_EXPORT Task : public QObject
 {
     Q_OBJECT

@@ -12,6 +12,10 @@ namespace sito {
 
 /// Reads and writes the texts of an INI file as QSettings does: it writes the same bytes, and reads the same
 /// value from every text.
+///
+/// **Threads.** May be called from any thread.
+///
+/// **Cost.** Grows with the length of the text.
 class HOSTKIT_EXPORT IniCodec
 {
 public:

@@ -22,6 +22,10 @@ namespace sito {
 ///
 /// Only the lines of changed entries are replaced. Comments, and lines that QSettings reads in part or not at
 /// all, stay as they are. Failures are returned as texts for people, without a full stop.
+///
+/// **Threads.** Used from one thread at a time.
+///
+/// **Cost.** The constructor reads the whole file; write() reads it again and writes all of it.
 class HOSTKIT_EXPORT IniFile
 {
     Q_DECLARE_TR_FUNCTIONS(IniFile)

@@ -15,6 +15,11 @@ namespace sito {
 
 /// The text of an INI file, split into the lines that QSettings reads. Single entries can be replaced;
 /// everything else stays as it is, byte for byte.
+///
+/// **Threads.** A plain value: copies may be used in different threads.
+///
+/// **Cost.** The constructor and changed() look at the whole text. Looking for a path takes the logarithm of
+/// their number; a value is read when it is asked for.
 class HOSTKIT_EXPORT IniText
 {
 public:

@@ -15,6 +15,10 @@ namespace sito {
 ///
 /// Within a process, all stores over one file share what one of them has read or written. Reading the file
 /// through a second store therefore changes what the first one holds. A temporary copy shares nothing.
+///
+/// **Threads.** Used from one thread.
+///
+/// **Cost.** One temporary folder and one file that holds the content.
 class HOSTKIT_EXPORT ScratchStore
 {
 public:

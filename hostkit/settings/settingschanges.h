@@ -33,6 +33,11 @@ namespace sito {
 ///
 /// The list follows a single edit at once, without a look at other rows, and everything else with the event
 /// loop; synchronize() follows at once. Does not own model or store. Does not write to the store.
+///
+/// **Threads.** Used from the thread of the model.
+///
+/// **Cost.** A single edit is followed by a look at that entry alone. synchronize(), refresh() and the
+/// dismissals compare all entries of model and store.
 class HOSTKIT_EXPORT SettingsChanges : public QAbstractTableModel
 {
     Q_OBJECT

@@ -48,6 +48,11 @@ namespace sito {
 ///   accepted unchanged. What neither the text nor the dialog shows of a font (overline, kerning, further
 ///   families) stays as it was.
 /// - Before a host writes, closes or replaces the store of a view, it calls finishEditing().
+///
+/// **Threads.** For the GUI thread.
+///
+/// **Cost.** A text is made for each cell that is painted; there is one editor per view, made when it is
+/// opened.
 class HOSTKIT_EXPORT SettingsDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

@@ -41,7 +41,11 @@ class SettingsDocumentModel;
 /// **When the file is gone or unreadable**, the model keeps what it held, and all changes stay pending. A
 /// file that is gone is created again by submit(), with everything that the model knows of it.
 ///
-/// Texts for people have no full stop. Used from one thread.
+/// Texts for people have no full stop.
+///
+/// **Threads.** Used from one thread.
+///
+/// **Cost.** Every write, and every reload(), reads and splits the whole file; a write also writes all of it.
 class HOSTKIT_EXPORT SettingsDocument : public QObject
 {
     Q_OBJECT

@@ -36,8 +36,12 @@ class SettingsViewProxyPrivate;
 /// group. The proxy looks for such changes at the next notification from within that group, and, unless that
 /// was the change of a single cell, once control is back in the event loop; synchronize() looks at once.
 ///
-/// Does not own the source, and keeps no index of it beyond its next notification. Used from the source's
-/// thread.
+/// Does not own the source, and keeps no index of it beyond its next notification.
+///
+/// **Threads.** Used from the source's thread.
+///
+/// **Cost.** A copy of all rows and cells of the source. A notification compares the level that it names,
+/// synchronize() the whole tree.
 class HOSTKIT_EXPORT SettingsViewProxy : public QAbstractProxyModel
 {
     Q_OBJECT

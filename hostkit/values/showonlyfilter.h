@@ -10,6 +10,10 @@ namespace sito {
 ///
 /// The set is the one that ValueFilter calls the excluded keys; its text forms, and what is refused, are
 /// those of ColumnsFilter.
+///
+/// **Threads.** As ValueFilter.
+///
+/// **Cost.** As ValueFilter; the predicate asks that of keypredicates::makeQuickest().
 class HOSTKIT_EXPORT ShowOnlyFilter : public ColumnsFilter
 {
     Q_OBJECT

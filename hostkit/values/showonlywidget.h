@@ -18,6 +18,10 @@ class CheckedKeysModel;
 
 /// The editor of ShowOnlyFilter: its keys, each with a check box. While none is checked, a line below them
 /// says that at least one is needed, because a filter without keys would show everything.
+///
+/// **Threads.** For the GUI thread.
+///
+/// **Cost.** Grows with the keys of the filter.
 class HOSTKIT_EXPORT ShowOnlyWidget : public QWidget
 {
     Q_OBJECT

@@ -17,6 +17,11 @@ class FilterList;
 /// The filter whose values are chosen from a list: of one column, or of the combinations of several.
 ///
 /// It stores the hidden values, so new values in the data are shown at once.
+///
+/// **Threads.** As ValueFilter, from the GUI thread; the values are counted in threads of
+/// parallel::threadPool().
+///
+/// **Cost.** As ValueFilter for the hidden values; as ValueListWidget for the list.
 class HOSTKIT_EXPORT ValueListFilter : public SelectFilter
 {
     Q_OBJECT

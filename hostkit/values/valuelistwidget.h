@@ -31,6 +31,10 @@ class ValueListWidgetPrivate;
 /// for one row, or a tenth of a second while somebody else has the lock, the calling thread included.
 ///
 /// The table, and all that the predicates read, must live until cancel() is called or the widget is deleted.
+///
+/// **Cost.** Counting reads each row of the table once and calls the predicates for it; it sorts, and holds,
+/// only the distinct values. A search makes the texts of all of these, or of those that the last search has
+/// left. The GUI thread makes texts only for the rows that it paints.
 class HOSTKIT_EXPORT ValueListWidget : public QWidget
 {
     Q_OBJECT

@@ -31,6 +31,11 @@ class ValueListFilter;
 /// headerMenuRequested().
 ///
 /// Do not give the view another model, header or selection model.
+///
+/// **Threads.** For the GUI thread; passes and counting run in threads of parallel::threadPool().
+///
+/// **Cost.** As TableModel, ViewAnchor and ValueListWidget. All rows have the same height, which keeps a view
+/// of very many rows quick.
 class HOSTKIT_EXPORT FilteredTableView : public QTableView
 {
     Q_OBJECT

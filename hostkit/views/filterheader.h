@@ -25,6 +25,10 @@ namespace sito {
 ///
 /// For assistive tools the header has one child per shown section, in the order shown: a button with a menu,
 /// named by the title, which says whether the filter is on and can be pressed.
+///
+/// **Threads.** For the GUI thread.
+///
+/// **Cost.** Grows with the sections that are shown; rows cost nothing.
 class HOSTKIT_EXPORT FilterHeader : public QHeaderView
 {
     Q_OBJECT

@@ -24,6 +24,10 @@ class FilterPanelItem;
 /// Shows the filters of a table one below the other, also those over hidden columns. Each can be switched
 /// on and off, read, edited and removed. Buttons above them clear all filters, and save and restore sets of
 /// them.
+///
+/// **Threads.** For the GUI thread.
+///
+/// **Cost.** Some widgets for each filter.
 class HOSTKIT_EXPORT FilterPanel : public QWidget
 {
     Q_OBJECT

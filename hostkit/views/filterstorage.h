@@ -37,8 +37,12 @@ class FilterList;
 /// puts it there, only remove() and removeSet() delete it.
 ///
 /// Everything is stored in the group "filters", below the current group of the store. The store is not owned.
-/// Use this object from the thread that uses the store. An Exception that is turned into a message has been
-/// reported by dump() as any other.
+/// An Exception that is turned into a message has been reported by dump() as any other.
+///
+/// **Threads.** Use this object from the thread that uses the store.
+///
+/// **Cost.** Saving and restoring grow with the keys of the filters; save() also reads what is stored, to
+/// keep what does not fit, and the store then writes its whole file.
 class HOSTKIT_EXPORT FilterStorage
 {
     Q_DECLARE_TR_FUNCTIONS(FilterStorage)

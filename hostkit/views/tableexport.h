@@ -26,11 +26,12 @@ class TableModel;
 /// Exports rows of a table into a CSV file, or as text and HTML for the clipboard.
 ///
 /// An object holds handles on the rows that it was made for: later passes of a model, and rows that leave the
-/// table, have no effect on it. Values are read when they are written out. All operations except shown() and
-/// selected() may be called from any thread, as long as nobody writes into the rows without holding the
-/// table's lock. The lock is held for some rows at a time, never during a call of other code, see
-/// parallel::underLock(); the calling thread must not own it. The table must outlive the object, and what
-/// that says about threads that wait for its lock.
+/// table, have no effect on it. Values are read when they are written out.
+///
+/// **Threads.** All operations except shown() and selected() may be called from any thread, as long as nobody
+/// writes into the rows without holding the table's lock. The lock is held for some rows at a time, never
+/// during a call of other code, see parallel::underLock(); the calling thread must not own it. The table must
+/// outlive the object, and what that says about threads that wait for its lock.
 ///
 /// Operations with a context count rows in its progress, whose total they set. They throw parallel::Stopped
 /// when its stop is requested before the end, without waiting for the table's lock.
@@ -38,6 +39,9 @@ class TableModel;
 /// Values are written as they are. A spreadsheet takes a text that begins with "=", "+", "-" or "@" for a
 /// formula when it opens a CSV file or pastes plain text; users have to import data of unknown origin as text
 /// columns. The HTML form marks texts as such.
+///
+/// **Cost.** A handle for each row; the time grows with the cells. writeCsv() holds the text of some rows at
+/// a time, the forms for the clipboard are made whole.
 class HOSTKIT_EXPORT TableExport
 {
     Q_DECLARE_TR_FUNCTIONS(TableExport)

@@ -28,6 +28,11 @@ class TableModel;
 /// made again afterwards; selectionChanged() is emitted for both. A view also looks at all ranges of a
 /// selection for each cell that it paints. So a selection that would split into more than 2000 ranges is
 /// dropped except for the current row, and selectionDropped() is emitted.
+///
+/// **Threads.** For the GUI thread.
+///
+/// **Cost.** At each pass a look at the rows from the visible ones to the nearest that stay, and at each
+/// selected row when there are more than 2000.
 class HOSTKIT_EXPORT ViewAnchor : public QObject
 {
     Q_OBJECT

@@ -8,6 +8,11 @@
 class Table;
 
 /// The catalogue of open tables.
+///
+/// **Threads.** The database library's choice; the in-memory library may be asked from any thread.
+///
+/// **Cost.** The database library's choice; the in-memory library compares the name with those of the tables,
+/// one after the other.
 class DATABASE_EXPORT Database
 {
 public:

@@ -16,7 +16,11 @@
 /// for. How it is rounded, which double is returned, the text of a number and the words of the messages are
 /// the database library's choice: what is said of them below holds for the in-memory library, and is
 /// recommended. It rounds half away from zero, as traders round prices.
-/// A plain value: copies are independent and may be used from any thread.
+///
+/// **Threads.** A plain value: copies are independent and may be used from any thread.
+///
+/// **Cost.** Eight bytes. In the in-memory library the time of an operation is bounded; that of reading a
+/// text grows with its length.
 class DATABASE_EXPORT decimal
 {
 public:

@@ -10,6 +10,11 @@
 ///
 /// An exception reports itself through dump() when it is destroyed, also after it was caught and handled. A
 /// copy is an exception of its own.
+///
+/// **Threads.** Copies may be used in different threads; one object must not be changed while another thread
+/// uses it.
+///
+/// **Cost.** A copy shares the texts, but is reported like any other when it is destroyed.
 class DATABASE_EXPORT Exception
 {
 public:

@@ -12,10 +12,15 @@
 #include <cstddef>
 #include <cstring>
 
-/// A typed view of one cell. It owns nothing and is valid only as long as the row it was taken from. It is as
-/// safe between threads as the row itself.
+/// A typed view of one cell. It owns nothing and is valid only as long as the row it was taken from.
 ///
 /// The layout is compiled into hosts.
+///
+/// **Threads.** It is as safe between threads as the row itself.
+///
+/// **Cost.** Integers, doubles, date-times, and decimals of one scale are read and compared without a call of
+/// the database library. Comparing texts takes time in proportion to what they have in common at their
+/// beginning.
 class DATABASE_EXPORT Field
 {
 public:

@@ -10,8 +10,12 @@ class Table;
 ///
 /// The in-memory library keeps values of up to 24 bytes and texts inside the object, so that a key of numbers
 /// costs no allocation a value. Copies are independent. The column definition is that of the column the value
-/// was made for, so the table must outlive the value; the row it was copied from need not. One object must
-/// not be used by two threads at once.
+/// was made for, so the table must outlive the value; the row it was copied from need not.
+///
+/// **Threads.** One object must not be used by two threads at once.
+///
+/// **Cost.** In the in-memory library a copy copies the bytes of the value, or shares the text of a String,
+/// and allocates only for more than 24 bytes.
 class DATABASE_EXPORT FieldValue : public Field
 {
 public:

@@ -6,6 +6,11 @@
 class Database;
 
 /// The process-wide core of the database library.
+///
+/// **Threads.** The database library's choice; both functions of the in-memory library may be called from any
+/// thread.
+///
+/// **Cost.** The database library's choice; constant in the in-memory library.
 class DATABASE_EXPORT ICore
 {
 public:

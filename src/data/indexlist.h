@@ -16,6 +16,10 @@ struct IndexPage
 /// A position in a master index. Dereferencing gives the row block. Valid until the index changes.
 ///
 /// It steps over slots without a row: null slots and pages that hold none.
+///
+/// **Threads.** As the index.
+///
+/// **Cost.** A step takes constant time, but slots without rows are passed one by one.
 class IndexIterator
 {
 public:
@@ -92,8 +96,12 @@ public:
 /// The master index of a table: every row once, in index order.
 ///
 /// The rows stand in pages, one per slot. The first slot is never visited; any other slot may be null or hold
-/// a page without rows, and there may be no slots at all. Reading the index while another thread changes the
-/// table needs the table's lock.
+/// a page without rows, and there may be no slots at all.
+///
+/// **Threads.** Reading the index while another thread changes the table needs the table's lock.
+///
+/// **Cost.** rowCount() looks at every page, not at the rows. A walk over the rows calls nothing virtual but
+/// begin() and end().
 class IndexList : public TableIndex, public RowRange
 {
 public:

@@ -19,9 +19,13 @@ struct RowHeader
 static_assert(sizeof(RowHeader) == 16, "a row's data area begins 16 bytes into its block");
 static_assert(offsetof(RowHeader, table) == 8);
 
-/// A shared handle on one row. The row lives as long as a handle refers to it or its table keeps it; the
-/// last handle gives it back through Table::freeRow(). Counts are atomic: different handles on one row may
-/// be used in different threads, one handle may not. The table must outlive all handles on its rows.
+/// A shared handle on one row. The row lives as long as a handle refers to it or its table keeps it; the last
+/// handle gives it back through Table::freeRow(). The table must outlive all handles on its rows.
+///
+/// **Threads.** Counts are atomic: different handles on one row may be used in different threads, one handle
+/// may not.
+///
+/// **Cost.** One pointer. A copy, and its destruction, each change the count of the row; a move does not.
 class DATABASE_EXPORT Record
 {
 public:

@@ -15,7 +15,10 @@ class TablePrivate;
 /// A table of the database library: columns, rows, a master index over the rows, and a lock. Owned by the
 /// database library; definitions, index and table outlive every filter and predicate made for them.
 ///
-/// Reading definitions and rows is safe from several threads as long as none writes.
+/// **Threads.** Reading definitions and rows is safe from several threads as long as none writes.
+///
+/// **Cost.** The database library's choice. Predicates and models call dataPtr() for every cell that they
+/// read. In the in-memory library it and the look-up of a column by name take constant time.
 class DATABASE_EXPORT Table
 {
     Q_DISABLE_COPY_MOVE(Table)

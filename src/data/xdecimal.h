@@ -13,8 +13,11 @@
 /// and 2^120 - 1 and a scale of -64 to 63 digits after the point. The number is unscaled / 10^scale.
 ///
 /// Text forms, doubles, rounding and errors are those of decimal, with "XDecimal" in the messages, and as
-/// much the database library's choice. The 16 bytes are copied into rows as they are. A plain value: copies
-/// are independent and may be used from any thread.
+/// much the database library's choice. The 16 bytes are copied into rows as they are.
+///
+/// **Threads.** A plain value: copies are independent and may be used from any thread.
+///
+/// **Cost.** Sixteen bytes; else as decimal.
 class DATABASE_EXPORT xdecimal
 {
 public:

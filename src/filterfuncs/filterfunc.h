@@ -13,9 +13,12 @@ class Record;
 /// What a true answer means is the host's business; the key predicates that a value filter makes answer true
 /// for the rows that the filter excludes.
 ///
-/// A predicate never changes after its construction, and filter() keeps nothing between calls. So several
-/// threads may call it at once as long as nobody writes the rows. It belongs to its parent or, without one,
-/// to its creator.
+/// A predicate never changes after its construction, and filter() keeps nothing between calls. It belongs to
+/// its parent or, without one, to its creator.
+///
+/// **Threads.** Several threads may call filter() at once as long as nobody writes the rows.
+///
+/// **Cost.** A host calls filter() for every row; each predicate says how its time grows with the keys.
 class SITO_EXPORT FilterFunc : public QObject
 {
     Q_OBJECT

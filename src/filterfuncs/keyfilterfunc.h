@@ -24,10 +24,13 @@ class Table;
 /// differs from the key is read, so the table may lack those.
 ///
 /// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included,
-/// and later changes of the lists do not affect it. The time of a call grows with the number of keys. A call
-/// allocates nothing but the texts of VarChars: over the in-memory library only where one is compared with a
-/// String, which only a record of another table can have. The table is not owned and must outlive the
-/// predicate.
+/// and later changes of the lists do not affect it. The table is not owned and must outlive the predicate.
+///
+/// **Threads.** As FilterFunc.
+///
+/// **Cost.** The time of a call grows with the number of keys. A call allocates nothing but the texts of
+/// VarChars: over the in-memory library only where one is compared with a String, which only a record of
+/// another table can have. Making the predicate makes a row per key.
 class SITO_EXPORT KeyFilterFunc : public FilterFunc
 {
     Q_OBJECT

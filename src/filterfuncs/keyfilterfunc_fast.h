@@ -26,8 +26,12 @@ class Table;
 /// different scales, 1.5 and 1.50, are different here. A key that is made from a decimal keeps its scale.
 ///
 /// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included.
-/// The time of a call grows with the number of keys; a call allocates nothing. The table is not owned and
-/// must outlive the predicate.
+/// The table is not owned and must outlive the predicate.
+///
+/// **Threads.** As FilterFunc.
+///
+/// **Cost.** The time of a call grows with the number of keys; a call allocates nothing. Making the predicate
+/// makes a row per key.
 class SITO_EXPORT KeyFilterFunc_Fast : public FilterFunc
 {
     Q_OBJECT

@@ -21,9 +21,14 @@ class Table;
 /// that holds a NaN, and a record of another table, is compared with all keys. An XDecimal is looked up by
 /// comparisons, in a time that grows with the logarithm of the number of keys.
 ///
-/// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included. A
-/// call allocates nothing, as with KeyFilterFunc; several threads may call one predicate at once as long as
-/// nobody writes the rows. The table is not owned and must outlive the predicate.
+/// The predicate is a copy: it holds one row of the table per key, in the order given, duplicates included.
+/// The table is not owned and must outlive the predicate.
+///
+/// **Threads.** As FilterFunc: several threads may call one predicate at once as long as nobody writes the
+/// rows.
+///
+/// **Cost.** Beside the cases above, the time of a call does not grow with the number of keys; it allocates
+/// nothing, as with KeyFilterFunc. Making the predicate makes a row and an entry of the hash table per key.
 class SITO_EXPORT KeyFilterFunc_Hash : public FilterFunc
 {
     Q_OBJECT

@@ -7,7 +7,11 @@
 #include <utility>
 
 /// The predicate whose answer comes from a callable of the host. The predicate owns the callable and what it
-/// holds. Several threads may ask it only if the callable allows that.
+/// holds.
+///
+/// **Threads.** Several threads may ask it only if the callable allows that.
+///
+/// **Cost.** One call of the callable per row.
 class SITO_EXPORT LambdaFilterFunc : public FilterFunc
 {
     Q_OBJECT

@@ -18,6 +18,11 @@ class QWidget;
 ///
 /// A filter belongs to its parent or, without one, to its creator, and is used from the thread that owns it.
 /// Members and virtual operations keep their order: they are compiled into hosts.
+///
+/// **Threads.** Used from the thread that owns it, as any QObject; the predicates are for any thread, see
+/// FilterFunc.
+///
+/// **Cost.** What is implemented here takes constant time, but for the slots that enabledChanged() calls.
 class SITO_EXPORT Filter : public QObject
 {
     Q_OBJECT

@@ -15,6 +15,11 @@
 ///
 /// The table is read once, when the filter is made; from then on the filter is like any other, and clear()
 /// drops these keys too. The filter has no widget and no name.
+///
+/// **Threads.** As ValueFilter; the constructor waits for the lock of the table "sessions".
+///
+/// **Cost.** The constructor reads each row of that table once; a row whose security was neither that of the
+/// row before nor followed it the last time costs a search among the securities. After that, as ValueFilter.
 class SITO_EXPORT SecuritiesSessionFilter : public ValueFilter
 {
     Q_OBJECT

@@ -5,6 +5,10 @@
 
 /// The base of value filters that a host offers behind a "select" action. It names the action; the host's
 /// subclass implements it.
+///
+/// **Threads.** As ValueFilter; select() is for the GUI thread.
+///
+/// **Cost.** As ValueFilter.
 class SITO_EXPORT SelectFilter : public ValueFilter
 {
     Q_OBJECT

@@ -88,7 +88,13 @@ class SettingsModelPrivate;
 ///
 /// The store is not owned and must outlive its use by the model. During refresh() and revertAll(), slots must
 /// not edit, remove rows, set another store or call the model's slots, because the store's current group is
-/// the one being merged. Use model and store from one thread.
+/// the one being merged.
+///
+/// **Threads.** Use model and store from one thread.
+///
+/// **Cost.** setSettings(), clear() and refresh() read the whole current group; submitAll() writes all of it.
+/// Each level is listed by QSettings, which looks at all entries below it. parent() looks for the parent
+/// among its siblings.
 class SITO_EXPORT SettingsModel : public QAbstractItemModel
 {
     Q_OBJECT
