@@ -37,6 +37,7 @@ function(sito_add_snippets name file)
         add_executable(${target} "${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp")
         set_target_properties(${target} PROPERTIES AUTOMOC OFF)
         target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES})
+        target_compile_options(${target} PRIVATE -Wall -Wextra $<$<BOOL:${SITO_WARNINGS_AS_ERRORS}>:-Werror>)
         add_test(NAME ${target}
             COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:${target}>
                 -DEXPECTED=${CMAKE_CURRENT_BINARY_DIR}/${target}.txt
