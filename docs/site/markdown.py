@@ -57,9 +57,13 @@ class Page:
     def anchors(self):
         return {anchor for _, _, _, anchor in self.headings()}
 
-    def for_doxygen(self, pages, parents, write, chart):
-        """The text for Doxygen, line by line as it was. Hands the charts to write(name, svg)."""
-        unlisted = {path for path, parent in parents.items() if parent == self.path}
+    def is_list(self):
+        """Whether it is a list of pages, whose headings are not worth an entry in the navigation."""
+        return self.path.endswith("README.md") or (self.root / self.path.removesuffix(".md")).is_dir()
+
+    def for_doxygen(self, site):
+        """The text for Doxygen, line by line as it was."""
+        unlisted = {path for path, parent in site.parents.items() if parent == self.path}
         charts = 0
 
         def replacement(match):
@@ -70,31 +74,41 @@ class Page:
                     return match[0]
                 charts += 1
                 name = f"{self.label}-{charts}.svg"
-                svg, title = chart(words[1], match.string[match.end():])
-                write(name, svg)
-                return f'<img class="chart" src="{name}" alt="{title}"/>'
+                return f'<img src="{name}" alt="{site.chart(name, words[1], match.string[match.end():])}"/>'
+            if match["ticks"]:
+                in_heading = match.string[match.string.rfind("\n", 0, match.start()) + 1] == "#"
+                text = match[0].strip("`")
+                name = site.classes.get(text)
+                return f'<code>@ref {name} "{text}"</code>' if name and not in_heading else match[0]
             if not match["target"]:
                 return match[0]
-            text = match["text"]
+            text = match["text"].replace("`", "")
             where, anchor = self.resolve(match["target"])
             if match["picture"]:
                 return f'<img src="{os.path.basename(where)}" alt="{text}"/>'
             if where is None:
                 return match[0]
-            if where in pages:
+            if where in site.pages:
+                page = site.pages[where]
                 if where in unlisted and not anchor:
                     unlisted.remove(where)
-                    return "@subpage {} \"{}\"".format(pages[where].label, " ".join(text.split()))
-                return "[{}](@ref {})".format(text, pages[where].label + (f"-{anchor}" if anchor else ""))
+                    return "@subpage {} \"{}\"".format(page.label, " ".join(text.split()))
+                return f"[{text}](@ref {page.label}{'-' + anchor if anchor else ''})"
             if where.startswith("docs/images/"):
                 return f'<a href="{os.path.basename(where)}">{text}</a>'
-            return text  # a file or folder of the tree, which the site does not have
+            return match["text"]  # a file or folder of the tree, which the site does not have
 
         text = self.source
         for offset, level, heading, anchor in reversed(list(self.headings())):
             end = offset + level + 1 + len(heading)
-            if level > 1:
-                text = f"{text[:end]} {{#{self.label}-{anchor}}}{text[end:]}"
-            elif self.label != "index":
-                text = f"{text[:end]} {{#{self.label}}}{text[end:]}"
+            if level == 1:
+                label = self.label if self.label != "index" else ""
+            else:
+                label = f"{self.label}-{anchor}"
+                if self.is_list() and (self.path, anchor) not in site.linked:
+                    label = ""
+            if label:
+                text = f"{text[:end]} {{#{label}}}{text[end:]}"
+            elif level > 1:
+                text = text[:offset] + text[offset + 1:]  # without a label it would be smaller
         return _PARTS.sub(replacement, text)
