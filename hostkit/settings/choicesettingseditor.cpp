@@ -19,7 +19,7 @@ ChoiceSettingsEditor::ChoiceSettingsEditor(const QVariant &value, QWidget *paren
     m_choice = new QComboBox(this);
     m_choice->addItem(QString(), true);
     m_choice->addItem(QString(), false);
-    setTexts();
+    ChoiceSettingsEditor::setTexts();
     layout->addWidget(m_choice);
     setField(m_choice);
 }
@@ -29,13 +29,6 @@ void ChoiceSettingsEditor::setTexts()
     m_choice->setAccessibleName(tr("Значение"));
     for (int i = 0; i < m_choice->count(); ++i)
         m_choice->setItemText(i, settingsValueText(m_choice->itemData(i)));
-}
-
-void ChoiceSettingsEditor::changeEvent(QEvent *event)
-{
-    SettingsEditor::changeEvent(event);
-    if (event->type() == QEvent::LanguageChange)
-        setTexts();
 }
 
 void ChoiceSettingsEditor::display(const QVariant &value)

@@ -19,11 +19,9 @@ public:
 
 protected:
     void display(const QVariant &value) override;
-    void changeEvent(QEvent *event) override;
+    void setTexts() override;
 
 private:
-    void setTexts();
-
     QComboBox *m_choice;
 };
 

@@ -54,22 +54,29 @@ LineSettingsEditor::LineSettingsEditor(const QVariant &value, QWidget *parent)
     m_line = new QLineEdit(this);
     // By itself it cuts what is longer than 32767 characters.
     m_line->setMaxLength(std::numeric_limits<int>::max());
-    m_line->setAccessibleName(tr("Значение"));
     layout->addWidget(m_line);
     setField(m_line);
     connect(m_line, &QLineEdit::textChanged, this, [this] {
         showSample();
         inputChanged();
     });
-    const bool color = value.typeId() == QMetaType::QColor;
-    if (color || value.typeId() == QMetaType::QFont) {
+    if (value.typeId() == QMetaType::QColor || value.typeId() == QMetaType::QFont) {
         m_button = makeButton(u"…"_s, this);
-        m_button->setToolTip(color ? tr("Выбрать цвет (Alt+Вниз)") : tr("Выбрать шрифт (Alt+Вниз)"));
-        m_button->setAccessibleName(m_button->toolTip());
         m_button->installEventFilter(this);
         layout->addWidget(m_button);
         connect(m_button, &QToolButton::clicked, this, &LineSettingsEditor::choose);
     }
+    LineSettingsEditor::setTexts();
+}
+
+void LineSettingsEditor::setTexts()
+{
+    m_line->setAccessibleName(tr("Значение"));
+    if (!m_button)
+        return;
+    m_button->setToolTip(m_loaded.typeId() == QMetaType::QColor ? tr("Выбрать цвет (Alt+Вниз)")
+                                                                : tr("Выбрать шрифт (Alt+Вниз)"));
+    m_button->setAccessibleName(m_button->toolTip());
 }
 
 QString LineSettingsEditor::toText(const QVariant &value) const

@@ -21,6 +21,7 @@ protected:
     QString text() const override;
     void setText(const QString &text) override;
     bool handleKey(QObject *watched, QKeyEvent *event) override;
+    void setTexts() override;
 
 private:
     void choose();

@@ -58,29 +58,40 @@ ListSettingsEditor::ListSettingsEditor(const QVariant &value, QWidget *parent) :
     m_list->setModel(m_items);
     m_list->setItemDelegate(new SettingsDelegate(m_list));
     m_list->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
-    m_list->setAccessibleName(tr("Элементы списка"));
     layout->addWidget(m_list, 1);
 
     auto *buttons = new QVBoxLayout;
     buttons->setSpacing(2);
-    const auto button = [&](const QString &text, const QString &keys, auto action) {
-        QToolButton *result = makeButton(text, this);
+    const auto button = [&](auto action) {
+        QToolButton *result = makeButton({}, this);
         result->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-        result->setToolTip(text + u" ("_s + keys + u')');
         result->installEventFilter(this);
         connect(result, &QToolButton::clicked, this, action);
         buttons->addWidget(result);
-        return result;
+        m_buttons += result;
     };
-    button(tr("Добавить"), u"Ins"_s, [this] { add(); });
-    button(tr("Удалить"), u"Del"_s, [this] { removeCurrent(); });
-    button(tr("Выше"), u"Alt+↑"_s, [this] { moveCurrent(-1); });
-    button(tr("Ниже"), u"Alt+↓"_s, [this] { moveCurrent(1); });
+    button([this] { add(); });
+    button([this] { removeCurrent(); });
+    button([this] { moveCurrent(-1); });
+    button([this] { moveCurrent(1); });
     buttons->addStretch();
-    button(tr("Готово"), u"Ctrl+Enter"_s, [this] { finish(QAbstractItemDelegate::SubmitModelCache, true); });
-    button(tr("Отмена"), u"Esc"_s, [this] { cancel(); });
+    button([this] { finish(QAbstractItemDelegate::SubmitModelCache, true); });
+    button([this] { cancel(); });
     layout->addLayout(buttons);
     setField(m_list);
+    ListSettingsEditor::setTexts();
+}
+
+void ListSettingsEditor::setTexts()
+{
+    m_list->setAccessibleName(tr("Элементы списка"));
+    const QString texts[] = {tr("Добавить"), tr("Удалить"), tr("Выше"),
+                             tr("Ниже"),     tr("Готово"),  tr("Отмена")};
+    const QString keys[] = {u"Ins"_s, u"Del"_s, u"Alt+↑"_s, u"Alt+↓"_s, u"Ctrl+Enter"_s, u"Esc"_s};
+    for (qsizetype i = 0; i < m_buttons.size(); ++i) {
+        m_buttons[i]->setText(texts[i]);
+        m_buttons[i]->setToolTip(texts[i] + u" ("_s + keys[i] + u')');
+    }
 }
 
 void ListSettingsEditor::display(const QVariant &value)

@@ -5,6 +5,7 @@
 
 class QListView;
 class QStandardItemModel;
+class QToolButton;
 
 namespace sito {
 
@@ -22,6 +23,7 @@ protected:
     void display(const QVariant &value) override;
     bool handleKey(QObject *watched, QKeyEvent *event) override;
     QSize neededSize(const QRect &cell) const override;
+    void setTexts() override;
 
 private:
     QVariant items() const;
@@ -32,6 +34,7 @@ private:
     void moveCurrent(int by);
 
     QListView *m_list;
+    QList<QToolButton *> m_buttons; ///< from top to bottom
     QStandardItemModel *m_items;
 };
 

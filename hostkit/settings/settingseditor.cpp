@@ -285,6 +285,13 @@ bool SettingsEditor::eventFilter(QObject *watched, QEvent *event)
     return false;
 }
 
+void SettingsEditor::changeEvent(QEvent *event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange)
+        setTexts();
+}
+
 void SettingsEditor::keyPressEvent(QKeyEvent *event)
 {
     event->accept();

@@ -72,6 +72,8 @@ protected:
     /// Handles a key pressed in \a watched; returns whether it was consumed.
     virtual bool handleKey(QObject *watched, QKeyEvent *event);
     virtual QSize neededSize(const QRect &cell) const;
+    /// Sets all texts but the input, when the editor is made and when the language changes.
+    virtual void setTexts() = 0;
     /// Sets the widget that takes the input, and filters its keys.
     void setField(QWidget *field);
     void inputChanged();
@@ -79,6 +81,7 @@ protected:
     static bool isReturn(const QKeyEvent *event);
     static QToolButton *makeButton(const QString &text, QWidget *parent);
 
+    void changeEvent(QEvent *event) override;
     // A key or click that an editor does not use would move the current index, and so close the editor.
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;

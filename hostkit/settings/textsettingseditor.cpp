@@ -39,7 +39,6 @@ TextSettingsEditor::TextSettingsEditor(const QVariant &value, QWidget *parent)
     m_text = new QPlainTextEdit(this);
     m_text->setFrameStyle(QFrame::NoFrame);
     m_text->document()->setDocumentMargin(1);
-    m_text->setAccessibleName(tr("Значение"));
     m_text->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     layout->addWidget(m_text);
     setField(m_text);
@@ -48,14 +47,21 @@ TextSettingsEditor::TextSettingsEditor(const QVariant &value, QWidget *parent)
             place(m_cell);
         inputChanged();
     });
+    TextSettingsEditor::setTexts();
+}
+
+void TextSettingsEditor::setTexts()
+{
+    m_text->setAccessibleName(tr("Значение"));
+    m_text->setToolTip(m_escaped ? tr("В тексте есть управляющие символы: они записаны как \\n, \\r, \\u0000")
+                                 : tr("Enter - готово, Shift+Enter - новая строка"));
 }
 
 void TextSettingsEditor::display(const QVariant &value)
 {
     m_escaped = needsEscapes(value.toString());
     WrittenSettingsEditor::display(value);
-    m_text->setToolTip(m_escaped ? tr("В тексте есть управляющие символы: они записаны как \\n, \\r, \\u0000")
-                                 : tr("Enter - готово, Shift+Enter - новая строка"));
+    setTexts();
 }
 
 QString TextSettingsEditor::toText(const QVariant &value) const

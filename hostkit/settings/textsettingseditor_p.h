@@ -23,6 +23,7 @@ protected:
     void setText(const QString &text) override;
     bool handleKey(QObject *watched, QKeyEvent *event) override;
     QSize neededSize(const QRect &cell) const override;
+    void setTexts() override;
 
 private:
     QPlainTextEdit *m_text;
