@@ -34,6 +34,11 @@ function(sito_install_library target description)
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
     sito_install_export(${component})
 
+    get_target_property(link_options ${target} INTERFACE_LINK_OPTIONS)
+    set(link_flags "")
+    if(link_options)
+        string(REPLACE "LINKER:" " -Wl," link_flags "${link_options}")
+    endif()
     list(JOIN ARGN ", " requires)
     file(RELATIVE_PATH up "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
     string(REGEX REPLACE "/$" "" up "${up}")
@@ -79,9 +84,6 @@ if(SITO_BUILD_BROWSER)
         set_target_properties(sito-browser PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
     endif()
     install(TARGETS sito-browser RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT browser)
-    # The catalogue that the browser has inside has the texts of the libraries, too.
-    install(FILES "${PROJECT_BINARY_DIR}/browser/sito-browser_en.qm"
-        DESTINATION "${CMAKE_INSTALL_DATADIR}/sito/translations" COMPONENT browser)
     if(UNIX AND NOT APPLE)
         install(FILES packaging/desktop/sito-browser.desktop
             DESTINATION "${CMAKE_INSTALL_DATADIR}/applications" COMPONENT browser)

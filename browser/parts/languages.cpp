@@ -11,11 +11,13 @@ namespace sito {
 
 using namespace Qt::StringLiterals;
 
-Languages::Languages(bool isSystemRussian) : m_isSystemRussian(isSystemRussian) {}
+Languages::Languages(bool isSystemRussian)
+    : m_isSystemRussian(isSystemRussian), m_own(QLocale(QLocale::Russian))
+{
+}
 
 Languages::~Languages()
 {
-    QCoreApplication::removeTranslator(&m_own);
     QCoreApplication::removeTranslator(&m_qt);
 }
 
@@ -56,21 +58,15 @@ bool Languages::isRussian() const
 void Languages::apply(Language language)
 {
     m_current = language;
-    QCoreApplication::removeTranslator(&m_own);
     QCoreApplication::removeTranslator(&m_qt);
     // Numbers and dates are shown as usual in the language, whatever the locale of the process. QLocale's
     // default is for display only: what is saved and exported never uses it.
     QLocale::setDefault(isRussian() ? QLocale(QLocale::Russian, QLocale::Russia)
                                     : QLocale(QLocale::English, QLocale::UnitedStates));
-    if (isRussian()) {
-        // Without the catalogue Qt's own texts stay English.
-        if (m_qt.load(u"qtbase_ru"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-            QCoreApplication::installTranslator(&m_qt);
-        QEvent event(QEvent::LanguageChange);
-        QCoreApplication::sendEvent(QCoreApplication::instance(), &event);
-    } else if (m_own.load(u":/translations/sito-browser_en.qm"_s)) {
-        QCoreApplication::installTranslator(&m_own);
-    }
+    // Without the catalogue Qt's own texts stay English.
+    if (isRussian() && m_qt.load(u"qtbase_ru"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&m_qt);
+    m_own.setLocale(QLocale());
 }
 
 } // namespace sito

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/text/translations.h>
+
 #include <QString>
 #include <QStringList>
 #include <QTranslator>
@@ -20,8 +22,8 @@ public:
         English,
     };
 
-    /// \a isSystemRussian says what to take the system's language for. Installs nothing before apply(). Needs
-    /// a QCoreApplication, which must outlive this object.
+    /// \a isSystemRussian says what to take the system's language for. Texts stay as they are before apply().
+    /// Needs a QCoreApplication, which must outlive this object.
     explicit Languages(bool isSystemRussian);
     ~Languages();
 
@@ -42,8 +44,8 @@ public:
 
 private:
     const bool m_isSystemRussian;
-    QTranslator m_own;
     QTranslator m_qt;
+    Translations m_own;
     Language m_current = Language::System;
 };
 

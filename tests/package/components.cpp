@@ -6,8 +6,11 @@
 #include <database/memorytable.h>
 #include <filterfuncs/lambdafilterfunc.h>
 #include <hostkit/table/tablemodel.h>
+#include <hostkit/text/translations.h>
+#include <hostkit/values/showonlywidget.h>
 #include <settings/settingsmodel.h>
 #include <sito_version.h>
+#include <sources/openserverdialog.h>
 #include <sources/sourcelocation.h>
 
 #include <QApplication>
@@ -41,8 +44,17 @@ int main(int argc, char **argv)
     } catch (const Exception &) {
         refused = true;
     }
-    const bool works = std::strcmp(sito::libraryVersion(), SITO_VERSION_STRING) == 0 && shown == 3 &&
-                       model.rowCount() == 5 && settings.rowCount() == 0 && refused &&
+
+    // A host in English: each library has its texts inside, wherever it was moved to.
+    const sito::Translations translations(QLocale(QLocale::English));
+    const bool isEnglish =
+        model.headerData(0, Qt::Horizontal, Qt::ToolTipRole).toString().contains(u"Type:") &&
+        sito::ShowOnlyWidget().error() == u"Check at least one value" &&
+        settings.headerData(0, Qt::Horizontal).toString() == u"Key" &&
+        sito::OpenServerDialog().windowTitle() == u"Open a PostgreSQL database";
+
+    const bool works = isEnglish && std::strcmp(sito::libraryVersion(), SITO_VERSION_STRING) == 0 &&
+                       shown == 3 && model.rowCount() == 5 && settings.rowCount() == 0 && refused &&
                        sito::SourceLocation::fromFile(QStringLiteral("a.sqlite")).isFile();
     return works ? 0 : 1;
 }

@@ -1,0 +1,274 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en" sourcelanguage="ru">
+<context>
+    <name>ColumnNotes</name>
+    <message>
+        <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
+        <translation>Column &apos;%1&apos; is declared as %2, but its values need %3</translation>
+    </message>
+</context>
+<context>
+    <name>SourceDatabase</name>
+    <message>
+        <source>Не удалось открыть «%1»: драйвер Qt SQL «%2» не установлен</source>
+        <translation>Cannot open &apos;%1&apos;: the Qt SQL driver &apos;%2&apos; is not installed</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не база данных</source>
+        <translation>&apos;%1&apos; is a directory, not a database</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось открыть «%1»: %2</source>
+        <translation>Cannot open &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>Файл «%1» пуст</source>
+        <translation>File &apos;%1&apos; is empty</translation>
+    </message>
+    <message>
+        <source>«%1» - не база данных SQLite</source>
+        <translation>&apos;%1&apos; is not an SQLite database</translation>
+    </message>
+</context>
+<context>
+    <name>SourceLocation</name>
+    <message>
+        <source>В адресе базы данных после «%» должны стоять две цифры кода символа</source>
+        <translation>In the address of a database, two digits of a character&apos;s code must follow &apos;%&apos;</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных нет «//» перед сервером</source>
+        <translation>The address of the database lacks &apos;//&apos; before the server</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или пароле пишется %3F)</source>
+        <translation>The address of the database has parameters, which are not supported (&apos;?&apos; in a name or password is written %3F)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных не закрыта скобка «[»</source>
+        <translation>The bracket &apos;[&apos; in the address of the database is not closed</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных порт - не число от 1 до 65535 («@», «:» и «/» в имени или пароле пишутся %40, %3A и %2F)</source>
+        <translation>The port in the address of the database is no number from 1 to 65535 (&apos;@&apos;, &apos;:&apos; and &apos;/&apos; in a name or password are written %40, %3A and %2F)</translation>
+    </message>
+    <message>
+        <source>В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)</source>
+        <translation>The address of a database file cannot name a server (write sqlite:/path)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных нет имени файла</source>
+        <translation>The address of the database names no file</translation>
+    </message>
+    <message>
+        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
+        <translation>The address of a database begins with sqlite: or postgresql://</translation>
+    </message>
+    <message>
+        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
+        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
+        <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
+    </message>
+</context>
+<context>
+    <name>TableLoader</name>
+    <message>
+        <source>столбец не допускает пустых значений</source>
+        <translation>the column admits no absent values</translation>
+    </message>
+    <message>
+        <source>значение другого рода</source>
+        <translation>a value of another kind</translation>
+    </message>
+    <message>
+        <source>число вне пределов типа</source>
+        <translation>the number is out of range</translation>
+    </message>
+    <message>
+        <source>число нельзя сохранить точно</source>
+        <translation>the number cannot be held exactly</translation>
+    </message>
+    <message>
+        <source>в числе больше цифр, чем объявлено</source>
+        <translation>the number has more digits than declared</translation>
+    </message>
+    <message>
+        <source>текст длиннее, чем объявлено</source>
+        <translation>the text is longer than declared</translation>
+    </message>
+    <message>
+        <source>в тексте есть нулевой символ</source>
+        <translation>the text holds a NUL character</translation>
+    </message>
+    <message>
+        <source>не дата</source>
+        <translation>not a date</translation>
+    </message>
+    <message>
+        <source>это мгновение обозначает отсутствие даты</source>
+        <translation>this instant stands for no date</translation>
+    </message>
+    <message>
+        <source>другое число байтов</source>
+        <translation>another number of bytes</translation>
+    </message>
+    <message>
+        <source>байты не составляют текста</source>
+        <translation>the bytes are no valid text</translation>
+    </message>
+    <message>
+        <source>Таблица «%1», строка %2, столбец «%3»: значение %4 не подходит к типу %5 (%6)</source>
+        <translation>Table &apos;%1&apos;, row %2, column &apos;%3&apos;: value %4 does not fit type %5 (%6)</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» уже загружена</source>
+        <translation>Table &apos;%1&apos; is loaded already</translation>
+    </message>
+    <message>
+        <source>База данных «%1»: %2</source>
+        <translation>Database &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>В базе данных нет таблицы «%1»</source>
+        <translation>The database has no table &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>Таблица «%1», столбец «%2»: тип «%3» не поддерживается</source>
+        <translation>Table &apos;%1&apos;, column &apos;%2&apos;: type &apos;%3&apos; is not supported</translation>
+    </message>
+    <message>
+        <source>время точнее миллисекунды</source>
+        <translation>a time finer than a millisecond</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» не имеет столбцов</source>
+        <translation>Table &apos;%1&apos; has no columns</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: политики доступа скрывают часть её строк</source>
+        <translation>Table &apos;%1&apos;: access policies hide some of its rows</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую вызывает её индекс или статистика</source>
+        <translation>Table &apos;%1&apos;: reading it would run the function &apos;%2&apos; of the user &apos;%3&apos;, which an index or statistics of it call</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: её имя не записано в UTF-8, по нему её не прочитать</source>
+        <translation>Table &apos;%1&apos;: its name is not written in UTF-8, it cannot be read by it</translation>
+    </message>
+</context>
+<context>
+    <name>sito::OpenServerDialog</name>
+    <message>
+        <source>Открыть базу данных PostgreSQL</source>
+        <translation>Open a PostgreSQL database</translation>
+    </message>
+    <message>
+        <source>&amp;Сервер:</source>
+        <translation>&amp;Server:</translation>
+    </message>
+    <message>
+        <source>Сервер</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>Имя или адрес сервера</source>
+        <translation>Name or address of the server</translation>
+    </message>
+    <message>
+        <source>&amp;Порт:</source>
+        <translation>&amp;Port:</translation>
+    </message>
+    <message>
+        <source>Порт</source>
+        <translation>Port</translation>
+    </message>
+    <message>
+        <source>Обычный порт - %1</source>
+        <translation>The usual port is %1</translation>
+    </message>
+    <message>
+        <source>&amp;База данных:</source>
+        <translation>&amp;Database:</translation>
+    </message>
+    <message>
+        <source>База данных</source>
+        <translation>Database</translation>
+    </message>
+    <message>
+        <source>Имя базы данных на сервере</source>
+        <translation>Name of the database on the server</translation>
+    </message>
+    <message>
+        <source>П&amp;ользователь:</source>
+        <translation>&amp;User:</translation>
+    </message>
+    <message>
+        <source>Пользователь</source>
+        <translation>User</translation>
+    </message>
+    <message>
+        <source>Если не указан - как в системе</source>
+        <translation>Without one, that of the system</translation>
+    </message>
+    <message>
+        <source>П&amp;ароль:</source>
+        <translation>Pass&amp;word:</translation>
+    </message>
+    <message>
+        <source>Пароль</source>
+        <translation>Password</translation>
+    </message>
+    <message>
+        <source>Не сохраняется; если не указан, берётся из PGPASSWORD или файла паролей</source>
+        <translation>Is not stored; without one, PGPASSWORD or the password file is used</translation>
+    </message>
+    <message>
+        <source>Открыть</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>Отмена</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>Драйвер Qt SQL для PostgreSQL не установлен (в Debian - пакет libqt6sql6-psql)</source>
+        <translation>The Qt SQL driver for PostgreSQL is not installed (on Debian: package libqt6sql6-psql)</translation>
+    </message>
+    <message>
+        <source>Укажите сервер</source>
+        <translation>Enter a server</translation>
+    </message>
+    <message>
+        <source>Укажите базу данных</source>
+        <translation>Enter a database</translation>
+    </message>
+</context>
+<context>
+    <name>sito::SourceConnection</name>
+    <message>
+        <source>База данных не открыта</source>
+        <translation>No database is open</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» уже загружена из другого источника</source>
+        <translation>Table &apos;%1&apos; is already loaded from another source</translation>
+    </message>
+    <message>
+        <source>В базе данных «%1» нет таблиц</source>
+        <translation>Database &apos;%1&apos; has no tables</translation>
+    </message>
+</context>
+</TS>
