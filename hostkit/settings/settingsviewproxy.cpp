@@ -10,6 +10,8 @@
 
 namespace sito {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The roles that changed here when \a roles did in the source.
@@ -457,6 +459,13 @@ QVariant SettingsViewProxy::data(const QModelIndex &index, int role) const
 QVariant SettingsViewProxy::headerData(int section, Qt::Orientation orientation, int role) const
 {
     return sourceModel() ? sourceModel()->headerData(section, orientation, role) : QVariant();
+}
+
+QHash<int, QByteArray> SettingsViewProxy::roleNames() const
+{
+    QHash<int, QByteArray> names = QAbstractProxyModel::roleNames();
+    names.insert({{ValueRole, "value"_ba}, {PathRole, "path"_ba}});
+    return names;
 }
 
 Qt::ItemFlags SettingsViewProxy::flags(const QModelIndex &index) const

@@ -47,8 +47,9 @@ class HOSTKIT_EXPORT SettingsViewProxy : public QAbstractProxyModel
     Q_OBJECT
 
 public:
-    /// Roles beside those of the source. Proxies on top pass them on. They belong to the rows shown, also
-    /// while the source is in the middle of a change and while one is announced. The numbers are fixed.
+    /// Roles beside those of the source, with the names `value` and `path` for views in QML. Proxies on top
+    /// pass them on. They belong to the rows shown, also while the source is in the middle of a change and
+    /// while one is announced. The numbers are fixed.
     enum Role {
         /// The value of the cell in its own type, as settingsValue() returns it. The source's roles may
         /// return a list as its items joined.
@@ -81,6 +82,7 @@ public:
     bool hasChildren(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
     QModelIndex buddy(const QModelIndex &index) const override;
     bool removeRows(int row, int count, const QModelIndex &parent = QModelIndex()) override;

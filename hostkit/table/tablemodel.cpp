@@ -14,6 +14,8 @@
 
 namespace sito {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// Throws std::bad_alloc unless there is memory for what Qt does when rows are announced. A failure in the
@@ -261,6 +263,18 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
         return d->cells.rowHeader(section, role);
     const bool isFiltered = role == Qt::AccessibleDescriptionRole && d->isFiltered(columns().at(section));
     return d->cells.columnHeader(section, role, isFiltered);
+}
+
+QHash<int, QByteArray> TableModel::roleNames() const
+{
+    QHash<int, QByteArray> names = QAbstractTableModel::roleNames();
+    names.insert({{Qt::TextAlignmentRole, "textAlignment"_ba},
+                  {Qt::FontRole, "textFont"_ba},
+                  {Qt::ForegroundRole, "textColor"_ba},
+                  {Qt::AccessibleTextRole, "accessibleText"_ba},
+                  {ColumnRole, "tableColumn"_ba},
+                  {AbsentRole, "absent"_ba}});
+    return names;
 }
 
 void TableModel::sort(int section, Qt::SortOrder order)

@@ -144,6 +144,10 @@ public:
     /// Columns: their names, with the type as tool tip, and "фильтр включён" as accessible description while
     /// a value filter over the column takes part. Rows: their numbers from 1.
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    /// The names of all roles of data(), for views in QML: those of Qt, such as `display` and `toolTip`, and
+    /// `textAlignment`, `textFont`, `textColor`, `accessibleText`, `tableColumn` (ColumnRole) and `absent`
+    /// (AbsentRole).
+    QHash<int, QByteArray> roleNames() const override;
     /// Makes the column of \a section the first sort key and keeps the other keys behind it; -1 takes all
     /// keys away.
     void sort(int section, Qt::SortOrder order = Qt::AscendingOrder) override;

@@ -8,6 +8,8 @@
 
 namespace sito {
 
+using namespace Qt::StringLiterals;
+
 void CheckedKeysModel::fill(const ValueFilter &filter)
 {
     beginResetModel();
@@ -43,6 +45,13 @@ int CheckedKeysModel::rowCount(const QModelIndex &parent) const
 Qt::ItemFlags CheckedKeysModel::flags(const QModelIndex &) const
 {
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable | Qt::ItemNeverHasChildren;
+}
+
+QHash<int, QByteArray> CheckedKeysModel::roleNames() const
+{
+    QHash<int, QByteArray> names = QAbstractListModel::roleNames();
+    names.insert(Qt::CheckStateRole, "checkState"_ba);
+    return names;
 }
 
 QVariant CheckedKeysModel::data(const QModelIndex &index, int role) const

@@ -98,6 +98,17 @@ int ValueListModel::rowCount(const QModelIndex &parent) const
     return m_shown ? int(m_shown->size()) : int(m_values->size());
 }
 
+QHash<int, QByteArray> ValueListModel::roleNames() const
+{
+    QHash<int, QByteArray> names = QAbstractListModel::roleNames();
+    names.insert({{Qt::CheckStateRole, "checkState"_ba},
+                  {Qt::AccessibleTextRole, "accessibleText"_ba},
+                  {Qt::AccessibleDescriptionRole, "accessibleDescription"_ba},
+                  {CountRole, "count"_ba},
+                  {UnwrittenRole, "unwritten"_ba}});
+    return names;
+}
+
 QVariant ValueListModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())

@@ -18,8 +18,8 @@ class ValueListModel : public QAbstractListModel
     Q_OBJECT
 public:
     enum Role {
-        CountRole = Qt::UserRole, ///< the number of rows, as text
-        UnwrittenRole,            ///< bool: see DistinctValues::isUnwritten()
+        CountRole = Qt::UserRole, ///< the number of rows, as text; named "count"
+        UnwrittenRole,            ///< bool: see DistinctValues::isUnwritten(); named "unwritten"
     };
     using Numbers = std::vector<quint32>;
 
@@ -48,6 +48,7 @@ public:
     void invertAll();
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    QHash<int, QByteArray> roleNames() const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     bool setData(const QModelIndex &index, const QVariant &value, int role) override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
