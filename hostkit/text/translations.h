@@ -28,8 +28,11 @@ class TranslationsPrivate;
 /// Changes neither QLocale's default, in which numbers and dates are shown, nor the language of Qt's own
 /// texts.
 ///
-/// Needs a QCoreApplication, which outlives this object. Made and used in the GUI thread; meanwhile, other
-/// threads may ask for texts.
+/// Needs a QCoreApplication, which outlives this object.
+///
+/// **Threads.** Made and used in the GUI thread; meanwhile, other threads may ask for texts.
+///
+/// **Cost.** A change of language loads the catalogues and asks every widget to show its texts again.
 class HOSTKIT_EXPORT Translations
 {
     Q_DISABLE_COPY_MOVE(Translations)
