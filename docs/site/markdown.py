@@ -96,7 +96,11 @@ class Page:
                 return f"[{text}](@ref {page.label}{'-' + anchor if anchor else ''})"
             if where.startswith("docs/images/"):
                 return f'<a href="{os.path.basename(where)}">{text}</a>'
-            return match["text"]  # a file or folder of the tree, which the site does not have
+            if re.match(r"(src|database|hostkit|sources)/(?!.*_p\.h$).*\.h$", where):
+                return f"[{text}](@ref {os.path.basename(where)})"
+            if (self.root / where).is_file():
+                return f'<a href="{site.copy(where)}">{text}</a>'
+            return match["text"]  # a folder of the tree, which the site does not have
 
         text = self.source
         for offset, level, heading, anchor in reversed(list(self.headings())):
