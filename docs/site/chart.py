@@ -38,21 +38,22 @@ def chart(what, text):
         return LABELS + (math.log10(value) - low) / (high - low) * BARS
 
     group = len(bars) * LINE + 5
-    top = 24 + 16 * (len(bars) + len(marks) > 1)
+    top = 44 + 16 * (len(bars) + len(marks) > 1)
     bottom = top + group * len(rows)
     out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{LABELS + BARS + 70}" height="{bottom + 8}" '
-           'font-family="sans-serif" font-size="12" fill="#222">', f"<title>{escape(title)}</title>"]
+           'font-family="sans-serif" font-size="12" fill="#222">', f"<title>{escape(title)}</title>",
+           f'<text x="{LABELS}" y="13" font-weight="bold">{escape(title)}</text>']
     for power in range(low, math.floor(high) + 1):
         at = x(10.0**power)
         out += [f'<path d="M{at:.1f} {top - 4}V{bottom}" stroke="{"#888" if power == 0 else "#ddd"}"/>',
                 f'<text x="{at:.1f}" y="{top - 8}" text-anchor="middle">{10.0**power:,g}</text>']
-    if top > 24:
+    if len(bars) + len(marks) > 1:
         at = LABELS
         for number, column in enumerate(bars + marks):
             colour = COLOURS[number] if column in bars else "#222"
             width = 10 if column in bars else 2
-            out += [f'<rect x="{at}" y="2" width="{width}" height="10" fill="{colour}"/>',
-                    f'<text x="{at + 14}" y="11">{escape(head[column])}</text>']
+            out += [f'<rect x="{at}" y="22" width="{width}" height="10" fill="{colour}"/>',
+                    f'<text x="{at + 14}" y="31">{escape(head[column])}</text>']
             at += 40 + 7 * len(head[column])
     for index, row in enumerate(rows):
         y = top + index * group
