@@ -14,7 +14,7 @@ QWidget *MarkingDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
 {
     QWidget *editor = SettingsDelegate::createEditor(parent, option, index);
     if (editor)
-        // What makes an editor is const for Qt, what reports one is not.
+        // Qt calls this function on const delegates; signals are not const.
         Q_EMIT const_cast<MarkingDelegate *>(this)->editorMade(editor);
     return editor;
 }
@@ -33,7 +33,7 @@ void MarkingDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
 
 QSize MarkingDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    // Room for an editor.
+    // An editor needs more room than a text.
     QSize size = SettingsDelegate::sizeHint(option, index);
     size.setHeight(std::max(size.height(), option.fontMetrics.height() * 3 / 2));
     return size;

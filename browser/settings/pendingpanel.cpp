@@ -86,7 +86,7 @@ void PendingPanel::retranslate()
     m_button->setText(tr("Отменить &это"));
     m_button->setToolTip(tr("Отменить выбранное изменение, остальные останутся"));
     m_list->setAccessibleName(tr("Изменения, которые ждут записи"));
-    // The headers come with the model's texts.
+    // The model translates its headers when it is asked for them.
     Q_EMIT m_changes.headerDataChanged(Qt::Horizontal, 0, SettingsChanges::ColumnCount - 1);
     m_list->viewport()->update();
     updateState();

@@ -19,18 +19,18 @@ class PendingPanel : public QWidget
     Q_OBJECT
 
 public:
-    /// Shows \a changes, which must live as long.
+    /// Shows \a changes, which must outlive the panel.
     explicit PendingPanel(SettingsChanges &changes, QWidget *parent = nullptr);
 
     /// Whether changes can be dismissed.
     void setWritable(bool writable);
-    /// Makes the change at \a row the current one, or the last.
+    /// Makes the change at \a row current; the last one if there are fewer.
     void setCurrentRow(int row);
 
 Q_SIGNALS:
-    /// The user wants to see the entry \a path.
+    /// Emitted when the user wants to see the entry \a path.
     void activated(const QString &path);
-    /// The user wants to dismiss the change at \a row.
+    /// Emitted when the user wants to dismiss the change at \a row.
     void dismissed(int row);
 
 protected:

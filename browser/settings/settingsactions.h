@@ -17,7 +17,7 @@ class SettingsActions : public QObject
     Q_OBJECT
 
 public:
-    /// Becomes a child of \a window, as all that is made here.
+    /// \a window becomes the parent of this object and of everything it creates.
     explicit SettingsActions(QWidget *window);
 
     QAction *const open;
@@ -36,7 +36,7 @@ public:
     QMenuBar *const menuBar;
     QToolBar *const toolBar;
 
-    /// Gives all their texts in the language as it is now.
+    /// Sets all texts again, in the current language.
     void retranslate();
 
 private:

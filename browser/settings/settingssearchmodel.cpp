@@ -18,7 +18,7 @@ SettingsSearchModel::SettingsSearchModel(const SettingsChanges &changes, QObject
 void SettingsSearchModel::search(const QString &text)
 {
     m_text = text;
-    // Without a search, an edit concerns no row above.
+    // Without a search, an edit hides or shows no group around it.
     if (isRecursiveFilteringEnabled() == text.isEmpty())
         setRecursiveFilteringEnabled(!text.isEmpty());
     else

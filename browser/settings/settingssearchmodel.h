@@ -9,7 +9,7 @@ namespace sito {
 
 class SettingsChanges;
 
-/// The rows of a SettingsViewProxy that a search finds, with what is above them; marks pending changes.
+/// The rows of a SettingsViewProxy that a search finds, with the groups around them. Marks pending changes.
 class SettingsSearchModel : public QSortFilterProxyModel
 {
     Q_OBJECT
@@ -19,13 +19,13 @@ public:
     /// Tells whether a row holds a pending change, or a removal below it.
     static constexpr int PendingRole = Qt::UserRole + 1;
 
-    /// \a changes must live as long.
+    /// \a changes must outlive the model.
     SettingsSearchModel(const SettingsChanges &changes, QObject *parent);
 
-    /// Shows the rows that hold \a text in path, type or value, whatever its case; all when it is empty.
+    /// Shows the rows whose path, type or value contains \a text, ignoring case; all rows when it is empty.
     void search(const QString &text);
     const QString &text() const { return m_text; }
-    /// Announces the marks of \a rows of the SettingsModel.
+    /// Announces that the marks of \a rows, which are rows of the SettingsModel, have changed.
     void remark(const QModelIndexList &rows);
 
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;

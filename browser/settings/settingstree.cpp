@@ -31,7 +31,7 @@ int countRows(const QModelIndex &index)
 
 } // namespace
 
-/// What is current, collapsed and in view.
+/// The current row, the collapsed groups and the scroll position.
 struct SettingsTree::Place
 {
     QString current;
@@ -48,14 +48,14 @@ SettingsTree::SettingsTree(const SettingsChanges &changes, QWidget *parent)
     setModel(m_search);
     auto *delegate = new MarkingDelegate(this);
     connect(delegate, &MarkingDelegate::editorMade, this, [this](QWidget *editor) {
-        // Views close editors by themselves, too.
+        // A view also closes editors without closeEditor().
         connect(editor, &QObject::destroyed, this, &SettingsTree::editingEnded, Qt::QueuedConnection);
         Q_EMIT stateChanged();
     });
     connect(delegate, &QAbstractItemDelegate::closeEditor, this, &SettingsTree::stateChanged);
     setItemDelegate(delegate);
-    // The view forgets what it does not show. A group that is new in the model gets its name after its row,
-    // and its first row after that.
+    // The view forgets the state of rows that it does not show. The model inserts a new group without a name,
+    // then sets its name, then inserts its first row.
     connect(m_search, &QAbstractItemModel::rowsAboutToBeRemoved, this,
             [this](const QModelIndex &index, int first, int last) {
                 for (int row = first; row <= last; ++row)
@@ -99,7 +99,7 @@ void SettingsTree::setSource(SettingsModel *model)
     m_proxy->setSourceModel(model);
     if (!model)
         return;
-    // There are no columns to be given a width before.
+    // Without a model there are no columns.
     if (!std::exchange(m_hasWidths, true)) {
         const int unit = fontMetrics().averageCharWidth();
         header()->resizeSection(0, unit * 45);
@@ -269,7 +269,7 @@ void SettingsTree::remark(const QModelIndexList &rows)
 void SettingsTree::retranslate()
 {
     setAccessibleName(tr("Записи"));
-    // The headers and marks come with the models' texts.
+    // The models translate headers and marks when they are asked for them.
     if (m_proxy->sourceModel())
         Q_EMIT m_proxy->sourceModel()->headerDataChanged(Qt::Horizontal, 0, SettingsSearchModel::ValueColumn);
     viewport()->update();

@@ -19,26 +19,27 @@ class SettingsSearchModel;
 class SettingsViewProxy;
 
 /// The entries of a settings store as a tree, with a search, marks of pending changes, and editors. Groups
-/// stay expanded or collapsed also while they are away.
+/// that come back are expanded or collapsed as before.
 class SettingsTree : public QTreeView
 {
     Q_OBJECT
 
 public:
-    /// Marks \a changes, which must live as long.
+    /// Marks \a changes, which must outlive the tree.
     explicit SettingsTree(const SettingsChanges &changes, QWidget *parent = nullptr);
 
-    /// Shows \a model, or nothing. What was current, expanded and in view is that again, by path.
+    /// Shows \a model, or nothing when it is null. Restores the current row, the expanded groups and the
+    /// scroll position, by path.
     void setSource(SettingsModel *model);
-    /// Expands all and begins at the first row.
+    /// Expands all groups and makes the first row current.
     void showFromTheTop();
 
-    /// Shows only what holds \a text.
+    /// Shows only rows that contain \a text, see SettingsSearchModel::search().
     void search(const QString &text);
     QString searchText() const;
     /// Makes the entry \a path the current one; false when it is not shown.
     bool showEntry(const QString &path);
-    /// Whether there is an entry \a path, shown or hidden by the search.
+    /// Whether the model has an entry \a path, also one that the search hides.
     bool hasEntry(const QString &path) const;
 
     bool isEditing() const;
@@ -47,24 +48,24 @@ public:
     bool isCurrentEditable() const;
     void editCurrent();
 
-    /// The selected rows without those below others of them.
+    /// The selected rows, without those below another selected row.
     QList<QPersistentModelIndex> selectedRows() const;
     /// The paths of all selected rows, in the order of the tree.
     QStringList selectedPaths() const;
-    /// The entries of \a row and all below it, those that the search hides too.
+    /// The paths of \a row and of all rows below it, including those that the search hides.
     int countEntries(const QModelIndex &row) const;
     /// Removes \a rows; false when the model refused one.
     bool remove(const QList<QPersistentModelIndex> &rows);
 
-    /// Shows the marks of \a rows of the model as they are now.
+    /// Updates the marks of \a rows, which are rows of the SettingsModel.
     void remark(const QModelIndexList &rows);
-    /// Shows the headers in the language as it is now.
+    /// Sets all texts again, in the current language.
     void retranslate();
 
 Q_SIGNALS:
-    /// The selection, an editor or the rows at large have changed.
+    /// Emitted when the selection or the rows have changed, and when an editor was opened or closed.
     void stateChanged();
-    /// An editor has gone.
+    /// Emitted when an editor was deleted.
     void editingEnded();
 
 private:
@@ -74,13 +75,13 @@ private:
     void noteExpanded(const QModelIndex &index);
     void expandAgain(const QModelIndex &parent, int first, int last, bool withChildren);
     QModelIndex sourceOf(const QString &path) const;
-    /// Calls \a visit for \a parent's rows and all below them, each before those below it.
+    /// Calls \a visit for all rows below \a parent, top down.
     template <typename Visit>
     void visitRows(const Visit &visit, const QModelIndex &parent = {}) const;
 
     SettingsViewProxy *m_proxy;
     SettingsSearchModel *m_search;
-    QSet<QString> m_wereExpanded; ///< paths of the groups that were expanded when they went
+    QSet<QString> m_wereExpanded; ///< the paths of groups that were removed while expanded
     bool m_hasWidths = false;
 };
 

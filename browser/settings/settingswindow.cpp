@@ -48,7 +48,7 @@ SettingsWindow::~SettingsWindow()
     m_document.changes().disconnect(this);
     m_tree->disconnect(this);
     m_panel->disconnect(this);
-    // Before the document that they show.
+    // They must be deleted before the document that they show.
     delete std::exchange(m_tree, nullptr);
     delete std::exchange(m_panel, nullptr);
 }
@@ -72,7 +72,7 @@ bool SettingsWindow::openFile(const QString &fileName)
 
 void SettingsWindow::openStore(std::unique_ptr<QSettings> store)
 {
-    // Its file may be still to come.
+    // The file may not exist yet.
     const QString name = store->fileName();
     if (const QString problem = QFileInfo::exists(name) ? IniFile::problem(name) : QString();
         !problem.isEmpty())
@@ -83,7 +83,7 @@ void SettingsWindow::openStore(std::unique_ptr<QSettings> store)
 
 bool SettingsWindow::event(QEvent *event)
 {
-    // Not every file system tells of changes.
+    // Not every file system reports changes.
     if (event->type() == QEvent::WindowActivate)
         m_document.lookSoon();
     return QWidget::event(event);
@@ -238,7 +238,7 @@ void SettingsWindow::updateState()
         m_stateBar->tell(Icons::Shape::Information, state);
 }
 
-/// What is to be said of the file as long as it is shown.
+/// The text about the file that is shown as long as the file is.
 QString SettingsWindow::stateText() const
 {
     QStringList texts;
@@ -265,13 +265,13 @@ void SettingsWindow::open(std::unique_ptr<QSettings> store)
     updateState();
 }
 
-/// Whether no editor is open any more: what is typed was taken. Tells why not.
+/// Finishes open editors; returns whether all have taken their input. Tells the user why not.
 bool SettingsWindow::finishEditing(SettingsDelegate::Refused refused)
 {
     const QString told = m_noticeBar->text();
     if (m_tree->finishEditing(refused))
         return true;
-    // The model may have told more.
+    // The write may have told the user more already.
     if (m_noticeBar->text() == told)
         m_noticeBar->tell(
             Icons::Shape::Warning,
@@ -316,7 +316,7 @@ void SettingsWindow::chooseFile()
 
 // Writing.
 
-/// A view is in the middle of an edit: what else has changed is shown afterwards.
+/// The view is in the middle of an edit, so other changes of the file are shown afterwards.
 void SettingsWindow::wrote(const Outcome &outcome)
 {
     if (!outcome.outdated) {
@@ -332,7 +332,7 @@ void SettingsWindow::wrote(const Outcome &outcome)
         Qt::QueuedConnection);
 }
 
-/// What the file holds now, and what came of writing it.
+/// Shows what the file holds now, and the result of writing it.
 void SettingsWindow::showOutcome(const Outcome &outcome)
 {
     QString pendingText;
@@ -341,11 +341,11 @@ void SettingsWindow::showOutcome(const Outcome &outcome)
         pendingText =
             readAgain(outcome.conflict ? SettingsChanges::Grown::Keep : SettingsChanges::Grown::Drop);
     }
-    // A conflict names them itself.
+    // The message about a conflict names these entries already.
     tell(outcome, outcome.conflict ? QString() : pendingText);
 }
 
-/// The same; but as long as that would close an editor, it waits.
+/// Does the same, but waits while that would close an editor.
 void SettingsWindow::showOutcomeAfterEditing(Outcome outcome)
 {
     const QString path = settingsPath(m_tree->currentIndex());
@@ -394,7 +394,7 @@ void SettingsWindow::editingEnded()
         return;
     if (const auto outcome = std::exchange(m_postponed, std::nullopt))
         showOutcome(*outcome);
-    // It may have waited for the editor.
+    // A search waits while an editor is open.
     if (!m_searchTimer.isActive())
         applySearch();
 }
@@ -414,7 +414,7 @@ bool SettingsWindow::trySubmit()
 
 void SettingsWindow::submit()
 {
-    // An editor may hold all there is to be written.
+    // The value in an open editor may be the only change.
     if (finishEditing(SettingsDelegate::Refused::TryAgain) && m_document.isManual())
         trySubmit();
 }
@@ -429,7 +429,7 @@ void SettingsWindow::revert()
         reload();
         return;
     }
-    // An open editor keeps what is typed, as long as its entry is there.
+    // An open editor keeps its input as long as its entry exists.
     const bool editing = m_tree->isEditing();
     const TreeAnchor anchor(m_tree);
     m_document.revert();
@@ -475,7 +475,7 @@ bool SettingsWindow::mayDropChanges()
     return drops;
 }
 
-/// Returns SettingsDocument::pendingText().
+/// Reads the file again; returns SettingsDocument::pendingText().
 QString SettingsWindow::readAgain(SettingsChanges::Grown groups)
 {
     const TreeAnchor anchor(m_tree);
@@ -540,7 +540,7 @@ QString SettingsWindow::removalDetails(const QList<QPersistentModelIndex> &rows)
 void SettingsWindow::applySearch()
 {
     m_searchTimer.stop();
-    // Its row may be hidden.
+    // The search may hide the row of an open editor.
     if (m_searchLine->text() == m_tree->searchText() || !finishEditing())
         return;
     m_tree->search(m_searchLine->text());
@@ -549,7 +549,7 @@ void SettingsWindow::applySearch()
 
 void SettingsWindow::showEntry(const QString &path)
 {
-    // Another current row would end an editor, and drop what is no value yet.
+    // A new current row closes an open editor, and drops input that is no value yet.
     if (!m_tree->hasEntry(path) || !finishEditing() || m_tree->showEntry(path))
         return;
     m_searchLine->clear();
@@ -569,7 +569,7 @@ void SettingsWindow::dismiss(int row)
 
 void SettingsWindow::chooseImmediate()
 {
-    // Pending changes that cannot be dropped would be stranded.
+    // Pending changes that can neither be written nor dropped must stay visible.
     const bool isManual = m_document.isManual();
     QString problem = isManual ? m_document.problem() : QString();
     if (problem.isEmpty() && isManual && m_document.becameAmbiguous())
@@ -584,10 +584,10 @@ void SettingsWindow::chooseImmediate()
 
 void SettingsWindow::setManual(bool manual)
 {
-    // Pending changes would be stranded.
+    // Pending changes are written or dropped first.
     if (m_document.model() && m_document.isManual() != manual && (manual || mayClose())) {
         m_document.setManual(manual);
-        // What is changed from now on is changed in what the file holds.
+        // Later changes must start from what the file holds now.
         if (m_document.isOutdated())
             showOutcomeAfterEditing(SettingsDocument::foundChanged());
     }

@@ -27,12 +27,13 @@ class SettingsTree;
 /// Changes are written at once or wait until they are submitted, as the user chooses; those that wait are
 /// marked in the tree, listed below it, and each can be dismissed alone.
 ///
-/// The file is a SettingsDocument: nothing in it is overwritten unseen, and what cannot be written goes on
-/// waiting; one that was to be written at once stays in its editor. A message tells why, and what another
-/// program wrote is told of and shown. Lines that cannot be read are named.
+/// The file is edited by a SettingsDocument: what another program wrote is never overwritten before the user
+/// has seen it. A change that cannot be written stays pending; one that was to be written at once stays in
+/// its editor. A message tells why. Changes by other programs are shown, with a message. Lines that cannot
+/// be read are named.
 ///
-/// An editor that is open takes part in writing, closing and refreshing as if Enter had been pressed; a value
-/// that was refused before is only written on Enter or by the command to write, and holds up the others.
+/// Writing, closing and refreshing finish an open editor first, as if Enter had been pressed. A value that
+/// was refused is tried again only on Enter or by the command to write; until then, nothing else is written.
 class SettingsWindow : public QWidget
 {
     Q_OBJECT
@@ -41,11 +42,11 @@ public:
     explicit SettingsWindow(QWidget *parent = nullptr);
     ~SettingsWindow() override;
 
-    /// Shows the INI file \a fileName. False, with a message in the window and what was open still there,
-    /// when it cannot be opened or the user keeps pending changes.
+    /// Shows the INI file \a fileName. If it cannot be opened, or the user decides to keep pending changes,
+    /// returns false, tells why in the window and keeps what was open.
     bool openFile(const QString &fileName);
     /// Shows \a store, an INI store whose file may not exist yet. Fallbacks are switched off in it. As
-    /// openFile() does, tells of a file that cannot be read and keeps what was open.
+    /// openFile() does, keeps what was open when the file cannot be read, and tells why.
     void openStore(std::unique_ptr<QSettings> store);
 
     /// The file shown, or an empty text.
@@ -96,7 +97,7 @@ private:
     QString readAgain(SettingsChanges::Grown groups);
 
     SettingsDocument m_document;
-    std::optional<Outcome> m_postponed; ///< to be shown when no editor is open any more
+    std::optional<Outcome> m_postponed; ///< is shown after the editor is closed
     QTimer m_searchTimer;
 
     SettingsActions *m_actions = nullptr;

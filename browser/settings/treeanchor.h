@@ -8,7 +8,7 @@ class QTreeView;
 
 namespace sito {
 
-/// Keeps the rows that a view shows where they are, as long as it lives: while others come and go above them.
+/// While it exists, keeps the visible rows of a view in place when rows above them are inserted or removed.
 class TreeAnchor
 {
 public:
