@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/listsettingseditor_p.h>
 
-#include <hostkit/settings/settingsdelegate.h>
 #include <hostkit/settings/settingsvalue.h>
 
 #include <QApplication>
@@ -56,7 +55,6 @@ ListSettingsEditor::ListSettingsEditor(const QVariant &value, QWidget *parent) :
     m_items = new QStandardItemModel(this);
     m_list = new QListView(this);
     m_list->setModel(m_items);
-    m_list->setItemDelegate(new SettingsDelegate(m_list));
     m_list->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
     layout->addWidget(m_list, 1);
 
@@ -92,6 +90,11 @@ void ListSettingsEditor::setTexts()
         m_buttons[i]->setText(texts[i]);
         m_buttons[i]->setToolTip(texts[i] + u" ("_s + keys[i] + u')');
     }
+}
+
+void ListSettingsEditor::setItemDelegate(QAbstractItemDelegate *delegate)
+{
+    m_list->setItemDelegate(delegate);
 }
 
 void ListSettingsEditor::display(const QVariant &value)

@@ -16,6 +16,8 @@ class ListSettingsEditor : public SettingsEditor
 
 public:
     ListSettingsEditor(const QVariant &value, QWidget *parent);
+    /// Sets the delegate that shows and edits the items. Does not own it.
+    void setItemDelegate(QAbstractItemDelegate *delegate);
     bool isChanged() const override;
     std::optional<QVariant> value(QString *problem) const override;
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingsdelegate.h>
 
-#include <hostkit/settings/settingseditor_p.h>
+#include <hostkit/settings/choicesettingseditor_p.h>
+#include <hostkit/settings/linesettingseditor_p.h>
+#include <hostkit/settings/listsettingseditor_p.h>
 #include <hostkit/settings/settingsvalue.h>
+#include <hostkit/settings/textsettingseditor_p.h>
 
 #include <QAbstractItemView>
 #include <QColor>
@@ -23,6 +26,25 @@ QList<SettingsEditor *> openEditors(const QAbstractItemView *view)
     auto editors = view->viewport()->findChildren<SettingsEditor *>(QString(), Qt::FindDirectChildrenOnly);
     editors.removeIf([](const SettingsEditor *editor) { return !editor->isOpen(); });
     return editors;
+}
+
+/// An editor for values of the type of \a value; null when there is none.
+SettingsEditor *makeEditor(const QVariant &value, QWidget *parent)
+{
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return new ChoiceSettingsEditor(value, parent);
+    case QMetaType::QString:
+        return new TextSettingsEditor(value, parent);
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList: {
+        auto *editor = new ListSettingsEditor(value, parent);
+        editor->setItemDelegate(new SettingsDelegate(editor));
+        return editor;
+    }
+    default:
+        return SettingsEditor::exists(value) ? new LineSettingsEditor(value, parent) : nullptr;
+    }
 }
 
 } // namespace
@@ -59,7 +81,7 @@ bool SettingsDelegate::finishEditing(const QAbstractItemView *view, Refused refu
 QWidget *SettingsDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &,
                                         const QModelIndex &index) const
 {
-    SettingsEditor *editor = SettingsEditor::create(settingsValue(index), parent);
+    SettingsEditor *editor = makeEditor(settingsValue(index), parent);
     if (!editor)
         return nullptr;
     editor->setIndex(index);

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingseditor_p.h>
 
-#include <hostkit/settings/choicesettingseditor_p.h>
-#include <hostkit/settings/linesettingseditor_p.h>
-#include <hostkit/settings/listsettingseditor_p.h>
 #include <hostkit/settings/settingstext_p.h>
 #include <hostkit/settings/settingsvalue.h>
-#include <hostkit/settings/textsettingseditor_p.h>
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -69,21 +65,6 @@ bool SettingsEditor::exists(const QVariant &value)
 {
     return value.typeId() == QMetaType::Bool || value.typeId() == QMetaType::QStringList ||
            value.typeId() == QMetaType::QVariantList || SettingsText::isKnown(value.metaType());
-}
-
-SettingsEditor *SettingsEditor::create(const QVariant &value, QWidget *parent)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        return new ChoiceSettingsEditor(value, parent);
-    case QMetaType::QString:
-        return new TextSettingsEditor(value, parent);
-    case QMetaType::QStringList:
-    case QMetaType::QVariantList:
-        return new ListSettingsEditor(value, parent);
-    default:
-        return exists(value) ? new LineSettingsEditor(value, parent) : nullptr;
-    }
 }
 
 void SettingsEditor::setField(QWidget *field)

@@ -23,8 +23,7 @@ class SettingsEditor : public QFrame
 public:
     using EndHint = QAbstractItemDelegate::EndEditHint;
 
-    /// Makes an editor for values of the type of \a value; null when there is none.
-    static SettingsEditor *create(const QVariant &value, QWidget *parent);
+    /// Whether there is an editor for values of the type of \a value.
     static bool exists(const QVariant &value);
 
     ~SettingsEditor() override;

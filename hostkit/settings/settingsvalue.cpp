@@ -94,6 +94,7 @@ QVariant settingsValue(const QModelIndex &index)
     if (source.isValid() && source.column() == valueColumn) {
         if (qobject_cast<const SettingsViewProxy *>(source.model()))
             return source.data(SettingsViewProxy::ValueRole);
+        // The roles of the model join the items of a list. Its indexes point to the items of its tree.
         if (qobject_cast<const SettingsModel *>(source.model()))
             return static_cast<const SettingsModelItem *>(source.internalPointer())->value;
     }
