@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/table/tablecells_p.h>
 
-#include <hostkit/table/tablemodel.h>
 #include <hostkit/text/celltext.h>
 #include <hostkit/text/shortenedtext.h>
 
@@ -69,23 +68,18 @@ QVariant TableCells::data(unsigned char *row, int section, int role) const
     switch (role) {
     case Qt::TextAlignmentRole:
         return shown.isNumber ? m_right : m_left;
-    case TableModel::ColumnRole:
-        return shown.column;
     case Qt::DisplayRole:
     case Qt::EditRole:
     case Qt::ToolTipRole:
     case Qt::AccessibleTextRole:
     case Qt::FontRole:
     case Qt::ForegroundRole:
-    case TableModel::AbsentRole:
         break;
     default:
         return QVariant();
     }
 
     const Field field = m_table.dataPtr(row, shown.column);
-    if (role == TableModel::AbsentRole)
-        return !field.isPresent();
     if (!field.isPresent())
         return absentData(role);
     switch (role) {
@@ -100,6 +94,11 @@ QVariant TableCells::data(unsigned char *row, int section, int role) const
     }
 }
 
+bool TableCells::isAbsent(unsigned char *row, int section) const
+{
+    return !m_table.dataPtr(row, m_sections[size_t(section)].column).isPresent();
+}
+
 QVariant TableCells::columnHeader(int section, int role, bool isFiltered) const
 {
     const Section &shown = m_sections[size_t(section)];
@@ -111,9 +110,7 @@ QVariant TableCells::columnHeader(int section, int role, bool isFiltered) const
     case Qt::TextAlignmentRole:
         return shown.isNumber ? m_right : m_left;
     case Qt::AccessibleDescriptionRole:
-        return isFiltered ? TableModel::tr("фильтр включён") : QVariant();
-    case TableModel::ColumnRole:
-        return shown.column;
+        return isFiltered ? tr("фильтр включён") : QVariant();
     default:
         return QVariant();
     }
@@ -133,7 +130,7 @@ QVariant TableCells::absentData(int role) const
         return m_dash;
     case Qt::ToolTipRole:
     case Qt::AccessibleTextRole:
-        return TableModel::tr("нет значения");
+        return tr("нет значения");
     case Qt::FontRole:
         if (!m_absentFont.isValid()) {
             QFont font;
@@ -165,8 +162,7 @@ QString TableCells::columnToolTip(int column) const
     QString type = FieldType::typeName(def.type);
     if (hasLength(def.type))
         type += u'(' + QString::number(def.length) + u')';
-    const QString text =
-        def.nullable ? TableModel::tr("%1\nТип: %2, значения может не быть") : TableModel::tr("%1\nТип: %2");
+    const QString text = def.nullable ? tr("%1\nТип: %2, значения может не быть") : tr("%1\nТип: %2");
     return text.arg(m_table.columnName(column), type);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QCoreApplication>
 #include <QList>
 #include <QVariant>
 
@@ -14,14 +15,16 @@ namespace sito {
 /// How the cells and headers of some columns of a table look in a view.
 class TableCells
 {
+    Q_DECLARE_TR_FUNCTIONS(sito::TableModel)
 public:
     TableCells(const Table &table, const QList<int> &columns);
 
     const QList<int> &columns() const { return m_columns; }
     int count() const { return int(m_sections.size()); }
-    /// As TableModel::data(), for the cell of \a section in the row block \a row.
+    /// As TableModel::data() for Qt's roles, for the cell of \a section in the row block \a row.
     QVariant data(unsigned char *row, int section, int role) const;
-    /// As TableModel::headerData().
+    bool isAbsent(unsigned char *row, int section) const;
+    /// As TableModel::headerData() for Qt's roles.
     QVariant columnHeader(int section, int role, bool isFiltered) const;
     QVariant rowHeader(int row, int role) const;
 

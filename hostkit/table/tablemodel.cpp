@@ -252,7 +252,11 @@ QVariant TableModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return QVariant();
-    return d->cells.data(d->view[size_t(index.row())].row(), index.column(), role);
+    if (role == ColumnRole)
+        return columns().at(index.column());
+    unsigned char *row = d->view[size_t(index.row())].row();
+    return role == AbsentRole ? QVariant(d->cells.isAbsent(row, index.column()))
+                              : d->cells.data(row, index.column(), role);
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const
@@ -261,6 +265,8 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
         return QVariant();
     if (orientation == Qt::Vertical)
         return d->cells.rowHeader(section, role);
+    if (role == ColumnRole)
+        return columns().at(section);
     const bool isFiltered = role == Qt::AccessibleDescriptionRole && d->isFiltered(columns().at(section));
     return d->cells.columnHeader(section, role, isFiltered);
 }
