@@ -24,8 +24,6 @@ public:
     /// The most rows that read() takes; also how many values are handled between two looks at a stop token.
     static constexpr size_t batchSize = 1024;
 
-    /// An object of the class that fits the type of the column.
-    static std::unique_ptr<ColumnIds> make(Table *table, int column);
     virtual ~ColumnIds() = default;
 
     /// Writes the ids of the values of \a rows, at most batchSize, to \a ids.

@@ -1,15 +1,38 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/tally_p.h>
 
+#include <hostkit/values/numberids_p.h>
+#include <hostkit/values/textids_p.h>
+
 #include <algorithm>
 #include <array>
 
 namespace sito {
 
+namespace {
+
+/// An object of the class that fits the type of the column.
+std::unique_ptr<ColumnIds> makeColumnIds(Table *table, int column)
+{
+    switch (table->columnDef(column)->type) {
+    case FieldType::VarChar:
+    case FieldType::String:
+        return std::make_unique<TextIds>(table, column);
+    case FieldType::Int:
+        return std::make_unique<NumberIds<quint32>>(table, column);
+    case FieldType::XDecimal:
+        return std::make_unique<NumberIds<Words128>>(table, column);
+    default:
+        return std::make_unique<NumberIds<quint64>>(table, column);
+    }
+}
+
+} // namespace
+
 Tally::Tally(Table *table, const QList<int> &columns)
 {
     for (const int column : columns)
-        m_columns.push_back(ColumnIds::make(table, column));
+        m_columns.push_back(makeColumnIds(table, column));
     m_pairs.resize(m_columns.size() - 1);
 }
 
