@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingschanges.h>
 
-#include <hostkit/settings/inifile.h>
+#include <hostkit/settings/settingsrows_p.h>
 #include <hostkit/settings/settingsvalue.h>
 #include <settings/settingsmodel.h>
 
-#include <QFileInfo>
 #include <QScopedValueRollback>
 #include <QSet>
-#include <QSettings>
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 namespace sito {
@@ -22,30 +19,6 @@ namespace {
 
 constexpr int valueColumn = 2;
 
-/// Calls \a visit for each row of \a model, with its path, top down.
-void visitRows(const SettingsModel &model,
-               const std::function<void(const QModelIndex &, const QString &)> &visit)
-{
-    struct Row
-    {
-        QModelIndex index;
-        QString path;
-    };
-    QList<Row> pending;
-    const auto addChildren = [&](const QModelIndex &parent, const QString &prefix) {
-        for (int row = model.rowCount(parent) - 1; row >= 0; --row) {
-            const QModelIndex index = model.index(row, 0, parent);
-            pending.append({index, prefix + index.data().toString()});
-        }
-    };
-    addChildren({}, {});
-    while (!pending.isEmpty()) {
-        const Row row = pending.takeLast();
-        visit(row.index, row.path);
-        addChildren(row.index, row.path + u'/');
-    }
-}
-
 /// The row numbers from the top down to \a index.
 QList<int> placeOf(QModelIndex index)
 {
@@ -54,34 +27,6 @@ QList<int> placeOf(QModelIndex index)
         place.prepend(index.row());
     return place;
 }
-
-/// All that \a store holds.
-SettingsDiff::Values valuesOf(const QSettings &store)
-{
-    SettingsDiff::Values values;
-    const QStringList keys = store.allKeys();
-    for (const QString &key : keys)
-        values.insert(key, key.isEmpty() ? QVariant() : store.value(key));
-    return values;
-}
-
-/// What is in a store.
-struct Paths
-{
-    explicit Paths(const QSettings &store) : groups(SettingsDiff::groupsOf(store.allKeys()))
-    {
-        const QStringList all = store.allKeys();
-        keys = QSet<QString>(all.begin(), all.end());
-    }
-
-    bool contains(const QString &path, bool isGroup) const
-    {
-        return (isGroup ? groups : keys).contains(path);
-    }
-
-    QSet<QString> keys;
-    QSet<QString> groups;
-};
 
 /// Keeps the model from writing to its store while it is changed, whatever its strategy.
 class Unwatched
@@ -124,15 +69,26 @@ SettingsModel *SettingsChanges::model() const
 
 void SettingsChanges::setModel(SettingsModel *model)
 {
+    m_ownContent = StoreContent(model ? model->settings() : nullptr);
+    observe(model, m_ownContent);
+}
+
+void SettingsChanges::setModel(SettingsModel *model, StoreContent &content)
+{
+    observe(model, content);
+}
+
+void SettingsChanges::observe(SettingsModel *model, StoreContent &content)
+{
     for (const QMetaObject::Connection &connection : std::exchange(m_connections, {}))
         disconnect(connection);
     m_model = model;
+    m_content = &content;
     m_diff.forgetRemovals();
     m_diff.forgetAllGone();
     m_diff.forgetKnown();
     m_grown.clear();
     m_gone.clear();
-    m_hadFile = false;
     if (model) {
         takeBase();
         using Model = QAbstractItemModel;
@@ -142,6 +98,8 @@ void SettingsChanges::setModel(SettingsModel *model)
             connect(model, &Model::rowsInserted, this, &SettingsChanges::schedule),
             connect(model, &Model::modelReset, this,
                     [this] {
+                        if (m_content == &m_ownContent && m_content->store() != m_model->settings())
+                            m_ownContent = StoreContent(m_model->settings());
                         takeBase();
                         schedule();
                     }),
@@ -171,24 +129,19 @@ void SettingsChanges::noteRemoval(const QModelIndex &parent, int first, int last
 /// Remembers what the model holds, which was just read from the store.
 void SettingsChanges::takeBase()
 {
-    visitRows(*m_model, [this](const QModelIndex &index, const QString &path) {
-        m_diff.know(path, settingsValue(index.siblingAtColumn(valueColumn)));
-    });
-}
-
-void SettingsChanges::noteFile()
-{
-    m_hadFile = m_hadFile || QFileInfo::exists(m_model->settings()->fileName());
+    const SettingsDiff::Values values = settingsRowValues(*m_model);
+    for (auto value = values.cbegin(); value != values.cend(); ++value)
+        m_diff.know(value.key(), value.value());
 }
 
 SettingsChanges::StoreState SettingsChanges::storeState() const
 {
-    const QSettings *store = m_model ? m_model->settings() : nullptr;
-    if (!store)
-        return StoreState::Readable;
-    if (!QFileInfo::exists(store->fileName()))
-        return m_hadFile ? StoreState::Missing : StoreState::Readable;
-    return IniFile::problem(store->fileName()).isEmpty() ? StoreState::Readable : StoreState::Unreadable;
+    return hasStore() ? m_content->state() : StoreState::Readable;
+}
+
+bool SettingsChanges::hasStore() const
+{
+    return m_model && m_content->store();
 }
 
 void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight)
@@ -196,10 +149,8 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
     // A merge announces whole rows, with what it read.
     if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
         m_diff.know(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
-    const QSettings *store = m_model->settings();
-    // In the middle of a walk the store has a current group.
-    if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !store ||
-        !store->group().isEmpty() || m_scheduled) {
+    if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !hasStore() ||
+        m_content->hasCurrentGroup() || m_scheduled) {
         schedule();
         return;
     }
@@ -215,7 +166,7 @@ void SettingsChanges::followEdit(const QModelIndex &cell)
     Change change;
     change.path = settingsPath(cell);
     change.newValue = settingsValue(cell);
-    change.oldValue = m_model->settings()->value(change.path);
+    change.oldValue = m_content->value(change.path);
     const QList<int> place = placeOf(cell);
     const auto position = std::lower_bound(m_places.begin(), m_places.end(), place);
     const bool isListed = position != m_places.end() && *position == place;
@@ -224,7 +175,7 @@ void SettingsChanges::followEdit(const QModelIndex &cell)
         synchronize();
         return;
     }
-    noteFile();
+    m_content->noteFile();
     const int at = int(position - m_places.begin());
     const bool isEdit = m_diff.isEdit(change.path, change.newValue, change.oldValue);
     if (isListed && isEdit) {
@@ -253,17 +204,16 @@ void SettingsChanges::synchronize()
     m_scheduled = false;
     if (m_working)
         return;
-    const QSettings *store = m_model ? m_model->settings() : nullptr;
-    if (!store) {
+    if (!hasStore()) {
         m_diff.forgetRemovals();
         m_diff.forgetAllGone();
         publish({}, {});
         return;
     }
-    noteFile();
+    m_content->noteFile();
     Rows rows;
     QList<SettingsDiff::Entry> entries;
-    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+    visitSettingsRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         const bool isGroup = m_model->hasChildren(index);
         if (!isGroup && index.data().toString().isEmpty())
             return;
@@ -274,7 +224,7 @@ void SettingsChanges::synchronize()
             known.insert(path, index);
     });
     publish(
-        m_diff.changes(entries, valuesOf(*store), [this] { return storeState() == StoreState::Readable; }),
+        m_diff.changes(entries, m_content->values(), [this] { return storeState() == StoreState::Readable; }),
         rows);
 }
 
@@ -323,7 +273,7 @@ void SettingsChanges::publish(const QList<Change> &now, const Rows &rows)
 /// Takes the removals of groups out of \a pending that would remove what was not known when they were made.
 void SettingsChanges::dropGrown(QList<Change> &pending)
 {
-    m_grown = m_diff.grownGroups(pending, valuesOf(*m_model->settings()));
+    m_grown = m_diff.grownGroups(pending, m_content->values());
     pending.removeIf([this](const Change &change) {
         return change.removal && change.group && m_grown.contains(change.path);
     });
@@ -334,7 +284,7 @@ void SettingsChanges::apply(const QList<Change> &changes)
 {
     QHash<QString, QPersistentModelIndex> keys;
     QHash<QString, QPersistentModelIndex> groups;
-    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+    visitSettingsRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         (m_model->hasChildren(index) ? groups : keys).insert(path, index);
     });
     for (const Change &change : changes) {
@@ -361,8 +311,8 @@ bool SettingsChanges::dismiss(int row)
     if (change.removal && storeState() != StoreState::Readable)
         return false;
     // The store may have been read while the file was away.
-    if (change.removal && !Paths(*m_model->settings()).contains(change.path, change.group))
-        m_model->settings()->sync();
+    if (change.removal && !m_content->paths().contains(change.path, change.group))
+        m_content->readAgain();
     // Changes that are not listed yet would be lost.
     synchronize();
     m_grown.clear();
@@ -383,7 +333,7 @@ bool SettingsChanges::dismiss(int row)
             apply(others);
         } else {
             Change back = change;
-            back.newValue = m_model->settings()->value(change.path, known().value(change.path));
+            back.newValue = m_content->value(change.path, known().value(change.path));
             apply({back});
         }
     }
@@ -395,10 +345,10 @@ bool SettingsChanges::dismiss(int row)
 void SettingsChanges::merge()
 {
     const Unwatched unwatched(*m_model);
-    const Paths stored(*m_model->settings());
+    const StoreContent::Paths stored = m_content->paths();
     // The model would remove rows at the ends of levels instead of these.
     QList<QPersistentModelIndex> vanished;
-    visitRows(*m_model, [&](const QModelIndex &index, const QString &path) {
+    visitSettingsRows(*m_model, [&](const QModelIndex &index, const QString &path) {
         const bool nameless = index.data().toString().isEmpty();
         if (!nameless && !stored.contains(path, m_model->hasChildren(index)))
             vanished.append(index);
@@ -414,14 +364,14 @@ void SettingsChanges::merge()
 
 bool SettingsChanges::dismissAll()
 {
-    if (!m_model || !m_model->settings() || m_model->readOnly() ||
-        m_model->editStrategy() != SettingsModel::OnManualSubmit || storeState() != StoreState::Readable)
+    if (!hasStore() || m_model->readOnly() || m_model->editStrategy() != SettingsModel::OnManualSubmit ||
+        storeState() != StoreState::Readable)
         return false;
     m_diff.forgetRemovals();
     m_diff.forgetAllGone();
     {
         const QScopedValueRollback working(m_working, true);
-        m_model->settings()->sync();
+        m_content->readAgain();
         merge();
     }
     synchronize();
@@ -432,7 +382,7 @@ bool SettingsChanges::refresh(Grown groups)
 {
     m_grown.clear();
     m_gone.clear();
-    if (!m_model || !m_model->settings())
+    if (!hasStore())
         return true;
     if (storeState() != StoreState::Readable)
         return false;
@@ -440,7 +390,7 @@ bool SettingsChanges::refresh(Grown groups)
     QList<Change> pending = m_changes;
     {
         const QScopedValueRollback working(m_working, true);
-        m_model->settings()->sync();
+        m_content->readAgain();
         if (groups == Grown::Drop)
             dropGrown(pending);
         merge();

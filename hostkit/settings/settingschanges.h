@@ -4,6 +4,7 @@
 #include <hostkit/hostkit_export.h>
 #include <hostkit/settings/settingschange.h>
 #include <hostkit/settings/settingsdiff.h>
+#include <hostkit/settings/storecontent.h>
 
 #include <QAbstractTableModel>
 #include <QHash>
@@ -21,8 +22,8 @@ namespace sito {
 /// The pending changes of a SettingsModel: edits and removals that wait for submitAll(). A list for views;
 /// each change can be dismissed alone.
 ///
-/// Changes are found by comparison, see SettingsDiff. With `OnFieldChange` the list is empty. The store must
-/// have no current group.
+/// Changes are found by comparison, see SettingsDiff: of the rows of the model with a StoreContent. With
+/// `OnFieldChange` the list is empty. The store must have no current group.
 ///
 /// **When the file is gone**
 /// A store whose file was deleted or overwritten with something else reads as empty, and a model that follows
@@ -49,11 +50,7 @@ public:
     enum Column { KindColumn, PathColumn, OldColumn, NewColumn, ColumnCount };
 
     /// What can be said of the store's file, see storeState().
-    enum class StoreState {
-        Readable,  ///< also a store whose file never existed
-        Missing,   ///< the file existed and was deleted
-        Unreadable ///< the file cannot be opened or is not of the store's format
-    };
+    using StoreState = StoreContent::State;
 
     /// What happens to the removal of a group that has grown, see grownGroups().
     enum class Grown {
@@ -65,6 +62,8 @@ public:
 
     /// Observes \a model, or nothing when it is null. Removals made before are not known.
     void setModel(SettingsModel *model);
+    /// The same, with a StoreContent of the model's store. \a content must outlive its use here.
+    void setModel(SettingsModel *model, StoreContent &content);
     /// The model that is observed; null for none, and after it was deleted.
     SettingsModel *model() const;
 
@@ -123,11 +122,12 @@ Q_SIGNALS:
     void changed(const QModelIndexList &marked);
 
 private:
+    void observe(SettingsModel *model, StoreContent &content);
+    bool hasStore() const;
     void noteRemoval(const QModelIndex &parent, int first, int last);
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight);
     void schedule();
     void takeBase();
-    void noteFile();
     void merge();
     void dropGrown(QList<Change> &pending);
     struct Rows;
@@ -136,6 +136,8 @@ private:
     void apply(const QList<Change> &changes);
 
     QPointer<SettingsModel> m_model;
+    StoreContent m_ownContent; ///< of the model's store, when the host has none
+    StoreContent *m_content = &m_ownContent;
     QList<QMetaObject::Connection> m_connections;
     QList<Change> m_changes;
     SettingsDiff m_diff;
@@ -146,7 +148,6 @@ private:
     QHash<QString, int> m_removalsIn;
     bool m_scheduled = false;
     bool m_working = false;
-    bool m_hadFile = false;
 };
 
 } // namespace sito
