@@ -3,10 +3,9 @@
 
 #include <hostkit/hostkit_export.h>
 #include <hostkit/settings/settingschanges.h>
+#include <hostkit/settings/settingsoutcome.h>
 
 #include <QFileSystemWatcher>
-#include <QHash>
-#include <QList>
 #include <QObject>
 #include <QSettings>
 #include <QString>
@@ -17,7 +16,7 @@
 
 namespace sito {
 
-class IniFile;
+class SettingsDocumentFile;
 class SettingsDocumentModel;
 
 /// One INI file being edited: a model of what it holds, the changes that wait, and the writing.
@@ -51,18 +50,7 @@ class HOSTKIT_EXPORT SettingsDocument : public QObject
     Q_OBJECT
 
 public:
-    /// The result of a write.
-    struct Outcome
-    {
-        bool written = false;
-        bool refused = false;
-        /// The file differed from what the model holds: call reload().
-        bool outdated = false;
-        /// Refused only because another program wrote the same entries.
-        bool conflict = false;
-        QString message = {}; ///< for people; may be empty
-        QVariant found = {};  ///< with a conflict over a single edit: what the file holds
-    };
+    using Outcome = SettingsOutcome;
 
     explicit SettingsDocument(QObject *parent = nullptr);
     ~SettingsDocument() override;
@@ -75,7 +63,7 @@ public:
     /// The model of the store; null before open(). It may be replaced, see modelReplaced().
     SettingsModel *model() const;
     /// The store; null before open(). It lives until the next open().
-    const QSettings *store() const { return m_store.get(); }
+    const QSettings *store() const;
     /// The changes that wait; of model(), as long as this object.
     SettingsChanges &changes() { return m_changes; }
     /// As above.
@@ -92,9 +80,9 @@ public:
     bool isReadOnly() const;
     /// Whether groups or keys have no name, or names are both group and key. A merge or a submit would
     /// confuse them.
-    bool isAmbiguous() const { return m_ambiguous; }
+    bool isAmbiguous() const;
     /// IniFile::unreadableText() of the file as it was last read.
-    const QString &unreadableText() const { return m_unreadable; }
+    QString unreadableText() const;
 
     // The file as it is now.
 
@@ -139,28 +127,13 @@ Q_SIGNALS:
 
 private:
     void takeModel();
-    void takeFile();
     void watch();
     void look();
-    bool writeAtOnce(const QList<SettingsChange> &wanted);
-    Outcome write(const QList<SettingsChange> &wanted);
-    QStringList conflicts(const IniFile &file, const QList<SettingsChange> &wanted) const;
-    Outcome conflictOutcome(const IniFile &file, const QList<SettingsChange> &wanted,
-                            const QStringList &paths) const;
-    QList<SettingsChange> allKnown() const;
-    void readAgain(const QList<SettingsChange> &written, const QByteArray &content);
 
-    std::unique_ptr<QSettings> m_store;
+    std::unique_ptr<SettingsDocumentFile> m_file;
     std::unique_ptr<SettingsDocumentModel> m_model;
     SettingsChanges m_changes;
     bool m_manual = true; ///< what was set; an ambiguous store overrides it
-    bool m_ambiguous = false;
-    bool m_stale = false; ///< the model holds something older than what was last read
-    QByteArray m_seen;    ///< the fingerprint of what was last read or written
-    QByteArray m_content; ///< its content, also after the file has gone
-    QByteArray m_safe;    ///< the fingerprint of what was copied or written here, and needs no copy
-    QString m_unreadable;
-    QHash<QString, QVariant> m_accepted;
     QFileSystemWatcher m_watcher;
     QTimer m_watchTimer;
 };

@@ -1,24 +1,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <hostkit/settings/settingschange.h>
+#include <hostkit/settings/settingsoutcome.h>
 
 #include <settings/settingsmodel.h>
 
-#include <QList>
-
-#include <functional>
-
 namespace sito {
 
-/// With `OnFieldChange`, passes changes to a function that writes them, and applies those that were written.
+class SettingsDocumentFile;
+
+/// With `OnFieldChange`, writes changes to a file, and applies those that were written.
 class SettingsDocumentModel : public SettingsModel
 {
-public:
-    /// Writes changes; returns whether they were written.
-    using Write = std::function<bool(const QList<SettingsChange> &)>;
+    Q_OBJECT
 
-    explicit SettingsDocumentModel(Write write);
+public:
+    /// \a file outlives the model.
+    explicit SettingsDocumentModel(SettingsDocumentFile &file);
 
     /// Whether changes wait.
     bool isManual() const { return editStrategy() == OnManualSubmit && !m_written; }
@@ -26,10 +24,14 @@ public:
     bool setData(const QModelIndex &index, const QVariant &value, int role = Qt::EditRole) override;
     bool removeRows(int row, int count, const QModelIndex &parent = QModelIndex()) override;
 
+Q_SIGNALS:
+    /// Emitted after a change was written or refused, and before it is applied.
+    void wrote(const sito::SettingsOutcome &outcome);
+
 private:
     class Written;
 
-    const Write m_write;
+    SettingsDocumentFile &m_file;
     bool m_written = false;
 };
 

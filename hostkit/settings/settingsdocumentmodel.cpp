@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/settings/settingsdocumentmodel_p.h>
 
+#include <hostkit/settings/settingsdocumentfile_p.h>
+#include <hostkit/settings/settingsrows_p.h>
 #include <hostkit/settings/settingsvalue.h>
 
 #include <QSettings>
@@ -22,9 +24,14 @@ bool isNameless(const QModelIndex &index)
 class SettingsDocumentModel::Written
 {
 public:
-    Written(SettingsDocumentModel &model, const QList<SettingsChange> &changes) : m_model(model)
+    /// \a known are the values of the rows. Nothing waits, so they are what is known of the store.
+    Written(SettingsDocumentModel &model, const QList<SettingsChange> &changes,
+            const QHash<QString, QVariant> &known)
+        : m_model(model)
     {
-        if (!m_model.m_write(changes))
+        const SettingsOutcome outcome = m_model.m_file.write(changes, known, false);
+        Q_EMIT m_model.wrote(outcome);
+        if (!outcome.written)
             return;
         m_model.m_written = true;
         m_model.setEditStrategy(OnManualSubmit);
@@ -41,7 +48,7 @@ private:
     SettingsDocumentModel &m_model;
 };
 
-SettingsDocumentModel::SettingsDocumentModel(Write write) : m_write(std::move(write)) {}
+SettingsDocumentModel::SettingsDocumentModel(SettingsDocumentFile &file) : m_file(file) {}
 
 bool SettingsDocumentModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
@@ -51,7 +58,7 @@ bool SettingsDocumentModel::setData(const QModelIndex &index, const QVariant &va
     SettingsChange change;
     change.path = settingsPath(index);
     change.newValue = value;
-    const Written written(*this, {change});
+    const Written written(*this, {change}, {{change.path, settingsValue(index)}});
     return written && SettingsModel::setData(index, settings()->value(change.path), role);
 }
 
@@ -69,7 +76,7 @@ bool SettingsDocumentModel::removeRows(int row, int count, const QModelIndex &pa
         if (!isNameless(gone))
             removals += change;
     }
-    const Written written(*this, removals);
+    const Written written(*this, removals, settingsRowValues(*this));
     return written && SettingsModel::removeRows(row, count, parent);
 }
 
