@@ -147,6 +147,20 @@ protected:
         write(name, content);
         return name;
     }
+    /// Opens a file of its own with \a content in \a w; its name.
+    QString open(Window &w, const QByteArray &content)
+    {
+        const QString name = makeFile(content);
+        w.window.openFile(name);
+        return name;
+    }
+    /// The same, and changes are written at once.
+    QString openAtOnce(Window &w, const QByteArray &content)
+    {
+        const QString name = open(w, content);
+        w.action(QStringLiteral("immediate"))->trigger();
+        return name;
+    }
     static void write(const QString &name, const QByteArray &content)
     {
         QFile file(name);

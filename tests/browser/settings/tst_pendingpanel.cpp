@@ -20,9 +20,8 @@ private Q_SLOTS:
     void keepsChangesUntilTheyAreSubmitted()
     {
         const QByteArray content = "a=1\n[g]\nk=x\nl=y\n";
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, content);
         QVERIFY(!w.action(u"submit"_s)->isEnabled());
 
         w.edit(u"g/k"_s, u"new"_s);
@@ -61,9 +60,8 @@ private Q_SLOTS:
     void dismissesOneChangeAlone()
     {
         const QByteArray content = "a=1\n[g]\nk=x\nl=y\n";
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, content);
         w.edit(u"a"_s, u"2"_s);
         w.edit(u"g/k"_s, u"new"_s);
         w.select(u"g/l"_s);
@@ -86,9 +84,8 @@ private Q_SLOTS:
 
     void revertsAll()
     {
-        const QString file = makeFile("a=1\n[g]\nk=x\nl=y\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n[g]\nk=x\nl=y\n");
         w.edit(u"a"_s, u"2"_s);
         w.select(u"g"_s);
         QCOMPARE(
@@ -104,9 +101,8 @@ private Q_SLOTS:
 
     void tellsOfEditsThatGoWithAGroup()
     {
-        const QString file = makeFile("a=1\n[g]\nk=x\nl=y\n[gg]\nk=z\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n[g]\nk=x\nl=y\n[gg]\nk=z\n");
         w.edit(u"g/k"_s, u"new"_s);
         w.edit(u"gg/k"_s, u"new"_s);
         w.remove(u"g/l"_s);
@@ -119,9 +115,8 @@ private Q_SLOTS:
 
     void dismissesWhatItWasAskedToAlone()
     {
-        const QString file = makeFile("a=1\nb=2\nc=3\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\nc=3\n");
         w.edit(u"a"_s, u"9"_s);
         w.remove(u"b"_s);
         w.remove(u"c"_s);
@@ -150,9 +145,8 @@ private Q_SLOTS:
     void offersToCreateAgainWhatOthersRemoved()
     {
         QFETCH(bool, writes);
-        const QString file = makeFile("a=1\nb=2\nc=3\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\nc=3\n");
         w.edit(u"a"_s, u"mine"_s);
         w.edit(u"c"_s, u"5"_s);
         write(file, "b=2\nc=3\n");
@@ -182,9 +176,8 @@ private Q_SLOTS:
 
     void showsPendingChangesThatTheSearchHides()
     {
-        const QString file = makeFile("alpha=1\nbeta=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "alpha=1\nbeta=2\n");
         w.edit(u"alpha"_s, u"5"_s);
         w.remove(u"beta"_s);
         const auto search = [&](const QString &text) {
@@ -213,9 +206,8 @@ private Q_SLOTS:
 
     void keepsWhatIsNoValueYetWhenAPendingChangeIsChosen()
     {
-        const QString file = makeFile("a=1\nb=2\nsize=@Size(1 2)\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\nsize=@Size(1 2)\n");
         w.edit(u"a"_s, u"5"_s);
         w.type(u"size"_s, u"words"_s);
         auto *line = qobject_cast<QLineEdit *>(QApplication::focusWidget());
@@ -238,9 +230,8 @@ private Q_SLOTS:
     {
         QFETCH(bool, gone);
         const QByteArray broken = "just\nwords\n";
-        const QString file = makeFile("a=1\nb=2\n[g]\nk=x\n[h]\nl=y\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\n[g]\nk=x\n[h]\nl=y\n");
         w.edit(u"a"_s, u"9"_s);
         w.edit(u"g/k"_s, u"new"_s);
         w.remove(u"b"_s);
@@ -307,9 +298,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         QFETCH(QString, tree);
         QFETCH(QString, also);
-        const QString file = makeFile("a=1\n[g]\nk=x\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n[g]\nk=x\n");
         w.edit(u"a"_s, u"5"_s);
         w.remove(u"g"_s);
         QCOMPARE(w.pendingTexts(), (QStringList{u"Правка|a|1|5"_s, u"Удаление группы|g||"_s}));

@@ -15,9 +15,8 @@ class tst_SettingsConflicts : public SettingsWindowTest
 private Q_SLOTS:
     void submitsOntoWhatAnotherProgramWrote()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\n");
         w.edit(u"a"_s, u"7"_s);
         write(file, "a=1\nb=3\nc=4\n");
 
@@ -30,10 +29,8 @@ private Q_SLOTS:
 
     void showsWhatAnotherProgramWroteBeforeAnEditAtOnce()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\n");
         const QByteArray others = "a=1\nb=300\nc=4\n";
         write(file, others);
 
@@ -53,10 +50,8 @@ private Q_SLOTS:
 
     void showsWhatAnotherProgramWroteWhenChangesAreToWait()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\n");
         write(file, "a=1\nb=300\nc=4\n");
 
         w.action(u"manual"_s)->trigger();
@@ -70,9 +65,8 @@ private Q_SLOTS:
 
     void showsWhatAnotherProgramWroteAfterTheNextEdit()
     {
-        const QString file = makeFile("a=1\nb=2\nc=1\n[b]\nx=3\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\nc=1\n[b]\nx=3\n");
         write(file, "a=1\nb=2\nc=theirs\n[b]\nx=3\n");
         w.type(u"a"_s, u"one"_s);
 
@@ -119,9 +113,8 @@ private Q_SLOTS:
         QFETCH(QString, conflict);
         QFETCH(QString, pending);
         QFETCH(QByteArray, written);
-        const QString file = makeFile("a=1\n[g]\nk=x\nl=y\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n[g]\nk=x\nl=y\n");
         if (removed.isEmpty()) {
             w.edit(u"a"_s, u"7"_s);
         } else {
@@ -153,10 +146,8 @@ private Q_SLOTS:
 
     void asksAgainAtOnceWhenTheSameWasChangedInTheFile()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\n");
         const QByteArray others = "a=500\nb=2\n";
         write(file, others);
 
@@ -203,10 +194,8 @@ private Q_SLOTS:
     {
         QFETCH(std::function<void(Window &)>, way);
         const QByteArray others = "a=theirs\nb=2\n";
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\n");
         w.type(u"a"_s, u"mine"_s);
         QPointer<QWidget> field = QApplication::focusWidget();
         write(file, others);
@@ -235,10 +224,8 @@ private Q_SLOTS:
 
     void tellsOfAValueThatWasNotWritten()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\n");
         w.type(u"a"_s, u"mine"_s);
         write(file, "a=theirs\nb=2\n");
         // Not tried before.
@@ -284,10 +271,8 @@ private Q_SLOTS:
         QFETCH(QString, tree);
         QFETCH(QByteArray, written);
         for (const bool again : {false, true}) {
-            const QString file = makeFile(content);
             Window w;
-            w.window.openFile(file);
-            w.action(u"immediate"_s)->trigger();
+            const QString file = openAtOnce(w, content);
             w.type(u"a"_s, u"mine"_s);
             QPointer<QWidget> field = QApplication::focusWidget();
             write(file, others);
@@ -335,10 +320,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, content);
         QFETCH(bool, refreshes);
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, content);
         const QByteArray others = QByteArray(content).replace("b=2", "b=20");
         write(file, others);
         QObject middle;
@@ -363,10 +346,8 @@ private Q_SLOTS:
 
     void asksAgainBeforeEachOfSeveralRemovals()
     {
-        const QString file = makeFile("a=1\nb=2\nc=3\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\nc=3\n");
         write(file, "a=1\nb=200\nc=3\n");
         w.select(u"a"_s);
         w.tree->selectionModel()->select(w.at(u"b"_s),
@@ -388,9 +369,8 @@ private Q_SLOTS:
 
     void keepsWhatAnotherProgramWroteWhereNamesAreAmbiguous()
     {
-        const QString file = makeFile("a=1\nx=2\n[x]\ny=3\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nx=2\n[x]\ny=3\n");
         write(file, "a=1\nx=2\nz=1\n[x]\ny=30\n");
 
         w.edit(u"a"_s, u"7"_s);
@@ -419,9 +399,8 @@ private Q_SLOTS:
     void asksBeforeARefreshDropsChanges()
     {
         const QByteArray content = "a=1\nx=2\n[x]\ny=3\n";
-        const QString file = makeFile("a=1\nx=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nx=2\n");
         w.edit(u"a"_s, u"9"_s);
         w.remove(u"x"_s);
         const QStringList pending{u"Правка|a|1|9"_s, u"Удаление|x|2|"_s};

@@ -138,9 +138,8 @@ private Q_SLOTS:
         QByteArray content;
         for (int group = 10; group < 40; ++group)
             content += "[g" + QByteArray::number(group) + "]\nk=1\nl=2\n";
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, content);
         w.edit(u"g21/k"_s, u"mine"_s);
         w.tree->collapse(w.at(u"g12"_s));
         w.select(u"g20/l"_s);
@@ -169,9 +168,8 @@ private Q_SLOTS:
 
     void keepsGroupsExpandedThatWereAway()
     {
-        const QString file = makeFile("a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n[g]\nk=1\ndeep\\k=2\nflat\\k=3\n[h]\nk=4\n");
         w.tree->collapse(w.at(u"g/flat"_s));
         w.tree->collapse(w.at(u"h"_s));
         const auto expanded = [&w] {
@@ -243,9 +241,8 @@ private Q_SLOTS:
 
     void removesWhatTheSearchHides()
     {
-        const QString file = makeFile("top=1\n[g]\nfound=1\nother=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "top=1\n[g]\nfound=1\nother=2\n");
         w.search->setFocus();
         QTest::keyClicks(w.search, u"found"_s);
         w.press(Qt::Key_Return);
@@ -259,9 +256,8 @@ private Q_SLOTS:
 
     void searchesWhenTheEditorIsClosed()
     {
-        const QString file = makeFile("alpha=@Size(1 2)\nbeta=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "alpha=@Size(1 2)\nbeta=2\n");
         w.type(u"alpha"_s, u"words"_s);
         QPointer<QWidget> field = QApplication::focusWidget();
         w.search->setText(u"beta"_s);
@@ -276,9 +272,8 @@ private Q_SLOTS:
 
     void copiesPaths()
     {
-        const QString file = makeFile("top=1\n[g]\nk=1\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "top=1\n[g]\nk=1\n");
         w.select(u"g/k"_s);
         w.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(QApplication::clipboard()->text(), u"g/k"_s);

@@ -68,9 +68,8 @@ private Q_SLOTS:
 
     void removesNothingWithoutConsent()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\n");
         w.tree->setFocus();
         w.tree->selectAll();
 
@@ -84,10 +83,8 @@ private Q_SLOTS:
     void writesAtOnceWhenChosen()
     {
         const QByteArray content = "a=1\nb=2\n";
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, content);
         QVERIFY(w.pending->isHidden() || !w.pending->isVisible());
         QCOMPARE(copies(file), QStringList());
 
@@ -123,9 +120,8 @@ private Q_SLOTS:
         QFETCH(bool, switches);
         QFETCH(QByteArray, content);
         for (const bool closing : {false, true}) {
-            const QString file = makeFile("a=1\n");
             Window w;
-            w.window.openFile(file);
+            const QString file = open(w, "a=1\n");
             w.edit(u"a"_s, u"7"_s);
 
             QCOMPARE(w.answer(button,
@@ -222,9 +218,8 @@ private Q_SLOTS:
 
     void tellsOfAFileThatIsGone()
     {
-        const QString file = makeFile("a=1\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n");
 
         QVERIFY(QFile::remove(file));
 
@@ -243,10 +238,8 @@ private Q_SLOTS:
 
     void writesNoLoneEntryAtOnce()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
-        w.action(u"immediate"_s)->trigger();
+        const QString file = openAtOnce(w, "a=1\nb=2\n");
         QVERIFY(QFile::remove(file));
 
         w.edit(u"a"_s, u"9"_s);
@@ -295,9 +288,8 @@ private Q_SLOTS:
         QFETCH(bool, asks);
         QFETCH(bool, writes);
         const QByteArray content = "a=1\n[g]\nk=x\n";
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, content);
         w.type(u"g/k"_s, u"new"_s);
 
         if (asks)
@@ -316,9 +308,8 @@ private Q_SLOTS:
     {
         QFETCH(std::function<void(Window &)>, action);
         const QByteArray content = "a=1\nsize=@Size(1 2)\n[g]\nk=x\n";
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, content);
         w.edit(u"a"_s, u"9"_s);
         w.type(u"size"_s, u"words"_s);
         auto *line = qobject_cast<QLineEdit *>(QApplication::focusWidget());
@@ -346,9 +337,8 @@ private Q_SLOTS:
 
     void keepsAnEditorWhenAllIsReverted()
     {
-        const QString file = makeFile("a=1\nb=2\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\nb=2\n");
         w.edit(u"a"_s, u"9"_s);
         w.type(u"b"_s, u"typed"_s);
 
@@ -370,9 +360,8 @@ private Q_SLOTS:
     {
         const QByteArray plain = "a=1\nb=2\n";
         const QByteArray twice = "a=1\nb=2\n[b]\nc=3\n";
-        const QString file = makeFile(plain);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, plain);
         const auto refresh = [&](const QByteArray &content) {
             write(file, content);
             w.action(u"refresh"_s)->trigger();
@@ -423,9 +412,8 @@ private Q_SLOTS:
     void losesNothingWhereNamesAreAmbiguous()
     {
         QFETCH(QByteArray, content);
-        const QString file = makeFile(content);
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, content);
         const auto before = QSettings(file, QSettings::IniFormat).allKeys();
 
         QVERIFY(w.state->text().contains(u"запись по команде"_s));
@@ -482,9 +470,8 @@ private Q_SLOTS:
 
     void isReachedByKeyboardAndNamed()
     {
-        const QString file = makeFile("a=1\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n");
         w.edit(u"a"_s, u"2"_s);
 
         QSet<QWidget *> reached;
@@ -513,9 +500,8 @@ private Q_SLOTS:
             }
             bool isEmpty() const override { return false; }
         };
-        const QString file = makeFile("a=1\n");
         Window w;
-        w.window.openFile(file);
+        const QString file = open(w, "a=1\n");
         const Shouting translator;
 
         QCoreApplication::installTranslator(const_cast<Shouting *>(&translator));
