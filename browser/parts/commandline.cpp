@@ -327,7 +327,8 @@ QString CommandLine::problem(const QCommandLineParser &parser, const QStringList
 
 bool CommandLine::hasDisplay()
 {
-#ifdef Q_OS_UNIX
+    // Other systems always have one.
+#if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
     for (const char *variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
         if (!qEnvironmentVariableIsEmpty(variable))
             return true;
