@@ -19,15 +19,20 @@ endif()
 
 # Private to the project's own targets; a host is never forced into these.
 add_library(sito_strict INTERFACE)
-target_compile_options(sito_strict INTERFACE
-    -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wcast-align -Woverloaded-virtual -Wundef
-    -Wnull-dereference -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    target_compile_options(sito_strict INTERFACE
+        -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wcast-align -Woverloaded-virtual -Wundef
+        -Wnull-dereference -Wimplicit-fallthrough)
+    if(SITO_WARNINGS_AS_ERRORS)
+        target_compile_options(sito_strict INTERFACE -Werror)
+    endif()
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC reports null dereferences inside Qt's and the standard library's inlined code only when optimising.
     target_compile_options(sito_strict INTERFACE -Wno-null-dereference -Wlogical-op -Wduplicated-cond)
 endif()
-if(SITO_WARNINGS_AS_ERRORS)
-    target_compile_options(sito_strict INTERFACE -Werror)
+if(SITO_PORTABLE)
+    target_compile_definitions(sito_strict INTERFACE SITO_PORTABLE)
 endif()
 target_compile_definitions(sito_strict INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING

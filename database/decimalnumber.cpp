@@ -29,6 +29,14 @@ constexpr auto wordPowers = [] {
     return result;
 }();
 
+/// As many as are exact doubles.
+constexpr auto doublePowers = [] {
+    std::array<double, 23> result = {1};
+    for (size_t i = 1; i < result.size(); ++i)
+        result[i] = result[i - 1] * 10;
+    return result;
+}();
+
 constexpr UInt128 power(qint64 exponent)
 {
     return powers[size_t(exponent)];
@@ -299,10 +307,10 @@ double DecimalNumber::toDouble() const
 {
     // Both operands are exact doubles here, so the operation rounds just once.
     constexpr Int128 exactInteger = Int128(1) << 53;
-    constexpr int exactPower = 22;
-    if (unscaled >= -exactInteger && unscaled <= exactInteger && std::abs(scale) <= exactPower) {
+    const auto size = size_t(std::abs(scale));
+    if (unscaled >= -exactInteger && unscaled <= exactInteger && size < doublePowers.size()) {
         const auto number = double(qint64(unscaled));
-        const auto factor = double(power(std::abs(scale)));
+        const double factor = doublePowers[size];
         return scale < 0 ? number * factor : number / factor;
     }
 

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <database/int128_p.h>
+
 #include <QString>
 #include <QStringView>
-
-// Both compilers have the type; only the pedantic standard does not.
-__extension__ typedef __int128 Int128;
-__extension__ typedef unsigned __int128 UInt128;
 
 /// The number unscaled / 10^scale, converted between a stored form, a text and a double: the common part of
 /// decimal and xdecimal. Both have scales of -64 to 63 and differ in the width of the unscaled value.

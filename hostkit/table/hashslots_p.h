@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sito_platform_p.h>
+
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -54,7 +56,7 @@ public:
     }
 
     /// Fetches the memory where the search for \a hash begins.
-    void prefetch(size_t hash) const { __builtin_prefetch(&m_slots[hash & (m_slots.size() - 1)]); }
+    void prefetch(size_t hash) const { platform::prefetch(&m_slots[hash & (m_slots.size() - 1)]); }
 
 private:
     std::vector<Slot> m_slots;

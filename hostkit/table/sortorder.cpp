@@ -5,6 +5,7 @@
 
 #include <data/record.h>
 #include <data/table.h>
+#include <sito_platform_p.h>
 
 #include <QMutex>
 #include <QString>
@@ -206,7 +207,7 @@ public:
     /// promises to sort as the numbers.
     bool isGuess() const { return m_isGuess; }
     /// Fetches what compareNumbers() is about to read.
-    void prefetchNumber(quint32 id) const { __builtin_prefetch(&m_numbers[id]); }
+    void prefetchNumber(quint32 id) const { platform::prefetch(&m_numbers[id]); }
 
     /// If the words are a guess, makes them tell absent values from present ones and nothing else.
     void dropGuess()

@@ -4,6 +4,8 @@
 #include <hostkit/values/stringcolumn_p.h>
 #include <hostkit/values/varcharcolumn_p.h>
 
+#include <sito_platform_p.h>
+
 #include <QHash>
 
 #include <algorithm>
@@ -62,7 +64,7 @@ void TextIds::read(std::span<unsigned char *const> rows, quint32 *ids)
             continue;
         texts[i] = m_isString ? &stringAt(field) : &(m_batch[i] = field.asStaticString());
         values[i] = field.data;
-        __builtin_prefetch(texts[i]->constData());
+        platform::prefetch(texts[i]->constData());
     }
     for (size_t i = 0; i < rows.size(); ++i) {
         if (ids[i] == 0)

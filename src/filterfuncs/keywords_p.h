@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sito_platform_p.h>
+
 #include <QtGlobal>
 
 #include <algorithm>
@@ -10,46 +12,26 @@
 
 namespace keywords {
 
-/// Eight words side by side, compared at once. GCC and clang make of it what the machine has.
-typedef quint16 Lanes __attribute__((vector_size(16)));
-
-inline Lanes loadLanes(const quint16 *words)
-{
-    Lanes lanes;
-    std::memcpy(&lanes, words, sizeof lanes);
-    return lanes;
-}
-
-inline Lanes eightOf(quint16 word)
-{
-    return Lanes{word, word, word, word, word, word, word, word};
-}
-
-inline bool isAnySet(Lanes lanes)
-{
-    quint64 halves[2];
-    std::memcpy(halves, &lanes, sizeof halves);
-    return (halves[0] | halves[1]) != 0;
-}
+namespace platform = sito::platform;
 
 /// Whether \a word is among the \a Count words at \a words.
 template <int Count>
 inline bool holds(const quint16 *words, quint16 word)
 {
     static_assert(Count % 8 == 0);
-    const Lanes wanted = eightOf(word);
-    Lanes found = {};
+    const platform::Lanes wanted = platform::lanesOf(word);
+    platform::Lanes found = {};
     for (int i = 0; i < Count; i += 8)
-        found |= Lanes(loadLanes(words + i) == wanted);
-    return isAnySet(found);
+        found = found | platform::equal(platform::loadLanes(words + i), wanted);
+    return platform::isAnySet(found);
 }
 
 /// Whether one of the eight words at \a words is \a word and the one at the same place of \a others
 /// \a otherWord.
 inline bool holdsBoth(const quint16 *words, quint16 word, const quint16 *others, quint16 otherWord)
 {
-    return isAnySet(Lanes(loadLanes(words) == eightOf(word)) &
-                    Lanes(loadLanes(others) == eightOf(otherWord)));
+    return platform::isAnySet(platform::equal(platform::loadLanes(words), platform::lanesOf(word)) &
+                              platform::equal(platform::loadLanes(others), platform::lanesOf(otherWord)));
 }
 
 inline quint16 load16(const void *bytes)
