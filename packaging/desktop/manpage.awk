@@ -14,7 +14,9 @@ function depth(text) {
 }
 { lines[NR] = $0 }
 END {
+    # REUSE-IgnoreStart
     print ".\\\" SPDX-License-Identifier: MIT"
+    # REUSE-IgnoreEnd
     print ".TH SITO\\-BROWSER 1 \"\" \"Sito " version "\""
     for (i = 1; i <= NR; ++i) {
         line = lines[i]
