@@ -18,7 +18,7 @@
 
 #include <cstring>
 
-#if SITO_VERSION < SITO_VERSION_CHECK(0, 1, 0) ||                                                            \
+#if SITO_VERSION < SITO_VERSION_CHECK(0, 2, 0) ||                                                            \
     SITO_VERSION != SITO_VERSION_CHECK(SITO_VERSION_MAJOR, SITO_VERSION_MINOR, SITO_VERSION_PATCH)
 #error "the number of the version"
 #endif
