@@ -39,27 +39,6 @@ target_compile_definitions(sito_strict INTERFACE
     QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 
-# Reading Qt's headers is most of what a source costs. A build that also has to show that every file includes what it
-# uses leaves this off.
-if(SITO_PRECOMPILED_HEADERS)
-    file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp" "")
-    add_library(sito_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
-    target_precompile_headers(sito_precompiled PRIVATE "${PROJECT_SOURCE_DIR}/cmake/precompiled.h")
-    # The headers of all modules, but the definitions of Core alone: these must hold for whoever uses them.
-    target_link_libraries(sito_precompiled PRIVATE Qt6::Core sito_strict)
-    foreach(module Gui Widgets)
-        target_include_directories(sito_precompiled SYSTEM PRIVATE
-            "$<TARGET_PROPERTY:Qt6::${module},INTERFACE_INCLUDE_DIRECTORIES>")
-    endforeach()
-endif()
-function(sito_precompile)
-    if(SITO_PRECOMPILED_HEADERS)
-        foreach(target ${ARGN})
-            target_precompile_headers(${target} REUSE_FROM sito_precompiled)
-        endforeach()
-    endif()
-endfunction()
-
 # Folders whose headers are included by <folder/...> are linked from here: with the root of the project on the
 # include path, hosts would see all that lies there. Installed, the headers lie in one folder as well.
 set(SITO_INCLUDE_DIR "${PROJECT_BINARY_DIR}/include")
@@ -86,7 +65,6 @@ function(sito_add_library target component macro)
         set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${map}")
     endif()
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:sito_strict>)
-    sito_precompile(${target})
     # Archives as well: plugins of a host may link them.
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON
         VERSION ${PROJECT_VERSION} SOVERSION ${SITO_SOVERSION} EXPORT_NAME ${component})

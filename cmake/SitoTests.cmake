@@ -8,6 +8,25 @@ target_compile_options(sito_waiting_macros INTERFACE -Wno-conversion)
 
 find_program(SITO_XVFB_RUN xvfb-run)
 
+# Reading Qt's headers is most of what a test costs.
+if(SITO_PRECOMPILED_HEADERS)
+    file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp" "")
+    add_library(sito_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
+    set_target_properties(sito_precompiled PROPERTIES AUTOMOC OFF)
+    target_precompile_headers(sito_precompiled PRIVATE "${PROJECT_SOURCE_DIR}/cmake/precompiled.h")
+    # The headers of all modules, but the definitions of Core alone: these must hold for whoever uses them.
+    target_link_libraries(sito_precompiled PRIVATE Qt6::Core sito_strict)
+    foreach(module Gui Widgets)
+        target_include_directories(sito_precompiled SYSTEM PRIVATE
+            "$<TARGET_PROPERTY:Qt6::${module},INTERFACE_INCLUDE_DIRECTORIES>")
+    endforeach()
+endif()
+function(sito_precompile program)
+    if(SITO_PRECOMPILED_HEADERS)
+        target_precompile_headers(${program} REUSE_FROM sito_precompiled)
+    endif()
+endfunction()
+
 # What every test runs with, but for the platform of its windows.
 set(SITO_TEST_ENVIRONMENT "LC_ALL=C.UTF-8;XDG_RUNTIME_DIR=${PROJECT_BINARY_DIR}/runtime")
 
