@@ -9,13 +9,13 @@
 namespace sito {
 
 namespace {
-constexpr int side = 14;
+constexpr int gripSide = 14;
 } // namespace
 
 SizeGrip::SizeGrip(QWidget *popup) : QWidget(popup)
 {
     setObjectName(QStringLiteral("grip"));
-    setFixedSize(side, side);
+    setFixedSize(gripSide, gripSide);
     setFocusPolicy(Qt::TabFocus);
     setCorner(Qt::BottomRightCorner);
 }
@@ -73,10 +73,10 @@ void SizeGrip::paintEvent(QPaintEvent *)
     painter.setPen(
         {hasFocus() ? palette().color(QPalette::Highlight) : edgeColor(palette()), hasFocus() ? 2.0 : 1.2});
     // As in the corner at the bottom right.
-    painter.translate(side / 2.0, side / 2.0);
+    painter.translate(gripSide / 2.0, gripSide / 2.0);
     painter.scale(isLeft() ? -1 : 1, isTop() ? -1 : 1);
-    painter.translate(-side / 2.0, -side / 2.0);
-    const qreal end = side - 3;
+    painter.translate(-gripSide / 2.0, -gripSide / 2.0);
+    const qreal end = gripSide - 3;
     for (const qreal length : {3.0, 6.0, 9.0})
         painter.drawLine(QPointF(end - length, end), QPointF(end, end - length));
 }
