@@ -23,7 +23,11 @@ public:
     constexpr explicit operator quint64() const { return m_low; }
 
     friend constexpr bool operator==(UInt128 a, UInt128 b) = default;
-    friend constexpr std::strong_ordering operator<=>(UInt128 a, UInt128 b) = default;
+    // Written out: clang-tidy takes the zero of a defaulted one for a pointer.
+    friend constexpr std::strong_ordering operator<=>(UInt128 a, UInt128 b)
+    {
+        return a.m_high != b.m_high ? a.m_high <=> b.m_high : a.m_low <=> b.m_low;
+    }
 
     friend constexpr UInt128 operator&(UInt128 a, UInt128 b)
     {
