@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int portion = 4096;
+constexpr int rowsAtOnce = 4096;
 
 } // namespace
 
@@ -28,7 +28,7 @@ bool PostgresRows::next()
 {
     if (query().next())
         return true;
-    return m_fetched == portion && fetch() && query().next();
+    return m_fetched == rowsAtOnce && fetch() && query().next();
 }
 
 QVariant PostgresRows::value(int column) const
@@ -46,7 +46,7 @@ void PostgresRows::close()
 
 bool PostgresRows::fetch()
 {
-    const bool isGood = query().exec(u"FETCH FORWARD %1 FROM sito_rows"_s.arg(portion));
+    const bool isGood = query().exec(u"FETCH FORWARD %1 FROM sito_rows"_s.arg(rowsAtOnce));
     m_fetched = isGood ? query().size() : 0;
     return isGood;
 }
