@@ -142,7 +142,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         const QList<Message> all = messages(read(catalogue(folder, name)));
         QVERIFY(all.size() > 3);
-        const Translations translations(QLocale(QLocale::English));
+        const Translations translations(QLocale{QLocale::English});
 
         for (const Message &message : all) {
             QCOMPARE(QCoreApplication::translate(message.context.constData(), message.source.constData(),
