@@ -38,14 +38,15 @@ void *operator new(size_t size)
     throw std::bad_alloc();
 }
 
-void operator delete(void *block) noexcept
+// Not inlined: GCC would see a block of operator new, which it does not inline, go to free().
+[[gnu::noinline]] void operator delete(void *block) noexcept
 {
     std::free(block);
 }
 
 void operator delete(void *block, size_t) noexcept
 {
-    std::free(block);
+    operator delete(block);
 }
 
 namespace {
