@@ -99,6 +99,7 @@ private:
 /// Whether \a pool has a thread that helps now.
 bool tryHelp(QThreadPool &pool, const std::shared_ptr<Share> &share)
 {
+    parallel::checkMemoryForThread();
     auto helper = std::make_unique<Helper>(share);
     if (!pool.tryStart(helper.get()))
         return false;

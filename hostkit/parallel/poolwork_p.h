@@ -4,6 +4,7 @@
 #include <QRunnable>
 
 #include <atomic>
+#include <new>
 
 namespace sito {
 
@@ -31,6 +32,14 @@ protected:
 private:
     std::atomic<bool> m_isReady = false;
 };
+
+/// Throws std::bad_alloc when there is not enough memory for one more thread. Comes before each call by which
+/// QThreadPool may start one: if it runs out of memory on the way, it crashes, or counts threads it lacks.
+inline void checkMemoryForThread()
+{
+    // Several times what Qt allocates for a thread. A compiler may leave out a new expression, but no call.
+    ::operator delete(::operator new(16 * 1024));
+}
 
 } // namespace parallel
 

@@ -38,6 +38,7 @@ private:
 void parallel::startThread(std::function<void()> work)
 {
     QThreadPool *pool = threadPool();
+    checkMemoryForThread();
     auto guest = std::make_unique<Guest>(pool, std::move(work));
     // Before whatever else waits for room, which others may have taken meanwhile.
     pool->start(guest.get(), std::numeric_limits<int>::max());

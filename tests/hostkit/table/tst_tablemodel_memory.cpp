@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/filters/filterlist.h>
+#include <hostkit/parallel/threadpool.h>
 #include <hostkit/table/tablemodel.h>
 
 #include <database/memorytable.h>
@@ -9,8 +10,10 @@
 
 #include <support/exceptions.h>
 
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <cstdlib>
@@ -138,20 +141,25 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("reloads");
         QTest::addColumn<bool>("waits");
-        QTest::newRow("filtered") << false << true;
-        QTest::newRow("reloaded") << true << true;
-        QTest::newRow("filtered, by the event loop") << false << false;
-        QTest::newRow("reloaded, by the event loop") << true << false;
+        QTest::addColumn<bool>("hasThreads");
+        QTest::newRow("filtered") << false << true << true;
+        QTest::newRow("reloaded") << true << true << true;
+        QTest::newRow("filtered, by the event loop") << false << false << true;
+        QTest::newRow("reloaded, by the event loop") << true << false << true;
+        QTest::newRow("in a pool without threads") << false << true << false;
     }
     void keepsItsRowsWhenThereIsNoMemoryToShowOthers()
     {
         QFETCH(const bool, reloads);
         QFETCH(const bool, waits);
+        QFETCH(const bool, hasThreads);
         int failures = 0;
         bool isComplete = false;
         for (qint64 allowed = 0; !isComplete; allowed += allowed < 4096 ? 16 : 512) {
             QVERIFY(allowed < 1'000'000);
             init();
+            QThreadPool pool;
+            const auto back = qScopeGuard([] { parallel::setThreadPool(nullptr); });
             TableModel model(m_table, {0});
             FilterList filters(m_table);
             auto *filter = new LambdaFilter([](const Record &row) { return id(row) > 3; });
@@ -169,6 +177,8 @@ private Q_SLOTS:
                 m_table.append({qint32(8)});
                 model.reload();
             }
+            if (!hasThreads)
+                parallel::setThreadPool(&pool);
             bytesLeft = allowed;
             try {
                 if (waits) {
