@@ -18,7 +18,8 @@ set(SITO_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/Sito")
 # The headers of the folders, and of those below them, without the private ones.
 function(sito_install_headers)
     install(DIRECTORY ${ARGN} DESTINATION "${SITO_INSTALL_INCLUDEDIR}" COMPONENT development
-        FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE PATTERN "settingsmodelitem.h" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE PATTERN "settingsmodelitem.h" EXCLUDE
+        PATTERN "translations" EXCLUDE)
 endfunction()
 
 # sito_install_library(<target> <description> <module>...)

@@ -8,6 +8,8 @@ target_compile_options(sito_waiting_macros INTERFACE -Wno-conversion)
 
 find_program(SITO_XVFB_RUN xvfb-run)
 
+set(SITO_TEST_OPTIONS "" CACHE STRING "Options for the compiler, for tests and examples alone")
+
 # Reading Qt's headers is most of what a test costs.
 if(SITO_PRECOMPILED_HEADERS)
     file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp" "")
@@ -16,12 +18,15 @@ if(SITO_PRECOMPILED_HEADERS)
     target_precompile_headers(sito_precompiled PRIVATE "${PROJECT_SOURCE_DIR}/cmake/precompiled.h")
     # The headers of all modules, but the definitions of Core alone: these must hold for whoever uses them.
     target_link_libraries(sito_precompiled PRIVATE Qt6::Core sito_strict)
+    target_compile_options(sito_precompiled PRIVATE ${SITO_TEST_OPTIONS})
     foreach(module Gui Widgets)
         target_include_directories(sito_precompiled SYSTEM PRIVATE
             "$<TARGET_PROPERTY:Qt6::${module},INTERFACE_INCLUDE_DIRECTORIES>")
     endforeach()
 endif()
+# What the programs of tests and examples have in common.
 function(sito_precompile program)
+    target_compile_options(${program} PRIVATE ${SITO_TEST_OPTIONS})
     if(SITO_PRECOMPILED_HEADERS)
         target_precompile_headers(${program} REUSE_FROM sito_precompiled)
     endif()
