@@ -1,16 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include <sources/openserverdialog.h>
 
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QEvent>
+#include <QFileDialog>
 #include <QFontMetrics>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QSqlDatabase>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <initializer_list>
 
 namespace sito {
 
@@ -35,6 +41,9 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
       m_database(new QLineEdit),
       m_user(new QLineEdit),
       m_password(new QLineEdit),
+      m_tls(new QComboBox),
+      m_certificate(new QLineEdit),
+      m_browse(new QPushButton),
       m_note(new QLabel),
       m_open(new QPushButton),
       m_cancel(new QPushButton)
@@ -45,6 +54,9 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
     m_database->setObjectName(u"database"_s);
     m_user->setObjectName(u"user"_s);
     m_password->setObjectName(u"password"_s);
+    m_tls->setObjectName(u"tls"_s);
+    m_certificate->setObjectName(u"certificate"_s);
+    m_browse->setObjectName(u"browse"_s);
     m_note->setObjectName(u"note"_s);
 
     m_host->setText(u"localhost"_s);
@@ -55,14 +67,27 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
     m_password->setEchoMode(QLineEdit::Password);
     m_note->setWordWrap(true);
     m_note->setTextFormat(Qt::PlainText);
-    for (QLineEdit *edit : {m_host, m_database, m_user})
+    for (QLineEdit *edit : {m_host, m_database, m_user, m_certificate})
         edit->setInputMethodHints(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
 
-    for (QWidget *field : std::initializer_list<QWidget *>{m_host, m_port, m_database, m_user, m_password}) {
+    m_tls->addItem(QString(), QString());
+    const QStringList modes = SourceLocation::tlsModes();
+    for (const QString &mode : modes)
+        m_tls->addItem(QString(), mode);
+
+    for (QWidget *field :
+         std::initializer_list<QWidget *>{m_host, m_port, m_database, m_user, m_password, m_tls}) {
         auto *label = new QLabel;
         label->setBuddy(field);
         m_form->addRow(label, field);
     }
+    auto *certificate = new QHBoxLayout;
+    certificate->addWidget(m_certificate);
+    certificate->addWidget(m_browse);
+    auto *label = new QLabel;
+    label->setBuddy(m_certificate);
+    m_form->addRow(label, certificate);
+    m_browse->setAutoDefault(false);
     // Buttons of its own: the box would put texts of Qt's own catalogue on standard ones.
     auto *buttons = new QDialogButtonBox;
     buttons->addButton(m_open, QDialogButtonBox::AcceptRole);
@@ -77,8 +102,11 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
 
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    for (const QLineEdit *edit : {m_host, m_database})
-        connect(edit, &QLineEdit::textChanged, this, &OpenServerDialog::validate);
+    for (const QLineEdit *edit : {m_host, m_database, m_user, m_password, m_certificate})
+        connect(edit, &QLineEdit::textChanged, this, &OpenServerDialog::change);
+    connect(m_port, &QSpinBox::valueChanged, this, &OpenServerDialog::change);
+    connect(m_tls, &QComboBox::currentIndexChanged, this, &OpenServerDialog::change);
+    connect(m_browse, &QPushButton::clicked, this, &OpenServerDialog::askCertificate);
     m_open->setDefault(true);
     m_database->setFocus();
     retranslate();
@@ -95,6 +123,9 @@ SourceLocation OpenServerDialog::location() const
     result.database = m_database->text().trimmed();
     result.user = m_user->text().trimmed();
     result.password = m_password->text();
+    result.tlsMode = m_tls->currentData().toString();
+    if (m_certificate->isEnabled())
+        result.rootCertificate = m_certificate->text();
     return result;
 }
 
@@ -105,6 +136,8 @@ void OpenServerDialog::setLocation(const SourceLocation &location)
     m_database->setText(location.database);
     m_user->setText(location.user);
     m_password->setText(location.password);
+    m_tls->setCurrentIndex(std::max(0, m_tls->findData(location.tlsMode)));
+    m_certificate->setText(location.rootCertificate);
     for (QLineEdit *edit : {m_host, m_database, m_user, m_password}) {
         if (edit->text().isEmpty()) {
             edit->setFocus();
@@ -112,6 +145,29 @@ void OpenServerDialog::setLocation(const SourceLocation &location)
         }
     }
     m_open->setFocus();
+}
+
+void OpenServerDialog::showError(const QString &message)
+{
+    m_error = message;
+    validate();
+    m_password->selectAll();
+    m_password->setFocus();
+}
+
+void OpenServerDialog::askCertificate()
+{
+    auto *dialog = new QFileDialog(this, tr("Сертификаты для проверки сервера"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    connect(dialog, &QFileDialog::fileSelected, m_certificate, &QLineEdit::setText);
+    dialog->open();
+}
+
+void OpenServerDialog::change()
+{
+    m_error.clear();
+    validate();
 }
 
 void OpenServerDialog::changeEvent(QEvent *event)
@@ -124,9 +180,13 @@ void OpenServerDialog::changeEvent(QEvent *event)
 void OpenServerDialog::retranslate()
 {
     setWindowTitle(tr("Открыть базу данных PostgreSQL"));
-    const auto name = [this](QWidget *field, const QString &label, const QString &accessibleName,
-                             const QString &description) {
-        qobject_cast<QLabel *>(m_form->labelForField(field))->setText(label);
+    const QList<QLabel *> labels = findChildren<QLabel *>();
+    const auto name = [&labels](QWidget *field, const QString &label, const QString &accessibleName,
+                                const QString &description) {
+        for (QLabel *one : labels) {
+            if (one->buddy() == field)
+                one->setText(label);
+        }
         field->setAccessibleName(accessibleName);
         field->setAccessibleDescription(description);
         field->setToolTip(description);
@@ -137,6 +197,22 @@ void OpenServerDialog::retranslate()
     name(m_user, tr("П&ользователь:"), tr("Пользователь"), tr("Если не указан - как в системе"));
     name(m_password, tr("П&ароль:"), tr("Пароль"),
          tr("Не сохраняется; если не указан, берётся из PGPASSWORD или файла паролей"));
+    name(m_tls, tr("&Шифрование:"), tr("Шифрование"),
+         tr("По умолчанию - как задано в PGSSLMODE, иначе если сервер умеет"));
+    // In the order of SourceLocation::tlsModes().
+    const QStringList modes{tr("По умолчанию"),
+                            tr("Никогда"),
+                            tr("Если сервер требует"),
+                            tr("Если сервер умеет"),
+                            tr("Всегда"),
+                            tr("Всегда, с проверкой сертификата"),
+                            tr("Всегда, с проверкой сертификата и имени сервера")};
+    for (int i = 0; i < m_tls->count(); ++i)
+        m_tls->setItemText(i, modes.at(i));
+    name(m_certificate, tr("С&ертификаты:"), tr("Сертификаты"),
+         tr("Файл, по которому проверяется сертификат сервера; если не указан - как задано в PGSSLROOTCERT "
+            "или в каталоге пользователя"));
+    m_browse->setText(tr("&Выбрать..."));
     m_open->setText(tr("Открыть"));
     m_cancel->setText(tr("Отмена"));
     validate();
@@ -144,16 +220,20 @@ void OpenServerDialog::retranslate()
 
 void OpenServerDialog::validate()
 {
-    QString note;
+    QString missing;
     if (!m_hasDriver)
-        note = tr("Драйвер Qt SQL для PostgreSQL не установлен (в Debian - пакет libqt6sql6-psql)");
+        missing = tr("Драйвер Qt SQL для PostgreSQL не установлен (в Debian - пакет libqt6sql6-psql)");
     else if (m_host->text().trimmed().isEmpty())
-        note = tr("Укажите сервер");
+        missing = tr("Укажите сервер");
     else if (m_database->text().trimmed().isEmpty())
-        note = tr("Укажите базу данных");
+        missing = tr("Укажите базу данных");
+    const QString note = missing.isEmpty() ? m_error : missing;
     m_note->setText(note);
     m_note->setAccessibleName(note);
-    m_open->setEnabled(note.isEmpty());
+    m_open->setEnabled(missing.isEmpty());
+    const bool checksServer = m_tls->currentData().toString().startsWith("verify-"_L1);
+    m_certificate->setEnabled(checksServer);
+    m_browse->setEnabled(checksServer);
     m_open->setAccessibleDescription(note);
 }
 

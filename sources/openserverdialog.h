@@ -7,6 +7,7 @@
 #include <QDialog>
 #include <QStringList>
 
+class QComboBox;
 class QFormLayout;
 class QLabel;
 class QLineEdit;
@@ -34,13 +35,19 @@ public:
     SourceLocation location() const;
     /// Shows \a location, and moves the focus to the first field that is still empty.
     void setLocation(const SourceLocation &location);
+    /// Shows in \a message why what was entered could not be opened, until something is changed, and moves
+    /// the focus to the password.
+    void showError(const QString &message);
 
 protected:
     void changeEvent(QEvent *event) override;
 
 private:
     void retranslate();
-    /// Shows what is missing; the dialog is not accepted without it.
+    void askCertificate();
+    /// What was entered is no longer what failed.
+    void change();
+    /// Shows what is missing, without which the dialog is not accepted, or else what failed.
     void validate();
 
     const bool m_hasDriver;
@@ -50,9 +57,13 @@ private:
     QLineEdit *m_database;
     QLineEdit *m_user;
     QLineEdit *m_password;
+    QComboBox *m_tls;
+    QLineEdit *m_certificate;
+    QPushButton *m_browse;
     QLabel *m_note;
     QPushButton *m_open;
     QPushButton *m_cancel;
+    QString m_error;
 };
 
 } // namespace sito

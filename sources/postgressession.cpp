@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <sources/postgressession_p.h>
 
+#include <data/exception.h>
+
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace sito {
 
@@ -52,18 +56,38 @@ QString optionsOfUser()
     return qEnvironmentVariable("PGOPTIONS");
 }
 
+/// \a value as it stands behind "=" in the text from which libpq connects.
+QString quoted(QString value)
+{
+    value.replace(u'\\', u"\\\\"_s).replace(u'\'', u"\\'"_s);
+    return u'\'' + value + u'\'';
+}
+
 } // namespace
 
-QString connectOptions(int connectSeconds, int lockMilliseconds)
+QString connectOptions(const SourceLocation &location, int connectSeconds, int lockMilliseconds)
 {
+    // The driver takes every one for the end of an option.
+    const QString certificate = location.rootCertificate.isEmpty()
+                                    ? QString()
+                                    : QFileInfo(location.rootCertificate).absoluteFilePath();
+    if (certificate.contains(u';')) {
+        throw Exception(QCoreApplication::translate("PostgresSession",
+                                                    "В имени файла с сертификатом «%1» не может быть «;»")
+                            .arg(certificate));
+    }
     // The last word counts, so that of the user stands before what keeps the session safe.
     QString options = u"-c lock_timeout=%1 "_s.arg(lockMilliseconds) + optionsOfUser() +
                       u" -c search_path= -c default_transaction_read_only=on -c row_security=off"_s;
-    options.replace(u'\\', u"\\\\"_s).replace(u'\'', u"\\'"_s);
     // A server that falls silent is given up after some twenty seconds.
-    return u"connect_timeout=%1;keepalives_idle=10;keepalives_interval=5;keepalives_count=2;"
-           "tcp_user_timeout=20000;options='"_s.arg(connectSeconds) +
-           options + u'\'';
+    QString result = u"connect_timeout=%1;keepalives_idle=10;keepalives_interval=5;keepalives_count=2;"
+                     "tcp_user_timeout=20000;options="_s.arg(connectSeconds) +
+                     quoted(options);
+    if (!location.tlsMode.isEmpty())
+        result += u";sslmode="_s + quoted(location.tlsMode);
+    if (!certificate.isEmpty())
+        result += u";sslrootcert="_s + quoted(certificate);
+    return result;
 }
 
 QStringList statements()

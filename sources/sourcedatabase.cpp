@@ -90,7 +90,8 @@ void SourceDatabase::open(const SourceLocation &location, int connectSeconds, in
         connection.setUserName(location.user);
         connection.setPassword(location.password);
         if (isPostgres)
-            connection.setConnectOptions(PostgresSession::connectOptions(connectSeconds, lockMilliseconds));
+            connection.setConnectOptions(
+                PostgresSession::connectOptions(location, connectSeconds, lockMilliseconds));
     }
     const auto fail = [&location](const QSqlError &error) {
         const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();

@@ -17,6 +17,8 @@ namespace {
 
 const QString sqlite = u"QSQLITE"_s;
 const QString postgresql = u"QPSQL"_s;
+const QString tlsModeParameter = u"sslmode"_s;
+const QString rootCertificateParameter = u"sslrootcert"_s;
 
 QString encoded(const QString &text, const QByteArray &asTheyAre = {})
 {
@@ -36,6 +38,31 @@ QString decoded(const QString &part)
     return text;
 }
 
+/// Reads what stands behind the "?" of an address into \a location.
+void readParameters(const QString &text, SourceLocation &location)
+{
+    const QStringList parameters = text.split(u'&');
+    for (const QString &parameter : parameters) {
+        const QString name = parameter.section(u'=', 0, 0);
+        const QString value = decoded(parameter.section(u'=', 1));
+        if (name == tlsModeParameter && SourceLocation::tlsModes().contains(value)) {
+            location.tlsMode = value;
+        } else if (name == rootCertificateParameter && !value.isEmpty()) {
+            location.rootCertificate = value;
+        } else if (name == tlsModeParameter) {
+            throw Exception(QCoreApplication::translate("SourceLocation",
+                                                        "В адресе базы данных sslmode может быть только %1")
+                                .arg(SourceLocation::tlsModes().join(u", "_s)));
+        } else {
+            // Not even the name is shown: it may well be the end of a password.
+            throw Exception(QCoreApplication::translate(
+                "SourceLocation",
+                "В адресе базы данных есть параметры, а поддерживаются только sslmode и sslrootcert («?» в "
+                "имени или пароле пишется %3F)"));
+        }
+    }
+}
+
 SourceLocation fromServerAddress(QString rest)
 {
     if (!rest.startsWith("//"_L1)) {
@@ -43,13 +70,15 @@ SourceLocation fromServerAddress(QString rest)
             QCoreApplication::translate("SourceLocation", "В адресе базы данных нет «//» перед сервером"));
     }
     rest.remove(0, 2);
-    if (rest.contains(u'?') || rest.contains(u'#')) {
-        throw Exception(QCoreApplication::translate(
-            "SourceLocation",
-            "В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или пароле пишется "
-            "%3F)"));
-    }
     SourceLocation result{.driver = postgresql};
+    if (const qsizetype mark = rest.indexOf(u'?'); mark >= 0) {
+        readParameters(rest.sliced(mark + 1), result);
+        rest.truncate(mark);
+    }
+    if (rest.contains(u'#')) {
+        throw Exception(QCoreApplication::translate(
+            "SourceLocation", "В адресе базы данных стоит «#»: в имени или пароле он пишется %23"));
+    }
     const qsizetype slash = rest.indexOf(u'/');
     QString authority = slash < 0 ? rest : rest.first(slash);
     const QString database = slash < 0 ? QString() : rest.sliced(slash + 1);
@@ -113,6 +142,11 @@ SourceLocation fromFileAddress(QString rest)
 
 } // namespace
 
+QStringList SourceLocation::tlsModes()
+{
+    return {u"disable"_s, u"allow"_s, u"prefer"_s, u"require"_s, u"verify-ca"_s, u"verify-full"_s};
+}
+
 SourceLocation SourceLocation::fromFile(const QString &fileName)
 {
     return {.driver = sqlite, .file = fileName};
@@ -169,7 +203,12 @@ QString SourceLocation::toUrl() const
         url += u':' + QString::number(port);
     if (!database.isEmpty())
         url += u'/' + encoded(database);
-    return url;
+    QStringList parameters;
+    if (!tlsMode.isEmpty())
+        parameters.append(tlsModeParameter + u'=' + encoded(tlsMode));
+    if (!rootCertificate.isEmpty())
+        parameters.append(rootCertificateParameter + u'=' + encoded(rootCertificate));
+    return parameters.isEmpty() ? url : url + u'?' + parameters.join(u'&');
 }
 
 QString SourceLocation::displayName() const

@@ -9,6 +9,13 @@
     </message>
 </context>
 <context>
+    <name>PostgresSession</name>
+    <message>
+        <source>В имени файла с сертификатом «%1» не может быть «;»</source>
+        <translation>The name of the file with certificates &apos;%1&apos; must not contain &apos;;&apos;</translation>
+    </message>
+</context>
+<context>
     <name>SourceDatabase</name>
     <message>
         <source>Не удалось открыть «%1»: драйвер Qt SQL «%2» не установлен</source>
@@ -50,10 +57,6 @@
         <translation>The address of the database lacks &apos;//&apos; before the server</translation>
     </message>
     <message>
-        <source>В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или пароле пишется %3F)</source>
-        <translation>The address of the database has parameters, which are not supported (&apos;?&apos; in a name or password is written %3F)</translation>
-    </message>
-    <message>
         <source>В адресе базы данных не закрыта скобка «[»</source>
         <translation>The bracket &apos;[&apos; in the address of the database is not closed</translation>
     </message>
@@ -80,6 +83,18 @@
     <message>
         <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
         <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных sslmode может быть только %1</source>
+        <translation>In the address of the database sslmode must be one of %1</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных есть параметры, а поддерживаются только sslmode и sslrootcert («?» в имени или пароле пишется %3F)</source>
+        <translation>The address of the database has parameters, of which only sslmode and sslrootcert are supported (&apos;?&apos; in a name or password is written %3F)</translation>
+    </message>
+    <message>
+        <source>В адресе базы данных стоит «#»: в имени или пароле он пишется %23</source>
+        <translation>The address of the database contains &apos;#&apos;: in a name or password it is written %23</translation>
     </message>
 </context>
 <context>
@@ -254,6 +269,66 @@
     <message>
         <source>Укажите базу данных</source>
         <translation>Enter a database</translation>
+    </message>
+    <message>
+        <source>Сертификаты для проверки сервера</source>
+        <translation>Certificates to check the server</translation>
+    </message>
+    <message>
+        <source>&amp;Шифрование:</source>
+        <translation>&amp;Encryption:</translation>
+    </message>
+    <message>
+        <source>Шифрование</source>
+        <translation>Encryption</translation>
+    </message>
+    <message>
+        <source>По умолчанию - как задано в PGSSLMODE, иначе если сервер умеет</source>
+        <translation>By default as PGSSLMODE says, or else if the server can</translation>
+    </message>
+    <message>
+        <source>По умолчанию</source>
+        <translation>By default</translation>
+    </message>
+    <message>
+        <source>Никогда</source>
+        <translation>Never</translation>
+    </message>
+    <message>
+        <source>Если сервер требует</source>
+        <translation>If the server demands it</translation>
+    </message>
+    <message>
+        <source>Если сервер умеет</source>
+        <translation>If the server can</translation>
+    </message>
+    <message>
+        <source>Всегда</source>
+        <translation>Always</translation>
+    </message>
+    <message>
+        <source>Всегда, с проверкой сертификата</source>
+        <translation>Always, with a check of the certificate</translation>
+    </message>
+    <message>
+        <source>Всегда, с проверкой сертификата и имени сервера</source>
+        <translation>Always, with a check of the certificate and the name of the server</translation>
+    </message>
+    <message>
+        <source>С&amp;ертификаты:</source>
+        <translation>&amp;Certificates:</translation>
+    </message>
+    <message>
+        <source>Сертификаты</source>
+        <translation>Certificates</translation>
+    </message>
+    <message>
+        <source>Файл, по которому проверяется сертификат сервера; если не указан - как задано в PGSSLROOTCERT или в каталоге пользователя</source>
+        <translation>File by which the certificate of the server is checked; if none is given, that of PGSSLROOTCERT or of the user</translation>
+    </message>
+    <message>
+        <source>&amp;Выбрать...</source>
+        <translation>B&amp;rowse...</translation>
     </message>
 </context>
 <context>

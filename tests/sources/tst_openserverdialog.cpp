@@ -2,12 +2,15 @@
 #include <sources/openserverdialog.h>
 
 #include <QAccessible>
+#include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QSpinBox>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTranslator>
 
@@ -93,6 +96,10 @@ private Q_SLOTS:
         type(u"quotes"_s);
         type(u"trader"_s);
         type(u" p w "_s);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_End);
+        type({});
+        type(u"/c a.crt"_s);
+        QVERIFY(field<QPushButton>(u"browse"_s)->hasFocus());
         QTest::keyClick(field(u"password"_s), Qt::Key_Return);
 
         QCOMPARE(accepted.count(), 1);
@@ -103,6 +110,8 @@ private Q_SLOTS:
         expected.database = u"quotes"_s;
         expected.user = u"trader"_s;
         expected.password = u" p w "_s;
+        expected.tlsMode = u"verify-full"_s;
+        expected.rootCertificate = u"/c a.crt"_s;
         QCOMPARE(m_dialog->location(), expected);
     }
 
@@ -161,9 +170,79 @@ private Q_SLOTS:
         QVERIFY(field(u"password"_s)->hasFocus());
     }
 
+    void asksForCertificatesWhereTheyAreChecked()
+    {
+        auto *mode = field<QComboBox>(u"tls"_s);
+        const QLineEdit *certificate = field(u"certificate"_s);
+        SourceLocation location = m_dialog->location();
+        location.rootCertificate = u"/some.crt"_s;
+
+        const QStringList modes = QStringList{QString()} + SourceLocation::tlsModes();
+        QCOMPARE(mode->count(), modes.size());
+        for (const QString &name : modes) {
+            location.tlsMode = name;
+            m_dialog->setLocation(location);
+
+            QCOMPARE(m_dialog->location().tlsMode, name);
+            QVERIFY(!mode->currentText().isEmpty());
+            const bool isChecked = name == "verify-ca"_L1 || name == "verify-full"_L1;
+            QCOMPARE(certificate->isEnabled(), isChecked);
+            QCOMPARE(field<QPushButton>(u"browse"_s)->isEnabled(), isChecked);
+            QCOMPARE(m_dialog->location().rootCertificate, isChecked ? u"/some.crt"_s : QString());
+        }
+    }
+
+    void findsTheFileOfCertificates()
+    {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        SourceLocation location = m_dialog->location();
+        location.tlsMode = u"verify-ca"_s;
+        m_dialog->setLocation(location);
+
+        field<QPushButton>(u"browse"_s)->click();
+        auto *files = m_dialog->findChild<QFileDialog *>();
+        QVERIFY(files);
+        QVERIFY(files->isVisible());
+        Q_EMIT files->fileSelected(file.fileName());
+        files->close();
+
+        QCOMPARE(m_dialog->location().rootCertificate, file.fileName());
+    }
+
+    void showsWhatFailedUntilSomethingIsChanged_data()
+    {
+        QTest::addColumn<QString>("changed");
+        for (const char *name : {"host", "database", "user", "password", "port", "tls"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+    void showsWhatFailedUntilSomethingIsChanged()
+    {
+        QFETCH(QString, changed);
+        SourceLocation location = m_dialog->location();
+        location.database = u"quotes"_s;
+        location.user = u"trader"_s;
+        location.password = u"wrong"_s;
+        m_dialog->setLocation(location);
+
+        m_dialog->showError(u"Пароль не подошёл"_s);
+        QCOMPARE(note(), u"Пароль не подошёл"_s);
+        QCOMPARE(m_dialog->location(), location);
+        QVERIFY(field<QPushButton>(u"open"_s)->isEnabled());
+        QVERIFY(field(u"password"_s)->hasFocus());
+        QCOMPARE(field(u"password"_s)->selectedText().size(), 5);
+        QTest::keyClick(field<QWidget>(changed), Qt::Key_End);
+        QTest::keyClick(field<QWidget>(changed), changed == "tls"_L1 ? Qt::Key_Up : Qt::Key_1);
+
+        QCOMPARE(note(), QString());
+        field(u"database"_s)->clear();
+        QCOMPARE(note(), u"Укажите базу данных"_s);
+    }
+
     void everyFieldHasAName()
     {
-        for (const QString &name : {u"host"_s, u"port"_s, u"database"_s, u"user"_s, u"password"_s}) {
+        for (const QString &name :
+             {u"host"_s, u"port"_s, u"database"_s, u"user"_s, u"password"_s, u"tls"_s, u"certificate"_s}) {
             auto *widget = field<QWidget>(name);
             QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(widget);
             QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), qPrintable(name));
@@ -184,9 +263,12 @@ private Q_SLOTS:
                 mnemonics.append(mark >= 0 ? label->text().at(mark + 1) : QString());
         }
 
-        QCOMPARE(mnemonics.size(), 5);
+        const QString button = field<QPushButton>(u"browse"_s)->text();
+        mnemonics.append(button.at(button.indexOf(u'&') + 1));
+
+        QCOMPARE(mnemonics.size(), 8);
         mnemonics.removeDuplicates();
-        QCOMPARE(mnemonics.size(), 5);
+        QCOMPARE(mnemonics.size(), 8);
     }
 
     void followsTheLanguage()

@@ -19,6 +19,7 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -562,6 +563,53 @@ private Q_SLOTS:
         QCOMPARE(MemoryDatabase::instance().tableNames(), QStringList({u"b"_s, u"a"_s}));
         QCOMPARE(connection.location().displayName(),
                  u"trader@127.0.0.1:%1/postgres"_s.arg(m_server.location().port));
+    }
+
+    void encryptsAsTheUserWants()
+    {
+        const auto openedWith = [this](const QString &host, const QString &mode, const QString &certificate) {
+            SourceLocation location = m_server.location();
+            location.host = host;
+            location.tlsMode = mode;
+            location.rootCertificate = certificate;
+            QString encrypted;
+            const QString error = exceptionMessage([&] {
+                const SourceDatabase database(location);
+                QSqlQuery query(database.connection());
+                query.exec(u"SELECT ssl FROM pg_catalog.pg_stat_ssl WHERE pid OPERATOR(pg_catalog.=) "
+                           "pg_catalog.pg_backend_pid()"_s);
+                if (query.next())
+                    encrypted = query.value(0).toBool() ? u"encrypted"_s : u"plain"_s;
+            });
+            return error.isEmpty() ? encrypted : error;
+        };
+        const QString address = m_server.location().host;
+        const auto contains = [](const QString &text, const QString &part) {
+            return text.contains(part) || (qWarning().noquote() << text, false);
+        };
+
+        QCOMPARE(openedWith(address, {}, {}), u"plain"_s);
+        QVERIFY(contains(openedWith(address, u"require"_s, {}), u"does not support SSL"_s));
+        m_database.reset();
+        m_writer.reset();
+        const QString error = m_server.restartWithTls();
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        const QString own = m_server.certificate();
+        QCOMPARE(openedWith(address, {}, {}), u"encrypted"_s);
+        QCOMPARE(openedWith(address, u"disable"_s, {}), u"plain"_s);
+        QCOMPARE(openedWith(address, u"require"_s, {}), u"encrypted"_s);
+        QCOMPARE(openedWith(address, u"verify-full"_s, own), u"encrypted"_s);
+        QCOMPARE(openedWith(u"localhost"_s, u"verify-ca"_s, own), u"encrypted"_s);
+        QVERIFY(contains(openedWith(u"localhost"_s, u"verify-full"_s, own), u"does not match host name"_s));
+
+        QTemporaryDir directory;
+        const QString odd = directory.filePath(u"it's a \\ я.crt"_s);
+        QVERIFY(contains(openedWith(address, u"verify-ca"_s, odd), odd));
+        QVERIFY(QFile::copy(own, odd));
+        QCOMPARE(openedWith(address, u"verify-ca"_s, odd), u"encrypted"_s);
+        QCOMPARE(openedWith(address, u"verify-ca"_s, u"/a;b.crt"_s),
+                 u"В имени файла с сертификатом «/a;b.crt» не может быть «;»"_s);
+        QCOMPARE(m_server.restart(), QString());
     }
 
     void namesTheServerWithoutThePassword_data()

@@ -55,6 +55,11 @@ private Q_SLOTS:
         row("postgresql://a%40b:%3A%2F%3f@[::1]:5432/%d1%8f",
             server(u"::1"_s, 5432, u"я"_s, u"a@b"_s, u":/?"_s));
         row("postgresql://[fe80::1]", server(u"fe80::1"_s));
+        SourceLocation encrypted = server(u"h"_s, -1, u"d"_s);
+        encrypted.tlsMode = u"verify-full"_s;
+        row("postgresql://h/d?sslmode=verify-full", encrypted);
+        encrypted.rootCertificate = u"/a b/я?&=.crt"_s;
+        row("postgresql://h/d?sslrootcert=/a%20b/%D1%8F%3F%26=.crt&sslmode=verify-full", encrypted);
     }
     void readsAddresses()
     {
@@ -88,12 +93,19 @@ private Q_SLOTS:
         row("sqlite:/%00", percent);
         row("postgresql://u:secret%@h", percent);
         row("postgresql:u:secret@h", "В адресе базы данных нет «//» перед сервером");
-        row("postgresql://u:sec?ret@h",
-            "В адресе базы данных есть параметры, а они не поддерживаются («?» в имени или "
-            "пароле пишется %3F)");
-        row("postgresql://h/d?sslmode=require",
-            "В адресе базы данных есть параметры, а они не поддерживаются («?» в "
-            "имени или пароле пишется %3F)");
+        const char *parameters =
+            "В адресе базы данных есть параметры, а поддерживаются только sslmode и sslrootcert («?» в имени "
+            "или пароле пишется %3F)";
+        row("postgresql://u:pass?secret@h", parameters);
+        row("postgresql://h/d?", parameters);
+        row("postgresql://h/d?sslmode=require&", parameters);
+        row("postgresql://h/d?sslrootcert=", parameters);
+        row("postgresql://h/d?SSLMODE=require", parameters);
+        const char *mode = "В адресе базы данных sslmode может быть только disable, allow, prefer, require, "
+                           "verify-ca, verify-full";
+        row("postgresql://h/d?sslmode=on", mode);
+        row("postgresql://h/d?sslmode", mode);
+        row("postgresql://u:sec#ret@h", "В адресе базы данных стоит «#»: в имени или пароле он пишется %23");
         const char *port =
             "В адресе базы данных порт - не число от 1 до 65535 («@», «:» и «/» в имени или пароле "
             "пишутся %40, %3A и %2F)";
@@ -166,6 +178,11 @@ private Q_SLOTS:
                 random.bounded(2) == 0 ? SourceLocation::fromFile(u'f' + text())
                                        : server(host, random.bounded(2) == 0 ? -1 : random.bounded(1, 65536),
                                                 text(), text(), text());
+            if (!location.isFile() && random.bounded(2) == 0) {
+                location.tlsMode =
+                    SourceLocation::tlsModes().at(random.bounded(int(SourceLocation::tlsModes().size())));
+                location.rootCertificate = text();
+            }
             if (location.isFile() && random.bounded(2) == 0)
                 location.file = u'/' + location.file.sliced(1);
             const QString url = location.toUrl();

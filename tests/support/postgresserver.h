@@ -80,35 +80,30 @@ public:
     }
 
     /// Starts the server again, after stop() or while it runs; returns an error message, or an empty text.
-    QString restart()
+    QString restart() { return restartWith({}); }
+
+    /// As restart(), with encryption by a certificate() for the address of location().
+    QString restartWithTls()
     {
-        stop();
-        // A server that was killed has left the file behind, which would say that it is ready.
-        QFile::remove(cluster() + QStringLiteral("/postmaster.pid"));
-        m_server = std::make_unique<QProcess>();
-        run(*m_server, QStringLiteral("postgres"),
-            {QStringLiteral("-D"), cluster(), QStringLiteral("-p"), QString::number(m_port),
-             QStringLiteral("-c"), QStringLiteral("listen_addresses=127.0.0.1"), QStringLiteral("-c"),
-             QStringLiteral("unix_socket_directories="), QStringLiteral("-c"), QStringLiteral("fsync=off"),
-             QStringLiteral("-c"), QStringLiteral("autovacuum=off"), QStringLiteral("-c"),
-             QStringLiteral("max_connections=20"), QStringLiteral("-c"),
-             QStringLiteral("shared_buffers=16MB"), QStringLiteral("-c"),
-             QStringLiteral("dynamic_shared_memory_type=mmap"), QStringLiteral("-c"),
-             // A zone with a gap at midnight, and a server that would round what it writes.
-             QStringLiteral("timezone=America/Sao_Paulo"), QStringLiteral("-c"),
-             QStringLiteral("extra_float_digits=-5")});
-        QElapsedTimer timer;
-        timer.start();
-        while (m_server->state() != QProcess::NotRunning && timer.elapsed() < 30'000) {
-            QFile status(cluster() + QStringLiteral("/postmaster.pid"));
-            if (status.open(QIODevice::ReadOnly) && status.readAll().contains("ready"))
-                return {};
-            m_server->waitForFinished(10);
-        }
-        const QString output = QString::fromLocal8Bit(m_server->readAll());
-        stop();
-        return QStringLiteral("postgres: ") + output;
+        QProcess openssl;
+        const QString key = m_directory->filePath(QStringLiteral("server.key"));
+        openssl.setProcessChannelMode(QProcess::MergedChannels);
+        openssl.start(QStringLiteral("openssl"),
+                      {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"),
+                       QStringLiteral("rsa:2048"), QStringLiteral("-nodes"), QStringLiteral("-days"),
+                       QStringLiteral("2"), QStringLiteral("-subj"), QStringLiteral("/CN=sito"),
+                       QStringLiteral("-addext"), QStringLiteral("subjectAltName=IP:127.0.0.1"),
+                       QStringLiteral("-keyout"), key, QStringLiteral("-out"), certificate()});
+        if (!openssl.waitForFinished(60'000) || openssl.exitCode() != 0)
+            return QStringLiteral("openssl: ") + QString::fromLocal8Bit(openssl.readAll());
+        QFile::setPermissions(key, QFile::ReadOwner | QFile::WriteOwner);
+        if (m_isOtherUser && ::chown(qPrintable(key), m_user, m_group) != 0)
+            return QStringLiteral("cannot give the key to the server's user");
+        return restartWith({QStringLiteral("-c"), QStringLiteral("ssl=on"), QStringLiteral("-c"),
+                            QStringLiteral("ssl_key_file=") + key, QStringLiteral("-c"),
+                            QStringLiteral("ssl_cert_file=") + certificate()});
     }
+    QString certificate() const { return m_directory->filePath(QStringLiteral("server.crt")); }
 
     /// Stops the server immediately, and cuts off its connections.
     void stop()
@@ -157,6 +152,38 @@ public:
     static QString password() { return QStringLiteral("p w'd\\@%:/"); }
 
 private:
+    QString restartWith(const QStringList &options)
+    {
+        stop();
+        // A server that was killed has left the file behind, which would say that it is ready.
+        QFile::remove(cluster() + QStringLiteral("/postmaster.pid"));
+        m_server = std::make_unique<QProcess>();
+        run(*m_server, QStringLiteral("postgres"),
+            QStringList{QStringLiteral("-D"), cluster(), QStringLiteral("-p"), QString::number(m_port),
+                        QStringLiteral("-c"), QStringLiteral("listen_addresses=127.0.0.1"),
+                        QStringLiteral("-c"), QStringLiteral("unix_socket_directories="),
+                        QStringLiteral("-c"), QStringLiteral("fsync=off"), QStringLiteral("-c"),
+                        QStringLiteral("autovacuum=off"), QStringLiteral("-c"),
+                        QStringLiteral("max_connections=20"), QStringLiteral("-c"),
+                        QStringLiteral("shared_buffers=16MB"), QStringLiteral("-c"),
+                        QStringLiteral("dynamic_shared_memory_type=mmap"), QStringLiteral("-c"),
+                        // A zone with a gap at midnight, and a server that would round what it writes.
+                        QStringLiteral("timezone=America/Sao_Paulo"), QStringLiteral("-c"),
+                        QStringLiteral("extra_float_digits=-5")} +
+                options);
+        QElapsedTimer timer;
+        timer.start();
+        while (m_server->state() != QProcess::NotRunning && timer.elapsed() < 30'000) {
+            QFile status(cluster() + QStringLiteral("/postmaster.pid"));
+            if (status.open(QIODevice::ReadOnly) && status.readAll().contains("ready"))
+                return {};
+            m_server->waitForFinished(10);
+        }
+        const QString output = QString::fromLocal8Bit(m_server->readAll());
+        stop();
+        return QStringLiteral("postgres: ") + output;
+    }
+
     static QString program(const QString &name)
     {
         // Debian keeps the programs outside the search path, by version.
