@@ -22,6 +22,8 @@ SourceCommands::SourceCommands(Workspace &workspace, const RecentMenu &recent, Q
             askServer(location);
     });
     connect(&recent, &RecentMenu::failed, this, &SourceCommands::failed);
+    connect(&m_workspace, &Workspace::openFailed, this, &SourceCommands::onOpenFailed);
+    connect(&m_workspace, &Workspace::opened, this, [this] { m_asked = {}; });
 }
 
 void SourceCommands::openSample(const ShowRequest &request)
@@ -44,12 +46,31 @@ void SourceCommands::askFile()
 
 void SourceCommands::askServer(const SourceLocation &location)
 {
+    showDialog(location);
+}
+
+OpenServerDialog *SourceCommands::showDialog(const SourceLocation &location)
+{
     auto *dialog = new OpenServerDialog(&window());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     if (!location.driver.isEmpty())
         dialog->setLocation(location);
-    connect(dialog, &QDialog::accepted, this, [this, dialog] { m_workspace.open(dialog->location()); });
+    connect(dialog, &QDialog::accepted, this, [this, dialog] {
+        m_asked = dialog->location();
+        m_workspace.open(m_asked);
+    });
     dialog->open();
+    return dialog;
+}
+
+void SourceCommands::onOpenFailed(const SourceLocation &location, const QString &message)
+{
+    if (location != m_asked) {
+        Q_EMIT failed(message);
+        return;
+    }
+    m_asked = {};
+    showDialog(location)->showError(message);
 }
 
 } // namespace sito

@@ -10,6 +10,7 @@ class QWidget;
 
 namespace sito {
 
+class OpenServerDialog;
 class RecentMenu;
 class Workspace;
 
@@ -26,10 +27,16 @@ public:
     void openSample(const ShowRequest &request = {});
     void openText(const QString &text, const ShowRequest &request = {});
     void askFile();
-    /// Asks for a server, beginning with \a location if it has a driver.
+    /// Asks for a server, beginning with \a location if it has a driver. Asks again, with what was entered,
+    /// when that cannot be opened.
     void askServer(const SourceLocation &location = {});
 
 private:
+    OpenServerDialog *showDialog(const SourceLocation &location);
+    void onOpenFailed(const SourceLocation &location, const QString &message);
+
+    /// What the dialog asked for last, while it is being opened.
+    SourceLocation m_asked;
     Workspace &m_workspace;
 };
 

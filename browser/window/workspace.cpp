@@ -61,6 +61,7 @@ Workspace::~Workspace()
 void Workspace::open(const SourceLocation &location, const ShowRequest &request)
 {
     Operation operation{Operation::Open, tr("Открывается %1").arg(location.displayName()), request};
+    operation.location = location;
     begin(std::move(operation), [this, &location] { m_connection->open(location); });
 }
 
@@ -68,7 +69,8 @@ void Workspace::openSample(const ShowRequest &request)
 {
     Operation operation{Operation::Open, tr("Открывается пример"), request};
     operation.sample = std::make_unique<SampleDatabase>();
-    const SourceLocation location = SourceLocation::fromFile(operation.sample->fileName());
+    operation.location = SourceLocation::fromFile(operation.sample->fileName());
+    const SourceLocation location = operation.location;
     begin(std::move(operation), [this, &location] { m_connection->open(location); });
 }
 
@@ -178,7 +180,10 @@ void Workspace::onFailed(const QString &message)
         loadTables(operation.wanted.first(1), operation.request, message);
         return;
     }
-    Q_EMIT failed(message);
+    if (operation.kind == Operation::Open)
+        Q_EMIT openFailed(operation.location, message);
+    else
+        Q_EMIT failed(message);
     if (operation.kind == Operation::Sessions) {
         m_waiting.removeIf([](const Waiting &one) { return one.otherwise == WithoutSessions::GiveUp; });
         finishWaiting();

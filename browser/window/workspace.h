@@ -41,7 +41,7 @@ public:
     /// handle of holdTables(). Emits nothing.
     ~Workspace() override;
 
-    /// Opens \a location. opened(), failed() or interrupted() follows, unless it is superseded.
+    /// Opens \a location. opened(), openFailed() or interrupted() follows, unless it is superseded.
     void open(const SourceLocation &location, const ShowRequest &request = {});
     /// Opens the sample that is built in. Throws Exception when its file cannot be written.
     void openSample(const ShowRequest &request = {});
@@ -97,8 +97,10 @@ Q_SIGNALS:
     void aboutToClose();
     /// A source has taken the place of the one before.
     void opened(const sito::ShowRequest &request);
+    /// \a location could not be opened, as \a message says in one line.
+    void openFailed(const sito::SourceLocation &location, const QString &message);
     void tableLoaded(const QString &name, const sito::ShowRequest &request);
-    /// What could not be done, in one line.
+    /// What else could not be done, in one line.
     void failed(const QString &message);
     /// What is not done now, and why.
     void refused(const QString &message);
@@ -117,6 +119,7 @@ private:
         Kind kind = Open;
         QString activity;
         ShowRequest request;
+        SourceLocation location = {};
         /// Open: when it is the sample.
         std::unique_ptr<SampleDatabase> sample = {};
         /// Show: which table; empty once it is cancelled.

@@ -5,7 +5,11 @@
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
 
+#include <QAction>
 #include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
@@ -111,6 +115,43 @@ private Q_SLOTS:
         QCOMPARE(dialog->location().user, location.user);
         QCOMPARE(dialog->location().password, QString());
         dialog->reject();
+    }
+
+    void asksAgainForAServerThatCouldNotBeOpened()
+    {
+        PostgresServer server;
+        SITO_START_POSTGRES(server);
+        SourceLocation location = server.location();
+        QCOMPARE(PostgresConnection(location).execute(u"CREATE TABLE s (a integer)"_s), QString());
+        location.password = u"wrong"_s;
+        const auto dialog = [this] { return m_fixture->window().findChild<OpenServerDialog *>(); };
+        m_fixture->window().findChild<QAction *>(u"openServer"_s)->trigger();
+        QVERIFY(dialog());
+        const QPointer<OpenServerDialog> first = dialog();
+        first->setLocation(location);
+
+        first->accept();
+        QTRY_VERIFY_WITH_TIMEOUT(!first && dialog() && dialog()->isVisible(), 30'000);
+
+        QCOMPARE(dialog()->location(), location);
+        const QString note = dialog()->findChild<QLabel *>(u"note"_s)->text();
+        QVERIFY2(note.startsWith(u"Не удалось открыть «%1»: "_s.arg(location.displayName())),
+                 qPrintable(note));
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+        auto *password = dialog()->findChild<QLineEdit *>(u"password"_s);
+        QTRY_VERIFY(password->hasFocus());
+        password->setText(server.location().password);
+        dialog()->accept();
+        QVERIFY(m_fixture->settle());
+        QTRY_VERIFY(!dialog());
+        QCOMPARE(offered(), QStringList{location.displayName()});
+
+        // Nobody was asked for this one.
+        location.password = u"wrong again"_s;
+        m_fixture->window().open(location);
+        QVERIFY(m_fixture->settle());
+        QVERIFY(!dialog());
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
     }
 };
 

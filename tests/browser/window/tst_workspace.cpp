@@ -69,6 +69,10 @@ private Q_SLOTS:
         connect(m_workspace.get(), &Workspace::opened, this, noting(u"opened"_s));
         connect(m_workspace.get(), &Workspace::tableLoaded, this, note(u"loaded "_s));
         connect(m_workspace.get(), &Workspace::failed, this, note(u"failed "_s));
+        connect(m_workspace.get(), &Workspace::openFailed, this,
+                [this](const SourceLocation &location, const QString &message) {
+                    m_events.append(u"failed %1: %2"_s.arg(location.file, message));
+                });
         connect(m_workspace.get(), &Workspace::refused, this, note(u"refused "_s));
         connect(m_workspace.get(), &Workspace::interrupted, this, noting(u"interrupted"_s));
     }
