@@ -13,7 +13,9 @@
 #include <filterfuncs/filterfunc.h>
 #include <filters/securitiessessionfilter.h>
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QMap>
 #include <QSettings>
@@ -460,6 +462,13 @@ void FilterStorage::requireStore() const
 
 void FilterStorage::write()
 {
+    // QSettings takes over what others wrote only where the time or the size of the file is another one, and
+    // files that are written within one tick of the clock have the same time.
+    QFile file(m_store.fileName());
+    if (file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
+        file.setFileTime(QFileInfo(file).lastModified().addMSecs(1), QFileDevice::FileModificationTime);
+        file.close();
+    }
     m_store.sync();
     if (m_store.status() == QSettings::NoError)
         return;

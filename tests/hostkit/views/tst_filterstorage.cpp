@@ -18,8 +18,10 @@
 #include <support/typenames.h>
 
 #include <QAbstractItemView>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -1115,6 +1117,31 @@ private Q_SLOTS:
         QFile file(name);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), fileContent());
+    }
+
+    void keepsWhatAnotherProgramWroteAtTheSameMoment()
+    {
+        FilterList filters(m_table);
+        add(filters, {0}, u"7"_s, true);
+        const auto store = open();
+        store->setValue(u"other/number"_s, 111);
+        FilterStorage storage(*store);
+        storage.registerHostKinds();
+        storage.save(u"quotes"_s, filters);
+        const QDateTime moment = QFileInfo(fileName()).lastModified();
+        QByteArray content = fileContent();
+        QVERIFY(content.contains("number=111"));
+
+        // As long as before, and within one tick of the clock.
+        QFile file(fileName());
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.write(content.replace("number=111", "number=222")) > 0);
+        QVERIFY(file.flush());
+        QVERIFY(file.setFileTime(moment, QFileDevice::FileModificationTime));
+        file.close();
+        storage.save(u"quotes"_s, filters);
+
+        QVERIFY(fileContent().contains("number=222"));
     }
 
     void leavesAForeignFileAlone()
