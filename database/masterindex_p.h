@@ -29,6 +29,9 @@ public:
     template <typename Predicate>
     void removeIf(Predicate leaves);
     void clear();
+    /// Calls \a look with the rows of each page that has some.
+    template <typename Look>
+    void forEachPage(Look look) const;
 
     qint64 memoryUsage() const;
 
@@ -62,6 +65,15 @@ private:
     /// Empty pages that reserve() made, last first.
     std::vector<std::unique_ptr<Page>> m_spare;
 };
+
+template <typename Look>
+void MasterIndex::forEachPage(Look look) const
+{
+    for (const IndexPage *page : m_table) {
+        if (page && page->first != page->last)
+            look(std::span<unsigned char *const>(page->first, page->last));
+    }
+}
 
 template <typename Predicate>
 void MasterIndex::removeIf(Predicate leaves)

@@ -4,6 +4,7 @@
 #include <data/exception.h>
 
 #include <QSet>
+#include <QVarLengthArray>
 
 #include <cstring>
 #include <mutex>
@@ -194,6 +195,12 @@ void release(Table *table, unsigned char *row)
     if (reinterpret_cast<RowHeader *>(row)->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
         table->freeRow(row);
 }
+
+void tellOf(const TableChanges &changes, TableChange::Kind kind, unsigned char *row,
+            std::span<const int> columns = {})
+{
+    changes.tell({kind, std::span(&row, 1), columns});
+}
 } // namespace
 
 MemoryTable::MemoryTable(const QString &name, const QList<ColumnSpec> &columns)
@@ -246,6 +253,7 @@ Record MemoryTable::append(std::span<const CellValue> values)
         write(record.field(column++), value);
     d->index.append(record.row());
     retain(record.row());
+    tellOf(d->changes, TableChange::Appended, record.row());
     return record;
 }
 
@@ -272,9 +280,12 @@ void MemoryTable::insert(qint64 index, const QList<QList<CellValue>> &rows)
     for (const QList<CellValue> &values : rows)
         fresh.add(values);
     const std::vector<unsigned char *> blocks = fresh.blocks();
+    const bool isAtEnd = index == rowCount();
     d->index.insert(index, blocks);
     for (unsigned char *block : blocks)
         retain(block);
+    if (!blocks.empty())
+        d->changes.tell({isAtEnd ? TableChange::Appended : TableChange::Inserted, blocks});
 }
 
 void MemoryTable::append(const Record &row)
@@ -285,6 +296,7 @@ void MemoryTable::append(const Record &row)
         Place{*d, d->index.positionOf(row.row())}.refuse(QStringLiteral("the row is in the table already"));
     d->index.append(row.row());
     retain(row.row());
+    tellOf(d->changes, TableChange::Appended, row.row());
 }
 
 void MemoryTable::update(const Record &row, int column, const CellValue &value)
@@ -302,8 +314,15 @@ void MemoryTable::update(const Record &row, const QList<std::pair<int, CellValue
             place.refuse(QStringLiteral("there is no column %1").arg(column));
         check(place, column, value);
     }
+    QVarLengthArray<int, 16> columns;
+    if (d->changes.isHeard()) {
+        for (const auto &[column, value] : values)
+            columns.append(column);
+    }
     for (const auto &[column, value] : values)
         write(row.field(column), value);
+    if (!columns.isEmpty())
+        tellOf(d->changes, TableChange::Updated, row.row(), columns);
 }
 
 void MemoryTable::remove(const Record &row)
@@ -325,7 +344,12 @@ void MemoryTable::remove(const QList<Record> &rows)
         found += leaving.contains(block) ? 1 : 0;
     if (found != leaving.size())
         refuseMissing(rows);
+    std::vector<unsigned char *> told;
+    if (d->changes.isHeard())
+        told.assign(leaving.begin(), leaving.end());
     d->index.removeIf([&](unsigned char *block) { return leaving.contains(block); });
+    if (!told.empty())
+        d->changes.tell({TableChange::Removed, told});
     for (unsigned char *block : std::as_const(leaving))
         release(this, block);
 }
@@ -333,6 +357,9 @@ void MemoryTable::remove(const QList<Record> &rows)
 void MemoryTable::clear()
 {
     const std::lock_guard guard(d->mutex);
+    d->index.forEachPage([this](std::span<unsigned char *const> rows) {
+        d->changes.tell({TableChange::Removed, rows});
+    });
     d->index.removeIf([this](unsigned char *block) {
         release(this, block);
         return true;
@@ -366,6 +393,11 @@ void MemoryTable::refuseMissing(const QList<Record> &rows) const
         ++entry;
     throw Exception(QStringLiteral("Table '%1', entry %2 of the rows to remove: the row is not in the table")
                         .arg(d->name, QString::number(entry)));
+}
+
+TableChanges &MemoryTable::changes() const
+{
+    return d->changes;
 }
 
 bool MemoryTable::tryLock() const

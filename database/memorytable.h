@@ -12,6 +12,8 @@
 #include <span>
 #include <utility>
 
+class TableChanges;
+
 /// A table of rows in memory.
 ///
 /// **Rows.** Each row is one block: a 32-bit atomic count of its handles, the pointer to the table, and 16
@@ -82,6 +84,10 @@ public:
     void remove(const QList<Record> &rows);
     /// Removes all rows.
     void clear();
+
+    /// Tells of every change that an operation of this class makes. Values that are written through a Field
+    /// are told by whoever writes them; see TableChanges.
+    TableChanges &changes() const;
 
     /// As lock(), but does not wait: returns false when the lock is taken.
     bool tryLock() const;

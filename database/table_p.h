@@ -4,6 +4,7 @@
 #include <database/columnspec.h>
 
 #include <data/table.h>
+#include <data/tablechanges.h>
 
 #include <QHash>
 #include <QList>
@@ -57,4 +58,5 @@ public:
     RowSlabs slabs;
     MasterIndex index;
     std::recursive_mutex mutex;
+    TableChanges changes;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <data/indexlist.h>
 #include <data/record.h>
+#include <data/tablechanges.h>
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
@@ -51,6 +52,42 @@ QString ids(const MemoryTable &table)
         result.append(table.dataPtr(row, 0).toString());
     return result.join(QChar(u' '));
 }
+
+/// Writes down what a table tells, rows by their first column.
+class Listener final : public TableListener
+{
+    Q_DISABLE_COPY_MOVE(Listener)
+public:
+    explicit Listener(const MemoryTable &table) : m_table(table) { table.changes().add(this); }
+    ~Listener() override { m_table.changes().remove(this); }
+
+    void tableChanged(const TableChange &change) noexcept override
+    {
+        const QStringList kinds{QStringLiteral("appended"), QStringLiteral("inserted"),
+                                QStringLiteral("removed"), QStringLiteral("updated")};
+        QString text = kinds.at(change.kind);
+        for (unsigned char *row : change.rows)
+            text += QChar(u' ') + m_table.dataPtr(row, 0).toString();
+        for (const int column : change.columns)
+            text += QStringLiteral(" @%1").arg(column);
+        m_told.append(text);
+        const auto isLockFree = [this] {
+            const bool isFree = m_table.tryLock();
+            if (isFree)
+                m_table.unlock();
+            return isFree;
+        };
+        m_isLocked = m_isLocked && !std::async(std::launch::async, isLockFree).get();
+    }
+
+    QStringList takeTold() { return std::exchange(m_told, {}); }
+    bool wasLocked() const { return m_isLocked; }
+
+private:
+    const MemoryTable &m_table;
+    QStringList m_told;
+    bool m_isLocked = true;
+};
 } // namespace
 
 class MemoryTableTest : public QObject
@@ -550,6 +587,65 @@ private Q_SLOTS:
         const auto bytesPerRow = double(table.memoryUsage()) / rows - double(table.rowBlockSize());
         QVERIFY2(bytesPerRow < 24, qPrintable(QString::number(bytesPerRow)));
         qInfo("%.1f bytes a row besides %lld", bytesPerRow, static_cast<long long>(table.rowBlockSize()));
+    }
+
+    void tellsOfEveryChange()
+    {
+        Listener listener(*m_table);
+
+        Record first = m_table->append(quote(1));
+        m_table->append(quotesOf({2, 3}));
+        m_table->insert(3, quotesOf({4}));
+        m_table->insert(1, quotesOf({5, 6}));
+        m_table->update(first, 0, qint32(9));
+        m_table->update(first, {{1, QStringLiteral("x")}, {4, qint64(2)}});
+        QCOMPARE(listener.takeTold(),
+                 QStringList({QStringLiteral("appended 1"), QStringLiteral("appended 2 3"),
+                              QStringLiteral("appended 4"), QStringLiteral("inserted 5 6"),
+                              QStringLiteral("updated 9 @0"), QStringLiteral("updated 9 @1 @4")}));
+
+        m_table->remove(m_table->row(1)); // no handle keeps it: it is freed after it was told
+        m_table->remove({first, first});
+        m_table->append(first);
+        QCOMPARE(listener.takeTold(), QStringList({QStringLiteral("removed 5"), QStringLiteral("removed 9"),
+                                                   QStringLiteral("appended 9")}));
+
+        first = Record();
+        m_table->clear();
+        QCOMPARE(listener.takeTold(), QStringList(QStringLiteral("removed 6 2 3 4 9")));
+        QVERIFY(listener.wasLocked());
+    }
+
+    void tellsNothingOfWhatFailedOrChangesNothing()
+    {
+        const Record row = m_table->append(quote(1));
+        Listener listener(*m_table);
+
+        exceptionMessage([&] { m_table->append({qint32(1)}); });
+        exceptionMessage([&] { m_table->append(row); });
+        exceptionMessage([&] { m_table->update(row, {{0, qint32(2)}, {1, qint32(2)}}); });
+        exceptionMessage([&] { m_table->remove({row, Record(m_table.get())}); });
+        m_table->append(QList<Row>());
+        m_table->update(row, QList<std::pair<int, CellValue>>());
+        m_table->remove(QList<Record>());
+        m_table->clear();
+        m_table->clear();
+
+        QCOMPARE(listener.takeTold(), QStringList(QStringLiteral("removed 1")));
+    }
+
+    void tellsEachListenerUntilItIsRemoved()
+    {
+        QVERIFY(!m_table->changes().isHeard());
+        Listener stays(*m_table);
+        {
+            Listener leaves(*m_table);
+            m_table->append(quote(1));
+            QCOMPARE(leaves.takeTold().size(), 1);
+        }
+        m_table->append(quote(2));
+
+        QCOMPARE(stays.takeTold().size(), 2);
     }
 
     void locksRecursivelyAndAgainstOtherThreads()
