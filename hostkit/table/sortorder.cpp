@@ -2,6 +2,7 @@
 #include <hostkit/table/sortorder_p.h>
 
 #include <hostkit/table/rowset_p.h>
+#include <hostkit/table/sortwords_p.h>
 
 #include <data/record.h>
 #include <data/table.h>
@@ -12,63 +13,18 @@
 #include <QStringView>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <bit>
-#include <charconv>
-#include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
 
 namespace sito {
 
 namespace {
 
+using sortwords::highest;
+using sortwords::nearestDouble;
+using sortwords::ordered;
+
 constexpr size_t chunkSize = 1 << 14;
-constexpr quint64 signBit = quint64(1) << 63;
-constexpr quint64 highest = ~quint64(0);
-
-quint64 ordered(qint64 value)
-{
-    return quint64(value) ^ signBit;
-}
-
-/// A word that sorts as \a value does; NaN is the highest one, and 0 is left free.
-quint64 ordered(double value)
-{
-    if (std::isnan(value))
-        return highest;
-    const auto bits = std::bit_cast<quint64>(value == 0 ? 0.0 : value);
-    return bits & signBit ? ~bits : bits | signBit;
-}
-
-/// The nearest double. toDouble() need not give that, nor the same for equal numbers.
-double nearestDouble(decimal number)
-{
-    constexpr qint64 exactInteger = qint64(1) << 53;
-    constexpr auto exactPowers = [] {
-        std::array<double, 23> result = {1};
-        for (size_t i = 1; i < result.size(); ++i)
-            result[i] = result[i - 1] * 10;
-        return result;
-    }();
-    const qint64 unscaled = number.unscaled();
-    const int scale = number.scale();
-    const auto power = size_t(std::abs(scale));
-    // Both operands are exact here, so the operation rounds just once.
-    if (unscaled >= -exactInteger && unscaled <= exactInteger && power < exactPowers.size())
-        return scale < 0 ? double(unscaled) * exactPowers[power] : double(unscaled) / exactPowers[power];
-
-    std::array<char, 32> text;
-    char *end = std::to_chars(text.data(), text.data() + 20, unscaled).ptr;
-    *end++ = 'e';
-    end = std::to_chars(end, text.data() + text.size(), -scale).ptr;
-    double result = 0;
-    std::from_chars(text.data(), end, result);
-    return result;
-}
-
 /// The text by which a String field sorts, in the row.
 struct StringText
 {
@@ -115,7 +71,7 @@ public:
         for (const QStringView text : sample) {
             const QStringView rest = text.mid(m_prefix.size(), 8);
             units += rest.size();
-            narrow += std::count_if(rest.begin(), rest.end(), isNarrow);
+            narrow += std::count_if(rest.begin(), rest.end(), sortwords::isNarrow);
         }
         m_isNarrow = narrow * 8 > units * 7;
     }
@@ -128,31 +84,16 @@ public:
         if (order != 0 || common < m_prefix.size())
             return order > 0 ? highest : 0;
         text = text.sliced(common);
-        return m_isNarrow ? narrowWord(text) : wideWord(text);
+        return m_isNarrow ? sortwords::narrow(text) : wideWord(text);
     }
 
 private:
-    static bool isNarrow(QChar unit) { return unit.unicode() < 0xFF; }
-
     static quint64 wideWord(QStringView text)
     {
         quint64 word = 0;
         const qsizetype units = std::min<qsizetype>(text.size(), 4);
         for (qsizetype i = 0; i < units; ++i)
             word |= quint64(text[i].unicode()) << (48 - 16 * i);
-        return word;
-    }
-
-    /// Eight units of a byte each; the first one that is no byte, and all behind it, count as the highest.
-    static quint64 narrowWord(QStringView text)
-    {
-        quint64 word = 0;
-        const qsizetype units = std::min<qsizetype>(text.size(), 8);
-        for (qsizetype i = 0; i < units; ++i) {
-            if (!isNarrow(text[i]))
-                return word | highest >> (8 * i);
-            word |= quint64(text[i].unicode()) << (56 - 8 * i);
-        }
         return word;
     }
 
