@@ -4,6 +4,7 @@
 #include <data/indexlist.h>
 #include <data/table.h>
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
@@ -31,12 +32,23 @@ RowSet RowSet::list(const Table &table)
     return result;
 }
 
-void RowSet::makeIndex() const
+RowSet RowSet::of(const std::vector<unsigned char *> &blocks)
 {
-    HashSlots<Slot> index(m_listed);
-    for (quint32 id = 0; id < m_listed; ++id) {
-        index.slot(hashOf(m_rows[id].row()), [](const Slot &) { return false; }).id = id;
-        index.added([this](const Slot &slot) { return hashOf(m_rows[slot.id].row()); });
+    RowSet result;
+    result.m_rows.reserve(blocks.size());
+    for (unsigned char *row : blocks)
+        result.m_rows.emplace_back(row);
+    result.m_listed = quint32(result.m_rows.size());
+    return result;
+}
+
+void RowSet::prepareSearch() const
+{
+    const quint32 count = listedCount();
+    HashSlots<Slot> index(count + count / 2);
+    for (quint32 id = 0; id < count; ++id) {
+        index.slot(hashOf((*this)[id].row()), [](const Slot &) { return false; }).id = id;
+        index.added([this](const Slot &slot) { return hashOf((*this)[slot.id].row()); });
     }
     m_index = std::move(index);
 }
@@ -44,8 +56,8 @@ void RowSet::makeIndex() const
 quint32 RowSet::find(const unsigned char *row) const
 {
     if (!m_index)
-        makeIndex();
-    return m_index->slot(hashOf(row), [&](const Slot &slot) { return m_rows[slot.id].row() == row; }).id;
+        prepareSearch();
+    return m_index->slot(hashOf(row), [&](const Slot &slot) { return (*this)[slot.id].row() == row; }).id;
 }
 
 quint32 RowSet::addDeparted(const Record &row)
@@ -63,6 +75,49 @@ std::shared_ptr<const std::vector<Record>> RowSet::takeDeparted()
                                                           std::make_move_iterator(m_rows.end()));
     m_rows.resize(m_listed);
     return departed;
+}
+
+quint32 RowSet::append(const Record &row)
+{
+    if (!m_index)
+        prepareSearch();
+    const size_t array = arrayOf(m_appendedCount);
+    if (!m_appended[array])
+        m_appended[array] = std::make_unique<Record[]>(size_t(firstArray) << array);
+    const quint32 id = listedCount();
+    m_appended[array][m_appendedCount - arrayBegin(array)] = row;
+    ++m_appendedCount;
+    Slot &slot = m_index->slot(hashOf(row.row()),
+                               [&](const Slot &other) { return (*this)[other.id].row() == row.row(); });
+    const bool isNew = slot.isFree();
+    // A row that had gone and is back has a new place.
+    slot.id = id;
+    if (isNew)
+        m_index->added([this](const Slot &other) { return hashOf((*this)[other.id].row()); });
+    return id;
+}
+
+void RowSet::markGone(quint32 id)
+{
+    if (isGone(id))
+        return;
+    if (id >= m_gone.size())
+        m_gone.resize(size_t(id) + 1, quint8(0));
+    m_gone[id] = 1;
+    ++m_goneCount;
+}
+
+std::vector<quint8> RowSet::present() const
+{
+    std::vector<quint8> result(listedCount(), quint8(1));
+    std::transform(m_gone.begin(), m_gone.end(), result.begin(), [](quint8 gone) { return quint8(!gone); });
+    return result;
+}
+
+bool RowSet::isWorn() const
+{
+    constexpr quint32 few = 1 << 14;
+    return m_goneCount > few + listedCount() / 4 || m_appendedCount > 4 * few + m_listed / 2;
 }
 
 } // namespace sito
