@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+#include <hostkit/table/changequeue_p.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace sito {
+
+namespace {
+
+/// Who is that far behind lists the rows anew.
+constexpr size_t mostChanges = size_t(1) << 20;
+
+quint64 bitsOf(std::span<const int> columns)
+{
+    quint64 bits = columns.empty() ? ChangeQueue::allColumns : 0;
+    for (const int column : columns)
+        bits |= quint64(1) << std::min(column, ChangeQueue::lastBit);
+    return bits;
+}
+
+} // namespace
+
+ChangeQueue::ChangeQueue(TableChanges &changes, std::function<void()> wake)
+    : m_source(changes), m_wake(std::move(wake))
+{
+    m_source.add(this);
+}
+
+ChangeQueue::~ChangeQueue()
+{
+    stop();
+}
+
+void ChangeQueue::stop() noexcept
+{
+    if (std::exchange(m_isListening, false))
+        m_source.remove(this);
+}
+
+bool ChangeQueue::isEmpty() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_changes.empty() && !m_isLost;
+}
+
+bool ChangeQueue::take(Changes &changes)
+{
+    const std::lock_guard lock(m_mutex);
+    changes.swap(m_changes);
+    m_isWoken = false;
+    return !m_isLost;
+}
+
+void ChangeQueue::beginListing(Changes &before)
+{
+    const std::lock_guard lock(m_mutex);
+    before.swap(m_changes);
+    m_isLost = false;
+    ++m_listings;
+}
+
+void ChangeQueue::endListing()
+{
+    std::deque<Record> departed;
+    const std::lock_guard lock(m_mutex);
+    if (--m_listings == 0)
+        departed.swap(m_departed);
+}
+
+void ChangeQueue::tableChanged(const TableChange &change) noexcept
+{
+    const std::lock_guard lock(m_mutex);
+    try {
+        keep(change);
+    } catch (...) {
+        m_isLost = true;
+    }
+    if (m_isWoken)
+        return;
+    try {
+        m_wake();
+        m_isWoken = true;
+    } catch (...) {
+        // Tried again with the next change.
+    }
+}
+
+void ChangeQueue::keep(const TableChange &change)
+{
+    if (m_listings > 0 && change.kind == TableChange::Removed) {
+        for (unsigned char *row : change.rows) {
+            try {
+                m_departed.emplace_back(row);
+            } catch (...) {
+                // The listing is about to touch the row: better it is never freed.
+                reinterpret_cast<RowHeader *>(row)->references.fetch_add(1, std::memory_order_relaxed);
+            }
+        }
+    }
+    if (change.kind == TableChange::Inserted || m_changes.size() + change.rows.size() > mostChanges)
+        m_isLost = true;
+    if (m_isLost)
+        return;
+    const quint64 columns = bitsOf(change.columns);
+    for (unsigned char *row : change.rows)
+        m_changes.push_back({Record(row), change.kind, columns});
+}
+
+} // namespace sito

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <data/record.h>
+#include <data/tablechanges.h>
+
+#include <QtGlobal>
+
+#include <deque>
+#include <functional>
+#include <mutex>
+
+namespace sito {
+
+/// Keeps what is told of a table until the GUI thread takes it, with handles on the rows.
+///
+/// **Threads.** Any; the order in which the locks of the table, of TableChanges and of this object are taken
+/// is this one.
+class ChangeQueue final : public TableListener
+{
+    Q_DISABLE_COPY_MOVE(ChangeQueue)
+public:
+    struct Change
+    {
+        Record row;
+        TableChange::Kind kind = TableChange::Updated;
+        /// The columns that were written, a bit each; the last bit stands for all columns from there on.
+        quint64 columns = 0;
+    };
+    using Changes = std::deque<Change>;
+
+    static constexpr quint64 allColumns = ~quint64(0);
+    static constexpr int lastBit = 63;
+
+    /// Listens to \a changes. \a wake is called for the first change after each take(), in the thread of the
+    /// writer; what it throws is thrown away, and it is called for the next change again.
+    ChangeQueue(TableChanges &changes, std::function<void()> wake);
+    ~ChangeQueue() override;
+
+    TableChanges &followed() const { return m_source; }
+    /// Listens no longer; \a wake is not called any more.
+    void stop() noexcept;
+    bool isEmpty() const;
+    /// Takes what there is. Whether that is all that was told: otherwise rows were inserted before others, or
+    /// there was no room, and the table is to be listed anew.
+    bool take(Changes &changes);
+
+    /// For a listing, under the lock of the table: takes what was told before, and keeps rows that leave from
+    /// now on alive until endListing().
+    void beginListing(Changes &before);
+    void endListing();
+
+    void tableChanged(const TableChange &change) noexcept override;
+
+private:
+    void keep(const TableChange &change);
+
+    TableChanges &m_source;
+    const std::function<void()> m_wake;
+    mutable std::mutex m_mutex;
+    Changes m_changes;
+    std::deque<Record> m_departed;
+    int m_listings = 0;
+    bool m_isListening = true;
+    bool m_isLost = false;
+    bool m_isWoken = false;
+};
+
+} // namespace sito
