@@ -2,15 +2,22 @@
 #include <hostkit/table/rowpass_p.h>
 
 #include <hostkit/parallel/tablelock.h>
+#include <hostkit/table/changequeue_p.h>
 #include <hostkit/table/rowset_p.h>
 #include <hostkit/table/shownrows_p.h>
+#include <hostkit/table/sortvalues_p.h>
 
+#include <data/indexlist.h>
 #include <data/table.h>
 #include <filterfuncs/filterfunc.h>
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
 
 namespace sito {
 
@@ -18,7 +25,42 @@ namespace {
 constexpr size_t rowsAtOnce = 1 << 12;
 /// How many rows a thread asks the predicates about before it looks whether it is to stop.
 constexpr size_t stopInterval = 64;
+
+/// For how long the lock of a table that is followed is held, and for how long writers may then have it.
+constexpr qint64 sliceNanoseconds = 2'000'000;
+constexpr std::chrono::microseconds pause(200);
+
+/// As parallel::forRanges(), under the lock of \a table, which is released from time to time.
+template <typename Work>
+void inSlices(const Table &table, const parallel::Context &context, size_t size, const Work &work)
+{
+    constexpr size_t rowsOfAThread = 1 << 9;
+    const size_t step = rowsOfAThread * size_t(std::max(1, context.threads));
+    for (size_t next = 0; next < size;) {
+        if (next > 0)
+            std::this_thread::sleep_for(pause);
+        parallel::underLock(table, context.stop, [&] {
+            QElapsedTimer timer;
+            timer.start();
+            while (next < size && timer.nsecsElapsed() < sliceNanoseconds) {
+                const size_t begin = next;
+                next = std::min(size, begin + step);
+                parallel::forRanges(context, next - begin, rowsOfAThread,
+                                    [&](size_t first, size_t last) { work(begin + first, begin + last); });
+            }
+        });
+    }
+}
 } // namespace
+
+RowPass::RowPass(const Table &table, std::shared_ptr<const ShownRows> before)
+    : m_table(table),
+      m_before(std::move(before)),
+      m_rows(m_before->rows),
+      m_count(m_rows->listedCount()),
+      m_present(m_rows->present())
+{
+}
 
 void RowPass::run(const parallel::Context &given)
 {
@@ -29,10 +71,17 @@ void RowPass::run(const parallel::Context &given)
         context.threads = threads;
 
     std::vector<quint8> visible;
-    parallel::underLock(m_table, context.stop, [&] { visible = readRows(context); });
+    if (changes)
+        visible = readChanges(context);
+    else if (queue)
+        visible = readInSlices(context);
+    else
+        parallel::underLock(m_table, context.stop, [&] { visible = readRows(context); });
     if (reload)
         translateBefore();
     compareWithBefore(visible);
+    if (queue)
+        m_visible = std::make_shared<const std::vector<quint8>>(std::move(visible));
     context.stop.throwIfStopped();
     m_nanoseconds = timer.nsecsElapsed();
 }
@@ -45,43 +94,170 @@ const quint32 *RowPass::before() const
 /// Lists and sorts the rows as far as that is needed; for each listed row whether it is shown.
 std::vector<quint8> RowPass::readRows(const parallel::Context &context)
 {
-    m_rows = reload ? std::make_shared<RowSet>(RowSet::list(m_table)) : m_before->rows;
-    const RowSet &rows = *m_rows;
+    if (reload)
+        use(std::make_shared<RowSet>(RowSet::list(m_table)));
     const bool isSorted = keys.empty() || (order && order->rows == m_rows && order->keys == keys);
-    const qint64 count = rows.listedCount();
-    if (context.progress) {
-        context.progress->total.store(count + (isSorted ? 0 : sortorder::units(count, qint64(keys.size()))) +
-                                          1,
-                                      std::memory_order_relaxed);
-    }
-
-    if (!isSorted)
-        order = std::make_shared<Order>(Order{m_rows, keys, sortorder::sorted(context, m_table, rows, keys)});
-    else if (keys.empty())
+    announceUnits(context, isSorted);
+    if (!isSorted) {
+        order = std::make_shared<Order>(
+            Order{m_rows, keys, sortorder::sorted(context, m_table, *m_rows, keys), nullptr});
+    } else if (keys.empty()) {
         order.reset();
+    }
     return filtered(context);
+}
+
+void RowPass::use(std::shared_ptr<RowSet> rows)
+{
+    m_rows = std::move(rows);
+    m_count = m_rows->listedCount();
+    m_present = m_rows->present();
+}
+
+void RowPass::announceUnits(const parallel::Context &context, bool isSorted) const
+{
+    if (!context.progress)
+        return;
+    const qint64 sorting = isSorted ? 0 : sortorder::units(m_count, qint64(keys.size()));
+    context.progress->total.store(m_count + sorting + 1, std::memory_order_relaxed);
+}
+
+bool RowPass::isExcluded(const Record &row) const
+{
+    return std::any_of(predicates.begin(), predicates.end(),
+                       [&row](const auto &predicate) { return predicate->filter(row); });
 }
 
 /// For each listed row whether it is shown.
 std::vector<quint8> RowPass::filtered(const parallel::Context &context) const
 {
     const RowSet &rows = *m_rows;
-    std::vector<quint8> visible(rows.listedCount(), quint8(1));
+    std::vector<quint8> visible = m_present;
     if (predicates.empty())
         return visible;
 
-    const auto isExcluded = [this](const Record &row) {
-        return std::any_of(predicates.begin(), predicates.end(),
-                           [&row](const auto &predicate) { return predicate->filter(row); });
-    };
     parallel::forRanges(context, visible.size(), rowsAtOnce, [&](size_t first, size_t last) {
         for (size_t id = first; id < last; ++id) {
             if (id % stopInterval == 0)
                 context.stop.throwIfStopped();
-            visible[id] = isExcluded(rows[quint32(id)]) ? 0 : 1;
+            visible[id] = visible[id] && !isExcluded(rows[quint32(id)]) ? 1 : 0;
         }
         context.advance(qint64(last - first));
     });
+    return visible;
+}
+
+/// As readRows(), for a table that is followed. What is written to a row after it was read is told, and read
+/// again after this pass; so the rows need not be read at one moment.
+std::vector<quint8> RowPass::readInSlices(const parallel::Context &context)
+{
+    if (reload)
+        list(context);
+    const RowSet &rows = *m_rows;
+    const bool isSorted =
+        keys.empty() || (order && order->rows == m_rows && order->keys == keys && order->values);
+    announceUnits(context, isSorted);
+    std::shared_ptr<SortValues> values;
+    if (!isSorted) {
+        values = std::make_shared<SortValues>(m_table, keys);
+        values->resize(m_count);
+    }
+
+    std::vector<quint8> visible = m_present;
+    if (values || !predicates.empty()) {
+        inSlices(m_table, context, m_count, [&](size_t first, size_t last) {
+            for (size_t id = first; id < last; ++id) {
+                if (id % stopInterval == 0)
+                    context.stop.throwIfStopped();
+                if (!visible[id])
+                    continue;
+                const Record &row = rows[quint32(id)];
+                if (values)
+                    values->read(quint32(id), row.row());
+                visible[id] = isExcluded(row) ? 0 : 1;
+            }
+            context.advance(qint64(last - first));
+        });
+    }
+    if (values)
+        order = std::make_shared<Order>(Order{m_rows, keys, values->sorted(context, m_count), values});
+    else if (keys.empty())
+        order.reset();
+    return visible;
+}
+
+/// Lists the rows of a table that is followed. Under the lock it only copies where they are: those that leave
+/// the table until there is a handle on each are kept alive by the queue.
+void RowPass::list(const parallel::Context &context)
+{
+    std::vector<unsigned char *> blocks;
+    ChangeQueue::Changes before;
+    blocks.reserve(m_count + m_count / 8);
+    bool isListing = false;
+    const auto end = qScopeGuard([&] {
+        if (isListing)
+            queue->endListing();
+    });
+    parallel::underLock(m_table, context.stop, [&] {
+        // A pass that was given up must not take what the next one is to be told.
+        context.stop.throwIfStopped();
+        queue->beginListing(before);
+        isListing = true;
+        for (unsigned char *row : *m_table.masterIndex())
+            blocks.push_back(row);
+    });
+    use(std::make_shared<RowSet>(RowSet::of(blocks)));
+    m_rows->prepareSearch();
+}
+
+/// As readRows(), for the rows that have changed alone.
+std::vector<quint8> RowPass::readChanges(const parallel::Context &context)
+{
+    const RowSet &rows = *m_rows;
+    std::vector<quint8> visible = *changes->visible;
+    visible.resize(m_count);
+    std::transform(visible.begin(), visible.end(), m_present.begin(), visible.begin(),
+                   [](quint8 shown, quint8 present) { return quint8(shown & present); });
+
+    // Each row once.
+    std::vector<Changes::Row> &changed = changes->rows;
+    std::sort(changed.begin(), changed.end(),
+              [](const Changes::Row &a, const Changes::Row &b) { return a.id < b.id; });
+    size_t kept = 0;
+    for (const Changes::Row &row : changed) {
+        if (!m_present[row.id])
+            continue;
+        if (kept > 0 && changed[kept - 1].id == row.id)
+            changed[kept - 1].columns |= row.columns;
+        else
+            changed[kept++] = row;
+    }
+    changed.resize(kept);
+
+    SortValues *values = order ? order->values.get() : nullptr;
+    if (values)
+        values->resize(m_count);
+    inSlices(m_table, context, changed.size(), [&](size_t first, size_t last) {
+        for (size_t i = first; i < last; ++i) {
+            const quint32 id = changed[i].id;
+            if (values)
+                values->read(id, rows[id].row());
+            visible[id] = isExcluded(rows[id]) ? 0 : 1;
+        }
+    });
+    if (!values)
+        return visible;
+
+    std::vector<quint8> leaves(m_count);
+    std::transform(m_present.begin(), m_present.end(), leaves.begin(),
+                   [](quint8 present) { return quint8(!present); });
+    std::vector<quint32> coming;
+    for (const Changes::Row &row : changed) {
+        leaves[row.id] = 1;
+        coming.push_back(row.id);
+    }
+    order = std::make_shared<Order>(
+        Order{m_rows, keys, values->merged(order->ids, leaves, std::move(coming)), order->values});
     return visible;
 }
 
@@ -114,7 +290,7 @@ void RowPass::compareWithBefore(const std::vector<quint8> &visible)
     const auto shown = std::make_shared<ShownRows>();
     const quint32 *old = before();
     const size_t oldCount = m_before->count;
-    const size_t size = m_rows->size();
+    const size_t size = reload ? m_rows->size() : m_count;
 
     std::vector<quint32> &after = shown->ids;
     after.reserve(std::max(visible.size(), oldCount));
@@ -165,6 +341,74 @@ void RowPass::compareWithBefore(const std::vector<quint8> &visible)
 
     m_result.isMoved = !std::equal(after.begin(), after.end(), before());
     m_result.shown = shown;
+    if (changes) {
+        findSteps(wasShown);
+        findWritten(wasShown);
+    }
+}
+
+/// Tells whether few runs of rows come and go, and which.
+void RowPass::findSteps(const std::vector<quint8> &wasShown)
+{
+    // Each run moves, in the GUI thread, the ids of the rows behind it.
+    constexpr size_t mostMoved = size_t(1) << 22;
+    constexpr size_t mostRuns = 32;
+    const ShownRows &now = *m_result.shown;
+    const size_t oldCount = m_before->count;
+    const quint32 *old = before();
+    const size_t runs = std::clamp<size_t>(mostMoved / (oldCount + now.count + 1), 1, mostRuns);
+    const auto add = [](std::vector<Run> &list, size_t place) {
+        if (!list.empty() && list.back().last + 1 == place)
+            list.back().last = quint32(place);
+        else
+            list.push_back({quint32(place), quint32(place)});
+    };
+
+    size_t from = 0;
+    size_t to = 0;
+    for (;;) {
+        while (from < oldCount && now.places[old[from]] >= now.count)
+            add(m_result.going, from++);
+        while (to < now.count && !wasShown[now.ids[to]])
+            add(m_result.coming, to++);
+        if (m_result.going.size() + m_result.coming.size() > runs)
+            return;
+        if (from == oldCount && to == now.count)
+            break;
+        if (from == oldCount || to == now.count || old[from++] != now.ids[to++])
+            return;
+    }
+    m_result.isStepwise = true;
+}
+
+void RowPass::findWritten(const std::vector<quint8> &wasShown)
+{
+    constexpr size_t mostRuns = 256;
+    const ShownRows &now = *m_result.shown;
+    std::vector<Run> &written = m_result.written;
+    for (const Changes::Row &row : changes->rows) {
+        const quint32 place = now.places[row.id];
+        if (row.columns != 0 && place < now.count && wasShown[row.id])
+            written.push_back({place, place, row.columns});
+    }
+    std::sort(written.begin(), written.end(), [](const Run &a, const Run &b) { return a.first < b.first; });
+    size_t kept = 0;
+    for (const Run &run : written) {
+        if (kept > 0 && (written[kept - 1].last + 1 == run.first)) {
+            written[kept - 1].last = run.last;
+            written[kept - 1].columns |= run.columns;
+        } else {
+            written[kept++] = run;
+        }
+    }
+    written.resize(kept);
+    if (kept <= mostRuns)
+        return;
+    // A view is quicker with one announcement about too much than with thousands.
+    for (const Run &run : written)
+        written.front().columns |= run.columns;
+    written.front().last = written.back().last;
+    written.resize(1);
 }
 
 } // namespace sito

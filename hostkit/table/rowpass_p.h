@@ -6,15 +6,18 @@
 #include <QtGlobal>
 
 #include <memory>
-#include <utility>
+#include <optional>
 #include <vector>
 
 class FilterFunc;
+class Record;
 class Table;
 
 namespace sito {
 
+class ChangeQueue;
 class RowSet;
+class SortValues;
 struct ShownRows;
 
 /// One pass over the rows: which of them are shown, and in what order, beside what was shown before.
@@ -29,6 +32,31 @@ public:
         std::shared_ptr<const RowSet> rows;
         std::vector<sortorder::Key> keys;
         std::vector<quint32> ids;
+        /// What the rows are sorted by, when the table is followed.
+        std::shared_ptr<SortValues> values;
+    };
+
+    /// What has changed in a table that is followed since the rows that are shown were read.
+    struct Changes
+    {
+        struct Row
+        {
+            quint32 id = 0;
+            /// See ChangeQueue::Change; 0 for a row that was added.
+            quint64 columns = 0;
+        };
+        /// The rows to read; those that have gone meanwhile are left out.
+        std::vector<Row> rows;
+        /// The visibility of the rows that are shown now.
+        std::shared_ptr<const std::vector<quint8>> visible;
+    };
+
+    /// Places from first to last.
+    struct Run
+    {
+        quint32 first = 0;
+        quint32 last = 0;
+        quint64 columns = 0;
     };
 
     /// What leads from the rows that were shown before to those that are shown now.
@@ -43,12 +71,18 @@ public:
         /// when the first is behind the last.
         quint32 firstKept = 1;
         quint32 lastKept = 0;
+
+        // Of changes alone.
+        /// Whether the rows that stay keep their order, and few runs of rows come and go.
+        bool isStepwise = false;
+        /// If it is so: the rows that go, by the places before, and those that come, by the places now.
+        std::vector<Run> going;
+        std::vector<Run> coming;
+        /// The rows that were shown before and are shown now, and were written.
+        std::vector<Run> written;
     };
 
-    RowPass(const Table &table, std::shared_ptr<const ShownRows> before)
-        : m_table(table), m_before(std::move(before))
-    {
-    }
+    RowPass(const Table &table, std::shared_ptr<const ShownRows> before);
 
     // To be set before the pass runs.
     bool reload = false;
@@ -58,13 +92,20 @@ public:
     /// Used, and replaced when it does not fit any more.
     std::shared_ptr<const Order> order;
     std::vector<std::shared_ptr<const FilterFunc>> predicates;
+    /// Null unless the table is followed.
+    std::shared_ptr<ChangeQueue> queue;
+    /// For a pass over what has changed alone. The rest must be that of the pass before.
+    std::optional<Changes> changes;
 
-    /// Does the work, and holds the table's lock while it reads rows. Throws parallel::Stopped,
+    /// Does the work, and holds the table's lock while it reads rows: from the first to the last, or, when
+    /// the table is followed, for some of them at a time. Throws parallel::Stopped,
     /// std::bad_alloc and what the predicates throw.
     void run(const parallel::Context &given);
 
     // To be read when it has ended.
     const Result &result() const { return m_result; }
+    /// For each listed row whether it is shown; null unless the table is followed.
+    const std::shared_ptr<const std::vector<quint8>> &visible() const { return m_visible; }
     /// The rows shown before, as ids of the result's rows, and behind them the added ones, if there are any.
     const quint32 *before() const;
     qint64 nanoseconds() const { return m_nanoseconds; }
@@ -73,16 +114,29 @@ public:
 
 private:
     std::vector<quint8> readRows(const parallel::Context &context);
+    std::vector<quint8> readInSlices(const parallel::Context &context);
+    std::vector<quint8> readChanges(const parallel::Context &context);
+    bool isExcluded(const Record &row) const;
     std::vector<quint8> filtered(const parallel::Context &context) const;
+    void list(const parallel::Context &context);
+    void use(std::shared_ptr<RowSet> rows);
+    void announceUnits(const parallel::Context &context, bool isSorted) const;
     void translateBefore();
     void compareWithBefore(const std::vector<quint8> &visible);
+    void findSteps(const std::vector<quint8> &wasShown);
+    void findWritten(const std::vector<quint8> &wasShown);
 
     const Table &m_table;
     std::shared_ptr<const ShownRows> m_before;
     std::shared_ptr<RowSet> m_rows;
+    /// How many rows are listed: the set may grow while a pass that was given up still reads.
+    quint32 m_count = 0;
+    /// For each listed row 0 if it has gone.
+    std::vector<quint8> m_present;
     /// Empty while the ids from before are still right.
     std::vector<quint32> m_beforeIds;
     Result m_result;
+    std::shared_ptr<const std::vector<quint8>> m_visible;
     qint64 m_nanoseconds = 0;
 };
 

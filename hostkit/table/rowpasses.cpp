@@ -7,15 +7,30 @@
 
 #include <filterfuncs/filterfunc.h>
 
+#include <QTimerEvent>
+
 #include <new>
 #include <utility>
 
 namespace sito {
 
+namespace {
+
+/// Milliseconds from the beginning of a batch to that of the next one, at least.
+constexpr int batchInterval = 50;
+
+} // namespace
+
 RowPasses::RowPasses(const Table &table, std::shared_ptr<const ShownRows> shown, Show show)
     : m_table(table), m_show(std::move(show)), m_shown(std::move(shown))
 {
     connect(&m_task, &parallel::Task::progressed, this, &RowPasses::progressed);
+}
+
+RowPasses::~RowPasses()
+{
+    if (m_queue)
+        m_queue->stop();
 }
 
 void RowPasses::reload()
@@ -49,11 +64,32 @@ void RowPasses::setKeys(std::vector<sortorder::Key> keys)
     m_keys = std::move(keys);
 }
 
-/// What runs would show something older than what is wanted now.
+void RowPasses::follow(TableChanges *changes)
+{
+    if (changes == followed())
+        return;
+    std::shared_ptr<ChangeQueue> queue;
+    if (changes) {
+        queue = std::make_shared<ChangeQueue>(*changes, [this] {
+            QMetaObject::invokeMethod(this, &RowPasses::takeChanges, Qt::QueuedConnection);
+        });
+    }
+    // A pass that runs knows nothing of the queue; a batch ends first.
+    if (queue)
+        change();
+    if (m_queue)
+        m_queue->stop();
+    m_queue = std::move(queue);
+    m_isReloadWanted = m_isReloadWanted || m_queue;
+}
+
+/// What runs would show something older than what is wanted now. Only a batch ends first: it changes what
+/// later ones need.
 void RowPasses::change()
 {
     post();
-    abandon();
+    if (m_pass && !m_pass->changes)
+        abandon();
     m_isPending = true;
     m_isUpToDate = false;
 }
@@ -101,14 +137,21 @@ void RowPasses::start()
     if (m_filters)
         next->predicates = m_filters->createFilterFuncs();
 
+    next->queue = m_queue;
+
+    launch(next);
+    m_isReloadWanted = false;
+}
+
+void RowPasses::launch(const std::shared_ptr<RowPass> &next)
+{
     m_task.start([next](const parallel::Context &context) { next->run(context); },
                  [this, next] { end(*next); },
                  [this, next](const std::exception_ptr &error) {
                      m_pass.reset();
-                     fail(next->reload, exceptionText(error));
+                     fail(*next, exceptionText(error));
                  });
     m_pass = next;
-    m_isReloadWanted = false;
 }
 
 /// Gives up the running pass, if any. Its predicates live on until its thread has let go of it.
@@ -134,24 +177,41 @@ void RowPasses::end(RowPass &pass)
     }
     m_isShowing = false;
     if (!error.isNull()) {
-        fail(pass.reload, error);
+        fail(pass, error);
         return;
     }
 
     m_order = pass.order;
+    m_visible = pass.visible();
     const std::shared_ptr<const ShownRows> before = std::exchange(m_shown, pass.result().shown);
     pass.forgetBefore();
-    if (pass.reload)
-        letGo(before);
-    try {
-        letGo(m_shown->rows->takeDeparted());
-    } catch (const std::bad_alloc &) {
-        // They stay until the next listing.
+    if (pass.changes) {
+        Q_EMIT changesShown();
+    } else {
+        m_predicates = pass.predicates;
+        if (pass.reload)
+            letGo(before);
+        try {
+            letGo(m_shown->rows->takeDeparted());
+        } catch (const std::bad_alloc &) {
+            // They stay until the next listing.
+        }
+        // Whoever was told of the changes may have asked for more.
+        m_isUpToDate = !m_isPending;
+        Q_EMIT finished();
     }
-    // Whoever was told of the changes may have asked for more.
-    m_isUpToDate = !m_isPending;
-    Q_EMIT finished();
     startPending();
+    takeChanges();
+}
+
+/// Once the rows of a batch were not shown, only a pass over all rows is sure to be right.
+void RowPasses::fail(const RowPass &pass, const QString &message)
+{
+    if (pass.changes) {
+        m_order.reset();
+        m_isUpToDate = false;
+    }
+    fail(pass.reload, message);
 }
 
 void RowPasses::fail(bool wasReload, const QString &message)
@@ -175,7 +235,8 @@ void RowPasses::cancel()
     if (!isRunning())
         return;
     m_isPending = false;
-    abandon();
+    if (m_pass && !m_pass->changes)
+        abandon();
     Q_EMIT cancelled();
 }
 
@@ -185,6 +246,86 @@ void RowPasses::wait()
         startPending();
         m_task.wait();
     }
+    // The batch that runs, and one for what was told since it began.
+    for (int batches = 0; batches < 2 && m_queue && m_isUpToDate && !m_isShowing; ++batches) {
+        if (!m_pass && !m_queue->isEmpty())
+            startBatch();
+        while ((m_pass || m_isPending) && !m_isShowing) {
+            startPending();
+            m_task.wait();
+        }
+    }
+}
+
+void RowPasses::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != m_pause.timerId()) {
+        QObject::timerEvent(event);
+        return;
+    }
+    m_pause.stop();
+    takeChanges();
+}
+
+/// Begins a batch if there is something to show and it is time.
+void RowPasses::takeChanges()
+{
+    if (m_queue && m_isUpToDate && !m_pass && !m_isPending && !m_isShowing && !m_pause.isActive() &&
+        !m_queue->isEmpty())
+        startBatch();
+}
+
+void RowPasses::startBatch()
+{
+    m_pause.start(batchInterval, this);
+    QString error;
+    try {
+        std::vector<RowPass::Changes::Row> rows;
+        if (!collectChanges(rows)) {
+            reload();
+            return;
+        }
+        const auto next = std::make_shared<RowPass>(m_table, m_shown);
+        next->threads = threads;
+        next->keys = m_keys;
+        next->order = m_order;
+        next->predicates = m_predicates;
+        next->queue = m_queue;
+        next->changes = RowPass::Changes{std::move(rows), m_visible};
+        launch(next);
+    } catch (...) {
+        error = currentExceptionText();
+    }
+    if (!m_pass) {
+        // What was taken is lost.
+        m_isUpToDate = false;
+        fail(true, error);
+    }
+}
+
+/// Takes what was told and brings the set of rows up to date; \a rows are those to read. Whether that can be
+/// done: otherwise the rows are to be listed anew.
+bool RowPasses::collectChanges(std::vector<RowPass::Changes::Row> &rows)
+{
+    ChangeQueue::Changes changes;
+    RowSet &set = *m_shown->rows;
+    if (!m_queue->take(changes) || !m_visible || !set.mayGrow() || set.isWorn())
+        return false;
+    rows.reserve(changes.size());
+    for (const ChangeQueue::Change &change : changes) {
+        if (change.kind == TableChange::Appended) {
+            rows.push_back({set.append(change.row), 0});
+            continue;
+        }
+        const quint32 id = set.find(change.row.row());
+        if (id == RowSet::none || set.isGone(id))
+            continue;
+        if (change.kind == TableChange::Removed)
+            set.markGone(id);
+        else
+            rows.push_back({id, change.columns});
+    }
+    return true;
 }
 
 } // namespace sito

@@ -3,8 +3,10 @@
 
 #include <hostkit/filters/filterlist.h>
 #include <hostkit/parallel/task.h>
+#include <hostkit/table/changequeue_p.h>
 #include <hostkit/table/rowpass_p.h>
 
+#include <QBasicTimer>
 #include <QObject>
 #include <QPointer>
 
@@ -19,7 +21,11 @@ namespace sito {
 ///
 /// A pass begins when control returns to the event loop. A change of the filters or the order supersedes the
 /// running pass; a reload waits until it has been shown, so that frequent ones cannot keep all passes from
-/// ending. Used from the GUI thread.
+/// ending.
+///
+/// When a table is followed, what has changed in it is put into what is shown by passes over the changed rows
+/// alone, called batches here. A batch is not superseded, since it is short, and none begins while what is
+/// shown is not up to date. Used from the GUI thread.
 class RowPasses : public QObject
 {
     Q_OBJECT
@@ -28,11 +34,12 @@ public:
     using Show = std::function<void(const RowPass &)>;
 
     RowPasses(const Table &table, std::shared_ptr<const ShownRows> shown, Show show);
+    ~RowPasses() override;
 
     const std::shared_ptr<const ShownRows> &shown() const { return m_shown; }
     FilterList *filters() const { return m_filters; }
     const std::vector<sortorder::Key> &keys() const { return m_keys; }
-    bool isRunning() const { return m_isPending || m_pass; }
+    bool isRunning() const { return m_isPending || (m_pass && !m_pass->changes); }
     bool isUpToDate() const { return m_isUpToDate; }
     /// Whether a result is being shown; no pass begins meanwhile.
     bool isShowing() const { return m_isShowing; }
@@ -42,10 +49,14 @@ public:
     void reload();
     void setFilters(FilterList *filters);
     void setKeys(std::vector<sortorder::Key> keys);
+    void follow(TableChanges *changes);
 
+    /// Null for none.
+    TableChanges *followed() const { return m_queue ? &m_queue->followed() : nullptr; }
     /// 0 for as many as the pool has.
     int threads = 0;
     void cancel();
+    /// Waits for passes, then for what was told of the table before.
     void wait();
 
 Q_SIGNALS:
@@ -54,6 +65,11 @@ Q_SIGNALS:
     void finished();
     void failed(const QString &message);
     void cancelled();
+    /// A batch is shown.
+    void changesShown();
+
+protected:
+    void timerEvent(QTimerEvent *event) override;
 
 private:
     void change();
@@ -62,7 +78,12 @@ private:
     void start();
     void abandon();
     void end(RowPass &pass);
+    void fail(const RowPass &pass, const QString &message);
     void fail(bool wasReload, const QString &message);
+    void takeChanges();
+    void startBatch();
+    bool collectChanges(std::vector<RowPass::Changes::Row> &rows);
+    void launch(const std::shared_ptr<RowPass> &next);
     void letGo(std::shared_ptr<const void> object) noexcept;
 
     const Table &m_table;
@@ -71,6 +92,13 @@ private:
     QPointer<FilterList> m_filters;
     std::vector<sortorder::Key> m_keys;
     std::shared_ptr<const RowPass::Order> m_order;
+    /// Null unless the table is followed.
+    std::shared_ptr<ChangeQueue> m_queue;
+    // Of the last pass that was shown.
+    std::vector<std::shared_ptr<const FilterFunc>> m_predicates;
+    std::shared_ptr<const std::vector<quint8>> m_visible;
+    /// Runs until the next batch may begin.
+    QBasicTimer m_pause;
 
     /// Whether startPending() will be called by the event loop.
     bool m_isPosted = false;

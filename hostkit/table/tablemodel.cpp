@@ -10,6 +10,9 @@
 #include <QScopeGuard>
 #include <QThreadPool>
 
+#include <algorithm>
+#include <mutex>
+
 #include <hostkit/table/tablemodel_p.h>
 
 namespace sito {
@@ -69,10 +72,46 @@ void TableModelPrivate::show(const RowPass &pass)
 void TableModelPrivate::announce(const RowPass &pass)
 {
     const RowPass::Result &result = pass.result();
-    const ShownRows &next = *result.shown;
     // The same rows, by their new ids.
-    view = {next.rows.get(), pass.before(), view.count};
+    view = {result.shown->rows.get(), pass.before(), view.count};
+    if (result.isStepwise)
+        announceSteps(pass);
+    else
+        announceAtOnce(pass);
 
+    announceWritten(pass);
+}
+
+/// Few runs of rows come and go where they stand.
+void TableModelPrivate::announceSteps(const RowPass &pass)
+{
+    const RowPass::Result &result = pass.result();
+    const ShownRows &next = *result.shown;
+    if (!result.going.empty() || !result.coming.empty()) {
+        steps.assign(view.ids, view.ids + view.count);
+        view.ids = steps.data();
+    }
+    for (auto run = result.going.rbegin(); run != result.going.rend(); ++run) {
+        q->beginRemoveRows({}, int(run->first), int(run->last));
+        steps.erase(steps.begin() + qptrdiff(run->first), steps.begin() + qptrdiff(run->last) + 1);
+        view.count = quint32(steps.size());
+        q->endRemoveRows();
+    }
+    for (const RowPass::Run &run : result.coming) {
+        q->beginInsertRows({}, int(run.first), int(run.last));
+        steps.insert(steps.begin() + qptrdiff(run.first), next.ids.begin() + qptrdiff(run.first),
+                     next.ids.begin() + qptrdiff(run.last) + 1);
+        view.ids = steps.data();
+        view.count = quint32(steps.size());
+        q->endInsertRows();
+    }
+    view.ids = next.ids.data();
+}
+
+void TableModelPrivate::announceAtOnce(const RowPass &pass)
+{
+    const RowPass::Result &result = pass.result();
+    const ShownRows &next = *result.shown;
     if (result.addedCount > 0) {
         q->beginInsertRows({}, int(view.count), int(view.count + result.addedCount) - 1);
         view.count += result.addedCount;
@@ -95,11 +134,37 @@ void TableModelPrivate::announce(const RowPass &pass)
         view.count = next.count;
         q->endRemoveRows();
     }
+}
+
+void TableModelPrivate::announceWritten(const RowPass &pass)
+{
+    const RowPass::Result &result = pass.result();
+    const int sections = cells.count();
     // Rows that were listed anew may have been written meanwhile.
-    if (pass.reload && result.firstKept <= result.lastKept && cells.count() > 0) {
+    if (pass.reload && result.firstKept <= result.lastKept && sections > 0)
         Q_EMIT q->dataChanged(q->index(int(result.firstKept), 0),
-                              q->index(int(result.lastKept), cells.count() - 1));
+                              q->index(int(result.lastKept), sections - 1));
+    for (const RowPass::Run &run : result.written) {
+        int first = sections;
+        int last = -1;
+        for (int section = 0; section < sections; ++section) {
+            const int bit = std::min(cells.columns().at(section), ChangeQueue::lastBit);
+            if ((run.columns >> bit & 1) == 0)
+                continue;
+            first = std::min(first, section);
+            last = section;
+        }
+        if (first <= last)
+            Q_EMIT q->dataChanged(q->index(int(run.first), first), q->index(int(run.last), last));
     }
+}
+
+QVariant TableModelPrivate::data(int row, int section, int role) const
+{
+    unsigned char *block = view[size_t(row)].row();
+    if (role == TableModel::AbsentRole)
+        return cells.isAbsent(block, section);
+    return cells.data(block, section, role);
 }
 
 bool TableModelPrivate::isFiltered(int column) const
@@ -116,6 +181,7 @@ TableModel::TableModel(Table &table, const QList<int> &columns, QObject *parent)
     connect(&d->passes, &RowPasses::finished, this, &TableModel::passFinished);
     connect(&d->passes, &RowPasses::failed, this, &TableModel::passFailed);
     connect(&d->passes, &RowPasses::cancelled, this, &TableModel::passCancelled);
+    connect(&d->passes, &RowPasses::changesShown, this, &TableModel::changesShown);
 }
 
 TableModel::~TableModel() = default;
@@ -152,19 +218,30 @@ int TableModel::rowOf(const Record &record) const
     }
     const ShownRows &shown = *d->passes.shown();
     const quint32 id = record.isNull() ? RowSet::none : shown.rows->find(record.row());
-    if (id == RowSet::none || shown.places[id] >= shown.count)
+    // Behind the places are rows that were added and are not shown yet.
+    if (id == RowSet::none || id >= shown.places.size() || shown.places[id] >= shown.count)
         return -1;
     return int(shown.places[id]);
 }
 
 qsizetype TableModel::totalRowCount() const
 {
-    return d->view.rows->listedCount();
+    return d->view.rows->liveCount();
 }
 
 void TableModel::reload()
 {
     d->passes.reload();
+}
+
+void TableModel::follow(TableChanges *changes)
+{
+    d->passes.follow(changes);
+}
+
+TableChanges *TableModel::followed() const
+{
+    return d->passes.followed();
 }
 
 void TableModel::setFilters(FilterList *filters)
@@ -254,9 +331,10 @@ QVariant TableModel::data(const QModelIndex &index, int role) const
         return QVariant();
     if (role == ColumnRole)
         return columns().at(index.column());
-    unsigned char *row = d->view[size_t(index.row())].row();
-    return role == AbsentRole ? QVariant(d->cells.isAbsent(row, index.column()))
-                              : d->cells.data(row, index.column(), role);
+    if (!d->passes.followed())
+        return d->data(index.row(), index.column(), role);
+    const std::lock_guard lock(d->table);
+    return d->data(index.row(), index.column(), role);
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const

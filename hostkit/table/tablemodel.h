@@ -11,6 +11,7 @@
 #include <memory>
 
 class Table;
+class TableChanges;
 
 namespace sito {
 
@@ -20,9 +21,9 @@ class TableModelPrivate;
 /// The rows of a Table for views: filtered by a FilterList and sorted by columns.
 ///
 /// **Rows.** The model shows the rows that stood in the table's master index when it was made or at the last
-/// reload(), and holds handles on them, so that rows stay alive while they are shown. It does not observe the
-/// table: a host calls reload() after it has added, changed or removed rows. The table is not owned and must
-/// outlive the model.
+/// reload(), and holds handles on them, so that rows stay alive while they are shown. A host calls reload()
+/// after it has added, changed or removed rows, or lets the model follow the table, see below. The table is
+/// not owned and must outlive the model.
 ///
 /// **Passes.** Filtering and sorting run in threads of parallel::threadPool(); the GUI thread only shows the
 /// result. A pass begins when control returns to the event loop, so that several changes in one go make one
@@ -34,6 +35,17 @@ class TableModelPrivate;
 /// current index and the state of headers stay with their rows. (A current index whose row vanishes is moved
 /// to the last row by Qt; ViewAnchor moves it to the nearest one, and keeps the scroll place.)
 ///
+/// **Following.** After follow(), the model takes over what changes in the table, from whatever thread. Only
+/// rows that were added or written are asked of the predicates and put in their places; what is unchanged is
+/// neither filtered nor sorted again. It does so at most some twenty times a second, and at once after a
+/// pause, without the signals of passes: aboutToShow() comes before, changesShown() after. Announced are few
+/// runs of rows by rowsRemoved() and rowsInserted() at their places, otherwise by the three steps of a pass;
+/// rows that move by one layoutChanged(); and cells that were written by dataChanged(), in one range where
+/// they are many. data() gives a written value at once, dataChanged() and the new place follow. Rows that are
+/// inserted before others in the master index, and changes of more rows at once than can be kept, lead to a
+/// pass as after reload(), and so does, from time to time, that many rows have come or gone. Nothing is taken
+/// over while what is shown is not up to date, see isUpToDate().
+///
 /// **Failures.** The rows stay as they were when a pass fails, also for lack of memory; passFailed() says
 /// why. If there was no memory left in the middle of the announcements, a reset takes them back.
 ///
@@ -41,13 +53,15 @@ class TableModelPrivate;
 /// there, comes after all numbers and equals every other NaN. Absent values come first, and all is the other
 /// way round in descending order. Rows that are equal in all keys stand in the order of the master index, in
 /// ascending and descending order alike. The order is kept when only the filters change: values that were
-/// written since the rows were sorted count from the next reload() on.
+/// written since the rows were sorted, and not told to a model that follows, count from the next reload() on.
 ///
 /// **Threads.** The model is used from the GUI thread. While a pass reads the rows it holds the table's lock,
 /// so that writers who lock wait for it; rows that are shown must not be written while the GUI thread paints
-/// them, so they are best written there. The predicates of the filters are asked from several threads at
-/// once. The GUI thread must not hold the table's lock when it calls waitForPass(), and the constructor waits
-/// for that lock; all other functions do not.
+/// them, so they are best written there. A table that is followed may be written in any thread, under its
+/// lock: a pass then holds the lock for some milliseconds at a time, and data() takes it for each cell, so
+/// that it waits for a writer; a writer who changes many rows lets go of the lock from time to time. The
+/// predicates of the filters are asked from several threads at once. The GUI thread must not hold the table's
+/// lock when it calls waitForPass(). Only the constructor and, as said, data() wait for that lock.
 ///
 /// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header
 /// in the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
@@ -56,7 +70,9 @@ class TableModelPrivate;
 ///
 /// **Cost.** A pass asks each predicate for every row; where the rows or the sort keys have changed, it also
 /// sorts n rows in n log n. Both are split over threads. The model holds a handle for each row that was
-/// listed.
+/// listed. To take over k changed rows of n that are followed, in a thread, takes k log n steps and some
+/// copies of a list of n numbers; the values by which the rows are sorted are held twice, and rows that were
+/// removed are held until the rows are listed anew.
 class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -101,6 +117,13 @@ public:
     /// Lists the table's rows anew, in a pass, and sorts and filters them. The pass that runs ends first.
     void reload();
 
+    /// Follows \a changes, which tells of the changes of table(), from now on; null for none. It is not owned
+    /// and must outlive the model, or follow() be called again before it is deleted. Lists the table's rows
+    /// anew, as reload() does.
+    void follow(TableChanges *changes);
+    /// What was given to follow().
+    TableChanges *followed() const;
+
     /// Filters by \a filters, which is not owned and may be deleted at any time; null for none. A pass
     /// follows, and one after each FilterList::changed().
     void setFilters(FilterList *filters);
@@ -124,8 +147,8 @@ public:
     /// Whether what is shown is as filters(), sortKeys() and the last reload() have it: not while a pass runs
     /// or is about to, nor after one that failed or was given up, until the next one is shown.
     bool isUpToDate() const;
-    /// Blocks until no pass runs or is about to, and shows the result. Does nothing while a result is being
-    /// announced.
+    /// Blocks until no pass runs or is about to, and shows the result; when the table is followed, also what
+    /// was told before the call. Does nothing while a result is being announced.
     void waitForPass();
     /// How long the last finished pass took to list, sort and filter.
     qint64 lastPassNanoseconds() const;
@@ -158,8 +181,11 @@ Q_SIGNALS:
     void passStarted();
     /// For passes that last longer than a tenth of a second; 0 to 100, never less than before.
     void passProgress(int percent);
-    /// The result of a pass is about to be shown; the rows are still those from before.
+    /// The result of a pass, or what has changed in a table that is followed, is about to be shown; the rows
+    /// are still those from before.
     void aboutToShow();
+    /// What has changed in a table that is followed is shown.
+    void changesShown();
     /// The result of the pass is shown.
     void passFinished();
     /// A filter could not make its predicate, a predicate threw \a message, or there was no memory. The rows

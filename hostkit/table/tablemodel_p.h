@@ -6,6 +6,7 @@
 #include <hostkit/table/tablemodel.h>
 
 #include <memory>
+#include <vector>
 
 namespace sito {
 
@@ -18,6 +19,10 @@ public:
     /// are those from before, after a reset.
     void show(const RowPass &pass);
     void announce(const RowPass &pass);
+    void announceAtOnce(const RowPass &pass);
+    void announceSteps(const RowPass &pass);
+    void announceWritten(const RowPass &pass);
+    QVariant data(int row, int section, int role) const;
     /// Whether a filter over \a column takes part.
     bool isFiltered(int column) const;
 
@@ -35,6 +40,8 @@ public:
     Table &table;
     const TableCells cells;
     View view;
+    /// What the view refers to between the steps of an announcement.
+    std::vector<quint32> steps;
     /// The pass whose result is about to be shown; see TableModel::rowAfterPass().
     const RowPass *coming = nullptr;
     /// Last, so that its threads end before anything that they use.

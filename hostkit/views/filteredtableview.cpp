@@ -95,10 +95,12 @@ void FilteredTableView::connectParts()
         QMetaObject::invokeMethod(this, removeLater, Qt::QueuedConnection);
     });
     connect(m_filters, &FilterList::changed, this, &FilteredTableView::updateHeader);
-    connect(m_model, &TableModel::passFinished, this, [this] {
-        updateNote();
-        Q_EMIT rowsChanged();
-    });
+    for (const auto signal : {&TableModel::passFinished, &TableModel::changesShown}) {
+        connect(m_model, signal, this, [this] {
+            updateNote();
+            Q_EMIT rowsChanged();
+        });
+    }
     connect(m_model, &TableModel::passFailed, this, &FilteredTableView::failed);
 }
 

@@ -24,6 +24,7 @@ ViewAnchor::ViewAnchor(QTableView *view, TableModel *model) : QObject(view), m_v
 {
     connect(model, &TableModel::aboutToShow, this, &ViewAnchor::remember);
     connect(model, &TableModel::passFinished, this, &ViewAnchor::restore);
+    connect(model, &TableModel::changesShown, this, &ViewAnchor::restore);
 }
 
 ViewAnchor::~ViewAnchor() = default;
