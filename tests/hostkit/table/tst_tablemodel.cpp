@@ -12,6 +12,8 @@
 
 #include <support/allocationcounter.h>
 #include <support/exceptions.h>
+#include <support/lambdafilter.h>
+#include <support/modellog.h>
 #include <support/typenames.h>
 
 #include <QAbstractItemModelTester>
@@ -43,32 +45,6 @@ static_assert(int(TableModel::ColumnRole) == int(Qt::UserRole));
 
 namespace {
 
-/// A filter that hides the rows for which a function says so.
-class LambdaFilter : public Filter
-{
-public:
-    explicit LambdaFilter(std::function<bool(const Record &)> function) : Filter(-1, nullptr)
-    {
-        setFunction(std::move(function));
-        setEnabled(true);
-    }
-
-    void setFunction(std::function<bool(const Record &)> function) { m_function = std::move(function); }
-    FilterFunc *createFilterFunc(QObject *parent) const override
-    {
-        return new LambdaFilterFunc(m_function, parent);
-    }
-    QWidget *createFilterWidget(QWidget *) override { return nullptr; }
-    void apply(QWidget *) override {}
-    void init(QWidget *) override {}
-    QString text() const override { return QString(); }
-    QString name() const override { return QString(); }
-    bool hasValue() const override { return true; }
-
-private:
-    std::function<bool(const Record &)> m_function;
-};
-
 /// Holds up predicates until it is opened.
 class Gate
 {
@@ -88,49 +64,6 @@ public:
 private:
     std::atomic<int> m_waiting = 0;
     std::atomic<bool> m_open = false;
-};
-
-/// What a model announces, in order.
-class Log
-{
-public:
-    explicit Log(const TableModel &model)
-    {
-        const auto note = [this](const QString &what) { m_entries.append(what); };
-        const auto range = [note](const QString &what) {
-            return [note, what](const QModelIndex &, int first, int last) {
-                note(u"%1 %2-%3"_s.arg(what).arg(first).arg(last));
-            };
-        };
-        using Model = TableModel;
-        QObject::connect(&model, &Model::passStarted, [note] { note(u"started"_s); });
-        QObject::connect(&model, &Model::passFinished, [note] { note(u"finished"_s); });
-        QObject::connect(&model, &Model::passFailed,
-                         [note](const QString &text) { note(u"failed: "_s + text); });
-        QObject::connect(&model, &Model::passCancelled, [note] { note(u"cancelled"_s); });
-        QObject::connect(&model, &Model::aboutToShow, [note] { note(u"about"_s); });
-        QObject::connect(&model, &Model::rowsInserted, range(u"inserted"_s));
-        QObject::connect(&model, &Model::rowsRemoved, range(u"removed"_s));
-        QObject::connect(&model, &Model::layoutChanged,
-                         [note](const QList<QPersistentModelIndex> &parents, Model::LayoutChangeHint hint) {
-                             note(u"layout %1 %2"_s.arg(parents.size()).arg(int(hint)));
-                         });
-        QObject::connect(&model, &Model::dataChanged,
-                         [note](const QModelIndex &first, const QModelIndex &last, const QList<int> &roles) {
-                             note(u"changed %1:%2-%3:%4%5"_s.arg(first.row())
-                                      .arg(first.column())
-                                      .arg(last.row())
-                                      .arg(last.column())
-                                      .arg(roles.isEmpty() ? u""_s : u" some roles"_s));
-                         });
-        QObject::connect(&model, &Model::modelReset, [note] { note(u"reset"_s); });
-    }
-
-    const QStringList &entries() const { return m_entries; }
-    QStringList take() { return std::exchange(m_entries, {}); }
-
-private:
-    QStringList m_entries;
 };
 
 /// The display texts of a section, from top to bottom.
@@ -216,7 +149,7 @@ private Q_SLOTS:
     void showsAnEmptyTable()
     {
         TableModel &model = makeModel(0);
-        Log log(model);
+        ModelLog log(model);
 
         QCOMPARE(model.rowCount(), 0);
         model.sort(0);
@@ -434,7 +367,7 @@ private Q_SLOTS:
         FilterList filters(m_table);
         auto *filter = new LambdaFilter(hidden);
         filters.add(filter);
-        Log log(model);
+        ModelLog log(model);
         const auto pass = [&](std::function<bool(const Record &)> function) {
             filter->setFunction(std::move(function));
             filters.notifyChanged(filter);
@@ -467,7 +400,7 @@ private Q_SLOTS:
         filters.add(filter);
         model.setFilters(&filters);
         model.waitForPass();
-        Log log(model);
+        ModelLog log(model);
 
         for (const QString &value : {u"1"_s, u"2"_s, u"3"_s}) {
             filter->setValue(value);
@@ -494,7 +427,7 @@ private Q_SLOTS:
         });
         filters.add(filter);
         model.setFilters(&filters);
-        Log log(model);
+        ModelLog log(model);
         QTRY_VERIFY(gate->isReached());
 
         filter->setFunction([](const Record &row) { return id(row) == 3; });
@@ -713,7 +646,7 @@ private Q_SLOTS:
         filters.add(filter);
         model.setFilters(&filters);
         model.sort(0, Qt::DescendingOrder);
-        Log log(model);
+        ModelLog log(model);
 
         if (kind == 0)
             announceReport(u"bad row"_s);
@@ -753,7 +686,7 @@ private Q_SLOTS:
         connect(&model, &TableModel::layoutChanged, this, [guarded] { (*guarded)(u"layout"_s); });
         connect(&model, &TableModel::rowsRemoved, this, [guarded] { (*guarded)(u"removed"_s); });
         connect(&model, &TableModel::dataChanged, this, [guarded] { (*guarded)(u"changed"_s); });
-        Log log(model);
+        ModelLog log(model);
 
         model.waitForPass();
 
@@ -779,7 +712,7 @@ private Q_SLOTS:
         FilterList filters(m_table);
         filters.add(new BrokenFilter(nullptr));
         model.setFilters(&filters);
-        Log log(model);
+        ModelLog log(model);
 
         QTRY_VERIFY(!model.isPassRunning());
 
@@ -918,7 +851,7 @@ private Q_SLOTS:
         append(4, u"d"_s);
         TableModel model(m_table, {1, 0});
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
-        Log log(model);
+        ModelLog log(model);
         const auto reloaded = [&] {
             model.reload();
             model.waitForPass();
@@ -959,7 +892,7 @@ private Q_SLOTS:
             return id(row) == 1;
         }));
         model.setFilters(&filters);
-        Log log(model);
+        ModelLog log(model);
         QTRY_VERIFY(gate->isReached());
 
         for (int i = 0; i < 3; ++i) {
@@ -1064,7 +997,7 @@ private Q_SLOTS:
         filters.add(filter);
         model.setFilters(&filters);
         QTRY_VERIFY(gate->isReached());
-        Log log(model);
+        ModelLog log(model);
 
         model.cancelPass();
         model.cancelPass();
@@ -1239,7 +1172,7 @@ private Q_SLOTS:
         filters.add(filter);
         model.setFilters(&filters);
         model.waitForPass();
-        Log log(model);
+        ModelLog log(model);
         auto change = [&, done = false](const QString &now) mutable {
             if (now != when || std::exchange(done, true))
                 return;
