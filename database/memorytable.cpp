@@ -6,6 +6,7 @@
 #include <QSet>
 #include <QVarLengthArray>
 
+#include <bit>
 #include <cstring>
 #include <mutex>
 #include <type_traits>
@@ -184,6 +185,41 @@ private:
     QList<Record> m_records;
 };
 
+/// Rows that are about to leave the table.
+class LeavingRows
+{
+public:
+    explicit LeavingRows(const QList<Record> &rows)
+        : m_bits(std::bit_ceil(size_t(rows.size()) / 2 + 1)), m_mask(m_bits.size() * 64 - 1)
+    {
+        m_rows.reserve(rows.size());
+        for (const Record &row : rows) {
+            m_rows.insert(row.row());
+            const size_t bit = bitOf(row.row());
+            m_bits[bit / 64] |= quint64(1) << bit % 64;
+        }
+    }
+
+    const QSet<unsigned char *> &all() const { return m_rows; }
+    bool contains(unsigned char *row) const
+    {
+        // All rows of the table are asked about, and nearly all of them stay.
+        const size_t bit = bitOf(row);
+        return (m_bits[bit / 64] >> bit % 64 & 1) != 0 && m_rows.contains(row);
+    }
+
+private:
+    size_t bitOf(const unsigned char *row) const
+    {
+        return size_t(quint64(quintptr(row)) * 0x9E3779B97F4A7C15u >> 32) & m_mask;
+    }
+
+    QSet<unsigned char *> m_rows;
+    /// One bit is set for each row; some 32 are not.
+    std::vector<quint64> m_bits;
+    size_t m_mask;
+};
+
 /// The index holds its own reference on each of its rows.
 void retain(unsigned char *row)
 {
@@ -333,24 +369,21 @@ void MemoryTable::remove(const Record &row)
 void MemoryTable::remove(const QList<Record> &rows)
 {
     const std::lock_guard guard(d->mutex);
-    QSet<unsigned char *> leaving;
-    leaving.reserve(rows.size());
-    for (const Record &row : rows) {
+    for (const Record &row : rows)
         requireOwn(row);
-        leaving.insert(row.row());
-    }
+    const LeavingRows leaving(rows);
     qsizetype found = 0;
     for (const auto block : d->index)
         found += leaving.contains(block) ? 1 : 0;
-    if (found != leaving.size())
+    if (found != leaving.all().size())
         refuseMissing(rows);
     std::vector<unsigned char *> told;
     if (d->changes.isHeard())
-        told.assign(leaving.begin(), leaving.end());
+        told.assign(leaving.all().begin(), leaving.all().end());
     d->index.removeIf([&](unsigned char *block) { return leaving.contains(block); });
     if (!told.empty())
         d->changes.tell({TableChange::Removed, told});
-    for (unsigned char *block : std::as_const(leaving))
+    for (unsigned char *block : leaving.all())
         release(this, block);
 }
 
