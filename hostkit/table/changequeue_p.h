@@ -6,6 +6,7 @@
 
 #include <QtGlobal>
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -50,6 +51,9 @@ public:
     void beginListing(Changes &before);
     void endListing();
 
+    /// How many readers of cells wait for the lock of the table: a pass lets go of it soon then.
+    std::atomic<int> &waitingReaders() { return m_waitingReaders; }
+
     void tableChanged(const TableChange &change) noexcept override;
 
 private:
@@ -57,6 +61,7 @@ private:
 
     TableChanges &m_source;
     const std::function<void()> m_wake;
+    std::atomic<int> m_waitingReaders = 0;
     mutable std::mutex m_mutex;
     Changes m_changes;
     std::deque<Record> m_departed;

@@ -15,6 +15,7 @@
 #include <QScopeGuard>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -26,28 +27,34 @@ constexpr size_t rowsAtOnce = 1 << 12;
 /// How many rows a thread asks the predicates about before it looks whether it is to stop.
 constexpr size_t stopInterval = 64;
 
-/// For how long the lock of a table that is followed is held, and for how long writers may then have it.
+/// For how long the lock of a table that is followed is held, and for how long others may then have it.
 constexpr qint64 sliceNanoseconds = 2'000'000;
 constexpr std::chrono::microseconds pause(200);
+/// The same when cells are read in the GUI thread, mostly many of them.
+constexpr std::chrono::microseconds longPause(1000);
 
 /// As parallel::forRanges(), under the lock of \a table, which is released from time to time.
 template <typename Work>
-void inSlices(const Table &table, const parallel::Context &context, size_t size, const Work &work)
+void inSlices(const Table &table, ChangeQueue &queue, const parallel::Context &context, size_t size,
+              const Work &work)
 {
     constexpr size_t rowsOfAThread = 1 << 9;
     const size_t step = rowsOfAThread * size_t(std::max(1, context.threads));
+    const std::atomic<int> &readers = queue.waitingReaders();
+    bool isWaitedFor = false;
     for (size_t next = 0; next < size;) {
         if (next > 0)
-            std::this_thread::sleep_for(pause);
+            std::this_thread::sleep_for(isWaitedFor ? longPause : pause);
         parallel::underLock(table, context.stop, [&] {
             QElapsedTimer timer;
             timer.start();
-            while (next < size && timer.nsecsElapsed() < sliceNanoseconds) {
+            do {
                 const size_t begin = next;
                 next = std::min(size, begin + step);
                 parallel::forRanges(context, next - begin, rowsOfAThread,
                                     [&](size_t first, size_t last) { work(begin + first, begin + last); });
-            }
+                isWaitedFor = readers.load(std::memory_order_relaxed) > 0;
+            } while (next < size && !isWaitedFor && timer.nsecsElapsed() < sliceNanoseconds);
         });
     }
 }
@@ -165,7 +172,7 @@ std::vector<quint8> RowPass::readInSlices(const parallel::Context &context)
 
     std::vector<quint8> visible = m_present;
     if (values || !predicates.empty()) {
-        inSlices(m_table, context, m_count, [&](size_t first, size_t last) {
+        inSlices(m_table, *queue, context, m_count, [&](size_t first, size_t last) {
             for (size_t id = first; id < last; ++id) {
                 if (id % stopInterval == 0)
                     context.stop.throwIfStopped();
@@ -237,7 +244,7 @@ std::vector<quint8> RowPass::readChanges(const parallel::Context &context)
     SortValues *values = order ? order->values.get() : nullptr;
     if (values)
         values->resize(m_count);
-    inSlices(m_table, context, changed.size(), [&](size_t first, size_t last) {
+    inSlices(m_table, *queue, context, changed.size(), [&](size_t first, size_t last) {
         for (size_t i = first; i < last; ++i) {
             const quint32 id = changed[i].id;
             if (values)

@@ -6,12 +6,16 @@
 #include <hostkit/table/changequeue_p.h>
 #include <hostkit/table/rowpass_p.h>
 
+#include <data/table.h>
+
 #include <QBasicTimer>
 #include <QObject>
 #include <QPointer>
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace sito {
@@ -44,6 +48,19 @@ public:
     /// Whether a result is being shown; no pass begins meanwhile.
     bool isShowing() const { return m_isShowing; }
     qint64 lastNanoseconds() const { return m_lastNanoseconds; }
+
+    /// Calls \a read, under the lock of the table if it is followed.
+    template <typename Read>
+    auto readCell(const Read &read) const
+    {
+        if (!m_queue)
+            return read();
+        std::atomic<int> &readers = m_queue->waitingReaders();
+        readers.fetch_add(1, std::memory_order_relaxed);
+        const std::lock_guard lock(m_table);
+        readers.fetch_sub(1, std::memory_order_relaxed);
+        return read();
+    }
 
     // Each throws std::bad_alloc when there is no memory to begin with, and has changed nothing then.
     void reload();

@@ -11,7 +11,6 @@
 #include <QThreadPool>
 
 #include <algorithm>
-#include <mutex>
 
 #include <hostkit/table/tablemodel_p.h>
 
@@ -331,10 +330,7 @@ QVariant TableModel::data(const QModelIndex &index, int role) const
         return QVariant();
     if (role == ColumnRole)
         return columns().at(index.column());
-    if (!d->passes.followed())
-        return d->data(index.row(), index.column(), role);
-    const std::lock_guard lock(d->table);
-    return d->data(index.row(), index.column(), role);
+    return d->passes.readCell([&] { return d->data(index.row(), index.column(), role); });
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -17,6 +17,7 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <mutex>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -223,11 +224,16 @@ QList<KeyValue> keysOf(const TableModel &model, const Selection &selection, cons
     }
     // A key costs far more than a look at the row, and most rows hold what another one held.
     DifferentRows seen({model.table(), &columns});
+    std::unique_lock lock(*model.table(), std::defer_lock);
+    if (model.followed())
+        lock.lock(); // others may write
     for (const int row : selection.rows) {
         const Record record = model.record(row);
         if (seen.add(record.row()))
             keys.append(keyOf(record, columns));
     }
+    if (lock.owns_lock())
+        lock.unlock();
     std::sort(keys.begin(), keys.end());
     const auto last = std::unique(keys.begin(), keys.end(),
                                   [](const KeyValue &a, const KeyValue &b) { return !(a < b) && !(b < a); });
