@@ -2,6 +2,7 @@
 #include <hostkit/table/changequeue_p.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace sito {
@@ -10,6 +11,8 @@ namespace {
 
 /// Who is that far behind lists the rows anew.
 constexpr size_t mostChanges = size_t(1) << 20;
+/// That many take the GUI thread some milliseconds.
+constexpr size_t mostAtOnce = size_t(1) << 15;
 
 quint64 bitsOf(std::span<const int> columns)
 {
@@ -44,20 +47,34 @@ bool ChangeQueue::isEmpty() const
     return m_changes.empty() && !m_isLost;
 }
 
-bool ChangeQueue::take(Changes &changes)
+quint64 ChangeQueue::toldCount() const
 {
     const std::lock_guard lock(m_mutex);
-    changes.swap(m_changes);
+    return m_toldCount;
+}
+
+bool ChangeQueue::take(Changes &changes, quint64 &count)
+{
+    const std::lock_guard lock(m_mutex);
     m_isWoken = false;
+    if (m_changes.size() <= mostAtOnce || m_isLost) {
+        changes.swap(m_changes);
+    } else {
+        const auto end = m_changes.begin() + qptrdiff(mostAtOnce);
+        changes.assign(std::make_move_iterator(m_changes.begin()), std::make_move_iterator(end));
+        m_changes.erase(m_changes.begin(), end);
+    }
+    count = m_toldCount - m_changes.size();
     return !m_isLost;
 }
 
-void ChangeQueue::beginListing(Changes &before)
+quint64 ChangeQueue::beginListing(Changes &before)
 {
     const std::lock_guard lock(m_mutex);
     before.swap(m_changes);
     m_isLost = false;
     ++m_listings;
+    return m_toldCount;
 }
 
 void ChangeQueue::endListing()
@@ -71,6 +88,7 @@ void ChangeQueue::endListing()
 void ChangeQueue::tableChanged(const TableChange &change) noexcept
 {
     const std::lock_guard lock(m_mutex);
+    m_toldCount += change.rows.size();
     try {
         keep(change);
     } catch (...) {

@@ -42,13 +42,16 @@ public:
     /// Listens no longer; \a wake is not called any more.
     void stop() noexcept;
     bool isEmpty() const;
-    /// Takes what there is. Whether that is all that was told: otherwise rows were inserted before others, or
-    /// there was no room, and the table is to be listed anew.
-    bool take(Changes &changes);
+    /// How many rows were told of until now, as often as they were.
+    quint64 toldCount() const;
+    /// Takes what was told first, as much as the GUI thread may handle in one go; \a count is the toldCount()
+    /// up to there. Whether that is all that was told until then: otherwise rows were inserted before others,
+    /// or there was no room, and the table is to be listed anew.
+    bool take(Changes &changes, quint64 &count);
 
     /// For a listing, under the lock of the table: takes what was told before, and keeps rows that leave from
-    /// now on alive until endListing().
-    void beginListing(Changes &before);
+    /// now on alive until endListing(). Returns toldCount().
+    quint64 beginListing(Changes &before);
     void endListing();
 
     /// How many readers of cells wait for the lock of the table: a pass lets go of it soon then.
@@ -64,6 +67,7 @@ private:
     std::atomic<int> m_waitingReaders = 0;
     mutable std::mutex m_mutex;
     Changes m_changes;
+    quint64 m_toldCount = 0;
     std::deque<Record> m_departed;
     int m_listings = 0;
     bool m_isListening = true;

@@ -208,7 +208,7 @@ void RowPass::list(const parallel::Context &context)
     parallel::underLock(m_table, context.stop, [&] {
         // A pass that was given up must not take what the next one is to be told.
         context.stop.throwIfStopped();
-        queue->beginListing(before);
+        toldCount = queue->beginListing(before);
         isListing = true;
         for (unsigned char *row : *m_table.masterIndex())
             blocks.push_back(row);

@@ -96,6 +96,9 @@ public:
     std::shared_ptr<ChangeQueue> queue;
     /// For a pass over what has changed alone. The rest must be that of the pass before.
     std::optional<Changes> changes;
+    /// Of a table that is followed: the ChangeQueue::toldCount() up to which a pass over changes, or one that
+    /// lists the rows, shows what was told. The latter sets it.
+    quint64 toldCount = 0;
 
     /// Does the work, and holds the table's lock while it reads rows: from the first to the last, or, when
     /// the table is followed, for some of them at a time. Throws parallel::Stopped,

@@ -80,6 +80,7 @@ void RowPasses::follow(TableChanges *changes)
     if (m_queue)
         m_queue->stop();
     m_queue = std::move(queue);
+    m_shownCount = 0;
     m_isReloadWanted = m_isReloadWanted || m_queue;
 }
 
@@ -183,6 +184,8 @@ void RowPasses::end(RowPass &pass)
 
     m_order = pass.order;
     m_visible = pass.visible();
+    if (pass.queue == m_queue && (pass.reload || pass.changes))
+        m_shownCount = pass.toldCount;
     const std::shared_ptr<const ShownRows> before = std::exchange(m_shown, pass.result().shown);
     pass.forgetBefore();
     if (pass.changes) {
@@ -242,18 +245,12 @@ void RowPasses::cancel()
 
 void RowPasses::wait()
 {
-    while (isRunning() && !m_isShowing) {
+    const quint64 told = m_queue ? m_queue->toldCount() : 0;
+    while (!m_isShowing && (isRunning() || (m_queue && m_isUpToDate && m_shownCount < told))) {
+        if (!m_pass && !m_isPending)
+            startBatch();
         startPending();
         m_task.wait();
-    }
-    // The batch that runs, and one for what was told since it began.
-    for (int batches = 0; batches < 2 && m_queue && m_isUpToDate && !m_isShowing; ++batches) {
-        if (!m_pass && !m_queue->isEmpty())
-            startBatch();
-        while ((m_pass || m_isPending) && !m_isShowing) {
-            startPending();
-            m_task.wait();
-        }
     }
 }
 
@@ -280,8 +277,9 @@ void RowPasses::startBatch()
     m_pause.start(batchInterval, this);
     QString error;
     try {
-        std::vector<RowPass::Changes::Row> rows;
-        if (!collectChanges(rows)) {
+        RowPass::Changes changes;
+        quint64 toldCount = 0;
+        if (!collectChanges(changes, toldCount)) {
             reload();
             return;
         }
@@ -291,7 +289,8 @@ void RowPasses::startBatch()
         next->order = m_order;
         next->predicates = m_predicates;
         next->queue = m_queue;
-        next->changes = RowPass::Changes{std::move(rows), m_visible};
+        next->changes = std::move(changes);
+        next->toldCount = toldCount;
         launch(next);
     } catch (...) {
         error = currentExceptionText();
@@ -303,18 +302,19 @@ void RowPasses::startBatch()
     }
 }
 
-/// Takes what was told and brings the set of rows up to date; \a rows are those to read. Whether that can be
-/// done: otherwise the rows are to be listed anew.
-bool RowPasses::collectChanges(std::vector<RowPass::Changes::Row> &rows)
+/// Takes what was told, as far as \a toldCount, and brings the set of rows up to date; \a changes are those
+/// that a batch is to read. Whether that can be done: otherwise the rows are to be listed anew.
+bool RowPasses::collectChanges(RowPass::Changes &changes, quint64 &toldCount)
 {
-    ChangeQueue::Changes changes;
+    ChangeQueue::Changes told;
     RowSet &set = *m_shown->rows;
-    if (!m_queue->take(changes) || !m_visible || !set.mayGrow() || set.isWorn())
+    if (!m_queue->take(told, toldCount) || !m_visible || !set.mayGrow() || set.isWorn())
         return false;
-    rows.reserve(changes.size());
-    for (const ChangeQueue::Change &change : changes) {
+    changes.visible = m_visible;
+    changes.rows.reserve(told.size());
+    for (const ChangeQueue::Change &change : told) {
         if (change.kind == TableChange::Appended) {
-            rows.push_back({set.append(change.row), 0});
+            changes.rows.push_back({set.append(change.row), 0});
             continue;
         }
         const quint32 id = set.find(change.row.row());
@@ -323,7 +323,7 @@ bool RowPasses::collectChanges(std::vector<RowPass::Changes::Row> &rows)
         if (change.kind == TableChange::Removed)
             set.markGone(id);
         else
-            rows.push_back({id, change.columns});
+            changes.rows.push_back({id, change.columns});
     }
     return true;
 }

@@ -99,7 +99,7 @@ private:
     void fail(bool wasReload, const QString &message);
     void takeChanges();
     void startBatch();
-    bool collectChanges(std::vector<RowPass::Changes::Row> &rows);
+    bool collectChanges(RowPass::Changes &changes, quint64 &toldCount);
     void launch(const std::shared_ptr<RowPass> &next);
     void letGo(std::shared_ptr<const void> object) noexcept;
 
@@ -111,6 +111,8 @@ private:
     std::shared_ptr<const RowPass::Order> m_order;
     /// Null unless the table is followed.
     std::shared_ptr<ChangeQueue> m_queue;
+    /// Up to where what was told is shown.
+    quint64 m_shownCount = 0;
     // Of the last pass that was shown.
     std::vector<std::shared_ptr<const FilterFunc>> m_predicates;
     std::shared_ptr<const std::vector<quint8>> m_visible;
