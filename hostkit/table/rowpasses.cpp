@@ -274,9 +274,9 @@ void RowPasses::takeChanges()
 
 void RowPasses::startBatch()
 {
-    m_pause.start(batchInterval, this);
     QString error;
     try {
+        m_pause.start(batchInterval, this);
         RowPass::Changes changes;
         quint64 toldCount = 0;
         if (!collectChanges(changes, toldCount)) {

@@ -5,6 +5,7 @@
 
 #include <database/memorytable.h>
 
+#include <data/tablechanges.h>
 #include <filterfuncs/lambdafilterfunc.h>
 #include <filters/filter.h>
 
@@ -17,7 +18,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <new>
+#include <span>
 
 #include <malloc.h>
 
@@ -209,6 +212,67 @@ private Q_SLOTS:
             QVERIFY(!third.isValid());
             if (isComplete)
                 QCOMPARE(second.row(), 0);
+        }
+
+        QVERIFY(failures > 20);
+    }
+
+    void keepsItsRowsWhenThereIsNoMemoryToFollow_data()
+    {
+        QTest::addColumn<bool>("tells");
+        QTest::newRow("none to show what was told") << false;
+        QTest::newRow("none to tell, either") << true;
+    }
+    void keepsItsRowsWhenThereIsNoMemoryToFollow()
+    {
+        QFETCH(const bool, tells);
+        int failures = 0;
+        bool isComplete = false;
+        for (qint64 allowed = 0; !isComplete; allowed += allowed < 4096 ? 16 : 512) {
+            QVERIFY(allowed < 1'000'000);
+            init();
+            TableChanges changes;
+            TableModel model(m_table, {0});
+            model.setSortKeys({{0, Qt::DescendingOrder}});
+            model.follow(&changes);
+            model.waitForPass();
+            QCOMPARE(shown(model), u"6 5 4 3 2 1"_s);
+            const QPersistentModelIndex second = model.index(1, 0);
+            const QPersistentModelIndex third = model.index(3, 0);
+            QSignalSpy failed(&model, &TableModel::passFailed);
+            {
+                const std::lock_guard lock(m_table);
+                const Record gone = m_table.row(2);
+                m_table.remove(gone);
+                const Record added = m_table.append({qint32(8)});
+                unsigned char *rows[] = {gone.row(), added.row()};
+                bytesLeft = tells ? allowed : -1;
+                changes.tell({TableChange::Removed, std::span(rows, 1)});
+                changes.tell({TableChange::Appended, std::span(rows + 1, 1)});
+                bytesLeft = -1;
+            }
+            bytesLeft = allowed;
+            try {
+                model.waitForPass();
+                bytesLeft = -1;
+            } catch (...) {
+                bytesLeft = -1;
+                QFAIL("an exception left the model");
+            }
+            isComplete = failed.isEmpty();
+            if (!isComplete) {
+                ++failures;
+                QCOMPARE(shown(model), u"6 5 4 3 2 1"_s);
+                QVERIFY(!model.isUpToDate());
+                // Later there is.
+                model.reload();
+                model.waitForPass();
+            }
+            QVERIFY(model.isUpToDate());
+            QCOMPARE(shown(model), u"8 6 5 4 2 1"_s);
+            QVERIFY(!third.isValid());
+            if (isComplete)
+                QCOMPARE(second.row(), 2);
         }
 
         QVERIFY(failures > 20);
