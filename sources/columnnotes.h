@@ -18,6 +18,7 @@ SOURCES_EXPORT QString columnTypeText(const ColumnSpec &column);
 
 /// One line for every column of \a table that became another one than was \a declared, because its values
 /// needed it (see TableLoader::Digits::AsNeeded): what was declared and what they need.
-SOURCES_EXPORT QStringList widerColumnNotes(const QList<ColumnSpec> &declared, const MemoryTable &table);
+[[deprecated("TableLoader::columnNotes()")]] SOURCES_EXPORT QStringList
+widerColumnNotes(const QList<ColumnSpec> &declared, const MemoryTable &table);
 
 } // namespace sito

@@ -145,6 +145,7 @@ std::optional<DeclaredType> DeclaredType::read(const QString &text)
         break;
     case Kind::DateTime:
         spec.type = FieldType::DateTime;
+        type.isDate = words == QStringList(u"DATE"_s);
         break;
     case Kind::Bytes:
         if (hasLength && (length < 1 || length > maxRaw))

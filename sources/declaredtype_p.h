@@ -21,6 +21,8 @@ struct DeclaredType
     int digits = 0;
     /// A decimal that was declared without digits.
     bool isOpen = false;
+    /// A date without a time.
+    bool isDate = false;
 
     /// Reads "numeric(10, 2)"; nothing for a type that has no place in a table.
     static std::optional<DeclaredType> read(const QString &text);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/postgresdialect_p.h>
 
+#include <sources/bytestext_p.h>
 #include <sources/portion_p.h>
 #include <sources/postgresrows_p.h>
 #include <sources/postgressession_p.h>
@@ -115,6 +116,13 @@ QString listedName(const QString &schema, const QString &table, bool isFoundByNa
 QString expression(const SourceColumn &column, const QString &declaredType)
 {
     QString name = quoted(column.spec().name);
+    if (column.isShownAsText()) {
+        // The form that the type itself writes: a cast may be a function of whoever made the type. A row of
+        // absent values is not absent.
+        return declaredType == "bytea"_L1 ? u"pg_catalog.substr(%1, 1, %2)"_s.arg(name).arg(BytesStart::shown)
+                                          : u"CASE WHEN pg_catalog.num_nulls(%1) OPERATOR(pg_catalog.=) 0 "
+                                            "THEN pg_catalog.concat('=', %1) END"_s.arg(name);
+    }
     if (column.spec().type == FieldType::DateTime) {
         // As texts: the driver would drop fractions of a second, and what it cannot read would seem absent.
         return declaredType.endsWith("with time zone"_L1)
@@ -177,9 +185,9 @@ QList<SqlDialect::Column> PostgresDialect::columns(const Table &table) const
     return result;
 }
 
-std::optional<SourceColumn> PostgresDialect::sourceColumn(const Column &column) const
+std::optional<SourceColumn> PostgresDialect::sourceColumn(const Column &column, bool isStrict) const
 {
-    auto result = SqlDialect::sourceColumn(column);
+    auto result = SqlDialect::sourceColumn(column, isStrict);
     if (result)
         result->takeServerTexts();
     return result;
@@ -226,7 +234,7 @@ std::optional<qint64> PostgresDialect::rowCount(const Table &table, const parall
         return std::nullopt;
     checkObstacle(table);
     if (!isLarge(table)) {
-        const qint64 count = number(u"SELECT pg_catalog.count(*) FROM "_s + table.quotedName);
+        const qint64 count = number(u"SELECT pg_catalog.count(*) FROM "_s + table.quotedName, table.name);
         if (stop.isStopRequested())
             return std::nullopt;
         return count;
@@ -254,17 +262,24 @@ std::unique_ptr<SqlRows> PostgresDialect::rows(const Table &table, const QList<C
                                                const std::vector<SourceColumn> &columns) const
 {
     QStringList expressions;
-    std::vector<bool> texts;
+    QStringList sizes;
+    std::vector<PostgresRows::Column> kinds;
     for (size_t i = 0; i < columns.size(); ++i) {
-        expressions.append(expression(columns[i], declared.at(qsizetype(i)).declaredType));
-        texts.push_back(columns[i].isText());
+        const QString &type = declared.at(qsizetype(i)).declaredType;
+        expressions.append(expression(columns[i], type));
+        PostgresRows::Column kind{.isText = columns[i].isText()};
+        if (columns[i].isShownAsText() && type == "bytea"_L1) {
+            kind = {.isText = false, .sizeColumn = int(columns.size()) + int(sizes.size())};
+            sizes.append(u"pg_catalog.octet_length(%1)"_s.arg(quoted(columns[i].spec().name)));
+        }
+        kinds.push_back(kind);
     }
     return std::make_unique<PostgresRows>(
-        connection(), u"SELECT "_s + expressions.join(u", "_s) + u" FROM "_s + table.quotedName,
-        std::move(texts));
+        connection(), u"SELECT "_s + (expressions + sizes).join(u", "_s) + u" FROM "_s + table.quotedName,
+        std::move(kinds));
 }
 
-/// Also makes the server write every digit.
+/// Also makes the server write every digit, and dates in one form and zone.
 std::function<void()> PostgresDialect::beginSnapshot() const
 {
     const QSqlDatabase connection = this->connection();
@@ -285,6 +300,7 @@ std::function<void()> PostgresDialect::beginSnapshot() const
     if (!end.isEmpty()) {
         query.exec(u"SET LOCAL extra_float_digits = 3"_s);
         query.exec(u"SET LOCAL DateStyle = 'ISO'"_s);
+        query.exec(u"SET LOCAL TimeZone = 'UTC'"_s);
     }
     return [connection, end] {
         // A connection that was lost takes its transaction with it.

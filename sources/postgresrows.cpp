@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <sources/postgresrows_p.h>
 
+#include <sources/bytestext_p.h>
+
 #include <utility>
 
 namespace sito {
@@ -13,8 +15,9 @@ constexpr int rowsAtOnce = 4096;
 
 } // namespace
 
-PostgresRows::PostgresRows(const QSqlDatabase &connection, const QString &statement, std::vector<bool> texts)
-    : SqlRows(connection, statement), m_texts(std::move(texts))
+PostgresRows::PostgresRows(const QSqlDatabase &connection, const QString &statement,
+                           std::vector<Column> columns)
+    : SqlRows(connection, statement), m_columns(std::move(columns))
 {
     query().setForwardOnly(false);
 }
@@ -34,9 +37,13 @@ bool PostgresRows::next()
 QVariant PostgresRows::value(int column) const
 {
     QVariant value = SqlRows::value(column);
-    if (!m_texts[size_t(column)] || value.isNull())
+    const Column &kind = m_columns[size_t(column)];
+    if (value.isNull())
         return value;
-    return value.toString().sliced(1);
+    if (kind.sizeColumn >= 0)
+        return QVariant::fromValue(
+            BytesStart{SqlRows::value(kind.sizeColumn).toLongLong(), value.toByteArray()});
+    return kind.isText ? QVariant(value.toString().sliced(1)) : value;
 }
 
 void PostgresRows::close()

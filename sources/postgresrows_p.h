@@ -12,8 +12,16 @@ namespace sito {
 class PostgresRows : public SqlRows
 {
 public:
-    /// Of the columns that \a texts marks, values come with one character in front, which is taken away.
-    PostgresRows(const QSqlDatabase &connection, const QString &statement, std::vector<bool> texts);
+    struct Column
+    {
+        /// Values come with one character in front, which is taken away.
+        bool isText = false;
+        /// Where it is not negative, values are the first of some bytes, and how many those are stands in
+        /// that column.
+        int sizeColumn = -1;
+    };
+
+    PostgresRows(const QSqlDatabase &connection, const QString &statement, std::vector<Column> columns);
 
     bool open() override;
     bool next() override;
@@ -23,7 +31,7 @@ public:
 private:
     bool fetch();
 
-    const std::vector<bool> m_texts;
+    const std::vector<Column> m_columns;
     int m_fetched = 0;
 };
 

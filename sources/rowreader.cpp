@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/rowreader_p.h>
 
+#include <sources/bytestext_p.h>
 #include <sources/sqlrows_p.h>
 #include <sources/tableloader.h>
 
@@ -89,8 +90,8 @@ Exception cellError(const QString &table, qint64 row, const SourceColumn &column
 
 } // namespace
 
-RowReader::RowReader(const QString &table, SqlRows &rows, std::vector<SourceColumn> &columns, bool canWiden)
-    : m_table(table), m_rows(rows), m_columns(columns), m_canWiden(canWiden), m_cells(columns.size())
+RowReader::RowReader(const QString &table, SqlRows &rows, std::vector<SourceColumn> &columns, Misfits misfits)
+    : m_table(table), m_rows(rows), m_columns(columns), m_misfits(misfits), m_cells(columns.size())
 {
 }
 
@@ -109,23 +110,42 @@ void RowReader::readCell(size_t index)
     SourceColumn &column = m_columns[index];
     const QVariant value = m_rows.value(int(index));
     CellProblem problem = column.read(value, m_cells[index]);
-    const bool needsRoom = problem == CellProblem::Digits || problem == CellProblem::TextLength ||
-                           (problem == CellProblem::OutOfRange && column.spec().type == FieldType::Int);
-    if (needsRoom && m_canWiden && column.widen()) {
-        m_isWidened = true;
-        return;
-    }
-    // Some drivers give no value in place of one that they cannot read.
-    if (value.isNull() && !m_rows.isNull(int(index)))
+    // Some drivers give no value in place of one that they cannot read. As a text it is read as absent.
+    if (value.isNull() && !column.isShownAsText() && !m_rows.isNull(int(index)))
         problem = CellProblem::WrongKind;
-    if (problem == CellProblem::None && column.isText()) {
-        const auto *text = std::get_if<QString>(&m_cells[index]);
-        if (text && !m_rows.isText(int(index), *text))
-            problem = CellProblem::Encoding;
+    if (problem == CellProblem::None && value.typeId() == QMetaType::QString && column.isText())
+        problem = checkText(index, value);
+    while (problem != CellProblem::None) {
+        if (!change(column, problem, value))
+            throw cellError(m_table, m_rowsRead + 1, column, value, problem);
+        m_isChanged = true;
+        if (problem != CellProblem::Absent)
+            column.setCause(m_rowsRead + 1, shown(value));
+        problem = column.read(value, m_cells[index]);
     }
-    if (problem == CellProblem::None)
-        return;
-    throw cellError(m_table, m_rowsRead + 1, column, value, problem);
+}
+
+/// Checks that \a value, a text that was just read, is what the database holds; otherwise shows the bytes.
+CellProblem RowReader::checkText(size_t index, const QVariant &value)
+{
+    const auto bytes = m_rows.strayBytes(int(index), *static_cast<const QString *>(value.constData()));
+    if (!bytes)
+        return CellProblem::None;
+    if (m_misfits != Misfits::Shown)
+        return CellProblem::Encoding;
+    m_columns[index].noteStrayBytes();
+    if (bytes->isEmpty())
+        return CellProblem::None;
+    return m_columns[index].read(textOfUtf8(*bytes), m_cells[index]);
+}
+
+/// Whether \a column could be changed for \a value.
+bool RowReader::change(SourceColumn &column, CellProblem problem, const QVariant &value) const
+{
+    if (m_misfits != Misfits::Shown)
+        return m_misfits == Misfits::GetRoom && column.widen(problem);
+    column.admit(problem, value);
+    return true;
 }
 
 } // namespace sito

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcecolumn_p.h>
 
+#include <sources/bytestext_p.h>
 #include <sources/decimaltext_p.h>
 #include <sources/declaredtype_p.h>
 #include <sources/isodate_p.h>
@@ -8,6 +9,7 @@
 #include <QByteArray>
 #include <QDate>
 #include <QDateTime>
+#include <QLocale>
 #include <QMetaType>
 #include <QTimeZone>
 
@@ -30,11 +32,13 @@ constexpr int xdecimalDigits = 36;
 /// need a larger scale.
 constexpr qint64 openWhole = 8;
 /// Doubles up to this hold every whole number.
-constexpr double maxExactWhole = 9007199254740992.0;
+constexpr qint64 maxExactWhole = 9'007'199'254'740'992;
 /// Decimal numbers below this, scaled by a power of ten of at most 22, are each the shortest text of their
 /// double.
 constexpr double maxShortest = 1e15;
 constexpr int maxExactPower = 22;
+/// The characters of "2017-01-31".
+constexpr int isoDateLength = 10;
 
 /// 10 to the power of \a exponent, or 0 when that is not a 64-bit number.
 qint64 powerOfTen(int exponent)
@@ -74,13 +78,36 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
     auto type = DeclaredType::read(declaredType);
     if (!type)
         return std::nullopt;
-    type->spec.name = name;
-    type->spec.nullable = nullable;
-    return SourceColumn(*type);
+    return SourceColumn(name, declaredType, nullable, *type);
 }
 
-SourceColumn::SourceColumn(const DeclaredType &type) : m_spec(type.spec), m_isOpen(type.isOpen)
+SourceColumn SourceColumn::shown(const QString &name, const QString &declaredType, bool nullable)
 {
+    const auto known = DeclaredType::read(declaredType);
+    DeclaredType type;
+    type.spec.type = FieldType::String;
+    const bool isDate = known && known->isDate;
+    if (isDate) {
+        type.spec.type = FieldType::VarChar;
+        type.spec.length = isoDateLength;
+    }
+    const bool isShownAsText = !known || isDate || known->spec.type == FieldType::Block;
+    SourceColumn column(name, declaredType, nullable, isShownAsText ? type : *known);
+    if (isShownAsText) {
+        column.m_isShownAsText = true;
+        column.m_reader = &SourceColumn::readShown;
+    }
+    if (!known)
+        column.m_change = Change::Type;
+    return column;
+}
+
+SourceColumn::SourceColumn(const QString &name, const QString &declaredType, bool nullable,
+                           const DeclaredType &type)
+    : m_spec(type.spec), m_declaredType(declaredType.simplified()), m_isOpen(type.isOpen)
+{
+    m_spec.name = name;
+    m_spec.nullable = nullable;
     switch (m_spec.type) {
     case FieldType::Int:
         m_reader = &SourceColumn::readInt;
@@ -185,10 +212,10 @@ CellProblem SourceColumn::readDouble(const QVariant &value, CellValue &cell)
     qint64 number = 0;
     if (const auto problem = readWholeNumber(value, number); problem != CellProblem::None)
         return problem;
-    const auto nearest = double(number);
-    if (std::abs(nearest) > maxExactWhole)
+    // The double nearest to a larger number may be within.
+    if (number > maxExactWhole || number < -maxExactWhole)
         return CellProblem::NotExact;
-    cell = nearest;
+    cell = double(number);
     return CellProblem::None;
 }
 
@@ -264,14 +291,16 @@ CellProblem SourceColumn::readDecimalText(QStringView text, CellValue &cell)
     return CellProblem::None;
 }
 
-bool SourceColumn::widen()
+bool SourceColumn::widen(CellProblem problem)
 {
-    if (m_spec.type == FieldType::Int) {
+    if (problem == CellProblem::OutOfRange && m_spec.type == FieldType::Int) {
         m_spec.type = FieldType::Int64;
         m_reader = &SourceColumn::readInt64;
+        m_change = Change::Room;
         return true;
     }
-    if (isText()) {
+    if (problem == CellProblem::TextLength) {
+        m_change = Change::Room;
         // A character takes at most two units, where characters are what is declared.
         const qsizetype length = std::max<qsizetype>(2 * m_spec.length, m_neededLength);
         if (length <= maxVarChar)
@@ -280,6 +309,8 @@ bool SourceColumn::widen()
             m_spec = {.name = m_spec.name, .type = FieldType::String, .nullable = m_spec.nullable};
         return true;
     }
+    if (problem != CellProblem::Digits)
+        return false;
     // The quick ways read no number of more digits before the point than the least here.
     const qint64 whole = m_isOpen ? std::max(m_widestWhole, openWhole)
                                   : std::max<qint64>(m_neededWhole, m_digits - m_spec.length);
@@ -291,7 +322,77 @@ bool SourceColumn::widen()
         return false;
     m_spec.length = int(scale);
     setDigits(int(whole + scale));
+    m_change = Change::Room;
     return true;
+}
+
+void SourceColumn::admit(CellProblem problem, const QVariant &value)
+{
+    if (problem == CellProblem::Absent) {
+        m_spec.nullable = true;
+        m_hasNulls = true;
+        return;
+    }
+    if (widen(problem))
+        return;
+    if (m_spec.type == FieldType::VarChar && problem == CellProblem::NulInText) {
+        m_spec.type = FieldType::String;
+        m_spec.length = 0;
+        return;
+    }
+    if ((m_spec.type == FieldType::Int || m_spec.type == FieldType::Int64) && floatingPoint(value)) {
+        m_spec.type = FieldType::Double;
+        m_reader = &SourceColumn::readDouble;
+        m_change = Change::Fractions;
+        return;
+    }
+    m_change = isText() ? m_change : Change::Text;
+    m_spec.type = FieldType::String;
+    m_spec.length = 0;
+    m_isShownAsText = true;
+    m_reader = &SourceColumn::readShown;
+}
+
+void SourceColumn::setCause(qint64 row, const QString &value)
+{
+    m_causeRow = row;
+    m_cause = value;
+}
+
+QStringList SourceColumn::notes() const
+{
+    QStringList notes;
+    const QString type = m_declaredType;
+    const auto because = [this, &type](const QString &text) {
+        return text.arg(m_spec.name, type, m_cause, QString::number(m_causeRow));
+    };
+    switch (m_change) {
+    case Change::None:
+        break;
+    case Change::Type:
+        notes.append(type.isEmpty()
+                         ? tr("Столбец «%1» без объявленного типа показан как текст").arg(m_spec.name)
+                         : tr("Столбец «%1» показан как текст: тип «%2» неизвестен").arg(m_spec.name, type));
+        break;
+    case Change::Room:
+        notes.append(because(tr("Столбец «%1» шире, чем объявлен («%2»): значение %3 в строке %4")));
+        break;
+    case Change::Fractions:
+        notes.append(because(tr("Столбец «%1» («%2») показан как дробные числа: значение %3 в строке %4")));
+        break;
+    case Change::Text:
+        notes.append(because(tr("Столбец «%1» («%2») показан как текст: значение %3 в строке %4")));
+        break;
+    }
+    if (m_hasNulls)
+        notes.append(tr("В столбце «%1» есть пустые значения, хотя он объявлен без них").arg(m_spec.name));
+    if (m_hasBytes)
+        notes.append(tr("Столбец «%1»: вместо байтов показаны их число и начало").arg(m_spec.name));
+    if (m_hasStrayBytes) {
+        notes.append(
+            tr("Столбец «%1»: байты, которые не составляют текста, показаны как «\\xE9»").arg(m_spec.name));
+    }
+    return notes;
 }
 
 void SourceColumn::setDigits(int digits)
@@ -306,7 +407,11 @@ CellProblem SourceColumn::readText(const QVariant &value, CellValue &cell)
 {
     if (value.typeId() != QMetaType::QString)
         return CellProblem::WrongKind;
-    const auto &text = *static_cast<const QString *>(value.constData());
+    return storeText(*static_cast<const QString *>(value.constData()), cell);
+}
+
+CellProblem SourceColumn::storeText(const QString &text, CellValue &cell)
+{
     if (m_spec.type == FieldType::VarChar) {
         if (text.size() > m_spec.length) {
             m_neededLength = std::max(m_neededLength, text.size());
@@ -387,6 +492,24 @@ CellProblem SourceColumn::readBytes(const QVariant &value, CellValue &cell)
         return CellProblem::ByteCount;
     cell = bytes;
     return CellProblem::None;
+}
+
+CellProblem SourceColumn::readShown(const QVariant &value, CellValue &cell)
+{
+    if (value.typeId() == QMetaType::QString)
+        return storeText(*static_cast<const QString *>(value.constData()), cell);
+    if (value.typeId() == QMetaType::QByteArray) {
+        const QByteArray bytes = value.toByteArray();
+        m_hasBytes = true;
+        return storeText(BytesStart{bytes.size(), bytes}.text(), cell);
+    }
+    if (value.typeId() == qMetaTypeId<BytesStart>()) {
+        m_hasBytes = true;
+        return storeText(static_cast<const BytesStart *>(value.constData())->text(), cell);
+    }
+    if (const auto real = floatingPoint(value))
+        return storeText(QString::number(*real, 'g', QLocale::FloatingPointShortest), cell);
+    return storeText(value.toString(), cell);
 }
 
 } // namespace sito

@@ -6,7 +6,9 @@
 #include <database/cellvalue.h>
 #include <database/columnspec.h>
 
+#include <QCoreApplication>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 #include <QVariant>
 
@@ -20,12 +22,18 @@ struct DeclaredType;
 /// Which reader that is, is decided once, when the column is made.
 class SourceColumn
 {
+    Q_DECLARE_TR_FUNCTIONS(ColumnNotes)
 public:
     /// The column of that declared type, or nothing for a type that has no place in a table.
     static std::optional<SourceColumn> fromDeclaredType(const QString &name, const QString &declaredType,
                                                         bool nullable);
+    /// The column of any declared type, to show all its values. DATE, BLOB and types that have no place in a
+    /// table are shown as texts.
+    static SourceColumn shown(const QString &name, const QString &declaredType, bool nullable);
 
     const ColumnSpec &spec() const { return m_spec; }
+    /// Whether values are to be read as the texts that the database gives for them, and bytes as BytesStart.
+    bool isShownAsText() const { return m_isShownAsText; }
     bool isText() const { return m_spec.type == FieldType::VarChar || m_spec.type == FieldType::String; }
     /// The type as messages show it: "Decimal(16,2)".
     QString typeText() const;
@@ -40,11 +48,19 @@ public:
         return (this->*m_reader)(value, cell);
     }
 
-    /// Gives a decimal column the digits that the value needs which was just refused with
-    /// CellProblem::Digits, on either side of the point; a VarChar column the UTF-16 units of a text refused
-    /// with CellProblem::TextLength; and an Int column 64 bits. False, and nothing changed, when no type
-    /// holds so many.
-    bool widen();
+    /// Gives the column the room that the value needs which was just refused with \a problem: a decimal
+    /// column digits, on either side of the point; a VarChar column UTF-16 units; an Int column 64 bits.
+    /// False, and nothing changed, when it is not a matter of room or no type holds so many.
+    bool widen(CellProblem problem);
+    /// Makes the column one that can show \a value, too, which was just refused with \a problem. When it is
+    /// read again, it may be refused once more, but not endlessly.
+    void admit(CellProblem problem, const QVariant &value);
+
+    /// Keeps \a value, the text of the value in that row, as what the column was changed for.
+    void setCause(qint64 row, const QString &value);
+    void noteStrayBytes() { m_hasStrayBytes = true; }
+    /// Lines for the user: what the column has become that it does not declare.
+    QStringList notes() const;
 
     /// Takes dates as PostgreSQL writes them, for a column that has not read anything yet.
     void takeServerTexts();
@@ -52,7 +68,9 @@ public:
 private:
     using Reader = CellProblem (SourceColumn::*)(const QVariant &, CellValue &);
 
-    explicit SourceColumn(const DeclaredType &type);
+    enum class Change { None, Type, Room, Fractions, Text };
+
+    SourceColumn(const QString &name, const QString &declaredType, bool nullable, const DeclaredType &type);
 
     CellProblem readInt(const QVariant &value, CellValue &cell);
     CellProblem readInt64(const QVariant &value, CellValue &cell);
@@ -62,13 +80,23 @@ private:
     CellProblem readDateTime(const QVariant &value, CellValue &cell);
     CellProblem readServerDateTime(const QVariant &value, CellValue &cell);
     CellProblem readBytes(const QVariant &value, CellValue &cell);
+    CellProblem readShown(const QVariant &value, CellValue &cell);
 
+    CellProblem storeText(const QString &text, CellValue &cell);
     CellProblem storeUnscaled(qint64 unscaled, CellValue &cell) const;
     CellProblem readDecimalText(QStringView text, CellValue &cell);
     void setDigits(int digits);
     CellProblem readWholeNumber(const QVariant &value, qint64 &number) const;
 
     ColumnSpec m_spec;
+    QString m_declaredType;
+    bool m_isShownAsText = false;
+    Change m_change = Change::None;
+    qint64 m_causeRow = 0;
+    QString m_cause;
+    bool m_hasNulls = false; ///< though it is declared without
+    bool m_hasBytes = false;
+    bool m_hasStrayBytes = false;
     /// Decimal and XDecimal: the digits that were declared.
     int m_digits = 0;
     /// 10 to the power of the digits after the point, and the bound of unscaled values, where they are small

@@ -54,6 +54,7 @@ public:
     quint64 operation = 0;
     quint64 lastOperation = 0;
     QStringList wantedTables;
+    bool isStrict = false;
     QList<TableInfo> tables;
     QList<Entry> entries;
 
@@ -76,7 +77,7 @@ Q_SIGNALS:
 std::unique_ptr<SourceSession> SourceConnection::Private::makeSession(const SourceLocation &location)
 {
     return std::make_unique<SourceSession>(
-        location, operation, [this](SourceReport &&next) { report(std::move(next)); },
+        location, isStrict, operation, [this](SourceReport &&next) { report(std::move(next)); },
         [this] { std::erase_if(retired, [](const auto &session) { return session->hasEnded(); }); });
 }
 
@@ -199,6 +200,11 @@ SourceConnection::~SourceConnection()
     d->retire(std::move(d->pending));
     d->retire(std::move(d->current));
     d->retired.clear();
+}
+
+void SourceConnection::setStrict(bool strict)
+{
+    d->isStrict = strict;
 }
 
 void SourceConnection::open(const SourceLocation &location)

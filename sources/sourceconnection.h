@@ -29,8 +29,8 @@ namespace sito {
 /// **Loaded tables** belong to MemoryDatabase and stay there when another source is opened and when this
 /// object is destroyed. The host drops them with closeTables(), once nothing refers to them any more.
 ///
-/// Columns get the room that their values need (TableLoader::Digits::AsNeeded); columnNotes() tells
-/// of which that is so. After a server went away during a load(), the next load() connects anew.
+/// Whatever a table holds is shown, see TableLoader; columnNotes() tells what is not shown as it is declared.
+/// After a server went away during a load(), the next load() connects anew.
 ///
 /// **Threads.** All members are called in the thread in which the object lives, which needs an event loop.
 /// The source is read in another one.
@@ -45,7 +45,7 @@ public:
     struct TableInfo
     {
         QString name = {};
-        /// When the source was opened; -1 when the rows could not be counted.
+        /// When the source was opened; -1 for a view, and when the rows could not be counted.
         qint64 rowCount = -1;
         /// As declared; none when the table cannot be loaded.
         QList<ColumnSpec> columns = {};
@@ -62,6 +62,9 @@ public:
     /// WITHOUT ROWID.
     ~SourceConnection() override;
 
+    /// Whether what open() opens from now on is read as TableLoader::setStrict() says, with
+    /// TableLoader::Digits::AsNeeded; false until it is set.
+    void setStrict(bool strict);
     /// Opens \a location and looks at its tables.
     void open(const SourceLocation &location);
     /// Loads those of \a tables that are not loaded yet, as they are at one moment. A table of the same name
@@ -86,14 +89,14 @@ public:
     QList<TableInfo> tables() const;
     /// The tables in MemoryDatabase that this object loaded, in order, of whatever source.
     QStringList loadedTables() const;
-    /// Lines for the user about a loaded table, see widerColumnNotes().
+    /// Lines for the user about a loaded table, see TableLoader::columnNotes().
     QStringList columnNotes(const QString &table) const;
 
 Q_SIGNALS:
     /// Emitted when open() has ended well.
     void opened(const QList<SourceConnection::TableInfo> &tables);
-    /// \a rowsTotal is what the source said before the first row. A table that turns out to need wider
-    /// columns is counted from 0 a second time. Several steps may be reported as one.
+    /// \a rowsTotal is what the source said before the first row, -1 for a view. A table with values that do
+    /// not fit is counted from 0 once more. Several steps may be reported as one.
     void progress(const QString &table, qint64 rowsRead, qint64 rowsTotal);
     /// \a tables as they were given to load(): they are all in MemoryDatabase::instance() now.
     void loaded(const QStringList &tables);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcesession_p.h>
 
-#include <sources/columnnotes.h>
 #include <sources/sourcedatabase.h>
 #include <sources/tableloader.h>
 
@@ -68,9 +67,9 @@ bool isAlive(const QSqlDatabase &connection)
 
 } // namespace
 
-SourceSession::SourceSession(const SourceLocation &location, quint64 operation, Reporter report,
-                             const std::function<void()> &ended)
-    : m_location(location), m_report(std::move(report))
+SourceSession::SourceSession(const SourceLocation &location, bool isStrict, quint64 operation,
+                             Reporter report, const std::function<void()> &ended)
+    : m_location(location), m_isStrict(isStrict), m_report(std::move(report))
 {
     m_task.start([this, operation](const parallel::Context &) { serve(operation); }, ended,
                  [ended](const std::exception_ptr &) { ended(); });
@@ -121,6 +120,7 @@ void SourceSession::serve(quint64 operation)
     const auto connect = [&] {
         database.emplace(m_location);
         loader.emplace(database->connection());
+        loader->setStrict(m_isStrict);
         loader->setDigits(TableLoader::Digits::AsNeeded);
     };
     const auto disconnect = [&] {
@@ -166,7 +166,7 @@ void SourceSession::serve(quint64 operation)
             if (!tables)
                 return;
             for (auto &table : *tables) {
-                const QStringList notes = widerColumnNotes(loader->loadedColumns(table->name()), *table);
+                const QStringList notes = loader->columnNotes(table->name());
                 answer.loaded.push_back({std::move(table), notes});
             }
             isComplete = true;

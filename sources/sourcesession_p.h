@@ -22,10 +22,11 @@ class SourceSession
 public:
     using Reporter = std::function<void(SourceReport &&)>;
 
-    /// Opens \a location at once, as \a operation. \a report is called in the session's thread, and must stay
+    /// Opens \a location at once, as \a operation. Tables are loaded as TableLoader::setStrict() says.
+    /// \a report is called in the session's thread, and must stay
     /// callable until the session is destroyed. \a ended is called by the event loop when the thread has
     /// ended by itself or after stop(); it may delete the session.
-    SourceSession(const SourceLocation &location, quint64 operation, Reporter report,
+    SourceSession(const SourceLocation &location, bool isStrict, quint64 operation, Reporter report,
                   const std::function<void()> &ended);
     /// Stops and waits.
     ~SourceSession();
@@ -52,6 +53,7 @@ private:
     std::optional<Order> takeOrder();
 
     const SourceLocation m_location;
+    const bool m_isStrict;
     const Reporter m_report;
     const parallel::StopSource m_stop;
     parallel::StopSource m_loadStop;

@@ -31,14 +31,20 @@ SqlDialect::SqlDialect(const QSqlDatabase &connection) : m_connection(connection
 
 SqlDialect::~SqlDialect() = default;
 
-void SqlDialect::fail(const QSqlError &error) const
+void SqlDialect::fail(const QSqlError &error, const QString &table) const
 {
-    const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-    throw Exception(TableLoader::tr("База данных «%1»: %2").arg(sourceName(), text.simplified()));
+    const QString text =
+        (error.databaseText().isEmpty() ? error.driverText() : error.databaseText()).simplified();
+    throw Exception(
+        table.isEmpty()
+            ? TableLoader::tr("База данных «%1»: %2").arg(sourceName(), text)
+            : TableLoader::tr("База данных «%1», таблица «%2»: %3").arg(sourceName(), table, text));
 }
 
-std::optional<SourceColumn> SqlDialect::sourceColumn(const Column &column) const
+std::optional<SourceColumn> SqlDialect::sourceColumn(const Column &column, bool isStrict) const
 {
+    if (!isStrict)
+        return SourceColumn::shown(column.name, column.declaredType, column.nullable);
     return SourceColumn::fromDeclaredType(column.name, column.declaredType, column.nullable);
 }
 
@@ -46,7 +52,7 @@ std::optional<qint64> SqlDialect::rowCount(const Table &table, const parallel::S
 {
     if (stop.isStopRequested())
         return std::nullopt;
-    const qint64 count = number(u"SELECT count(*) FROM "_s + table.quotedName);
+    const qint64 count = number(u"SELECT count(*) FROM "_s + table.quotedName, table.name);
     if (stop.isStopRequested())
         return std::nullopt;
     return count;
@@ -75,12 +81,12 @@ void SqlDialect::execute(QSqlQuery &query, const QString &statement) const
         fail(query.lastError());
 }
 
-qint64 SqlDialect::number(const QString &statement) const
+qint64 SqlDialect::number(const QString &statement, const QString &table) const
 {
     QSqlQuery query(m_connection);
     query.setForwardOnly(true);
     if (!query.exec(statement) || !query.next())
-        fail(query.lastError());
+        fail(query.lastError(), table);
     return query.value(0).toLongLong();
 }
 

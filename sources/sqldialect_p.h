@@ -33,6 +33,8 @@ public:
         QString quotedName;
         /// PostgreSQL: of the object. SQLite: of the first page; virtual tables have none.
         qint64 number = 0;
+        /// A view, whose rows are not counted: that would compute them all.
+        bool isView = false;
     };
     struct Column
     {
@@ -45,15 +47,15 @@ public:
     static std::unique_ptr<SqlDialect> create(const QSqlDatabase &connection);
     virtual ~SqlDialect();
 
-    /// Throws what \a error of the connection says.
-    [[noreturn]] void fail(const QSqlError &error) const;
+    /// Throws what \a error of the connection says, about \a table if there is one.
+    [[noreturn]] void fail(const QSqlError &error, const QString &table = {}) const;
 
-    /// Without views and the database's own tables, in any order.
+    /// With views, without the database's own tables, in any order.
     virtual QList<Table> tables() const = 0;
     virtual QList<Column> columns(const Table &table) const = 0;
-    /// What \a column becomes; nothing for a type that has no place in a table.
-    virtual std::optional<SourceColumn> sourceColumn(const Column &column) const;
-    /// Nothing when \a stop was requested.
+    /// What \a column becomes; nothing, where \a isStrict, for a type that has no place in a table.
+    virtual std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const;
+    /// Nothing when \a stop was requested. Not for views.
     virtual std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const;
     /// The values of \a columns in all rows of \a table; \a declared is what columns() gave.
     virtual std::unique_ptr<SqlRows> rows(const Table &table, const QList<Column> &declared,
@@ -70,8 +72,8 @@ protected:
     virtual QString sourceName() const;
     /// Carries out \a statement, or fails.
     void execute(QSqlQuery &query, const QString &statement) const;
-    /// The number that \a statement gives.
-    qint64 number(const QString &statement) const;
+    /// The number that \a statement about \a table gives.
+    qint64 number(const QString &statement, const QString &table) const;
 
 private:
     const QSqlDatabase m_connection;

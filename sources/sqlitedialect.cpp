@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sqlitedialect_p.h>
 
+#include <sources/bytestext_p.h>
 #include <sources/portion_p.h>
 #include <sources/sqliterows_p.h>
 
@@ -17,32 +18,6 @@ namespace sito {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// The length of the valid UTF-8 character that \a bytes begin with, or 0.
-qsizetype characterSize(QByteArrayView bytes)
-{
-    for (qsizetype size = 1; size <= 4 && size <= bytes.size(); ++size) {
-        if (QString::fromUtf8(bytes.first(size)).toUtf8() == bytes.first(size))
-            return size;
-    }
-    return 0;
-}
-
-/// A name that is kept as \a bytes of UTF-8. Bytes that are none are shown each as "\xE9", so that names stay
-/// apart.
-QString nameText(const QByteArray &bytes)
-{
-    QString text;
-    for (QByteArrayView rest = bytes; !rest.isEmpty();) {
-        const qsizetype size = characterSize(rest);
-        if (size > 0)
-            text += QString::fromUtf8(rest.first(size));
-        else
-            text += u"\\x"_s + QString::fromLatin1(rest.first(1).toByteArray().toHex().toUpper());
-        rest = rest.sliced(size > 0 ? size : 1);
-    }
-    return text;
-}
 
 /// A quoted name may be taken for a text where a column is meant, but not where a table is.
 QString quotedTable(const QString &name)
@@ -66,13 +41,14 @@ QList<SqlDialect::Table> SqliteDialect::tables() const
     QList<Table> result;
     QSqlQuery query(connection());
     query.setForwardOnly(true);
-    execute(query, u"SELECT name, rootpage, CAST(name AS BLOB) FROM sqlite_master WHERE type = 'table' "
-                   "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s);
+    execute(query, u"SELECT name, rootpage, CAST(name AS BLOB), type = 'view' FROM sqlite_master "
+                   "WHERE type IN ('table', 'view') AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s);
     while (query.next()) {
         const QByteArray bytes = query.value(2).toByteArray();
-        const QString name = isUtf8 ? nameText(bytes) : query.value(0).toString();
+        const QString name = isUtf8 ? textOfUtf8(bytes) : query.value(0).toString();
         const bool isText = !isUtf8 || name.toUtf8() == bytes;
-        result.append({name, isText ? quotedTable(name) : QString(), query.value(1).toLongLong()});
+        result.append({name, isText ? quotedTable(name) : QString(), query.value(1).toLongLong(),
+                       query.value(3).toBool()});
     }
     if (query.lastError().isValid())
         fail(query.lastError());
@@ -88,17 +64,17 @@ QList<SqlDialect::Column> SqliteDialect::columns(const Table &table) const
     // Columns that are hidden in "SELECT *", those of virtual tables, have hidden = 1.
     if (!query.prepare(u"SELECT name, type, \"notnull\", pk, CAST(name AS BLOB) FROM pragma_table_xinfo(?) "
                        "WHERE hidden <> 1 ORDER BY cid"_s))
-        fail(query.lastError());
+        fail(query.lastError(), table.name);
     query.addBindValue(table.name);
     if (!query.exec())
-        fail(query.lastError());
+        fail(query.lastError(), table.name);
     while (query.next()) {
         const bool nullable = query.value(2).toInt() == 0 && query.value(3).toInt() == 0;
-        result.append({isUtf8 ? nameText(query.value(4).toByteArray()) : query.value(0).toString(),
+        result.append({isUtf8 ? textOfUtf8(query.value(4).toByteArray()) : query.value(0).toString(),
                        query.value(1).toString(), nullable});
     }
     if (query.lastError().isValid())
-        fail(query.lastError());
+        fail(query.lastError(), table.name);
     return result;
 }
 
@@ -147,7 +123,7 @@ std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel
         where = u" WHERE "_s + name + u" >= "_s + QString::number(query.value(0).toLongLong());
         portion.end();
     }
-    counted += number(u"SELECT count(*) FROM "_s + table.quotedName + where);
+    counted += number(u"SELECT count(*) FROM "_s + table.quotedName + where, table.name);
     if (stop.isStopRequested())
         return std::nullopt;
     return counted;
@@ -159,15 +135,32 @@ std::unique_ptr<SqlRows> SqliteDialect::rows(const Table &table, const QList<Col
     // Columns are told by their positions: a quoted name that is not found would be a text, and a name that
     // is no UTF-8 cannot be written.
     QStringList names;
+    QStringList values;
+    QStringList sizes;
     QStringList bytes;
+    std::vector<int> sizeColumns(columns.size(), -1);
     for (size_t i = 0; i < columns.size(); ++i) {
-        names.append(u'c' + QString::number(i));
-        bytes.append(columns[i].isText() ? u"CAST(%1 AS BLOB)"_s.arg(names.constLast()) : names.constLast());
+        const QString name = u'c' + QString::number(i);
+        names.append(name);
+        if (columns[i].isShownAsText()) {
+            sizeColumns[i] = int(columns.size()) + int(sizes.size());
+            values.append(
+                u"CASE typeof(%1) WHEN 'blob' THEN substr(%1, 1, %2) ELSE CAST(%1 AS TEXT) END"_s.arg(
+                    name, QString::number(BytesStart::shown)));
+            sizes.append(u"CASE typeof(%1) WHEN 'blob' THEN length(%1) END"_s.arg(name));
+            bytes.append(
+                u"CASE typeof(%1) WHEN 'blob' THEN NULL ELSE CAST(CAST(%1 AS TEXT) AS BLOB) END"_s.arg(name));
+        } else {
+            values.append(name);
+            bytes.append(columns[i].isText() ? u"CAST(%1 AS BLOB)"_s.arg(name) : name);
+        }
     }
     const QString with =
         u"WITH r(%1) AS (SELECT * FROM %2) SELECT "_s.arg(names.join(u", "_s), table.quotedName);
-    return std::make_unique<SqliteRows>(connection(), with + names.join(u", "_s) + u" FROM r"_s,
-                                        isUtf8() ? with + bytes.join(u", "_s) + u" FROM r"_s : QString());
+    const QString from = u" FROM r"_s;
+    return std::make_unique<SqliteRows>(connection(), with + (values + sizes).join(u", "_s) + from,
+                                        isUtf8() ? with + bytes.join(u", "_s) + from : QString(),
+                                        std::move(sizeColumns));
 }
 
 } // namespace sito

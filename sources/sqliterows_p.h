@@ -3,6 +3,8 @@
 
 #include <sources/sqlrows_p.h>
 
+#include <vector>
+
 namespace sito {
 
 /// Tells texts from bytes that are none: SQLite hands out some character or other for a stray or missing
@@ -11,14 +13,18 @@ class SqliteRows : public SqlRows
 {
 public:
     /// \a bytesStatement must give the rows in the order of \a statement; it is empty for a database whose
-    /// texts cannot be checked.
-    SqliteRows(const QSqlDatabase &connection, const QString &statement, const QString &bytesStatement);
+    /// texts cannot be checked. Of a column for which \a sizeColumns is not negative, bytes come as the first
+    /// of them, and their size in that other column.
+    SqliteRows(const QSqlDatabase &connection, const QString &statement, const QString &bytesStatement,
+               std::vector<int> sizeColumns);
 
     bool next() override;
-    bool isText(int column, const QString &text) override;
+    QVariant value(int column) const override;
+    std::optional<QByteArray> strayBytes(int column, const QString &text) override;
 
 private:
     const QString m_bytesStatement;
+    const std::vector<int> m_sizeColumns;
     QSqlQuery m_bytes;
     qint64 m_row = -1;
     qint64 m_bytesRow = -1;

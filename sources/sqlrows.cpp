@@ -28,9 +28,9 @@ QVariant SqlRows::value(int column) const
     return m_query.value(column);
 }
 
-bool SqlRows::isText(int, const QString &)
+std::optional<QByteArray> SqlRows::strayBytes(int, const QString &)
 {
-    return true;
+    return std::nullopt;
 }
 
 void SqlRows::close() {}

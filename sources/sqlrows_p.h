@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArray>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QString>
 #include <QVariant>
+
+#include <optional>
 
 namespace sito {
 
@@ -23,9 +26,9 @@ public:
     virtual bool next();
     virtual QVariant value(int column) const;
     bool isNull(int column) const { return m_query.isNull(column); }
-    /// Whether \a text, the value of \a column in this row, is what the database holds, and not what the
-    /// driver made of bytes that are no text.
-    virtual bool isText(int column, const QString &text);
+    /// The bytes that the database holds when they are no text, and \a text, the value of \a column in this
+    /// row, is only what the driver made of them; none when they cannot be read.
+    virtual std::optional<QByteArray> strayBytes(int column, const QString &text);
     QSqlError lastError() const { return m_query.lastError(); }
     /// After the last row.
     virtual void close();

@@ -41,14 +41,22 @@ struct TableLoader::Private
     SqlDialect::Table require(const QString &table) const;
     Source source(const QString &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop);
+    std::optional<qint64> rowCount(const SqlDialect::Table &table, const parallel::StopToken &stop) const
+    {
+        return table.isView ? -1 : dialect->rowCount(table, stop);
+    }
+    RowReader::Misfits misfits() const;
     bool read(Source &source, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
     const std::unique_ptr<SqlDialect> dialect;
     ProgressFunction progress = {};
     qint64 interval = 4096;
+    bool isStrict = false;
     Digits digits = Digits::AsDeclared;
     /// The columns of each table of the last load, as declared.
     QHash<QString, QList<ColumnSpec>> declaredColumns = {};
+    /// What became of them.
+    QHash<QString, QStringList> notes = {};
 };
 
 SqlDialect::Table TableLoader::Private::require(const QString &table) const
@@ -70,7 +78,7 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
     Source result{.table = require(table), .declared = {}, .columns = {}};
     result.declared = dialect->columns(result.table);
     for (const SqlDialect::Column &declared : std::as_const(result.declared)) {
-        auto column = dialect->sourceColumn(declared);
+        auto column = dialect->sourceColumn(declared, isStrict);
         if (!column) {
             throw Exception(TableLoader::tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается")
                                 .arg(table, declared.name, declared.declaredType.simplified()));
@@ -87,21 +95,30 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, co
     Source wanted = source(table);
     declaredColumns.insert(table, wanted.specs());
     std::unique_ptr<MemoryTable> result;
-    // The first reading may find that columns need more room; it goes on to the end without keeping the rows,
-    // so that the second finds every column wide enough.
+    // A reading that finds that columns must be others goes on to the end without keeping the rows. The next
+    // one nearly always finds every column as it needs it.
     while (!read(wanted, stop, result)) {
     }
+    for (const SourceColumn &column : wanted.columns)
+        notes[table] += column.notes();
     return result;
 }
 
+RowReader::Misfits TableLoader::Private::misfits() const
+{
+    if (!isStrict)
+        return RowReader::Misfits::Shown;
+    return digits == Digits::AsNeeded ? RowReader::Misfits::GetRoom : RowReader::Misfits::Refused;
+}
+
 /// Reads the table of \a source into \a result, which becomes null when the load is cancelled. False when
-/// columns of \a source were widened.
+/// columns of \a source were changed.
 bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
                                 std::unique_ptr<MemoryTable> &result) const
 {
     result = nullptr;
     auto loaded = std::make_unique<MemoryTable>(source.table.name, source.specs());
-    const std::optional<qint64> total = dialect->rowCount(source.table, stop);
+    const std::optional<qint64> total = rowCount(source.table, stop);
     if (!total)
         return true;
     Progress state{.table = source.table.name, .rowsTotal = *total};
@@ -110,13 +127,13 @@ bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
 
     const auto rows = dialect->rows(source.table, source.declared, source.columns);
     if (!rows->open())
-        dialect->fail(rows->lastError());
-    RowReader reader(source.table.name, *rows, source.columns, digits == Digits::AsNeeded);
+        dialect->fail(rows->lastError(), source.table.name);
+    RowReader reader(source.table.name, *rows, source.columns, misfits());
     qint64 reported = 0;
     while (reader.next()) {
         if (stop.isStopRequested())
             return true;
-        if (!reader.isWidened())
+        if (!reader.isChanged())
             loaded->append(reader.cells());
         state.rowsRead = reader.rowsRead();
         if (progress && state.rowsRead - reported == interval) {
@@ -126,9 +143,9 @@ bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
         }
     }
     if (rows->lastError().isValid())
-        dialect->fail(rows->lastError());
+        dialect->fail(rows->lastError(), source.table.name);
     rows->close();
-    if (reader.isWidened())
+    if (reader.isChanged())
         return false;
     if (progress && (reported != state.rowsRead || state.rowsRead == 0) && !progress(state))
         return true;
@@ -163,6 +180,11 @@ QList<ColumnSpec> TableLoader::loadedColumns(const QString &table) const
     return d->declaredColumns.value(table);
 }
 
+QStringList TableLoader::columnNotes(const QString &table) const
+{
+    return d->notes.value(table);
+}
+
 qint64 TableLoader::rowCount(const QString &table) const
 {
     return *rowCount(table, {});
@@ -170,7 +192,12 @@ qint64 TableLoader::rowCount(const QString &table) const
 
 std::optional<qint64> TableLoader::rowCount(const QString &table, const parallel::StopToken &stop) const
 {
-    return d->dialect->rowCount(d->require(table), stop);
+    return d->rowCount(d->require(table), stop);
+}
+
+void TableLoader::setStrict(bool strict)
+{
+    d->isStrict = strict;
 }
 
 void TableLoader::setDigits(Digits digits)
@@ -188,6 +215,7 @@ std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const paral
 {
     const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
     d->declaredColumns.clear();
+    d->notes.clear();
     return d->load(table, stop);
 }
 
@@ -196,6 +224,7 @@ TableLoader::loadAll(const QStringList &tables, const parallel::StopToken &stop)
 {
     const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
     d->declaredColumns.clear();
+    d->notes.clear();
     std::vector<std::unique_ptr<MemoryTable>> loaded;
     for (const QString &table : tables) {
         auto next = d->load(table, stop);

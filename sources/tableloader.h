@@ -36,33 +36,42 @@ namespace sito {
 /// | DECIMAL, NUMERIC | XDecimal with 10 digits after the point |
 /// | CHAR(n), VARCHAR(n) and their kin, n up to 32767 | VarChar of n UTF-16 units |
 /// | TEXT, CLOB, the above without n or with a larger one | String |
-/// | DATE, DATETIME, TIMESTAMP | DateTime |
+/// | DATETIME, TIMESTAMP | DateTime |
+/// | DATE | VarChar of 10 UTF-16 units, "2017-01-31"; strictly: DateTime |
 /// | BLOB(n), BINARY(n), VARBINARY(n), n up to 65535 | Raw of n bytes |
-/// | BLOB, BYTEA | Block |
+/// | BLOB, BYTEA | String; strictly: Block |
+/// | anything else, or nothing | String; strictly: refused |
 ///
 /// A column of PostgreSQL counts as its type's full name there; CHAR(n) comes padded with blanks, TIMESTAMP
 /// WITH TIME ZONE as the instant in UTC, whatever the zones of the server and the machine, and domains as the
-/// types that they rest on.
-///
-/// A column admits absent values unless it is declared NOT NULL or belongs to the primary key. A column of
-/// any other type, or of none, is refused: what it holds could not be told in advance.
+/// types that they rest on. A column admits absent values unless it is declared NOT NULL or belongs to the
+/// primary key.
 ///
 /// **Values are never damaged.** What a database holds in a column need not be what the column declares. A
-/// value that its field cannot hold exactly makes the load fail: a text or a fraction in an integer, an
+/// column becomes one that holds all its values as they are: an integer column with integers of more than 32
+/// bits an Int64, with fractions a Double; a decimal column gets the digits it needs, up to 36; a VarChar
+/// column its longest text; any column absent values. One with other misfits, such as words among numbers, is
+/// shown as texts: each value as the database itself writes it. Bytes are shown by their number and the
+/// first 16 of them, "19 bytes: 89 50 4e 47…" in the language of the program; bytes in a text that are not
+/// valid as "\\xE9". columnNotes() tells of all this.
+///
+/// A load that is strict, see setStrict(), fails instead. Misfits are: a text or a fraction in an integer, an
 /// integer of more than 32 bits in an Int, more digits than declared, a text that is too long (for these
 /// three see Digits) or is not valid, a NUL character in a VarChar, a Raw or Block value of another size, an
-/// absent value where none is admitted. A binary floating-point number in a decimal column counts as the
-/// shortest decimal number that reads back the same. Dates are read by datetime(const QString &), and as ISO
-/// 8601 has them: "2017-01-31T14:30", "2017-01-31 14:30:00.125", "2017-01-31T14:30:00Z"; the empty text means
-/// no date, and the very instant 1970-01-01 00:00:00 is refused, since DateTime uses it for "no date".
-/// Numbers are no dates.
+/// absent value where none is admitted.
 ///
-/// PostgreSQL's infinite dates, its times finer than a millisecond, and NaN and the infinities in NUMERIC are
-/// such values, too; its REAL and DOUBLE PRECISION are read with all digits, as the shortest decimal number
-/// that is the same to the server.
+/// A binary floating-point number in a decimal column counts as the shortest decimal number that reads back
+/// the same. Dates are read by datetime(const QString &), and as ISO 8601 has them: "2017-01-31T14:30",
+/// "2017-01-31 14:30:00.125", "2017-01-31T14:30:00Z"; the empty text means no date. Everything else is a
+/// misfit: numbers, other forms and zones, times finer than a millisecond, and the very instant 1970-01-01
+/// 00:00:00, since DateTime uses it for "no date".
 ///
-/// **Tables** of PostgreSQL are those of all schemas except the system's; a partitioned table counts as one.
-/// Views, temporary tables and foreign tables are not listed. A table that the search path finds has its
+/// PostgreSQL's infinite dates, and NaN and the infinities in NUMERIC are misfits, too; its REAL and DOUBLE
+/// PRECISION are read with all digits, as the shortest decimal number that is the same to the server.
+///
+/// **Tables** are also the views of SQLite. Those of PostgreSQL are the tables of all schemas except the
+/// system's; a partitioned table counts as one. Views, temporary tables and foreign tables are not listed. A
+/// table that the search path finds has its
 /// plain name, any other one "schema.table"; a part that contains a point or a quotation mark is written in
 /// quotation marks.
 ///
@@ -80,8 +89,8 @@ namespace sito {
 ///
 /// **Threads.** A loader is used in the thread of its connection; its tables may be handed to any other.
 ///
-/// **Cost.** Whole tables are held in memory. Each row is read once, or twice where a column needs more
-/// digits than it declares.
+/// **Cost.** Whole tables are held in memory. Each row is read once, or again, rarely more than once, where a
+/// value did not fit its column.
 class SOURCES_EXPORT TableLoader
 {
     Q_DECLARE_TR_FUNCTIONS(TableLoader)
@@ -92,13 +101,13 @@ public:
     {
         QString table;
         qint64 rowsRead = 0;
-        /// What the database said before the first row was read.
+        /// What the database said before the first row was read; -1 for a view.
         qint64 rowsTotal = 0;
     };
     /// Called with the state of the load, in the thread of the loader; false cancels the load.
     using ProgressFunction = std::function<bool(const Progress &)>;
 
-    /// What happens to a column whose values need more room than it declares, which SQLite, for one, permits.
+    /// What happens in a strict load to a column whose values need more room than it declares.
     enum class Digits {
         /// The load fails.
         AsDeclared,
@@ -112,27 +121,33 @@ public:
     explicit TableLoader(const QSqlDatabase &connection);
     ~TableLoader();
 
-    /// The names of the tables, by UTF-16 code units; without views and the database's own tables.
+    /// The names of the tables and views, by UTF-16 code units; without the database's own tables.
     QStringList tableNames() const;
     /// The columns of \a table as declared, in their order in the database: those with which load() makes it,
-    /// but for the digits that Digits::AsNeeded adds.
+    /// but for what values need that do not fit.
     QList<ColumnSpec> columns(const QString &table) const;
     /// The same as the last load found it, whatever has become of \a table since; none when that load did not
     /// get as far.
     QList<ColumnSpec> loadedColumns(const QString &table) const;
-    /// How many rows \a table has now, counted by the database.
+    /// Lines for the user about \a table as the last load found it: its columns and values that are not shown
+    /// as they are declared, and why.
+    QStringList columnNotes(const QString &table) const;
+    /// How many rows \a table has now, counted by the database; -1 for a view, all of whose rows would have
+    /// to be computed for that.
     qint64 rowCount(const QString &table) const;
     /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
     /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than
     /// SQLite and PostgreSQL.)
     std::optional<qint64> rowCount(const QString &table, const parallel::StopToken &stop) const;
 
+    /// Whether a type without a counterpart and a value that does not fit its column make the load fail;
+    /// false until it is set.
+    void setStrict(bool strict);
     /// Digits::AsDeclared until it is set.
     void setDigits(Digits digits);
 
     /// \a progress is called for every table before its first row, after every \a interval rows and after the
-    /// last row. A table whose columns turn out to need more digits is read a second time, counted from 0
-    /// again.
+    /// last row. A table with values that do not fit is read once more, counted from 0 again.
     void setProgress(ProgressFunction progress, qint64 interval = 4096);
 
     /// A copy of \a table with rows in the order in which the database gives them, read in one transaction

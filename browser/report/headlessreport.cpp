@@ -95,12 +95,7 @@ void HeadlessReport::run()
           << tr("Скрыто строк: %1").arg(result.hidden) << '\n'
           << tr("Время прохода: %1 мс").arg(QString::number(double(result.nanoseconds) / 1e6, 'f', 3))
           << '\n';
-    noteWiderColumns(table);
-}
-
-void HeadlessReport::noteWiderColumns(const MemoryTable &table)
-{
-    const QStringList notes = widerColumnNotes(m_loader->columns(table.name()), table);
+    const QStringList notes = m_loader->columnNotes(table.name());
     for (const QString &note : notes)
         m_out << printable(note) << '\n';
 }
@@ -117,7 +112,6 @@ void HeadlessReport::openDatabase()
     m_file = location.file;
     m_database = std::make_unique<SourceDatabase>(location);
     m_loader = std::make_unique<TableLoader>(m_database->connection());
-    m_loader->setDigits(TableLoader::Digits::AsNeeded);
 }
 
 void HeadlessReport::list()

@@ -49,8 +49,6 @@ private:
 
     void openDatabase();
     void list();
-    /// Says of which columns the values have more digits than declared.
-    void noteWiderColumns(const MemoryTable &table);
     Pass pass(const MemoryTable &table, qint64 wantedRows) const;
     void printRows(const MemoryTable &table, const std::vector<Record> &rows);
     void exportRows(const MemoryTable &table, const std::vector<Record> &rows) const;

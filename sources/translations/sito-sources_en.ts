@@ -2,10 +2,53 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en" sourcelanguage="ru">
 <context>
+    <name>BytesText</name>
+    <message>
+        <source>1 Б</source>
+        <translation>1 byte</translation>
+    </message>
+    <message>
+        <source>%1 Б</source>
+        <translation>%1 bytes</translation>
+    </message>
+</context>
+<context>
     <name>ColumnNotes</name>
     <message>
         <source>Столбец «%1» объявлен как %2, но значениям нужен %3</source>
         <translation>Column &apos;%1&apos; is declared as %2, but its values need %3</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» без объявленного типа показан как текст</source>
+        <translation>Column &apos;%1&apos;, declared without a type, is shown as text</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» показан как текст: тип «%2» неизвестен</source>
+        <translation>Column &apos;%1&apos; is shown as text: its type &apos;%2&apos; is unknown</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» шире, чем объявлен («%2»): значение %3 в строке %4</source>
+        <translation>Column &apos;%1&apos; is wider than declared (&apos;%2&apos;): value %3 in row %4</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» («%2») показан как дробные числа: значение %3 в строке %4</source>
+        <translation>Column &apos;%1&apos; (&apos;%2&apos;) is shown as numbers with fractions: value %3 in row %4</translation>
+    </message>
+    <message>
+        <source>Столбец «%1» («%2») показан как текст: значение %3 в строке %4</source>
+        <translation>Column &apos;%1&apos; (&apos;%2&apos;) is shown as text: value %3 in row %4</translation>
+    </message>
+    <message>
+        <source>В столбце «%1» есть пустые значения, хотя он объявлен без них</source>
+        <translation>Column &apos;%1&apos; has absent values, though it is declared without</translation>
+    </message>
+    <message>
+        <source>Столбец «%1»: вместо байтов показаны их число и начало</source>
+        <translation>Column &apos;%1&apos;: bytes are shown by their number and the first of them</translation>
+    </message>
+    <message>
+        <source>Столбец «%1»: байты, которые не составляют текста, показаны как «\xE9»</source>
+        <translation>Column &apos;%1&apos;: bytes that are no valid text are shown as &apos;\xE9&apos;</translation>
     </message>
 </context>
 <context>
@@ -182,6 +225,10 @@
     <message>
         <source>Таблица «%1»: её имя не записано в UTF-8, по нему её не прочитать</source>
         <translation>Table &apos;%1&apos;: its name is not written in UTF-8, it cannot be read by it</translation>
+    </message>
+    <message>
+        <source>База данных «%1», таблица «%2»: %3</source>
+        <translation>Database &apos;%1&apos;, table &apos;%2&apos;: %3</translation>
     </message>
 </context>
 <context>

@@ -5,6 +5,7 @@
 #include <database/memorydatabase.h>
 
 #include <support/exceptions.h>
+#include <support/loadedtables.h>
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
 #include <support/sourcereader.h>
@@ -172,11 +173,12 @@ private Q_SLOTS:
         plant(u"GRANT SELECT ON public.days TO reader"_s);
         endPlanting();
         SourceReader reader;
-        ignoreRefusals(u"Таблица «days», столбец «day»: тип «public.datetime» не поддерживается"_s);
 
         QVERIFY(reader.read(m_location, {u"days"_s}));
 
         QCOMPARE(whatRan(), QStringList());
+        QCOMPARE(reader.recorder.events, QStringList({u"opened days(1),prices(1)"_s, u"loaded days"_s}));
+        QCOMPARE(cellText(*MemoryDatabase::instance().table(u"days"_s), 0, 0), u"(2017-01-31)"_s);
     }
 
     void runsNoFunctionThatPlanningWouldRun_data()

@@ -107,7 +107,7 @@ private Q_SLOTS:
         QFETCH(QString, declared);
         QFETCH(QString, type);
         execute(u"CREATE TABLE t (c %1)"_s.arg(declared));
-        const TableLoader loader(m_database->connection());
+        const StrictLoader loader(m_database->connection());
 
         const auto columns = loader.columns(u"t"_s);
 
@@ -137,7 +137,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t (id integer, c %1)"_s.arg(declared));
 
         const QString message =
-            exceptionMessage([&] { TableLoader(m_database->connection()).columns(u"t"_s); });
+            exceptionMessage([&] { StrictLoader(m_database->connection()).columns(u"t"_s); });
 
         QCOMPARE(message, u"Таблица «t», столбец «c»: тип «%1» не поддерживается"_s.arg(shown));
     }
@@ -147,7 +147,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t ()"_s);
 
         const QString message =
-            exceptionMessage([&] { TableLoader(m_database->connection()).columns(u"t"_s); });
+            exceptionMessage([&] { StrictLoader(m_database->connection()).columns(u"t"_s); });
 
         QCOMPARE(message, u"Таблица «t» не имеет столбцов"_s);
     }
@@ -158,7 +158,7 @@ private Q_SLOTS:
         execute(u"CREATE DOMAIN paid AS price NOT NULL"_s);
         execute(u"CREATE TABLE t (a price, b paid, c integer)"_s);
         execute(u"INSERT INTO t VALUES (1.5, 2.25, 3)"_s);
-        const TableLoader loader(m_database->connection());
+        const StrictLoader loader(m_database->connection());
 
         QCOMPARE(typeTexts(loader.columns(u"t"_s)),
                  QStringList({u"a Decimal(3)?"_s, u"b Decimal(3)"_s, u"c Int(0)?"_s}));
@@ -227,7 +227,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t (c %1)"_s.arg(type));
         execute(u"INSERT INTO t VALUES (%1)"_s.arg(value));
 
-        QCOMPARE(outcome(TableLoader(m_database->connection()), u"t"_s), QStringList({text}));
+        QCOMPARE(outcome(StrictLoader(m_database->connection()), u"t"_s), QStringList({text}));
     }
 
     void keepsLateDates()
@@ -237,7 +237,7 @@ private Q_SLOTS:
         execute(u"INSERT INTO t VALUES ('9999-12-31'), ('10000-01-01'), ('294276-12-31 23:59:59.999'), "
                 "('4713-01-01 BC')"_s);
 
-        const auto table = TableLoader(m_database->connection()).load(u"t"_s);
+        const auto table = StrictLoader(m_database->connection()).load(u"t"_s);
 
         for (qint64 row = 0; row < table->rowCount(); ++row) {
             const auto time = *reinterpret_cast<const datetime *>(table->row(row).field(0).data);
@@ -251,7 +251,7 @@ private Q_SLOTS:
         const QByteArray block = sampleBlock();
         execute(u"INSERT INTO t VALUES ('\\x%1')"_s.arg(QString::fromLatin1(block.toHex())));
 
-        const auto table = TableLoader(m_database->connection()).load(u"t"_s);
+        const auto table = StrictLoader(m_database->connection()).load(u"t"_s);
 
         QCOMPARE(firstBlock(*table), block);
     }
@@ -290,7 +290,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE t (c %1)"_s.arg(type));
         execute(u"INSERT INTO t VALUES (NULL), (%1)"_s.arg(value));
 
-        QCOMPARE(outcome(TableLoader(m_database->connection()), u"t"_s),
+        QCOMPARE(outcome(StrictLoader(m_database->connection()), u"t"_s),
                  QStringList({u"Таблица «t», строка 2, столбец «c»: значение "_s + end}));
     }
 
@@ -322,7 +322,7 @@ private Q_SLOTS:
         QFETCH(QStringList, texts);
         execute(u"CREATE TABLE t (c %1)"_s.arg(type));
         execute(u"INSERT INTO t VALUES %1"_s.arg(values));
-        TableLoader loader(m_database->connection());
+        StrictLoader loader(m_database->connection());
         loader.setDigits(TableLoader::Digits::AsNeeded);
 
         const auto table = loader.load(u"t"_s);
@@ -352,7 +352,7 @@ private Q_SLOTS:
         execute(u"INSERT INTO \"Mixed.Case\".\"Тікер\" VALUES (7, 'x')"_s);
         execute(u"INSERT INTO \"other.t\" VALUES (3)"_s);
 
-        TableLoader loader(m_database->connection());
+        StrictLoader loader(m_database->connection());
 
         QCOMPARE(loader.tableNames(),
                  QStringList({u"\"Mixed.Case\".Тікер"_s, u"\"other.t\""_s, u"\"q\"\"q\""_s, u"Quotes"_s,
@@ -378,7 +378,7 @@ private Q_SLOTS:
         execute(u"CREATE TABLE other.t (id bigint)"_s);
         execute(u"SET search_path = other"_s);
 
-        const TableLoader loader(m_writer->connection());
+        const StrictLoader loader(m_writer->connection());
 
         QCOMPARE(loader.tableNames(), QStringList({u"public.t"_s, u"t"_s}));
         QCOMPARE(loader.columns(u"t"_s).at(0).type, FieldType::Int64);
@@ -389,7 +389,7 @@ private Q_SLOTS:
     {
         execute(u"CREATE TABLE t (id integer PRIMARY KEY, p numeric(12,2), s varchar(20))"_s);
         execute(u"INSERT INTO t SELECT i, i / 100.0, 'row ' || i FROM generate_series(1, 12288) i"_s);
-        TableLoader loader(m_database->connection());
+        StrictLoader loader(m_database->connection());
         QList<qint64> steps;
         loader.setProgress(
             [&steps](const TableLoader::Progress &state) {
@@ -417,7 +417,7 @@ private Q_SLOTS:
         execute(u"INSERT INTO parts SELECT 1 FROM generate_series(1, 40000)"_s);
         execute(u"CREATE TABLE heir (e integer) INHERITS (t)"_s);
         execute(u"INSERT INTO heir SELECT i FROM generate_series(1, 7) i"_s);
-        const TableLoader loader(m_writer->connection());
+        const StrictLoader loader(m_writer->connection());
         parallel::StopSource stopped;
         stopped.requestStop();
 
@@ -440,7 +440,7 @@ private Q_SLOTS:
     {
         execute(u"CREATE TABLE t (c text)"_s);
         execute(u"INSERT INTO t SELECT repeat('x', 100) FROM generate_series(1, 500000) i"_s);
-        const TableLoader loader(m_database->connection());
+        const StrictLoader loader(m_database->connection());
         QElapsedTimer timer;
         qint64 whole = std::numeric_limits<qint64>::max();
         for (int i = 0; i < 4; ++i) { // the first one finds nothing in the cache
@@ -461,7 +461,7 @@ private Q_SLOTS:
         execute(u"INSERT INTO t VALUES (1)"_s);
         execute(u"SET LOCAL DateStyle = 'German'"_s);
 
-        const TableLoader loader(m_writer->connection());
+        const StrictLoader loader(m_writer->connection());
         QCOMPARE(outcome(loader, u"t"_s), QStringList({u"1"_s}));
         QCOMPARE(outcome(loader, u"t"_s), QStringList({u"1"_s}));
 
@@ -478,7 +478,7 @@ private Q_SLOTS:
     {
         execute(u"CREATE TABLE t (c date)"_s);
         execute(u"INSERT INTO t VALUES ('infinity')"_s);
-        const TableLoader loader(m_database->connection());
+        const StrictLoader loader(m_database->connection());
 
         QVERIFY(!exceptionMessage([&] { loader.load(u"t"_s); }).isEmpty());
         QVERIFY(!QSqlQuery(m_database->connection()).exec(u"SAVEPOINT x"_s));
@@ -497,7 +497,7 @@ private Q_SLOTS:
         execute(u"INSERT INTO a VALUES (1)"_s);
         execute(u"INSERT INTO b VALUES (1)"_s);
         PostgresConnection other(m_server.location());
-        TableLoader loader(m_database->connection());
+        StrictLoader loader(m_database->connection());
         loader.setProgress([&other](const TableLoader::Progress &) {
             QSqlQuery query(other.connection());
             return query.exec(u"INSERT INTO a VALUES (2)"_s) && query.exec(u"INSERT INTO b VALUES (2)"_s);
@@ -514,7 +514,7 @@ private Q_SLOTS:
     {
         execute(u"CREATE TABLE a (c integer)"_s);
         SourceDatabase impatient(m_server.location(), 10, 100);
-        const TableLoader loader(impatient.connection());
+        const StrictLoader loader(impatient.connection());
         execute(u"BEGIN"_s);
         const auto end = qScopeGuard([this] { execute(u"ROLLBACK"_s); });
         execute(u"LOCK TABLE a IN ACCESS EXCLUSIVE MODE"_s);
@@ -535,11 +535,11 @@ private Q_SLOTS:
             QCOMPARE(writer.execute(u"INSERT INTO t VALUES ('ok'), (E'a\\xFF')"_s), QString());
             const SourceDatabase bytes(m_server.location(u"bytes"_s));
 
-            const TableLoader loader(bytes.connection());
-            QCOMPARE(
-                outcome(loader, u"t"_s),
-                QStringList({u"База данных «trader@127.0.0.1:%1/bytes»: ERROR: invalid byte sequence for "
-                             "encoding \"UTF8\": 0xff (22021)"_s.arg(m_server.location().port)}));
+            const StrictLoader loader(bytes.connection());
+            QCOMPARE(outcome(loader, u"t"_s),
+                     QStringList({u"База данных «trader@127.0.0.1:%1/bytes», таблица «t»: ERROR: invalid "
+                                  u"byte sequence for "
+                                  "encoding \"UTF8\": 0xff (22021)"_s.arg(m_server.location().port)}));
             QCOMPARE(writer.execute(u"DELETE FROM t WHERE c <> 'ok'"_s), QString());
             QCOMPARE(outcome(loader, u"t"_s), QStringList({u"ok"_s}));
         }
@@ -680,7 +680,8 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(recorder.events.size(), 1, 30'000);
 
         const QString event = recorder.take().constFirst();
-        QVERIFY2(event.startsWith(u"failed База данных «%1»: "_s.arg(connection.location().displayName())),
+        QVERIFY2(event.startsWith(
+                     u"failed База данных «%1», таблица «big»: "_s.arg(connection.location().displayName())),
                  qPrintable(event));
         QCOMPARE(MemoryDatabase::instance().tableNames(), QStringList({u"a"_s}));
         // While it is away, and after it has come back.

@@ -24,6 +24,13 @@ using namespace sito;
 
 /// What tests of the loader read from tables that it has made, and the rows of their data.
 
+/// A loader for hosts that want columns as they are declared, or an error.
+class StrictLoader : public TableLoader
+{
+public:
+    explicit StrictLoader(const QSqlDatabase &connection) : TableLoader(connection) { setStrict(true); }
+};
+
 inline QString cellText(const MemoryTable &table, qint64 row, int column)
 {
     const Field field = table.row(row).field(column);

@@ -157,13 +157,13 @@ private Q_SLOTS:
     {
         const QString file = m_fixture->makeDatabase(
             u"bad.sqlite"_s, {u"CREATE TABLE good (a INTEGER)"_s, u"INSERT INTO good VALUES (7)"_s,
-                              u"CREATE TABLE lying (a INTEGER)"_s, u"INSERT INTO lying VALUES ('text')"_s,
-                              u"CREATE TABLE untyped (a)"_s});
+                              u"CREATE TABLE lying (a INTEGER)"_s, u"INSERT INTO lying VALUES (1)"_s,
+                              spoiling(u"lying"_s), u"CREATE VIEW orphaned AS SELECT * FROM gone"_s});
         m_fixture->window().openText(file);
         QVERIFY(m_fixture->settle());
         QCOMPARE(m_fixture->rows(), 1);
 
-        for (const QString &table : {u"lying"_s, u"untyped"_s}) {
+        for (const QString &table : {u"lying"_s, u"orphaned"_s}) {
             m_fixture->window().messageBar()->showMessages({});
             m_fixture->window().showTable(table);
             QVERIFY(m_fixture->settle());
@@ -561,8 +561,9 @@ private Q_SLOTS:
     void leavesNoOldTextInTheMiddle()
     {
         auto *text = m_fixture->window().findChild<QWidget *>(u"emptyPage"_s)->findChild<QLabel *>();
-        const QString file = m_fixture->makeDatabase(
-            u"bad.sqlite"_s, {u"CREATE TABLE t (a INTEGER)"_s, u"INSERT INTO t VALUES ('x')"_s});
+        const QString file =
+            m_fixture->makeDatabase(u"bad.sqlite"_s, {u"CREATE TABLE t (a INTEGER)"_s,
+                                                      u"INSERT INTO t VALUES (1)"_s, spoiling(u"t"_s)});
         const QString nothing = text->text();
         QVERIFY(!nothing.isEmpty());
 

@@ -18,16 +18,19 @@ class tst_Sessions : public WindowTest
 {
     Q_OBJECT
 private:
-    /// Makes a database with the tables "quotes" and "sessions", a value of which cannot be read if \a isBad.
+    /// Makes a database with the tables "quotes" and "sessions", of which the second cannot be read if \a isBad.
     QString sessionsDatabase(bool isBad)
     {
-        return m_fixture->makeDatabase(
-            u"sessions.sqlite"_s,
-            {u"DROP TABLE IF EXISTS quotes"_s, u"DROP TABLE IF EXISTS sessions"_s,
-             u"CREATE TABLE quotes (stock_id INTEGER NOT NULL, sess_id INTEGER NOT NULL)"_s,
-             u"INSERT INTO quotes VALUES (1, 1), (1, 2), (2, 1)"_s,
-             u"CREATE TABLE sessions (stock_id INTEGER NOT NULL, sess_id INTEGER NOT NULL)"_s,
-             u"INSERT INTO sessions VALUES (1, 2), (2, %1)"_s.arg(isBad ? u"'bad'"_s : u"2"_s)});
+        QStringList statements{
+            u"DROP TABLE IF EXISTS quotes"_s,
+            u"DROP TABLE IF EXISTS sessions"_s,
+            u"CREATE TABLE quotes (stock_id INTEGER NOT NULL, sess_id INTEGER NOT NULL)"_s,
+            u"INSERT INTO quotes VALUES (1, 1), (1, 2), (2, 1)"_s,
+            u"CREATE TABLE sessions (stock_id INTEGER NOT NULL, sess_id INTEGER NOT NULL)"_s,
+            u"INSERT INTO sessions VALUES (1, 2), (2, 2)"_s};
+        if (isBad)
+            statements.append(spoiling(u"sessions"_s));
+        return m_fixture->makeDatabase(u"sessions.sqlite"_s, statements);
     }
     bool openSessions(bool isBad)
     {
@@ -277,8 +280,7 @@ private Q_SLOTS:
         m_fixture->closeWindow();
 
         m_fixture->makeWindow();
-        m_fixture->window().openText(
-            m_fixture->makeDatabase(u"sessions.sqlite"_s, {u"UPDATE quotes SET stock_id = 'bad'"_s}));
+        m_fixture->window().openText(m_fixture->makeDatabase(u"sessions.sqlite"_s, {spoiling(u"quotes"_s)}));
         QVERIFY(m_fixture->settle());
 
         QVERIFY(!m_fixture->window().page());

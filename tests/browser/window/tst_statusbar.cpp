@@ -191,7 +191,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("values");
         QTest::addColumn<QString>("told");
         const QString wider =
-            u"Столбец «x» объявлен как Decimal(2), NULL, но значениям нужен Decimal(4), NULL"_s;
+            u"Столбец «x» шире, чем объявлен («DECIMAL(10,2)»): значение 1.2345 в строке 1"_s;
         QTest::newRow("none") << u"'1.25', '1.25'"_s << QString();
         QTest::newRow("one") << u"'1.2345', '1.25'"_s << wider;
         QTest::newRow("two") << u"'1.2345', '1.2345'"_s << wider + u"; и ещё: 1"_s;
