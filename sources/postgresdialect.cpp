@@ -24,8 +24,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Gives schema, name, object number, and whether the name alone finds it, of all tables that hold rows:
-/// those of users in every schema, partitioned ones as a whole.
+/// Gives schema, name, object number, whether the name alone finds it, and the kind of all tables and views
+/// of users in every schema, partitioned tables as a whole.
 QString tablesStatement()
 {
     // A name is found in the first of the schemas that has a relation of that name.
@@ -36,8 +36,8 @@ QString tablesStatement()
            "JOIN pg_catalog.pg_namespace n ON n.oid OPERATOR(pg_catalog.=) c.relnamespace) "
            "SELECT c.nspname, c.relname, c.oid::pg_catalog.int8, c.place IS NOT NULL AND NOT EXISTS ("
            "SELECT FROM placed o WHERE o.relname OPERATOR(pg_catalog.=) c.relname "
-           "AND o.place OPERATOR(pg_catalog.<) c.place) FROM placed c "
-           "WHERE (c.relkind OPERATOR(pg_catalog.=) 'r' OR c.relkind OPERATOR(pg_catalog.=) 'p') "
+           "AND o.place OPERATOR(pg_catalog.<) c.place), c.relkind FROM placed c "
+           "WHERE c.relkind OPERATOR(pg_catalog.=) ANY ('{r,p,v,m,f}'::pg_catalog.\"char\"[]) "
            "AND NOT c.relispartition AND pg_catalog.left(c.nspname::pg_catalog.text, 3) "
            "OPERATOR(pg_catalog.<>) 'pg_' AND c.nspname OPERATOR(pg_catalog.<>) "
            "'information_schema'::pg_catalog.name"_s;
@@ -64,21 +64,32 @@ QString columnsStatement(qint64 table)
            "WHERE t.typtype OPERATOR(pg_catalog.<>) 'd' ORDER BY d.number"_s.arg(table);
 }
 
-/// Gives whether policies hide rows of the table where that is an error; and the name and the owner of a
-/// function that planning a query would run, null when there is none. A function of the user, or of a
-/// superuser, who can do everything anyway, is not one.
+/// Gives whether policies hide rows of the table where that is an error; and the name, the owner and the kind
+/// of something that reading would run, null when there is none: a function ("p") of an index, of statistics
+/// or of a view, a view ("v") or a foreign table ("f"). What belongs to the user, or to a superuser, who can
+/// do everything anyway, is not that.
 QString obstacleStatement(qint64 table)
 {
     // The planner evaluates constant parts of the expressions of indexes, statistics and partition keys.
     return u"WITH RECURSIVE tree(oid) AS (SELECT %1::pg_catalog.oid UNION "
-           "SELECT i.inhrelid FROM pg_catalog.pg_inherits i JOIN tree t ON i.inhparent "
-           "OPERATOR(pg_catalog.=) t.oid), "
+           "SELECT n.oid FROM tree t CROSS JOIN LATERAL (SELECT i.inhrelid FROM pg_catalog.pg_inherits i "
+           "WHERE i.inhparent OPERATOR(pg_catalog.=) t.oid UNION ALL SELECT d.refobjid "
+           "FROM pg_catalog.pg_class v JOIN pg_catalog.pg_rewrite w "
+           "ON w.ev_class OPERATOR(pg_catalog.=) v.oid JOIN pg_catalog.pg_depend d "
+           "ON d.classid OPERATOR(pg_catalog.=) 'pg_catalog.pg_rewrite'::pg_catalog.regclass "
+           "AND d.objid OPERATOR(pg_catalog.=) w.oid "
+           "AND d.refclassid OPERATOR(pg_catalog.=) 'pg_catalog.pg_class'::pg_catalog.regclass "
+           "WHERE v.oid OPERATOR(pg_catalog.=) t.oid AND v.relkind OPERATOR(pg_catalog.=) 'v') n(oid)), "
            "planned(class, oid) AS (SELECT 'pg_catalog.pg_class'::pg_catalog.regclass, t.oid FROM tree t "
            "UNION ALL "
            "SELECT 'pg_catalog.pg_class'::pg_catalog.regclass, i.indexrelid "
            "FROM tree t JOIN pg_catalog.pg_index i ON i.indrelid OPERATOR(pg_catalog.=) t.oid UNION ALL "
            "SELECT 'pg_catalog.pg_statistic_ext'::pg_catalog.regclass, s.oid "
-           "FROM tree t JOIN pg_catalog.pg_statistic_ext s ON s.stxrelid OPERATOR(pg_catalog.=) t.oid), "
+           "FROM tree t JOIN pg_catalog.pg_statistic_ext s ON s.stxrelid OPERATOR(pg_catalog.=) t.oid "
+           "UNION ALL SELECT 'pg_catalog.pg_rewrite'::pg_catalog.regclass, w.oid "
+           "FROM tree t JOIN pg_catalog.pg_class v ON v.oid OPERATOR(pg_catalog.=) t.oid "
+           "AND v.relkind OPERATOR(pg_catalog.=) 'v' "
+           "JOIN pg_catalog.pg_rewrite w ON w.ev_class OPERATOR(pg_catalog.=) t.oid), "
            "called(oid) AS (SELECT CASE WHEN d.refclassid OPERATOR(pg_catalog.=) "
            "'pg_catalog.pg_proc'::pg_catalog.regclass THEN d.refobjid ELSE o.oprcode::pg_catalog.oid END "
            "FROM planned p JOIN pg_catalog.pg_depend d ON d.classid OPERATOR(pg_catalog.=) p.class "
@@ -87,13 +98,20 @@ QString obstacleStatement(qint64 table)
            "AND o.oid OPERATOR(pg_catalog.=) d.refobjid "
            "WHERE d.refclassid OPERATOR(pg_catalog.=) 'pg_catalog.pg_proc'::pg_catalog.regclass OR o.oid IS "
            "NOT NULL), "
-           "untrusted(name, owner) AS (SELECT pg_catalog.concat(n.nspname, '.', f.proname), r.rolname "
-           "FROM called c JOIN pg_catalog.pg_proc f ON f.oid OPERATOR(pg_catalog.=) c.oid "
-           "JOIN pg_catalog.pg_namespace n ON n.oid OPERATOR(pg_catalog.=) f.pronamespace "
-           "JOIN pg_catalog.pg_roles r ON r.oid OPERATOR(pg_catalog.=) f.proowner "
-           "WHERE NOT r.rolsuper AND r.rolname OPERATOR(pg_catalog.<>) CURRENT_USER LIMIT 1) "
+           "used(name, schema, owner, kind) AS (SELECT f.proname, f.pronamespace, f.proowner, "
+           "'p'::pg_catalog.\"char\" FROM called c JOIN pg_catalog.pg_proc f "
+           "ON f.oid OPERATOR(pg_catalog.=) c.oid UNION ALL "
+           "SELECT v.relname, v.relnamespace, v.relowner, v.relkind FROM tree t JOIN pg_catalog.pg_class v "
+           "ON v.oid OPERATOR(pg_catalog.=) t.oid "
+           "AND v.relkind OPERATOR(pg_catalog.=) ANY ('{v,f}'::pg_catalog.\"char\"[])), "
+           "untrusted(name, owner, kind) AS (SELECT pg_catalog.concat(n.nspname, '.', u.name), r.rolname, "
+           "u.kind FROM used u "
+           "JOIN pg_catalog.pg_namespace n ON n.oid OPERATOR(pg_catalog.=) u.schema "
+           "JOIN pg_catalog.pg_roles r ON r.oid OPERATOR(pg_catalog.=) u.owner "
+           "WHERE NOT r.rolsuper AND r.rolname OPERATOR(pg_catalog.<>) CURRENT_USER "
+           "ORDER BY u.kind DESC LIMIT 1) "
            "SELECT pg_catalog.row_security_active(%1::pg_catalog.oid) "
-           "AND NOT pg_catalog.current_setting('row_security')::pg_catalog.bool, u.name, u.owner "
+           "AND NOT pg_catalog.current_setting('row_security')::pg_catalog.bool, u.name, u.owner, u.kind "
            "FROM (SELECT 1) one LEFT JOIN untrusted u ON true"_s.arg(table);
 }
 
@@ -164,8 +182,10 @@ QList<SqlDialect::Table> PostgresDialect::tables() const
     while (query.next()) {
         const QString schema = query.value(0).toString();
         const QString table = query.value(1).toString();
+        const QString kind = query.value(4).toString();
         result.append({listedName(schema, table, query.value(3).toBool()),
-                       quoted(schema) + u'.' + quoted(table), query.value(2).toLongLong()});
+                       quoted(schema) + u'.' + quoted(table), query.value(2).toLongLong(),
+                       kind == "v"_L1 || kind == "f"_L1});
     }
     if (query.lastError().isValid())
         fail(query.lastError());
@@ -174,6 +194,14 @@ QList<SqlDialect::Table> PostgresDialect::tables() const
 
 QList<SqlDialect::Column> PostgresDialect::columns(const Table &table) const
 {
+    // The others are checked when their rows are counted.
+    if (table.isView) {
+        checkObstacle(table);
+        if (number(u"SELECT pg_catalog.count(*) FROM (SELECT 1) one "
+                   "WHERE pg_catalog.has_table_privilege(%1::pg_catalog.oid, 'SELECT')"_s.arg(table.number),
+                   table.name) == 0)
+            throw Exception(TableLoader::tr("Таблица «%1»: нет права на чтение").arg(table.name));
+    }
     QList<Column> result;
     QSqlQuery query(connection());
     query.setForwardOnly(true);
@@ -204,11 +232,40 @@ void PostgresDialect::checkObstacle(const Table &table) const
     if (query.value(0).toBool())
         throw Exception(
             TableLoader::tr("Таблица «%1»: политики доступа скрывают часть её строк").arg(table.name));
-    if (!query.isNull(1)) {
-        throw Exception(TableLoader::tr("Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», "
-                                        "которую вызывает её индекс или статистика")
-                            .arg(table.name, query.value(1).toString(), query.value(2).toString()));
+    if (query.isNull(1))
+        return;
+    const QString kind = query.value(3).toString();
+    QString text = TableLoader::tr("Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», "
+                                   "которую вызывает её индекс или статистика");
+    if (kind == "v"_L1)
+        text = TableLoader::tr("Таблица «%1»: чтение выполнило бы представление «%2» пользователя «%3»");
+    else if (kind == "f"_L1)
+        text = TableLoader::tr("Таблица «%1»: чтение обратилось бы к внешней таблице «%2» пользователя «%3»");
+    else if (table.isView)
+        text = TableLoader::tr(
+            "Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую она вызывает");
+    throw Exception(text.arg(table.name, query.value(1).toString(), query.value(2).toString()));
+}
+
+/// Whether \a table is a view, which is then locked, so that nobody replaces it after it was checked. A
+/// foreign table cannot be locked; it is checked.
+bool PostgresDialect::lockView(const Table &table) const
+{
+    const auto is = [this, &table](const QString &condition) {
+        return number(u"SELECT pg_catalog.count(*) FROM "_s + condition.arg(table.number), table.name) > 0;
+    };
+    const bool isView = is(u"pg_catalog.pg_class WHERE oid OPERATOR(pg_catalog.=) %1::pg_catalog.oid "
+                           "AND relkind OPERATOR(pg_catalog.=) 'v'"_s);
+    if (isView) {
+        QSqlQuery query(connection());
+        execute(query, u"LOCK TABLE %1 IN ACCESS SHARE MODE"_s.arg(table.quotedName));
+        // Of the same name, and another one by now.
+        if (!is(u"pg_catalog.pg_locks WHERE pid OPERATOR(pg_catalog.=) pg_catalog.pg_backend_pid() "
+                "AND relation OPERATOR(pg_catalog.=) %1::pg_catalog.oid"_s))
+            throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table.name));
     }
+    checkObstacle(table);
+    return isView;
 }
 
 /// Whether \a table, or what it consists of, may be more than the server reads in a moment.
@@ -261,6 +318,12 @@ std::optional<qint64> PostgresDialect::rowCount(const Table &table, const parall
 std::unique_ptr<SqlRows> PostgresDialect::rows(const Table &table, const QList<Column> &declared,
                                                const std::vector<SourceColumn> &columns) const
 {
+    const bool isView = table.isView && lockView(table);
+    // Where the server can keep views from being read, see PostgresSession.
+    QSqlQuery restriction(connection());
+    execute(restriction, u"SELECT pg_catalog.set_config(name, '%1', true) FROM pg_catalog.pg_settings "
+                         "WHERE name OPERATOR(pg_catalog.=) 'restrict_nonsystem_relation_kind'"_s.arg(
+                             isView ? u""_s : u"view"_s));
     QStringList expressions;
     QStringList sizes;
     std::vector<PostgresRows::Column> kinds;

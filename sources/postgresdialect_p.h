@@ -26,6 +26,7 @@ protected:
 private:
     void checkObstacle(const Table &table) const;
     bool isLarge(const Table &table) const;
+    bool lockView(const Table &table) const;
 };
 
 } // namespace sito

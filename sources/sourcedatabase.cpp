@@ -99,6 +99,11 @@ void SourceDatabase::open(const SourceLocation &location, int connectSeconds, in
     };
     if (!connection.open())
         fail(connection.lastError());
+    if (location.isFile()) {
+        // Views, columns and indexes of the file call no function, and no virtual table, that could do harm.
+        QSqlQuery query(connection);
+        query.exec(u"PRAGMA trusted_schema = OFF"_s);
+    }
     if (!isPostgres)
         return;
     const QStringList statements = PostgresSession::statements();

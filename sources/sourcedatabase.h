@@ -13,6 +13,8 @@ namespace sito {
 /// An open Qt SQL connection to a source, under a name of its own in QSqlDatabase's list for as long as this
 /// object lives. It only reads.
 ///
+/// The schema of an SQLite file is not trusted: it calls only functions and virtual tables that do no harm.
+///
 /// A PostgreSQL session runs no code that others planted in the database, as long as its statements qualify
 /// every name: its search path is empty, and a table of which row policies would hide rows is an error.
 /// PGOPTIONS, PGSERVICE and the other variables of libpq hold as far as they do not contradict that.

@@ -33,7 +33,7 @@ public:
         QString quotedName;
         /// PostgreSQL: of the object. SQLite: of the first page; virtual tables have none.
         qint64 number = 0;
-        /// A view, whose rows are not counted: that would compute them all.
+        /// A view or a foreign table, whose rows are not counted: that would compute or fetch them all.
         bool isView = false;
     };
     struct Column

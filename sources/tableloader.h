@@ -69,19 +69,20 @@ namespace sito {
 /// PostgreSQL's infinite dates, and NaN and the infinities in NUMERIC are misfits, too; its REAL and DOUBLE
 /// PRECISION are read with all digits, as the shortest decimal number that is the same to the server.
 ///
-/// **Tables** are also the views of SQLite. Those of PostgreSQL are the tables of all schemas except the
-/// system's; a partitioned table counts as one. Views, temporary tables and foreign tables are not listed. A
-/// table that the search path finds has its
+/// **Tables** are views as well. Those of PostgreSQL are of all schemas except the system's, and may be
+/// materialized views and foreign tables, too; a partitioned table counts as one. Temporary tables are not
+/// listed. A table that the search path finds has its
 /// plain name, any other one "schema.table"; a part that contains a point or a quotation mark is written in
 /// quotation marks.
 ///
 /// **Names** of SQLite that are not valid UTF-8 show each such byte as "\\xE9". The columns are read like
 /// others; a table with such a name is listed, but refused.
 ///
-/// **Code of others** is not run: all names in statements are qualified, types of other schemas are refused,
-/// and so is a table of PostgreSQL when planning a query would run a function in the expressions of its
-/// indexes or statistics whose owner is neither the user nor a superuser. (An index that is created during
-/// the load is not seen.) Where row_security is off, a table of which policies hide rows is refused, too.
+/// **Code of others** is not run: all names in statements are qualified, values become texts without casts,
+/// and a table of PostgreSQL is refused when reading it would run what belongs neither to the user nor to a
+/// superuser: a function in the expressions of its indexes or statistics or in a view, a view, or a foreign
+/// table. (An index that is created during the load is not seen.) Where row_security is off, a table of which
+/// policies hide rows is refused, too.
 ///
 /// **Errors** are thrown as Exception and name the table and, for a value, the row (counted from 1 in the
 /// order of reading), the column and the value. Nothing that was loaded before stays behind then; the same
@@ -121,7 +122,7 @@ public:
     explicit TableLoader(const QSqlDatabase &connection);
     ~TableLoader();
 
-    /// The names of the tables and views, by UTF-16 code units; without the database's own tables.
+    /// The names of the tables, by UTF-16 code units; without the database's own.
     QStringList tableNames() const;
     /// The columns of \a table as declared, in their order in the database: those with which load() makes it,
     /// but for what values need that do not fit.
@@ -132,8 +133,8 @@ public:
     /// Lines for the user about \a table as the last load found it: its columns and values that are not shown
     /// as they are declared, and why.
     QStringList columnNotes(const QString &table) const;
-    /// How many rows \a table has now, counted by the database; -1 for a view, all of whose rows would have
-    /// to be computed for that.
+    /// How many rows \a table has now, counted by the database; -1 for a view and a foreign table, all of
+    /// whose rows would have to be computed or fetched for that.
     qint64 rowCount(const QString &table) const;
     /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
     /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than

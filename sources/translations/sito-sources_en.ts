@@ -230,6 +230,22 @@
         <source>База данных «%1», таблица «%2»: %3</source>
         <translation>Database &apos;%1&apos;, table &apos;%2&apos;: %3</translation>
     </message>
+    <message>
+        <source>Таблица «%1»: нет права на чтение</source>
+        <translation>Table &apos;%1&apos;: no right to read it</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: чтение выполнило бы представление «%2» пользователя «%3»</source>
+        <translation>Table &apos;%1&apos;: reading it would run view &apos;%2&apos; of user &apos;%3&apos;</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: чтение обратилось бы к внешней таблице «%2» пользователя «%3»</source>
+        <translation>Table &apos;%1&apos;: reading it would ask foreign table &apos;%2&apos; of user &apos;%3&apos;</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую она вызывает</source>
+        <translation>Table &apos;%1&apos;: reading it would run function &apos;%2&apos; of user &apos;%3&apos;, which it calls</translation>
+    </message>
 </context>
 <context>
     <name>sito::OpenServerDialog</name>

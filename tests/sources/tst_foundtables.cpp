@@ -4,9 +4,9 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/foundtables.h>
 #include <support/loadedtables.h>
 
-#include <QFile>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -56,33 +56,6 @@ QStringList exceptions()
     return result;
 }
 
-/// The statements of the script of that name beside this file.
-QStringList statements(const QString &name)
-{
-    QFile file(QFINDTESTDATA(name));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QStringList result{QString()};
-    const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
-    for (const QString &line : lines) {
-        if (line.startsWith("--"_L1))
-            continue;
-        result.last() += line + u'\n';
-        if (line.endsWith(u';'))
-            result.append(QString());
-    }
-    result.removeLast();
-    return result;
-}
-
-QString bytesText(qint64 size, const QByteArray &bytes)
-{
-    QString text = u"%1 Б"_s.arg(size);
-    if (size > 0)
-        text += u": "_s + QString::fromLatin1(bytes.first(std::min<qsizetype>(size, 16)).toHex(' '));
-    return size > 16 ? text + u'…' : text;
-}
-
 } // namespace
 
 /// Loads the tables of foundtables.sql and compares each cell with what SQLite itself makes a text of.
@@ -114,8 +87,9 @@ private:
                 if (kind == "null"_L1)
                     row.append(u"NULL"_s);
                 else
-                    row.append(kind == "blob"_L1 ? bytesText(query.value(3 * i + 2).toLongLong(), bytes)
-                                                 : QString::fromUtf8(bytes));
+                    row.append(kind == "blob"_L1
+                                   ? foundtables::bytesText(query.value(3 * i + 2).toLongLong(), bytes)
+                                   : QString::fromUtf8(bytes));
             }
             rows.append(row);
         }
@@ -144,7 +118,7 @@ private Q_SLOTS:
         auto database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connectionName);
         database.setDatabaseName(u":memory:"_s);
         QVERIFY(database.open());
-        const QStringList script = statements(u"foundtables.sql"_s);
+        const QStringList script = foundtables::statements(QFINDTESTDATA("foundtables.sql"));
         QVERIFY(!script.isEmpty());
         for (const QString &statement : script) {
             QSqlQuery query(database);

@@ -226,6 +226,97 @@ private Q_SLOTS:
         QCOMPARE(reader.connection.tables().constLast().error, message);
     }
 
+    void readsNoViewsOfOthers_data()
+    {
+        QTest::addColumn<QString>("statement");
+        QTest::addColumn<QString>("refusal");
+        const QString view =
+            u"Таблица «v»: чтение выполнило бы представление «public.v» пользователя «planter»"_s;
+        QTest::newRow("a view")
+            << u"CREATE VIEW public.v AS SELECT public.planted(price) AS a FROM public.prices"_s << view;
+        QTest::newRow("a view that asks the server itself")
+            << u"CREATE VIEW public.v AS SELECT pg_catalog.pg_advisory_lock_shared(1)::text AS a"_s << view;
+        QTest::newRow("a view below one of the administrator")
+            << u"CREATE VIEW public.below AS SELECT public.planted(price) AS a FROM public.prices; "
+               "ADMIN CREATE VIEW public.v AS SELECT a FROM public.below"_s
+            << u"Таблица «v»: чтение выполнило бы представление «public.below» пользователя «planter»"_s;
+        QTest::newRow("a function in a view of the administrator")
+            << u"ADMIN CREATE VIEW public.v AS SELECT public.planted(price) AS a FROM public.prices"_s
+            << u"Таблица «v»: чтение выполнило бы функцию «public.planted» пользователя «planter», которую "
+               u"она "
+               "вызывает"_s;
+        QTest::newRow("an index below a view of the administrator")
+            << u"CREATE INDEX ON public.prices (public.planted(1)); "
+               "ADMIN CREATE VIEW public.v AS SELECT price FROM public.prices"_s
+            << u"Таблица «v»: чтение выполнило бы функцию «public.planted» пользователя «planter», которую "
+               u"она "
+               "вызывает"_s;
+        QTest::newRow("a foreign table")
+            << u"ADMIN CREATE FOREIGN DATA WRAPPER wrapper; CREATE SERVER server FOREIGN DATA WRAPPER "
+               u"wrapper; "
+               "GRANT USAGE ON FOREIGN SERVER server TO planter; "
+               "OWNER CREATE FOREIGN TABLE public.v (a integer) SERVER server"_s
+            << u"Таблица «v»: чтение обратилось бы к внешней таблице «public.v» пользователя «planter»"_s;
+    }
+    void readsNoViewsOfOthers()
+    {
+        QFETCH(QString, statement);
+        QFETCH(QString, refusal);
+        plantFunction(u"planted(integer)"_s, u"integer IMMUTABLE"_s, 1, u"1"_s);
+        const PostgresConnection admin(m_server.location(u"shared"_s));
+        const PostgresConnection *who = m_owner.get();
+        const QStringList statements = statement.split(u"; "_s);
+        for (QString part : statements) {
+            if (part.startsWith("ADMIN "_L1) || part.startsWith("OWNER "_L1)) {
+                who = part.startsWith("ADMIN "_L1) ? &admin : m_owner.get();
+                part = part.sliced(6);
+            }
+            QCOMPARE(who->execute(part), QString());
+        }
+        QCOMPARE(admin.execute(u"GRANT SELECT ON public.v TO reader"_s), QString());
+        endPlanting();
+        QCOMPARE(admin.execute(u"SELECT pg_catalog.pg_advisory_unlock_all()"_s), QString());
+        SourceReader reader;
+        for (int i = 0; i < 2; ++i)
+            QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Exception: "_s + refusal));
+        if (statement.contains("INDEX"_L1))
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: Таблица «prices»: "_s));
+
+        // The view "below", where there is one, is told of as well.
+        if (statement.contains("below"_L1))
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: Таблица «below»: "_s));
+        QVERIFY(reader.read(m_location, {u"v"_s}));
+
+        QCOMPARE(whatRan(), QStringList());
+        QCOMPARE(reader.recorder.events.constLast(), u"failed "_s + refusal);
+        QCOMPARE(reader.connection.tables().constLast().name, u"v"_s);
+        QCOMPARE(reader.connection.tables().constLast().error, refusal);
+    }
+
+    void readsViewsOfTheAdministrator()
+    {
+        const PostgresConnection admin(m_server.location(u"shared"_s));
+        QCOMPARE(admin.execute(u"CREATE VIEW public.inner_view AS SELECT code, price * 2 AS twice FROM "
+                               "public.prices"_s),
+                 QString());
+        QCOMPARE(
+            admin.execute(u"CREATE VIEW public.v AS SELECT upper(code) AS c, twice FROM public.inner_view"_s),
+            QString());
+        QCOMPARE(admin.execute(u"GRANT SELECT ON public.v TO reader"_s), QString());
+        SourceReader reader;
+        const QString refusal = u"Таблица «inner_view»: нет права на чтение"_s;
+        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Exception: "_s + refusal));
+
+        QVERIFY(reader.read(m_location, {u"v"_s, u"prices"_s}));
+
+        QCOMPARE(reader.recorder.events, QStringList({u"opened inner_view(-1),prices(1),v(-1)"_s,
+                                                      u"loaded v"_s, u"loaded prices"_s}));
+        QCOMPARE(reader.connection.tables().constFirst().error, refusal);
+        const MemoryTable &table = *MemoryDatabase::instance().table(u"v"_s);
+        QCOMPARE(cellText(table, 0, 0), u"GAZP"_s);
+        QCOMPARE(cellText(table, 0, 1), u"10"_s);
+    }
+
     void readsTablesWhoseIndexesCallTrustedFunctions()
     {
         QCOMPARE(

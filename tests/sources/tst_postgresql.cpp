@@ -9,6 +9,7 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/foundtables.h>
 #include <support/loadedtables.h>
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
@@ -39,6 +40,35 @@ private:
         const QString error = m_writer->execute(statement);
         QVERIFY2(error.isEmpty(), qPrintable(error));
     }
+    /// The texts in \a table that are not those that the server gives, as "table.column: text".
+    QStringList differences(const MemoryTable &table) const
+    {
+        QStringList values;
+        for (int i = 0; i < table.columnCount(); ++i) {
+            const QString name = u'"' + table.columnName(i) + u'"';
+            values.append(name == "\"photo\""_L1 ? u"octet_length(%1), encode(%1, 'hex')"_s.arg(name)
+                                                 : u"NULL, %1::text"_s.arg(name));
+        }
+        QSqlQuery query(m_writer->connection());
+        if (!query.exec(u"SELECT %1 FROM %2"_s.arg(values.join(u','), table.name())) ||
+            query.size() != table.rowCount())
+            return {table.name() + u": "_s + query.lastError().text()};
+        QStringList result;
+        for (qint64 row = 0; query.next(); ++row) {
+            for (int i = 0; i < table.columnCount(); ++i) {
+                const QVariant size = query.value(2 * i);
+                const QVariant text = query.value(2 * i + 1);
+                QString expected = text.isNull() ? u"NULL"_s : text.toString();
+                if (!size.isNull())
+                    expected = foundtables::bytesText(size.toInt(), QByteArray::fromHex(text.toByteArray()));
+                if (cellText(table, row, i) != expected)
+                    result.append(
+                        u"%1.%2: %3"_s.arg(table.name(), table.columnName(i), cellText(table, row, i)));
+            }
+        }
+        return result;
+    }
+
     PostgresServer m_server;
     std::optional<PostgresConnection> m_writer;
     std::optional<SourceDatabase> m_database;
@@ -356,19 +386,71 @@ private Q_SLOTS:
 
         QCOMPARE(loader.tableNames(),
                  QStringList({u"\"Mixed.Case\".Тікер"_s, u"\"other.t\""_s, u"\"q\"\"q\""_s, u"Quotes"_s,
-                              u"b"_s, u"other.b"_s, u"other.t"_s, u"parts"_s}));
+                              u"b"_s, u"m"_s, u"other.b"_s, u"other.t"_s, u"parts"_s, u"v"_s}));
         QCOMPARE(loader.rowCount(u"other.b"_s), 2);
         QCOMPARE(loader.rowCount(u"b"_s), 0);
+        QCOMPARE(loader.rowCount(u"m"_s), 0);
+        QCOMPARE(loader.rowCount(u"v"_s), -1);
         QCOMPARE(outcome(loader, u"parts"_s), QStringList({u"5"_s}));
         QCOMPARE(outcome(loader, u"\"other.t\""_s), QStringList({u"3"_s}));
         const auto mixed = loader.load(u"\"Mixed.Case\".Тікер"_s);
         QCOMPARE(mixed->name(), u"\"Mixed.Case\".Тікер"_s);
         QCOMPARE(typeText(mixed->columnSpec(1)), u"a.\"b String(0)?"_s);
         QCOMPARE(cellText(*mixed, 0, 1), u"x"_s);
-        for (const QString &name : {u"quotes"_s, u"v"_s, u"Mixed.Case.Тікер"_s}) {
+        for (const QString &name : {u"quotes"_s, u"part1"_s, u"Mixed.Case.Тікер"_s}) {
             QCOMPARE(exceptionMessage([&] { loader.load(name); }),
                      u"В базе данных нет таблицы «%1»"_s.arg(name));
         }
+    }
+
+    void showsEveryCellOfTablesAsTheyAreFound()
+    {
+        for (const QString &statement : foundtables::statements(QFINDTESTDATA("foundtables-postgresql.sql")))
+            execute(statement);
+        for (const char *setting : {"TimeZone = 'UTC'", "DateStyle = 'ISO'", "extra_float_digits = 3"})
+            execute(u"SET "_s + QString::fromLatin1(setting));
+        const TableLoader loader(m_database->connection());
+        const QStringList names = loader.tableNames();
+        QStringList found;
+
+        for (const QString &name : names) {
+            const QString failure = exceptionMessage([&] { found += differences(*loader.load(name)); });
+            if (!failure.isEmpty())
+                found.append(failure);
+        }
+
+        QCOMPARE(names.size(), 21);
+        const QStringList expected{
+            // The type itself writes no length of a network for a host; a cast to text does.
+            u"addresses.i: ::1"_s,
+            // Padded with blanks, as the column declares; a cast to text takes them off.
+            u"characters.c: a  "_s, u"characters.c: 😀  "_s,
+            // Numbers that are none have the names of the system.
+            u"numbers.r: -inf"_s, u"numbers.r: nan"_s,
+            // Date-times have one form.
+            u"ordinary.at: 2017.01.31 14:30:00.000"_s,
+            // The session finds no name without its schema.
+            u"words.r: public.shapes"_s};
+        found.sort();
+        QCOMPARE(found.join(u'\n'), expected.join(u'\n'));
+    }
+
+    void notesTellWhatIsNotAsDeclared()
+    {
+        execute(u"CREATE TYPE mood AS ENUM ('sad')"_s);
+        execute(u"CREATE TABLE t (m mood, at timestamp, n numeric(5,2), b bytea, d date)"_s);
+        execute(u"INSERT INTO t VALUES ('sad', '2017-01-31 14:30:00', 1, '\\x00', '2017-01-31'), "
+                "(NULL, '2017-01-31 14:30:00.123456', 'NaN', NULL, NULL)"_s);
+        const TableLoader loader(m_database->connection());
+
+        loader.load(u"t"_s);
+
+        QCOMPARE(loader.columnNotes(u"t"_s),
+                 QStringList({u"Столбец «m» показан как текст: тип «public.mood» неизвестен"_s,
+                              u"Столбец «at» («timestamp without time zone») показан как текст: значение "
+                              "'2017-01-31 14:30:00.123456' в строке 2"_s,
+                              u"Столбец «n» («numeric(5,2)») показан как текст: значение 'NaN' в строке 2"_s,
+                              u"Столбец «b»: вместо байтов показаны их число и начало"_s}));
     }
 
     void namesFollowTheSearchPath()

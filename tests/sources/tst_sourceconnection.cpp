@@ -160,16 +160,23 @@ private Q_SLOTS:
         const QString file =
             makeFile(u"s.sqlite"_s, {u"CREATE TABLE a (id INTEGER)"_s, u"INSERT INTO a VALUES (1)"_s,
                                      u"CREATE VIEW v AS SELECT id, 'x' AS t FROM a"_s,
+                                     u"CREATE VIEW asking AS SELECT * FROM pragma_database_list"_s,
                                      u"CREATE VIEW broken AS SELECT * FROM gone"_s});
-        const QString message = u"База данных «%1», таблица «broken»: no such table: main.gone"_s.arg(file);
+        const QString about = u"База данных «%1», таблица «%2»: %3"_s;
+        const QString unsafe =
+            about.arg(file, u"asking"_s, u"unsafe use of virtual table \"pragma_database_list\""_s);
+        const QString message = about.arg(file, u"broken"_s, u"no such table: main.gone"_s);
         SourceReader reader;
+        announceText(unsafe);
         announceText(message);
 
         QVERIFY(reader.read(SourceLocation::fromFile(file), {u"v"_s}));
 
-        QCOMPARE(reader.recorder.events, QStringList({u"opened a(1),broken(-1),v(-1)"_s, u"loaded v"_s}));
-        QCOMPARE(reader.connection.tables().at(1).error, message);
-        QCOMPARE(reader.connection.tables().at(2).error, QString());
+        QCOMPARE(reader.recorder.events,
+                 QStringList({u"opened a(1),asking(-1),broken(-1),v(-1)"_s, u"loaded v"_s}));
+        QCOMPARE(reader.connection.tables().at(1).error, unsafe);
+        QCOMPARE(reader.connection.tables().at(2).error, message);
+        QCOMPARE(reader.connection.tables().at(3).error, QString());
         QCOMPARE(MemoryDatabase::instance().table(u"v"_s)->rowCount(), 1);
     }
 
