@@ -149,7 +149,7 @@ int carryOut(const QStringList &arguments, QTextStream &out, Languages &language
     case CommandLine::Action::Screenshot:
         return showWindow(commandLine, languages);
     default:
-        HeadlessReport(commandLine, out).run();
+        return HeadlessReport(commandLine, out).run() ? 0 : failure;
     }
     return 0;
 }

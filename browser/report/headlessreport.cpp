@@ -22,8 +22,10 @@
 #include <filters/valuefilter.h>
 
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <algorithm>
+#include <cstdio>
 #include <limits>
 #include <mutex>
 #include <numeric>
@@ -64,13 +66,11 @@ HeadlessReport::~HeadlessReport()
     m_loader.reset();
 }
 
-void HeadlessReport::run()
+bool HeadlessReport::run()
 {
     openDatabase();
-    if (m_commandLine.action == CommandLine::Action::List) {
-        list();
-        return;
-    }
+    if (m_commandLine.action == CommandLine::Action::List)
+        return list();
 
     QStringList wanted{m_commandLine.table};
     if (!m_commandLine.sessionColumns.isEmpty() && m_commandLine.table != "sessions"_L1)
@@ -86,18 +86,25 @@ void HeadlessReport::run()
         wantedRows = m_commandLine.headRows;
     else if (m_commandLine.action == CommandLine::Action::Export)
         wantedRows = std::numeric_limits<qint64>::max();
-    const Pass result = pass(table, wantedRows);
+    const Pass counted = pass(table, wantedRows);
     if (m_commandLine.action == CommandLine::Action::Head)
-        printRows(table, result.rows);
+        printRows(table, counted.rows);
     else if (m_commandLine.action == CommandLine::Action::Export)
-        exportRows(table, result.rows);
-    m_out << tr("Показано строк: %1").arg(result.shown) << '\n'
-          << tr("Скрыто строк: %1").arg(result.hidden) << '\n'
-          << tr("Время прохода: %1 мс").arg(QString::number(double(result.nanoseconds) / 1e6, 'f', 3))
-          << '\n';
+        exportRows(table, counted.rows);
+    // Beside exported rows, the result would be taken for one of them.
+    QFile errors;
+    QTextStream errorLines(&errors);
+    if (isExportedToOutput())
+        errors.open(stderr, QIODevice::WriteOnly);
+    QTextStream &result = isExportedToOutput() ? errorLines : m_out;
+    result << tr("Показано строк: %1").arg(counted.shown) << '\n'
+           << tr("Скрыто строк: %1").arg(counted.hidden) << '\n'
+           << tr("Время прохода: %1 мс").arg(QString::number(double(counted.nanoseconds) / 1e6, 'f', 3))
+           << '\n';
     const QStringList notes = m_loader->columnNotes(table.name());
     for (const QString &note : notes)
-        m_out << printable(note) << '\n';
+        result << printable(note) << '\n';
+    return true;
 }
 
 void HeadlessReport::openDatabase()
@@ -114,18 +121,24 @@ void HeadlessReport::openDatabase()
     m_loader = std::make_unique<TableLoader>(m_database->connection());
 }
 
-void HeadlessReport::list()
+bool HeadlessReport::list()
 {
+    bool isComplete = true;
     const QStringList tables = m_loader->tableNames();
     for (const QString &table : tables) {
         QList<ColumnSpec> columns;
+        qint64 rowCount = -1;
         try {
             columns = m_loader->columns(table);
+            rowCount = m_loader->rowCount(table);
         } catch (const Exception &exception) {
             m_out << printable(exception.message()) << '\n';
+            isComplete = false;
             continue;
         }
-        m_out << printable(tr("%1: строк %2").arg(table, QString::number(m_loader->rowCount(table)))) << '\n';
+        const QString head = rowCount < 0 ? tr("%1: число строк неизвестно").arg(table)
+                                          : tr("%1: строк %2").arg(table, QString::number(rowCount));
+        m_out << printable(head) << '\n';
         qsizetype width = 0;
         for (const ColumnSpec &column : columns)
             width = std::max(width, column.name.size());
@@ -133,6 +146,7 @@ void HeadlessReport::list()
             m_out << "    " << printable(column.name.leftJustified(width)) << "  " << columnTypeText(column)
                   << '\n';
     }
+    return isComplete;
 }
 
 HeadlessReport::Pass HeadlessReport::pass(const MemoryTable &table, qint64 wantedRows) const
@@ -196,7 +210,31 @@ void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<Reco
 {
     QList<int> columns(table.columnCount());
     std::iota(columns.begin(), columns.end(), 0);
-    exportCsvFile(m_commandLine.exportFile, TableExport(table, columns, rows), m_file);
+    const TableExport exported(table, columns, rows);
+    if (isExportedToOutput())
+        exportToOutput(exported);
+    else
+        exportCsvFile(m_commandLine.exportFile, exported, m_file);
+}
+
+void HeadlessReport::exportToOutput(const TableExport &rows) const
+{
+    auto *device = qobject_cast<QFileDevice *>(m_out.device());
+    QString error;
+    try {
+        rows.writeCsv(*device);
+    } catch (const Exception &exception) {
+        error = exception.message();
+    }
+    if (error.isEmpty() && !device->flush())
+        error = device->errorString();
+    if (!error.isEmpty())
+        throw Exception(tr("Не удалось записать вывод: %1").arg(error));
+}
+
+bool HeadlessReport::isExportedToOutput() const
+{
+    return m_commandLine.action == CommandLine::Action::Export && m_commandLine.exportFile == "-"_L1;
 }
 
 } // namespace sito

@@ -20,6 +20,7 @@ namespace sito {
 
 class SampleDatabase;
 class SourceDatabase;
+class TableExport;
 class TableLoader;
 
 /// Carries out a command line without any window: lists tables, or passes the rows of one through filters and
@@ -34,7 +35,8 @@ public:
     HeadlessReport(const CommandLine &commandLine, QTextStream &out);
     ~HeadlessReport();
 
-    void run();
+    /// Returns whether everything could be read; a list names the tables that could not.
+    bool run();
 
 private:
     /// What one walk over the rows found.
@@ -48,10 +50,12 @@ private:
     };
 
     void openDatabase();
-    void list();
+    bool list();
     Pass pass(const MemoryTable &table, qint64 wantedRows) const;
     void printRows(const MemoryTable &table, const std::vector<Record> &rows);
     void exportRows(const MemoryTable &table, const std::vector<Record> &rows) const;
+    void exportToOutput(const TableExport &rows) const;
+    bool isExportedToOutput() const;
 
     const CommandLine m_commandLine;
     QTextStream &m_out;

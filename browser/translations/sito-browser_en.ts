@@ -132,6 +132,14 @@
         <source>%1: строк %2</source>
         <translation>%1: %2 rows</translation>
     </message>
+    <message>
+        <source>%1: число строк неизвестно</source>
+        <translation>%1: number of rows unknown</translation>
+    </message>
+    <message>
+        <source>Не удалось записать вывод: %1</source>
+        <translation>Cannot write the output: %1</translation>
+    </message>
 </context>
 <context>
     <name>Question</name>

@@ -168,14 +168,16 @@ private Q_SLOTS:
     void listsTablesThatCannotBeLoaded()
     {
         const QString file =
-            makeDatabase({u"CREATE VIEW a AS SELECT * FROM gone"_s, u"CREATE TABLE b (id INTEGER)"_s});
+            makeDatabase({u"CREATE VIEW a AS SELECT * FROM gone"_s, u"CREATE TABLE b (id INTEGER)"_s,
+                          u"CREATE VIEW c AS SELECT id FROM b"_s});
 
         const ProgramRun run = runBrowser({file, u"--list"_s});
 
-        QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.output,
-                 u"Database '%1', table 'a': no such table: main.gone\nb: 0 rows\n    id  Int, NULL\n"_s.arg(
-                     file));
+        QCOMPARE(run.exitCode, 2);
+        QCOMPARE(run.errors, QString());
+        QCOMPARE(run.output, u"Database '%1', table 'a': no such table: main.gone\n"
+                             "b: 0 rows\n    id  Int, NULL\n"
+                             "c: number of rows unknown\n    id  Int, NULL\n"_s.arg(file));
     }
 
     void countsRows_data()
@@ -339,6 +341,19 @@ private Q_SLOTS:
         QCOMPARE(run.exitCode, 0);
         QVERIFY(run.output.startsWith(
             u"stock_id  sess_id  open  high  low  close  change  volume\n\nRows shown: "_s));
+    }
+
+    void exportsToTheStandardOutput()
+    {
+        const QString file = makeDatabase(
+            {u"CREATE TABLE t (a INTEGER, b TEXT)"_s, u"INSERT INTO t VALUES (1, 'x,y'), (2, NULL)"_s});
+
+        const ProgramRun run =
+            runBrowser({file, u"--table"_s, u"t"_s, u"--exclude"_s, u"a=3"_s, u"--export"_s, u"-"_s});
+
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.output, u"a,b\r\n1,\"x,y\"\r\n2,\r\n"_s);
+        QVERIFY2(run.errors.startsWith(u"Rows shown: 2\nRows hidden: 0\n"_s), qPrintable(run.errors));
     }
 
     void exportsWhatIsShown()
@@ -578,18 +593,31 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo(name).isFile());
     }
 
+    void reportsOutputThatCannotBeWritten_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("a list") << QStringList{u"--list"_s};
+        QTest::newRow("an export") << QStringList{u"--table"_s, u"quotes"_s, u"--export"_s, u"-"_s};
+        QTest::newRow("a short export")
+            << QStringList{u"--table"_s, u"quotes"_s, u"--keep"_s, u"stock_id=1"_s, u"--export"_s, u"-"_s};
+    }
     void reportsOutputThatCannotBeWritten()
     {
         if (!QFileInfo::exists(u"/dev/full"_s))
             QSKIP("no device that is always full");
+        QFETCH(const QStringList, arguments);
         QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"LC_ALL"_s, u"C"_s);
+        process.setProcessEnvironment(environment);
         process.setStandardOutputFile(u"/dev/full"_s);
-        process.start(QStringLiteral(SITO_BROWSER), {u"--list"_s});
+        process.start(QStringLiteral(SITO_BROWSER), arguments);
 
         QVERIFY(process.waitForFinished());
 
         QCOMPARE(process.exitCode(), 2);
-        QCOMPARE(process.readAllStandardError().count('\n'), 1);
+        QCOMPARE(QString::fromUtf8(process.readAllStandardError()),
+                 u"sito-browser: Cannot write the output: No space left on device\n"_s);
     }
 
     void takesOddFileNames()
