@@ -113,7 +113,7 @@ void RowReader::readCell(size_t index)
     // Some drivers give no value in place of one that they cannot read. As a text it is read as absent.
     if (value.isNull() && !column.isShownAsText() && !m_rows.isNull(int(index)))
         problem = CellProblem::WrongKind;
-    if (problem == CellProblem::None && value.typeId() == QMetaType::QString && column.isText())
+    if (problem == CellProblem::None && column.isText() && value.typeId() == QMetaType::QString)
         problem = checkText(index, value);
     while (problem != CellProblem::None) {
         if (!change(column, problem, value))

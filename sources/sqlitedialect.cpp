@@ -155,6 +155,8 @@ std::unique_ptr<SqlRows> SqliteDialect::rows(const Table &table, const QList<Col
             bytes.append(columns[i].isText() ? u"CAST(%1 AS BLOB)"_s.arg(name) : name);
         }
     }
+    if (sizes.isEmpty())
+        sizeColumns.clear();
     const QString with =
         u"WITH r(%1) AS (SELECT * FROM %2) SELECT "_s.arg(names.join(u", "_s), table.quotedName);
     const QString from = u" FROM r"_s;

@@ -35,6 +35,8 @@ bool SqliteRows::next()
 
 QVariant SqliteRows::value(int column) const
 {
+    if (m_sizeColumns.empty())
+        return SqlRows::value(column);
     QVariant value = SqlRows::value(column);
     const int sizeColumn = m_sizeColumns[size_t(column)];
     if (sizeColumn < 0 || (value.typeId() == QMetaType::QString && !value.isNull()))

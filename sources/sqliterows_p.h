@@ -13,8 +13,8 @@ class SqliteRows : public SqlRows
 {
 public:
     /// \a bytesStatement must give the rows in the order of \a statement; it is empty for a database whose
-    /// texts cannot be checked. Of a column for which \a sizeColumns is not negative, bytes come as the first
-    /// of them, and their size in that other column.
+    /// texts cannot be checked. \a sizeColumns is empty, or tells of each column where the size of bytes
+    /// stands of which it gives only the first; negative for a column that does not.
     SqliteRows(const QSqlDatabase &connection, const QString &statement, const QString &bytesStatement,
                std::vector<int> sizeColumns);
 
