@@ -130,10 +130,11 @@ QString listedName(const QString &schema, const QString &table, bool isFoundByNa
     return isFoundByName ? part(table) : part(schema) + u'.' + part(table);
 }
 
-/// What to select for \a column so that the driver hands over its value undamaged.
-QString expression(const SourceColumn &column, const QString &declaredType)
+/// What to select for \a column, declared as \a declared, so that the driver hands over its value undamaged.
+QString expression(const SourceColumn &column, const SqlDialect::Column &declared)
 {
-    QString name = quoted(column.spec().name);
+    const QString name = quoted(declared.name);
+    const QString &declaredType = declared.declaredType;
     if (column.isShownAsText()) {
         // The form that the type itself writes: a cast may be a function of whoever made the type. A row of
         // absent values is not absent.
@@ -329,11 +330,11 @@ std::unique_ptr<SqlRows> PostgresDialect::rows(const Table &table, const QList<C
     std::vector<PostgresRows::Column> kinds;
     for (size_t i = 0; i < columns.size(); ++i) {
         const QString &type = declared.at(qsizetype(i)).declaredType;
-        expressions.append(expression(columns[i], type));
+        expressions.append(expression(columns[i], declared.at(qsizetype(i))));
         PostgresRows::Column kind{.isText = columns[i].isText()};
         if (columns[i].isShownAsText() && type == "bytea"_L1) {
             kind = {.isText = false, .sizeColumn = int(columns.size()) + int(sizes.size())};
-            sizes.append(u"pg_catalog.octet_length(%1)"_s.arg(quoted(columns[i].spec().name)));
+            sizes.append(u"pg_catalog.octet_length(%1)"_s.arg(quoted(declared.at(qsizetype(i)).name)));
         }
         kinds.push_back(kind);
     }

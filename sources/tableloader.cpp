@@ -73,11 +73,30 @@ SqlDialect::Table TableLoader::Private::require(const QString &table) const
     return *found;
 }
 
+/// Names for \a columns, in order: a table needs one for each column, and no two alike.
+static QStringList namesOf(const QList<SqlDialect::Column> &columns)
+{
+    QStringList given;
+    for (const SqlDialect::Column &column : columns)
+        given.append(column.name);
+    QStringList names;
+    for (const QString &name : std::as_const(given)) {
+        const QString base = name.isEmpty() ? TableLoader::tr("без имени") : name;
+        QString next = base;
+        for (int i = 2; names.contains(next) || (next != name && given.contains(next)); ++i)
+            next = u"%1 (%2)"_s.arg(base, QString::number(i));
+        names.append(next);
+    }
+    return names;
+}
+
 TableLoader::Private::Source TableLoader::Private::source(const QString &table) const
 {
     Source result{.table = require(table), .declared = {}, .columns = {}};
     result.declared = dialect->columns(result.table);
-    for (const SqlDialect::Column &declared : std::as_const(result.declared)) {
+    const QStringList names = namesOf(result.declared);
+    for (SqlDialect::Column declared : std::as_const(result.declared)) {
+        declared.name = names.at(qsizetype(result.columns.size()));
         auto column = dialect->sourceColumn(declared, isStrict);
         if (!column) {
             throw Exception(TableLoader::tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается")

@@ -76,7 +76,8 @@ namespace sito {
 /// quotation marks.
 ///
 /// **Names** of SQLite that are not valid UTF-8 show each such byte as "\\xE9". The columns are read like
-/// others; a table with such a name is listed, but refused.
+/// others; a table with such a name is listed, but refused. A column without a name, as sheets leave them,
+/// gets one, and one that is named like another a number.
 ///
 /// **Code of others** is not run: all names in statements are qualified, values become texts without casts,
 /// and a table of PostgreSQL is refused when reading it would run what belongs neither to the user nor to a

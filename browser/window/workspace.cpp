@@ -261,8 +261,11 @@ QString Workspace::tableToShow(const QString &name) const
     const auto isNamed = [&name](const SourceConnection::TableInfo &one) { return one.name == name; };
     if (std::any_of(all.begin(), all.end(), isNamed))
         return name;
-    const auto first = std::find_if(
-        all.begin(), all.end(), [](const SourceConnection::TableInfo &one) { return one.error.isEmpty(); });
+    // A view may have no end, or take hours; nobody has asked for it.
+    const auto isAtHand = [](const SourceConnection::TableInfo &one) {
+        return one.error.isEmpty() && one.rowCount >= 0;
+    };
+    const auto first = std::find_if(all.begin(), all.end(), isAtHand);
     return first == all.end() ? QString() : first->name;
 }
 

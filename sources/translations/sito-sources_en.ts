@@ -246,6 +246,10 @@
         <source>Таблица «%1»: чтение выполнило бы функцию «%2» пользователя «%3», которую она вызывает</source>
         <translation>Table &apos;%1&apos;: reading it would run function &apos;%2&apos; of user &apos;%3&apos;, which it calls</translation>
     </message>
+    <message>
+        <source>без имени</source>
+        <translation>unnamed</translation>
+    </message>
 </context>
 <context>
     <name>sito::OpenServerDialog</name>

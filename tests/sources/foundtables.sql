@@ -109,6 +109,8 @@ CREATE TABLE generated (a INTEGER, b GENERATED ALWAYS AS (a * 2), c TEXT GENERAT
 INSERT INTO generated (a) VALUES (1), (2);
 CREATE TABLE "select" ("order" INTEGER, "a b" TEXT, "столбец" REAL);
 INSERT INTO "select" VALUES (1, 'x', 0.5);
+CREATE TABLE from_a_sheet ("" INTEGER, "a,b" TEXT, "без имени" TEXT);
+INSERT INTO from_a_sheet VALUES (1, 'x', 'y');
 CREATE TABLE no_rows (a GEOMETRY, b DATE, c BLOB);
 CREATE VIRTUAL TABLE searched USING fts5(title, body);
 INSERT INTO searched VALUES ('a title', 'a body'), ('another', NULL);

@@ -379,9 +379,10 @@ private Q_SLOTS:
 
     void choosesATableToShow()
     {
-        openFile(makeSqliteFile(m_directory->filePath(u"some.sqlite"_s),
-                                {u"CREATE VIEW a AS SELECT * FROM gone"_s, u"CREATE TABLE b (x INTEGER)"_s,
-                                 u"CREATE TABLE c (x INTEGER)"_s}));
+        openFile(
+            makeSqliteFile(m_directory->filePath(u"some.sqlite"_s),
+                           {u"CREATE VIEW a AS SELECT * FROM gone"_s, u"CREATE VIEW aa AS SELECT * FROM c"_s,
+                            u"CREATE TABLE b (x INTEGER)"_s, u"CREATE TABLE c (x INTEGER)"_s}));
 
         QCOMPARE(m_workspace->tableToShow(u"c"_s), u"c"_s);
         QCOMPARE(m_workspace->tableToShow(u"gone"_s), u"b"_s);
