@@ -74,7 +74,8 @@ public:
     /// Short, for a title; empty when nothing is open.
     QString sourceName() const;
     QList<SourceConnection::TableInfo> tables() const;
-    /// \a name, if there is such a table, or else the first one that can be loaded; empty when there is none.
+    /// \a name, if there is such a table, or else the first one that can be loaded and is no view; empty when
+    /// there is none.
     QString tableToShow(const QString &name) const;
     /// Lines for the user about a loaded table.
     QStringList columnNotes(const QString &table) const;
