@@ -133,7 +133,7 @@ QString listedName(const QString &schema, const QString &table, bool isFoundByNa
 /// What to select for \a column, declared as \a declared, so that the driver hands over its value undamaged.
 QString expression(const SourceColumn &column, const SqlDialect::Column &declared)
 {
-    const QString name = quoted(declared.name);
+    QString name = quoted(declared.name);
     const QString &declaredType = declared.declaredType;
     if (column.isShownAsText()) {
         // The form that the type itself writes: a cast may be a function of whoever made the type. A row of
