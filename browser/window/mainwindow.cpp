@@ -163,6 +163,7 @@ void MainWindow::connectWorkspace()
     });
     connect(m_workspace, &Workspace::opened, this, &MainWindow::onOpened);
     connect(m_workspace, &Workspace::tableLoaded, this, &MainWindow::onTableLoaded);
+    connect(m_workspace, &Workspace::tableFailed, m_tableList, &TableList::setProblem);
     connect(m_workspace, &Workspace::failed, this, &MainWindow::report);
     connect(m_workspace, &Workspace::refused, this,
             [this](const QString &message) { tell(message, longMessage); });
@@ -236,6 +237,7 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
 
 void MainWindow::onTableLoaded(const QString &name, const ShowRequest &request)
 {
+    m_tableList->setProblem(name, {});
     const QStringList notes = m_workspace->columnNotes(name);
     if (!notes.isEmpty()) {
         const QString more = tr("и ещё: %1").arg(notes.size() - 1);

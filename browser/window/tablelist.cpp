@@ -65,8 +65,8 @@ void TableList::fillItem(QTreeWidgetItem &item, const SourceConnection::TableInf
                              : table.error;
     for (int column : {0, 1}) {
         item.setToolTip(column, note);
-        if (!table.error.isEmpty())
-            item.setForeground(column, palette().brush(QPalette::PlaceholderText));
+        item.setData(column, Qt::ForegroundRole,
+                     table.error.isEmpty() ? QVariant() : palette().brush(QPalette::PlaceholderText));
     }
     item.setData(0, Qt::AccessibleDescriptionRole, note);
 }
@@ -94,6 +94,16 @@ void TableList::setCurrent(const QString &name)
         item->setFont(0, font);
         if (isCurrent)
             m_tree->setCurrentItem(item);
+    }
+}
+
+void TableList::setProblem(const QString &name, const QString &problem)
+{
+    for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
+        if (m_tables.at(i).name != name || m_tables.at(i).error == problem)
+            continue;
+        m_tables[i].error = problem;
+        fillItem(*m_tree->topLevelItem(i), m_tables.at(i));
     }
 }
 

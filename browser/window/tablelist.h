@@ -23,6 +23,8 @@ public:
     void setTables(const QList<SourceConnection::TableInfo> &tables);
     /// Marks the table that is shown; none for an empty \a name. Emits nothing.
     void setCurrent(const QString &name);
+    /// Marks the table \a name as one that could not be loaded, or, for no \a problem, no longer.
+    void setProblem(const QString &name, const QString &problem);
     QTreeWidget *tree() const { return m_tree; }
 
 Q_SIGNALS:

@@ -182,7 +182,9 @@ void Workspace::onFailed(const QString &message)
     }
     if (operation.kind == Operation::Open)
         Q_EMIT openFailed(operation.location, message);
-    else
+    if (operation.kind == Operation::Show && operation.wanted.size() == 1)
+        Q_EMIT tableFailed(operation.wanted.constFirst(), message);
+    if (operation.kind != Operation::Open)
         Q_EMIT failed(message);
     if (operation.kind == Operation::Sessions) {
         m_waiting.removeIf([](const Waiting &one) { return one.otherwise == WithoutSessions::GiveUp; });

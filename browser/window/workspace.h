@@ -101,6 +101,8 @@ Q_SIGNALS:
     /// \a location could not be opened, as \a message says in one line.
     void openFailed(const sito::SourceLocation &location, const QString &message);
     void tableLoaded(const QString &name, const sito::ShowRequest &request);
+    /// \a name could not be loaded, as failed() says next.
+    void tableFailed(const QString &name, const QString &message);
     /// What else could not be done, in one line.
     void failed(const QString &message);
     /// What is not done now, and why.

@@ -172,6 +172,9 @@ private Q_SLOTS:
             QVERIFY(m_fixture->window().messageBar()->messages().first().contains(table));
             QCOMPARE(tree()->currentItem()->text(0), u"good"_s);
             QCOMPARE(m_fixture->rows(), 1);
+            const auto items = tree()->findItems(table, Qt::MatchExactly);
+            QCOMPARE(items.size(), 1);
+            QCOMPARE(items.constFirst()->toolTip(0), m_fixture->window().messageBar()->messages().first());
         }
     }
 
