@@ -372,7 +372,7 @@ QStringList SourceColumn::notes() const
     case Change::Type:
         notes.append(type.isEmpty()
                          ? tr("Столбец «%1» без объявленного типа показан как текст").arg(m_spec.name)
-                         : tr("Столбец «%1» показан как текст: тип «%2» неизвестен").arg(m_spec.name, type));
+                         : tr("Столбец «%1» типа «%2» показан как текст").arg(m_spec.name, type));
         break;
     case Change::Room:
         notes.append(because(tr("Столбец «%1» шире, чем объявлен («%2»): значение %3 в строке %4")));

@@ -23,8 +23,8 @@
         <translation>Column &apos;%1&apos;, declared without a type, is shown as text</translation>
     </message>
     <message>
-        <source>Столбец «%1» показан как текст: тип «%2» неизвестен</source>
-        <translation>Column &apos;%1&apos; is shown as text: its type &apos;%2&apos; is unknown</translation>
+        <source>Столбец «%1» типа «%2» показан как текст</source>
+        <translation>Column &apos;%1&apos; of type &apos;%2&apos; is shown as text</translation>
     </message>
     <message>
         <source>Столбец «%1» шире, чем объявлен («%2»): значение %3 в строке %4</source>

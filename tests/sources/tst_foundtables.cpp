@@ -199,7 +199,7 @@ private Q_SLOTS:
         };
         row("dates", {});
         row("plain_dates_and_times", {});
-        row("json_documents", {u"Столбец «doc» показан как текст: тип «JSON» неизвестен"_s});
+        row("json_documents", {u"Столбец «doc» типа «JSON» показан как текст"_s});
         row("a_count", {u"Столбец «kind» без объявленного типа показан как текст"_s,
                         u"Столбец «n» без объявленного типа показан как текст"_s});
         row("pictures", {u"Столбец «photo»: вместо байтов показаны их число и начало"_s});

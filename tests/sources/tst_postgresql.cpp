@@ -446,7 +446,7 @@ private Q_SLOTS:
         loader.load(u"t"_s);
 
         QCOMPARE(loader.columnNotes(u"t"_s),
-                 QStringList({u"Столбец «m» показан как текст: тип «public.mood» неизвестен"_s,
+                 QStringList({u"Столбец «m» типа «public.mood» показан как текст"_s,
                               u"Столбец «at» («timestamp without time zone») показан как текст: значение "
                               "'2017-01-31 14:30:00.123456' в строке 2"_s,
                               u"Столбец «n» («numeric(5,2)») показан как текст: значение 'NaN' в строке 2"_s,
