@@ -37,6 +37,8 @@ constexpr qint64 maxExactWhole = 9'007'199'254'740'992;
 /// double.
 constexpr double maxShortest = 1e15;
 constexpr int maxExactPower = 22;
+/// The longest VarChar that costs little: each row has room for all of it.
+constexpr int shownVarChar = 255;
 /// The characters of "2017-01-31".
 constexpr int isoDateLength = 10;
 
@@ -84,15 +86,19 @@ std::optional<SourceColumn> SourceColumn::fromDeclaredType(const QString &name, 
 SourceColumn SourceColumn::shown(const QString &name, const QString &declaredType, bool nullable)
 {
     const auto known = DeclaredType::read(declaredType);
+    const bool isDate = known && known->isDate;
+    const bool isShownAsText = !known || isDate || known->spec.type == FieldType::Block;
+    const bool isLong = known && known->spec.type == FieldType::VarChar && known->spec.length > shownVarChar;
     DeclaredType type;
     type.spec.type = FieldType::String;
-    const bool isDate = known && known->isDate;
     if (isDate) {
         type.spec.type = FieldType::VarChar;
         type.spec.length = isoDateLength;
+    } else if (!isShownAsText && !isLong) {
+        type = *known;
     }
-    const bool isShownAsText = !known || isDate || known->spec.type == FieldType::Block;
-    SourceColumn column(name, declaredType, nullable, isShownAsText ? type : *known);
+    SourceColumn column(name, declaredType, nullable, type);
+    column.m_longestVarChar = shownVarChar;
     if (isShownAsText) {
         column.m_isShownAsText = true;
         column.m_reader = &SourceColumn::readShown;
@@ -303,7 +309,7 @@ bool SourceColumn::widen(CellProblem problem)
         m_change = Change::Room;
         // A character takes at most two units, where characters are what is declared.
         const qsizetype length = std::max<qsizetype>(2 * m_spec.length, m_neededLength);
-        if (length <= maxVarChar)
+        if (length <= m_longestVarChar)
             m_spec.length = int(length);
         else
             m_spec = {.name = m_spec.name, .type = FieldType::String, .nullable = m_spec.nullable};

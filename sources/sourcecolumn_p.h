@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sources/cellproblem_p.h>
+#include <sources/declaredtype_p.h>
 
 #include <database/cellvalue.h>
 #include <database/columnspec.h>
@@ -15,8 +16,6 @@
 #include <optional>
 
 namespace sito {
-
-struct DeclaredType;
 
 /// A column on its way from an SQL database into a table: what it becomes, and how one of its values is read.
 /// Which reader that is, is decided once, when the column is made.
@@ -91,6 +90,7 @@ private:
     ColumnSpec m_spec;
     QString m_declaredType;
     bool m_isShownAsText = false;
+    int m_longestVarChar = maxVarChar;
     Change m_change = Change::None;
     qint64 m_causeRow = 0;
     QString m_cause;

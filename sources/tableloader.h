@@ -34,7 +34,7 @@ namespace sito {
 /// | DECIMAL(p,s), NUMERIC(p,s) up to 16 digits | Decimal of s digits after the point (without s: 0) |
 /// | the same beyond 16 digits | XDecimal |
 /// | DECIMAL, NUMERIC | XDecimal with 10 digits after the point |
-/// | CHAR(n), VARCHAR(n) and their kin, n up to 32767 | VarChar of n UTF-16 units |
+/// | CHAR(n), VARCHAR(n) and their kin, n up to 255, strictly up to 32767 | VarChar of n UTF-16 units |
 /// | TEXT, CLOB, the above without n or with a larger one | String |
 /// | DATETIME, TIMESTAMP | DateTime |
 /// | DATE | VarChar of 10 UTF-16 units, "2017-01-31"; strictly: DateTime |
@@ -50,10 +50,10 @@ namespace sito {
 /// **Values are never damaged.** What a database holds in a column need not be what the column declares. A
 /// column becomes one that holds all its values as they are: an integer column with integers of more than 32
 /// bits an Int64, with fractions a Double; a decimal column gets the digits it needs, up to 36; a VarChar
-/// column its longest text; any column absent values. One with other misfits, such as words among numbers, is
-/// shown as texts: each value as the database itself writes it. Bytes are shown by their number and the
-/// first 16 of them, "19 bytes: 89 50 4e 47…" in the language of the program; bytes in a text that are not
-/// valid as "\\xE9". columnNotes() tells of all this.
+/// column the UTF-16 units, up to 255, beyond which it becomes a String; any column absent values. One with
+/// other misfits, such as words among numbers, is shown as texts: each value as the database itself writes
+/// it. Bytes are shown by their number and the first 16 of them, "19 bytes: 89 50 4e 47…" in the language of
+/// the program; bytes in a text that are not valid as "\\xE9". columnNotes() tells of all this.
 ///
 /// A load that is strict, see setStrict(), fails instead. Misfits are: a text or a fraction in an integer, an
 /// integer of more than 32 bits in an Int, more digits than declared, a text that is too long (for these

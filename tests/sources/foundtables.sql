@@ -69,6 +69,8 @@ INSERT INTO words_in_booleans VALUES (1, 'true'), (0, 'false'), (NULL, 't');
 -- Texts
 CREATE TABLE texts_longer_than_declared (v VARCHAR(3), c CHAR(1));
 INSERT INTO texts_longer_than_declared VALUES ('abc', 'x'), ('abcdefghijklmnop', 'yes'), ('', '😀');
+CREATE TABLE one_long_text (v VARCHAR(3), w VARCHAR(255), p VARCHAR(10000));
+INSERT INTO one_long_text VALUES ('a', 'b', 'c'), (replace(hex(zeroblob(128)), '0', 'y'), 'b', 'c');
 CREATE TABLE texts_that_are_no_utf8 (t TEXT, v VARCHAR(10));
 INSERT INTO texts_that_are_no_utf8 VALUES ('caf' || CAST(x'e9' AS TEXT), CAST(x'ff41' AS TEXT)), ('café', 'ok'), (CAST(x'61e282' AS TEXT), CAST(x'c3' AS TEXT));
 CREATE TABLE nul_characters (t TEXT, v VARCHAR(10));
