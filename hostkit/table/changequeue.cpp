@@ -73,6 +73,8 @@ quint64 ChangeQueue::beginListing(Changes &before)
     const std::lock_guard lock(m_mutex);
     before.swap(m_changes);
     m_isLost = false;
+    // Nobody will take what there is no longer.
+    m_isWoken = false;
     ++m_listings;
     return m_toldCount;
 }

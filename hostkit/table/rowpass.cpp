@@ -42,7 +42,8 @@ void inSlices(const Table &table, ChangeQueue &queue, const parallel::Context &c
     const size_t step = rowsOfAThread * size_t(std::max(1, context.threads));
     const std::atomic<int> &readers = queue.waitingReaders();
     bool isWaitedFor = false;
-    for (size_t next = 0; next < size;) {
+    size_t next = 0;
+    while (next < size) {
         if (next > 0)
             std::this_thread::sleep_for(isWaitedFor ? longPause : pause);
         parallel::underLock(table, context.stop, [&] {
