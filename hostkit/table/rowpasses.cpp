@@ -71,7 +71,8 @@ void RowPasses::follow(TableChanges *changes)
     std::shared_ptr<ChangeQueue> queue;
     if (changes) {
         queue = std::make_shared<ChangeQueue>(*changes, [this] {
-            QMetaObject::invokeMethod(this, &RowPasses::takeChanges, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this] { takeChanges(); }, Qt::QueuedConnection);
         });
     }
     // A pass that runs knows nothing of the queue; a batch ends first.

@@ -536,7 +536,7 @@ private Q_SLOTS:
     {
         QFETCH(int, threads);
         QFETCH(bool, withInsertions);
-        constexpr int rounds = 6;
+        constexpr int rounds = 4;
         constexpr int changes = 400;
         const quint64 seed = testSeed();
         QRandomGenerator random{quint32(seed)};
