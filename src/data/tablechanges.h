@@ -30,6 +30,10 @@ struct TableChange
 };
 
 /// Whoever wants to know what changes in a table; see TableChanges.
+///
+/// **Threads.** Called in the thread of whoever changes the table, by one thread at a time.
+///
+/// **Cost.** Whoever changes the table waits for the call.
 class TableListener
 {
 public:

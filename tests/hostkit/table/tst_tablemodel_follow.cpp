@@ -439,12 +439,31 @@ private Q_SLOTS:
         Quotes quotes;
         ModelLog log(quotes.model);
 
-        for (int i = 0; i < 10'000; ++i)
+        for (int i = 0; i < 40'000; ++i)
             quotes.told.append(quote(i, u"E"_s));
         quotes.model.waitForPass();
 
-        QCOMPARE(quotes.model.rowCount(), 10'004);
+        QCOMPARE(quotes.model.rowCount(), 40'004);
         QVERIFY(log.entries().size() < 20);
+    }
+
+    void letsGoOfManyRemovedRows()
+    {
+        Quotes quotes;
+        QList<Record> leaving;
+        for (int i = 0; i < 25'000; ++i)
+            leaving.append(quotes.told.append(quote(i, u"E"_s)));
+        quotes.model.waitForPass();
+        quotes.told.remove(leaving);
+        leaving.clear();
+        quotes.model.waitForPass();
+        QCOMPARE(quotes.shown(), u"A10 B20 C30 D40"_s);
+
+        quotes.told.append(quote(15, u"F"_s));
+        quotes.model.waitForPass();
+
+        QCOMPARE(quotes.shown(), u"A10 F15 B20 C30 D40"_s);
+        QTRY_COMPARE(quotes.told.table.liveRowCount(), 5);
     }
 
     void goesOnAfterAFailure()
