@@ -16,6 +16,7 @@
 /// **Cost.** None: it owns nothing.
 struct TableChange
 {
+    /// What happened to the rows.
     enum Kind {
         Appended, ///< The rows stand at the end of the master index, in the order given.
         Inserted, ///< The rows stand in the master index, anywhere, and those before keep their order.
