@@ -273,10 +273,12 @@ std::vector<quint8> RowPass::readChanges(const parallel::Context &context)
 void RowPass::translateBefore()
 {
     const RowSet &old = *m_before->rows;
-    std::vector<quint32> newIds(old.size(), RowSet::none);
+    // The set may have grown by rows that were never shown.
+    const auto known = quint32(m_before->places.size());
+    std::vector<quint32> newIds(known, RowSet::none);
     // Rows mostly follow each other as they did.
     quint32 next = 0;
-    for (quint32 id = 0; id < old.size(); ++id) {
+    for (quint32 id = 0; id < known; ++id) {
         if (m_before->places[id] >= m_before->count)
             continue;
         const Record &row = old[id];

@@ -107,15 +107,19 @@ inline QModelIndex find(const QAbstractItemModel &model, const QStringList &name
 
 /// "none" for the invalid index, "root" for a valid one that is no row of its model, else the names from the
 /// top.
-inline QString indexText(const QModelIndex &index)
+inline QString indexText(QModelIndex index)
 {
     if (!index.isValid())
         return QStringLiteral("none");
-    const QModelIndex parent = index.parent();
-    if (index.model()->index(index.row(), index.column(), parent) != index)
-        return QStringLiteral("root");
-    const QString name = index.siblingAtColumn(0).data().toString();
-    return parent.isValid() ? indexText(parent) + u'/' + name : name;
+    QStringList names;
+    for (; index.isValid(); index = index.parent()) {
+        if (index.model()->index(index.row(), index.column(), index.parent()) != index) {
+            names.prepend(QStringLiteral("root"));
+            break;
+        }
+        names.prepend(index.siblingAtColumn(0).data().toString());
+    }
+    return names.join(u'/');
 }
 
 /// Writes down every notification of an item model, in order: "inserted root 0-0", "changed a/k 0-2 []", …
