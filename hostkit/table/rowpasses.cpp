@@ -7,6 +7,8 @@
 
 #include <filterfuncs/filterfunc.h>
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QTimerEvent>
 
 #include <new>
@@ -18,6 +20,13 @@ namespace {
 
 /// Milliseconds from the beginning of a batch to that of the next one, at least.
 constexpr int batchInterval = 50;
+
+/// The table has told of changes.
+QEvent::Type toldEvent()
+{
+    static const int type = QEvent::registerEventType();
+    return QEvent::Type(type);
+}
 
 } // namespace
 
@@ -70,10 +79,8 @@ void RowPasses::follow(TableChanges *changes)
         return;
     std::shared_ptr<ChangeQueue> queue;
     if (changes) {
-        queue = std::make_shared<ChangeQueue>(*changes, [this] {
-            QMetaObject::invokeMethod(
-                this, [this] { takeChanges(); }, Qt::QueuedConnection);
-        });
+        queue = std::make_shared<ChangeQueue>(
+            *changes, [this] { QCoreApplication::postEvent(this, new QEvent(toldEvent())); });
     }
     // A pass that runs knows nothing of the queue; a batch ends first.
     if (queue)
@@ -253,6 +260,14 @@ void RowPasses::wait()
         startPending();
         m_task.wait();
     }
+}
+
+bool RowPasses::event(QEvent *event)
+{
+    if (event->type() != toldEvent())
+        return QObject::event(event);
+    takeChanges();
+    return true;
 }
 
 void RowPasses::timerEvent(QTimerEvent *event)

@@ -86,6 +86,7 @@ Q_SIGNALS:
     void changesShown();
 
 protected:
+    bool event(QEvent *event) override;
     void timerEvent(QTimerEvent *event) override;
 
 private:
