@@ -9,9 +9,9 @@ namespace sito {
 
 namespace {
 
-/// Who is that far behind lists the rows anew.
+/// With more changes pending, the rows are listed again instead.
 constexpr size_t mostChanges = size_t(1) << 20;
-/// That many take the GUI thread some milliseconds.
+/// So many changes take the GUI thread some milliseconds.
 constexpr size_t mostAtOnce = size_t(1) << 15;
 
 quint64 bitsOf(std::span<const int> columns)

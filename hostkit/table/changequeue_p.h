@@ -13,7 +13,7 @@
 
 namespace sito {
 
-/// Keeps what is told of a table until the GUI thread takes it, with handles on the rows.
+/// Queues the changes of a table until the GUI thread takes them, with handles on their rows.
 ///
 /// **Threads.** Any; the order in which the locks of the table, of TableChanges and of this object are taken
 /// is this one.
@@ -42,19 +42,19 @@ public:
     /// Listens no longer; \a wake is not called any more.
     void stop() noexcept;
     bool isEmpty() const;
-    /// How many rows were told of until now, as often as they were.
+    /// How many changes of rows were queued since the beginning.
     quint64 toldCount() const;
-    /// Takes what was told first, as much as the GUI thread may handle in one go; \a count is the toldCount()
-    /// up to there. Whether that is all that was told until then: otherwise rows were inserted before others,
-    /// or there was no room, and the table is to be listed anew.
+    /// Takes the oldest changes, as many as the GUI thread may handle at once; \a count is the toldCount() up
+    /// to the last of them. Returns false when changes are missing, because rows were inserted before others
+    /// or there was no room: then the table must be listed again.
     bool take(Changes &changes, quint64 &count);
 
-    /// For a listing, under the lock of the table: takes what was told before, and keeps rows that leave from
+    /// For a listing, under the lock of the table: takes all queued changes, and keeps rows that leave from
     /// now on alive until endListing(). Returns toldCount().
     quint64 beginListing(Changes &before);
     void endListing();
 
-    /// How many readers of cells wait for the lock of the table: a pass lets go of it soon then.
+    /// How many readers of cells wait for the lock of the table, so that a pass releases it soon.
     std::atomic<int> &waitingReaders() { return m_waitingReaders; }
 
     void tableChanged(const TableChange &change) noexcept override;

@@ -318,8 +318,8 @@ void RowPasses::startBatch()
     }
 }
 
-/// Takes what was told, as far as \a toldCount, and brings the set of rows up to date; \a changes are those
-/// that a batch is to read. Whether that can be done: otherwise the rows are to be listed anew.
+/// Takes queued changes, up to \a toldCount, and updates the set of rows; \a changes get those that a batch
+/// must read. Returns false when the rows must be listed again instead.
 bool RowPasses::collectChanges(RowPass::Changes &changes, quint64 &toldCount)
 {
     ChangeQueue::Changes told;

@@ -72,7 +72,7 @@ class TableModelPrivate;
 /// sorts n rows in n log n. Both are split over threads. The model holds a handle for each row that was
 /// listed. To take over k changed rows of n that are followed, in a thread, takes k log n steps and some
 /// copies of a list of n numbers; the values by which the rows are sorted are held twice, and rows that were
-/// removed are held until the rows are listed anew.
+/// removed are held until the rows are listed again.
 class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -119,7 +119,7 @@ public:
 
     /// Follows \a changes, which tells of the changes of table(), from now on; null for none. It is not owned
     /// and must outlive the model, or follow() be called again before it is deleted. Lists the table's rows
-    /// anew, as reload() does.
+    /// again, as reload() does.
     void follow(TableChanges *changes);
     /// What was given to follow().
     TableChanges *followed() const;

@@ -6,10 +6,8 @@
 #include <database/memorytable.h>
 
 #include <data/tablechanges.h>
-#include <filterfuncs/lambdafilterfunc.h>
-#include <filters/filter.h>
-
 #include <support/exceptions.h>
+#include <support/lambdafilter.h>
 
 #include <QScopeGuard>
 #include <QSignalSpy>
@@ -82,31 +80,6 @@ void operator delete[](void *block, size_t) noexcept
 }
 
 namespace {
-
-class LambdaFilter : public Filter
-{
-public:
-    explicit LambdaFilter(std::function<bool(const Record &)> function)
-        : Filter(-1, nullptr), m_function(std::move(function))
-    {
-        setEnabled(true);
-    }
-
-    void setFunction(std::function<bool(const Record &)> function) { m_function = std::move(function); }
-    FilterFunc *createFilterFunc(QObject *parent) const override
-    {
-        return new LambdaFilterFunc(m_function, parent);
-    }
-    QWidget *createFilterWidget(QWidget *) override { return nullptr; }
-    void apply(QWidget *) override {}
-    void init(QWidget *) override {}
-    QString text() const override { return QString(); }
-    QString name() const override { return QString(); }
-    bool hasValue() const override { return true; }
-
-private:
-    std::function<bool(const Record &)> m_function;
-};
 
 int id(const Record &row)
 {
