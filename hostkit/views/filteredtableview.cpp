@@ -95,12 +95,12 @@ void FilteredTableView::connectParts()
         QMetaObject::invokeMethod(this, removeLater, Qt::QueuedConnection);
     });
     connect(m_filters, &FilterList::changed, this, &FilteredTableView::updateHeader);
-    for (const auto signal : {&TableModel::passFinished, &TableModel::changesShown}) {
-        connect(m_model, signal, this, [this] {
-            updateNote();
-            Q_EMIT rowsChanged();
-        });
-    }
+    const auto tellRows = [this] {
+        updateNote();
+        Q_EMIT rowsChanged();
+    };
+    connect(m_model, &TableModel::passFinished, this, tellRows);
+    connect(m_model, &TableModel::changesShown, this, tellRows);
     connect(m_model, &TableModel::passFailed, this, &FilteredTableView::failed);
 }
 
