@@ -75,20 +75,13 @@ quint64 ChangeQueue::beginListing(Changes &before)
     m_isLost = false;
     // Nobody will take what there is no longer.
     m_isWoken = false;
-    ++m_listings;
+    m_departed.begin();
     return m_toldCount;
-}
-
-void ChangeQueue::endListing()
-{
-    std::deque<Record> departed;
-    const std::lock_guard lock(m_mutex);
-    if (--m_listings == 0)
-        departed.swap(m_departed);
 }
 
 void ChangeQueue::tableChanged(const TableChange &change) noexcept
 {
+    m_departed.keep(change);
     const std::lock_guard lock(m_mutex);
     m_toldCount += change.rows.size();
     try {
@@ -108,16 +101,6 @@ void ChangeQueue::tableChanged(const TableChange &change) noexcept
 
 void ChangeQueue::keep(const TableChange &change)
 {
-    if (m_listings > 0 && change.kind == TableChange::Removed) {
-        for (unsigned char *row : change.rows) {
-            try {
-                m_departed.emplace_back(row);
-            } catch (...) {
-                // The listing is about to touch the row: better it is never freed.
-                reinterpret_cast<RowHeader *>(row)->references.fetch_add(1, std::memory_order_relaxed);
-            }
-        }
-    }
     if (change.kind == TableChange::Inserted || m_changes.size() + change.rows.size() > mostChanges)
         m_isLost = true;
     if (m_isLost)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/table/departedrows_p.h>
+
 #include <data/record.h>
 #include <data/tablechanges.h>
 
@@ -52,7 +54,7 @@ public:
     /// For a listing, under the lock of the table: takes all queued changes, and keeps rows that leave from
     /// now on alive until endListing(). Returns toldCount().
     quint64 beginListing(Changes &before);
-    void endListing();
+    void endListing() { m_departed.end(); }
 
     /// How many readers of cells wait for the lock of the table, so that a pass releases it soon.
     std::atomic<int> &waitingReaders() { return m_waitingReaders; }
@@ -68,8 +70,7 @@ private:
     mutable std::mutex m_mutex;
     Changes m_changes;
     quint64 m_toldCount = 0;
-    std::deque<Record> m_departed;
-    int m_listings = 0;
+    DepartedRows m_departed;
     bool m_isListening = true;
     bool m_isLost = false;
     bool m_isWoken = false;

@@ -5,6 +5,7 @@
 #include <hostkit/table/changequeue_p.h>
 #include <hostkit/table/rowset_p.h>
 #include <hostkit/table/shownrows_p.h>
+#include <hostkit/table/slices_p.h>
 #include <hostkit/table/sortvalues_p.h>
 
 #include <data/indexlist.h>
@@ -15,9 +16,6 @@
 #include <QScopeGuard>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <thread>
 #include <utility>
 
 namespace sito {
@@ -26,39 +24,6 @@ namespace {
 constexpr size_t rowsAtOnce = 1 << 12;
 /// How many rows a thread asks the predicates about before it looks whether it is to stop.
 constexpr size_t stopInterval = 64;
-
-/// For how long the lock of a table that is followed is held, and for how long others may then have it.
-constexpr qint64 sliceNanoseconds = 2'000'000;
-constexpr std::chrono::microseconds pause(200);
-/// The same when cells are read in the GUI thread, mostly many of them.
-constexpr std::chrono::microseconds longPause(1000);
-
-/// As parallel::forRanges(), under the lock of \a table, which is released from time to time.
-template <typename Work>
-void inSlices(const Table &table, ChangeQueue &queue, const parallel::Context &context, size_t size,
-              const Work &work)
-{
-    constexpr size_t rowsOfAThread = 1 << 9;
-    const size_t step = rowsOfAThread * size_t(std::max(1, context.threads));
-    const std::atomic<int> &readers = queue.waitingReaders();
-    bool isWaitedFor = false;
-    size_t next = 0;
-    while (next < size) {
-        if (next > 0)
-            std::this_thread::sleep_for(isWaitedFor ? longPause : pause);
-        parallel::underLock(table, context.stop, [&] {
-            QElapsedTimer timer;
-            timer.start();
-            do {
-                const size_t begin = next;
-                next = std::min(size, begin + step);
-                parallel::forRanges(context, next - begin, rowsOfAThread,
-                                    [&](size_t first, size_t last) { work(begin + first, begin + last); });
-                isWaitedFor = readers.load(std::memory_order_relaxed) > 0;
-            } while (next < size && !isWaitedFor && timer.nsecsElapsed() < sliceNanoseconds);
-        });
-    }
-}
 } // namespace
 
 RowPass::RowPass(const Table &table, std::shared_ptr<const ShownRows> before)
@@ -173,7 +138,7 @@ std::vector<quint8> RowPass::readInSlices(const parallel::Context &context)
 
     std::vector<quint8> visible = m_present;
     if (values || !predicates.empty()) {
-        inSlices(m_table, *queue, context, m_count, [&](size_t first, size_t last) {
+        inSlices(m_table, context, m_count, queue->waitingReaders(), [&](size_t first, size_t last) {
             for (size_t id = first; id < last; ++id) {
                 if (id % stopInterval == 0)
                     context.stop.throwIfStopped();
@@ -245,7 +210,7 @@ std::vector<quint8> RowPass::readChanges(const parallel::Context &context)
     SortValues *values = order ? order->values.get() : nullptr;
     if (values)
         values->resize(m_count);
-    inSlices(m_table, *queue, context, changed.size(), [&](size_t first, size_t last) {
+    inSlices(m_table, context, changed.size(), queue->waitingReaders(), [&](size_t first, size_t last) {
         for (size_t i = first; i < last; ++i) {
             const quint32 id = changed[i].id;
             if (values)
