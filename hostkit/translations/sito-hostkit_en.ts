@@ -778,5 +778,9 @@ Type: %2</translation>
         <source>Поиск не удался: %1</source>
         <translation>The search failed: %1</translation>
     </message>
+    <message>
+        <source>Список не обновлён: %1</source>
+        <translation>The list is not up to date: %1</translation>
+    </message>
 </context>
 </TS>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/parallel/stoptoken.h>
 #include <hostkit/values/distinctcolumn_p.h>
 
 #include <data/keyvalue.h>
@@ -52,6 +53,11 @@ public:
     /// Whether text() at \a index is a word in brackets because the value has no text of its own. Always
     /// false for more than one column.
     bool isUnwritten(qsizetype index) const;
+
+    static constexpr quint32 nowhere = ~quint32(0);
+    /// For each value its index in \a other, values of the same columns; nowhere for one that is not there.
+    /// Throws parallel::Stopped.
+    std::vector<quint32> indexesIn(const DistinctValues &other, const parallel::StopToken &stop) const;
 
     /// For each of ValueCount::Source::keys its index here, or -1 for a key that cannot be a key of these
     /// columns (too few values, one that does not become a value of its column) or holds a NaN.

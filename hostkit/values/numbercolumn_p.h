@@ -19,6 +19,7 @@ public:
     /// Adds the value behind all others.
     void append(const Word &word) { m_words.push_back(word); }
 
+    quint32 size() const override { return quint32(m_words.size()) + 1; }
     FieldValue value(quint32 rank) const override { return rank == 0 ? absent() : FieldValue(view(rank)); }
     QString text(quint32 rank) const override
     {

@@ -16,6 +16,7 @@ public:
     /// Adds the value behind all others.
     void append(const QString &text) { m_texts.push_back(text); }
 
+    quint32 size() const override { return quint32(m_texts.size()) + 1; }
     FieldValue value(quint32 rank) const override;
     QString text(quint32 rank) const override;
     bool isNaN(quint32) const override { return false; }

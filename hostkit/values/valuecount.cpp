@@ -3,6 +3,7 @@
 
 #include <hostkit/parallel/parallel_p.h>
 #include <hostkit/parallel/tablelock.h>
+#include <hostkit/table/slices_p.h>
 
 #include <data/exception.h>
 #include <data/indexlist.h>
@@ -11,7 +12,10 @@
 #include <filterfuncs/filterfunc.h>
 #include <filterfuncs/keytorecord.h>
 
+#include <QScopeGuard>
+
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <mutex>
@@ -59,6 +63,46 @@ std::optional<KeyValue> ownKey(Table *table, const QList<int> &columns, const Ke
 
 } // namespace
 
+class ValueCount::Tallies
+{
+public:
+    explicit Tallies(ValueCount &count) : m_count(count), m_unused{&count.m_tally} {}
+
+    /// Adds \a rows to one that no other thread uses.
+    void add(const parallel::Context &context, Rows rows)
+    {
+        Tally *const tally = take();
+        m_count.tallyPiece(*tally, rows);
+        giveBack(tally);
+        context.advance(qint64(rows.size()));
+    }
+    /// Those beside the first.
+    const std::vector<std::unique_ptr<Tally>> &others() const { return m_others; }
+
+private:
+    Tally *take()
+    {
+        const std::lock_guard guard(m_mutex);
+        if (m_unused.empty()) {
+            const Source &source = m_count.m_source;
+            return m_others.emplace_back(std::make_unique<Tally>(source.table, source.columns)).get();
+        }
+        Tally *const tally = m_unused.back();
+        m_unused.pop_back();
+        return tally;
+    }
+    void giveBack(Tally *tally)
+    {
+        const std::lock_guard guard(m_mutex);
+        m_unused.push_back(tally);
+    }
+
+    ValueCount &m_count;
+    std::mutex m_mutex;
+    std::vector<Tally *> m_unused;
+    std::vector<std::unique_ptr<Tally>> m_others;
+};
+
 ValueCount::ValueCount(const Source &source, const parallel::Context &context)
     : m_source(source), m_context(context), m_tally(source.table, source.columns)
 {
@@ -86,39 +130,52 @@ std::vector<unsigned char *> ValueCount::listRows() const
 
 void ValueCount::tallyRows()
 {
-    std::vector<std::unique_ptr<Tally>> others;
-    parallel::underLock(*m_source.table, m_context.stop, [&] { tallyUnderLock(others); });
-    for (const auto &other : others)
+    Tallies tallies(*this);
+    if (m_source.watch)
+        tallyInSlices(tallies);
+    else
+        parallel::underLock(*m_source.table, m_context.stop, [&] { tallyAtOnce(tallies); });
+    for (const auto &other : tallies.others())
         m_tally.absorb(*other, m_context.stop);
 }
 
-void ValueCount::tallyUnderLock(std::vector<std::unique_ptr<Tally>> &others)
+parallel::Context ValueCount::contextFor(size_t rowCount) const
 {
-    std::mutex mutex;
-    std::vector<Tally *> unused{&m_tally};
-    const auto take = [&] {
-        const std::lock_guard guard(mutex);
-        if (unused.empty())
-            return others.emplace_back(std::make_unique<Tally>(m_source.table, m_source.columns)).get();
-        Tally *const tally = unused.back();
-        unused.pop_back();
-        return tally;
-    };
-    const auto giveBack = [&](Tally *tally) {
-        const std::lock_guard guard(mutex);
-        unused.push_back(tally);
-    };
-
-    const std::vector<unsigned char *> rows = listRows();
     if (m_context.progress)
-        m_context.progress->total.store(std::max<qint64>(1, qint64(rows.size())), std::memory_order_relaxed);
+        m_context.progress->total.store(std::max<qint64>(1, qint64(rowCount)), std::memory_order_relaxed);
     parallel::Context context = m_context;
-    context.threads = int(std::min(size_t(std::max(1, m_context.threads)), rows.size() / rowsForAThread + 1));
+    context.threads = int(std::min(size_t(std::max(1, m_context.threads)), rowCount / rowsForAThread + 1));
+    return context;
+}
+
+void ValueCount::tallyAtOnce(Tallies &tallies)
+{
+    const std::vector<unsigned char *> rows = listRows();
+    const parallel::Context context = contextFor(rows.size());
     parallel::forRanges(context, rows.size(), pieceSize, [&](size_t first, size_t last) {
-        Tally *const tally = take();
-        tallyPiece(*tally, Rows(rows).subspan(first, last - first));
-        giveBack(tally);
-        context.advance(qint64(last - first));
+        tallies.add(context, Rows(rows).subspan(first, last - first));
+    });
+}
+
+void ValueCount::tallyInSlices(Tallies &tallies)
+{
+    std::vector<unsigned char *> rows;
+    DepartedRows &departed = m_source.watch->departedRows();
+    bool isReading = false;
+    const auto end = qScopeGuard([&] {
+        if (isReading)
+            departed.end();
+    });
+    parallel::underLock(*m_source.table, m_context.stop, [&] {
+        departed.begin();
+        isReading = true;
+        rows = listRows();
+    });
+    const parallel::Context context = contextFor(rows.size());
+    // The readers of cells wait for slices of other work.
+    const std::atomic<int> readers = 0;
+    inSlices(*m_source.table, context, rows.size(), readers, [&](size_t first, size_t last) {
+        tallies.add(context, Rows(rows).subspan(first, last - first));
     });
 }
 

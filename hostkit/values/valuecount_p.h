@@ -6,6 +6,8 @@
 #include <hostkit/values/radixsort_p.h>
 #include <hostkit/values/tally_p.h>
 
+#include <hostkit/table/tablewatch_p.h>
+
 #include <data/keyvalue.h>
 
 #include <QList>
@@ -34,10 +36,12 @@ public:
         std::vector<std::shared_ptr<const FilterFunc>> hiddenBy;
         /// Keys that are listed in any case, with a count of 0 where there are no rows.
         QList<KeyValue> keys;
+        /// Of the changes of the table; null when it is not followed.
+        std::shared_ptr<TableWatch> watch = nullptr;
     };
 
-    /// Counts as \a context says, holding the lock of the table until the last row is read; the caller must
-    /// not own it. The progress is in rows.
+    /// Counts as \a context says, holding the lock of the table until the last row is read, or in short
+    /// slices when the table is followed; the caller must not own it. The progress is in rows.
     ///
     /// Throws parallel::Stopped when it was stopped, which takes no longer than the predicates take for a
     /// row: neither the lock nor the rest of the work is waited for, see parallel::underLock(). What a
@@ -60,9 +64,15 @@ private:
     /// Joins what is equal.
     std::shared_ptr<const DistinctValues> result();
 
+    /// The tallies of the threads.
+    class Tallies;
+
     std::vector<unsigned char *> listRows() const;
-    /// Adds the rows to the tally and to \a others, of which it makes as many as are needed.
-    void tallyUnderLock(std::vector<std::unique_ptr<Tally>> &others);
+    /// Counts the rows as they stand at one moment.
+    void tallyAtOnce(Tallies &tallies);
+    /// Counts while the table is written: each row as it stands when it is read.
+    void tallyInSlices(Tallies &tallies);
+    parallel::Context contextFor(size_t rowCount) const;
     void tallyPiece(Tally &tally, Rows rows) const;
     Rows shownOf(Rows rows, std::vector<unsigned char *> &shown) const;
     /// The ranks of the fields of the key \a id into \a key.

@@ -40,6 +40,11 @@ void ValueListFilter::setSiblings(FilterList *siblings)
     m_siblings = siblings;
 }
 
+void ValueListFilter::follow(TableChanges *changes)
+{
+    m_changes = changes;
+}
+
 FilterFunc *ValueListFilter::createFilterFunc(QObject *parent) const
 {
     return keypredicates::makeQuickest(table(), getAllExcludedKeys(), columns(), parent);
@@ -70,7 +75,7 @@ void ValueListFilter::init(QWidget *widget)
     } catch (...) {
         failure = currentExceptionText();
     }
-    list->fill(*table(), columns(), hiddenBy, getAllExcludedKeys());
+    list->fill(*table(), columns(), hiddenBy, getAllExcludedKeys(), m_changes);
     if (!failure.isNull())
         list->showMessage(tr("Другие фильтры не учтены: %1").arg(failure));
 }

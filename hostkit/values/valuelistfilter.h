@@ -9,6 +9,7 @@
 #include <QSize>
 
 class QDialog;
+class TableChanges;
 
 namespace sito {
 
@@ -34,6 +35,10 @@ public:
     /// Sets the list that this filter belongs to; may be null. Only values of rows that the other filters of
     /// the list show are offered. Not owned; may be deleted at any time.
     void setSiblings(FilterList *siblings);
+
+    /// Lets lists that are shown from now on follow \a changes, which tells of the changes of table(); null for
+    /// none. Not owned; must live as long as the table.
+    void follow(TableChanges *changes);
 
     /// As ValueFilter::createFilterFunc(), with the predicate of keypredicates::makeQuickest().
     FilterFunc *createFilterFunc(QObject *parent) const override;
@@ -73,6 +78,7 @@ public:
 
 private:
     QPointer<FilterList> m_siblings;
+    TableChanges *m_changes = nullptr;
     QPointer<QDialog> m_popup;
 };
 

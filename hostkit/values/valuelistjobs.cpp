@@ -5,6 +5,9 @@
 #include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/keychecks_p.h>
 
+#include <QCoreApplication>
+#include <QEvent>
+
 #include <utility>
 
 namespace sito {
@@ -36,6 +39,29 @@ ValueListModel::Numbers find(const DistinctValues &values, const QString &needle
     return found;
 }
 
+ValueListJobs::Recount countAgain(ValueCount::Source source, const ValueChoice &choice, const QString &needle,
+                                  const parallel::Context &context)
+{
+    source.keys = choice.excludedKeys(source.columns.size());
+    ValueListJobs::Recount result;
+    ValueListModel::Update &update = result.update;
+    update.values = countValues(source, context);
+    update.newNumbers = choice.values->indexesIn(*update.values, context.stop);
+    if (!needle.isEmpty())
+        update.shown = find(*update.values, needle, std::nullopt, context.stop);
+    result.unchecked = choice.unchecked;
+    result.keys = source.keys;
+    result.needle = needle;
+    return result;
+}
+
+/// The table has told of changes.
+QEvent::Type changedEvent()
+{
+    static const int type = QEvent::registerEventType();
+    return QEvent::Type(type);
+}
+
 } // namespace
 
 ValueListJobs::ValueListJobs(QObject *parent) : QObject(parent)
@@ -43,7 +69,10 @@ ValueListJobs::ValueListJobs(QObject *parent) : QObject(parent)
     makeTasks();
 }
 
-ValueListJobs::~ValueListJobs() = default;
+ValueListJobs::~ValueListJobs()
+{
+    watch(nullptr);
+}
 
 void ValueListJobs::makeTasks()
 {
@@ -53,8 +82,44 @@ void ValueListJobs::makeTasks()
     connect(m_counting.get(), &parallel::Task::progressed, this, &ValueListJobs::progressed);
 }
 
-void ValueListJobs::count(const ValueCount::Source &source)
+void ValueListJobs::watch(TableChanges *changes)
 {
+    if (m_watch)
+        m_watch->stop();
+    m_watch.reset();
+    if (changes) {
+        m_watch = std::make_shared<TableWatch>(
+            *changes, [this] { QCoreApplication::postEvent(this, new QEvent(changedEvent())); });
+    }
+}
+
+bool ValueListJobs::event(QEvent *event)
+{
+    if (event->type() != changedEvent())
+        return QObject::event(event);
+    if (m_watch)
+        Q_EMIT changed();
+    return true;
+}
+
+void ValueListJobs::recount(const ValueCount::Source &given, const ValueChoice &choice, const QString &needle)
+{
+    ValueCount::Source source = given;
+    source.watch = m_watch;
+    if (m_watch)
+        m_watch->rearm();
+    m_counting->start<Recount>(
+        [source, choice, needle](const parallel::Context &context) {
+            return countAgain(source, choice, needle, context);
+        },
+        [this](const Recount &recount) { Q_EMIT recounted(recount); },
+        [this](const std::exception_ptr &failure) { Q_EMIT countFailed(exceptionText(failure)); });
+}
+
+void ValueListJobs::count(const ValueCount::Source &given)
+{
+    ValueCount::Source source = given;
+    source.watch = m_watch;
     m_counting->start<Values>(
         [source](const parallel::Context &context) { return countValues(source, context); },
         [this](const Values &values) { Q_EMIT counted(values); },
@@ -89,6 +154,7 @@ void ValueListJobs::waitForSearch()
 
 void ValueListJobs::stop()
 {
+    watch(nullptr);
     m_counting->cancel();
     m_searching->cancel();
     makeTasks();

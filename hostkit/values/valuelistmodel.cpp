@@ -4,7 +4,9 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <numeric>
 
 namespace sito {
 
@@ -23,13 +25,93 @@ void ValueListModel::setValues(std::shared_ptr<const DistinctValues> values,
                                const std::vector<qsizetype> &unchecked)
 {
     beginResetModel();
-    m_values = std::move(values);
     m_shown.reset();
+    take(std::move(values), unchecked);
+    endResetModel();
+}
+
+void ValueListModel::take(std::shared_ptr<const DistinctValues> values,
+                          const std::vector<qsizetype> &unchecked)
+{
+    m_values = std::move(values);
     m_unchecked.assign(size_t(m_values ? m_values->size() : 0), false);
     m_uncheckedCount = 0;
     for (const qsizetype number : unchecked)
         check(number, false);
-    endResetModel();
+}
+
+void ValueListModel::update(const Update &update, const std::vector<qsizetype> &unchecked)
+{
+    const auto numbersOf = [](const std::optional<Numbers> &shown, qsizetype count) {
+        if (shown)
+            return *shown;
+        Numbers all;
+        all.resize(size_t(count));
+        std::iota(all.begin(), all.end(), quint32(0));
+        return all;
+    };
+    const Numbers before = numbersOf(m_shown, m_values->size());
+    const Numbers after = numbersOf(update.shown, update.values->size());
+    // What stays has the same order before and after.
+    Numbers staying;
+    Numbers stayingLater;
+    Numbers going;
+    auto later = after.begin();
+    for (const quint32 number : before) {
+        const quint32 newNumber = update.newNumbers[number];
+        if (newNumber != DistinctValues::nowhere)
+            later = std::lower_bound(later, after.end(), newNumber);
+        if (newNumber == DistinctValues::nowhere || later == after.end() || *later != newNumber) {
+            going.push_back(number);
+        } else {
+            staying.push_back(number);
+            stayingLater.push_back(newNumber);
+        }
+    }
+    Numbers coming;
+    std::set_difference(after.begin(), after.end(), stayingLater.begin(), stayingLater.end(),
+                        std::back_inserter(coming));
+
+    if (!going.empty()) {
+        const size_t kept = staying.size();
+        m_shown = before;
+        staying.insert(staying.end(), going.begin(), going.end());
+        rearrange(staying);
+        beginRemoveRows({}, int(kept), int(before.size()) - 1);
+        m_shown->resize(kept);
+        endRemoveRows();
+    }
+    take(update.values, unchecked);
+    m_shown = std::move(stayingLater);
+    const size_t kept = m_shown->size();
+    if (!coming.empty()) {
+        beginInsertRows({}, int(kept), int(after.size()) - 1);
+        m_shown->insert(m_shown->end(), coming.begin(), coming.end());
+        endInsertRows();
+        rearrange(after);
+    }
+    m_shown = update.shown;
+    if (kept > 0)
+        Q_EMIT dataChanged(index(0), index(rowCount() - 1));
+}
+
+void ValueListModel::rearrange(const Numbers &numbers)
+{
+    if (numbers == *m_shown)
+        return;
+    Q_EMIT layoutAboutToBeChanged();
+    const QModelIndexList old = persistentIndexList();
+    if (!old.isEmpty()) {
+        std::vector<int> rows(m_unchecked.size());
+        for (size_t row = 0; row < numbers.size(); ++row)
+            rows[numbers[row]] = int(row);
+        QModelIndexList now;
+        for (const QModelIndex &one : old)
+            now.append(index(rows[(*m_shown)[size_t(one.row())]]));
+        changePersistentIndexList(old, now);
+    }
+    m_shown = numbers;
+    Q_EMIT layoutChanged();
 }
 
 void ValueListModel::setShown(std::optional<Numbers> numbers)

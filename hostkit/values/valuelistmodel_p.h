@@ -30,6 +30,17 @@ public:
     /// the model.
     void setValues(std::shared_ptr<const DistinctValues> values, const std::vector<qsizetype> &unchecked);
     const std::shared_ptr<const DistinctValues> &values() const { return m_values; }
+    struct Update
+    {
+        std::shared_ptr<const DistinctValues> values;
+        /// DistinctValues::indexesIn() of those before.
+        std::vector<quint32> newNumbers;
+        /// The numbers of the values to show; all without.
+        std::optional<Numbers> shown;
+    };
+    /// Takes values that were counted again: rows that vanish are removed, new ones inserted, and what is
+    /// selected stays. Checks as setValues() does.
+    void update(const Update &update, const std::vector<qsizetype> &unchecked);
     /// Shows the values with these numbers, which must be ascending; without \a numbers, all values. Resets
     /// the model.
     void setShown(std::optional<Numbers> numbers);
@@ -40,6 +51,8 @@ public:
     int rowOf(qsizetype number) const;
 
     bool isChecked(qsizetype number) const { return !m_unchecked[size_t(number)]; }
+    /// By number, whether the value is unchecked.
+    const std::vector<bool> &unchecked() const { return m_unchecked; }
     qsizetype checkedCount() const { return qsizetype(m_unchecked.size()) - m_uncheckedCount; }
     /// Skips values for which DistinctValues::isKey() is false, as do the next two.
     void setChecked(const QList<int> &rows, bool checked);
@@ -58,6 +71,9 @@ Q_SIGNALS:
     void checksChanged();
 
 private:
+    void take(std::shared_ptr<const DistinctValues> values, const std::vector<qsizetype> &unchecked);
+    /// Brings the rows into the order of \a numbers, which are those that are shown.
+    void rearrange(const Numbers &numbers);
     void check(qsizetype number, bool checked);
     void tellChange(int firstRow, int lastRow);
 

@@ -4,7 +4,10 @@
 #include <hostkit/values/valuelistdelegate_p.h>
 #include <hostkit/values/valuelistmodel_p.h>
 
+#include <QCursor>
 #include <QItemSelectionModel>
+#include <QPersistentModelIndex>
+#include <QScrollBar>
 
 namespace sito {
 
@@ -43,6 +46,24 @@ void ValueListView::setCurrentRow(int row)
 {
     setCurrentIndex(model()->index(row, 0));
     clearSelection();
+}
+
+void ValueListView::keepPlace(const std::function<void()> &change)
+{
+    QPersistentModelIndex kept;
+    if (viewport()->underMouse())
+        kept = indexAt(viewport()->mapFromGlobal(QCursor::pos()));
+    if (!kept.isValid())
+        kept = indexAt(viewport()->rect().topLeft());
+    const int before = visualRect(kept).top();
+    change();
+    // Now, since the scroll bar learns of the rows by it.
+    doItemsLayout();
+    if (!kept.isValid())
+        return;
+    const QRect now = visualRect(kept);
+    const int step = verticalScrollMode() == ScrollPerItem ? now.height() : 1;
+    verticalScrollBar()->setValue(verticalScrollBar()->value() + (now.top() - before) / step);
 }
 
 } // namespace sito

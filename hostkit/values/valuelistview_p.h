@@ -2,7 +2,9 @@
 #pragma once
 
 #include <QListView>
+
 #include <QString>
+#include <functional>
 
 namespace sito {
 
@@ -20,6 +22,10 @@ public:
     void toggleSelected();
     /// Makes the value in \a row the current one, and selects none.
     void setCurrentRow(int row);
+
+    /// Calls \a change, which changes the rows of the model. The value under the pointer, or else the first one
+    /// that is seen, stays at its place as far as the list can be scrolled.
+    void keepPlace(const std::function<void()> &change);
 
 Q_SIGNALS:
     /// Letters were typed in the list.

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/values/valuelistwidget.h>
 
+#include <hostkit/values/valuechoice_p.h>
 #include <hostkit/values/valuelistjobs_p.h>
 #include <hostkit/values/valuelistmodel_p.h>
 #include <hostkit/values/valuelistview_p.h>
 
+#include <QElapsedTimer>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -29,6 +31,20 @@ namespace {
 constexpr auto searchDelay = 200ms;
 /// Counting that takes less is over before one has read how far it is.
 constexpr auto progressDelay = 150ms;
+/// Between two counts of a table that changes; of the time that the last one took, so many times that.
+constexpr auto leastPause = 200ms;
+constexpr int pauseFactor = 10;
+
+/// The numbers of the values with which \a values were counted.
+std::vector<qsizetype> uncheckedOf(const DistinctValues &values)
+{
+    std::vector<qsizetype> numbers;
+    for (const qsizetype number : values.keyIndexes()) {
+        if (number >= 0)
+            numbers.push_back(number);
+    }
+    return numbers;
+}
 
 } // namespace
 
@@ -46,6 +62,14 @@ public:
     void startCounting();
     void showValues(const std::shared_ptr<const DistinctValues> &values);
     void showFailure(const QString &text);
+    /// After a change of the table: counts again as soon as it may be.
+    void scheduleRecount();
+    void recount();
+    void showRecount(const ValueListJobs::Recount &recount);
+    void takeRecount(const ValueListJobs::Recount &recount);
+    /// The row of the value that follows the one with \a number among those before, which has vanished.
+    int rowAfter(size_t number, const std::vector<quint32> &newNumbers) const;
+    ValueChoice choice() const { return {model->values(), model->unchecked(), source.keys}; }
     void showMessages();
     /// Makes the list show what the search box says, now.
     void search();
@@ -74,9 +98,18 @@ public:
     QLabel *numbers;
     QTimer searchTimer;
     QTimer progressTimer;
+    /// Runs until the values may be counted again.
+    QTimer recountTimer;
+    std::chrono::milliseconds recountPause = leastPause;
+    QElapsedTimer recountTime;
+    /// Whether the table has changed since the values were read; whether they are being counted again.
+    bool isOutdated = false;
+    bool isRecounting = false;
     ValueListJobs jobs;
 
     ValueCount::Source source;
+    /// Null for a table that is not followed.
+    TableChanges *followed = nullptr;
     enum class State { Empty, Counting, Ready, Failed };
     State state = State::Empty;
     bool isReady() const { return state == State::Ready; }
@@ -84,6 +117,7 @@ public:
     QString notice;
     QString failure;
     QString searchFailure;
+    QString recountFailure;
     /// What is searched for, and what the list shows the finds of.
     QString needle;
     QString shownNeedle;
@@ -97,6 +131,7 @@ ValueListWidgetPrivate::ValueListWidgetPrivate(ValueListWidget *widget) : q(widg
     searchTimer.setInterval(searchDelay);
     progressTimer.setSingleShot(true);
     progressTimer.setInterval(progressDelay);
+    recountTimer.setSingleShot(true);
     connectWidgets();
     retranslate();
 }
@@ -184,6 +219,13 @@ void ValueListWidgetPrivate::connectWidgets()
     });
     QObject::connect(&jobs, &ValueListJobs::progressed, progress, &QProgressBar::setValue);
     QObject::connect(&jobs, &ValueListJobs::counted, q, [this](const auto &values) { showValues(values); });
+    QObject::connect(&jobs, &ValueListJobs::changed, q, [this] {
+        isOutdated = true;
+        scheduleRecount();
+    });
+    QObject::connect(&recountTimer, &QTimer::timeout, q, [this] { recount(); });
+    QObject::connect(&jobs, &ValueListJobs::recounted, q,
+                     [this](const ValueListJobs::Recount &recount) { showRecount(recount); });
     QObject::connect(&jobs, &ValueListJobs::countFailed, q,
                      [this](const QString &text) { showFailure(text); });
     QObject::connect(&jobs, &ValueListJobs::found, q, [this](const auto &found) { showFound(found); });
@@ -236,10 +278,14 @@ void ValueListWidgetPrivate::forget()
     notice.clear();
     failure.clear();
     searchFailure.clear();
+    recountFailure.clear();
     needle.clear();
     shownNeedle.clear();
     searchTimer.stop();
     progressTimer.stop();
+    recountTimer.stop();
+    isOutdated = false;
+    isRecounting = false;
     progress->hide();
     progress->setValue(0);
     model->setValues(nullptr, {});
@@ -252,9 +298,12 @@ void ValueListWidgetPrivate::startCounting()
     state = State::Counting;
     progressTimer.start();
     showNumbers();
+    jobs.watch(followed);
+    recountTime.start();
     jobs.count(source);
     // From here on the predicates are those of the job.
-    source.hiddenBy.clear();
+    if (!followed)
+        source.hiddenBy.clear();
 }
 
 void ValueListWidgetPrivate::showValues(const std::shared_ptr<const DistinctValues> &values)
@@ -262,21 +311,77 @@ void ValueListWidgetPrivate::showValues(const std::shared_ptr<const DistinctValu
     progressTimer.stop();
     progress->hide();
     state = State::Ready;
-    std::vector<qsizetype> unchecked;
-    for (const qsizetype number : values->keyIndexes()) {
-        if (number >= 0)
-            unchecked.push_back(number);
-    }
-    model->setValues(values, unchecked);
+    model->setValues(values, uncheckedOf(*values));
     view->setCurrentRow(0);
     showNumbers();
     if (isSearchDue())
         search();
+    recountPause = pauseFactor * std::chrono::milliseconds(recountTime.elapsed());
+    scheduleRecount();
     Q_EMIT q->ready();
+}
+
+void ValueListWidgetPrivate::scheduleRecount()
+{
+    if (isOutdated && isReady() && !isRecounting && !recountTimer.isActive())
+        recountTimer.start(std::max(leastPause, recountPause));
+}
+
+void ValueListWidgetPrivate::recount()
+{
+    isOutdated = false;
+    isRecounting = true;
+    recountTime.start();
+    jobs.recount(source, choice(), shownNeedle);
+}
+
+void ValueListWidgetPrivate::showRecount(const ValueListJobs::Recount &recount)
+{
+    isRecounting = false;
+    recountPause = pauseFactor * std::chrono::milliseconds(recountTime.elapsed());
+    recountFailure.clear();
+    // What the user has done meanwhile is not in it.
+    if (recount.unchecked == model->unchecked() && recount.needle == shownNeedle)
+        takeRecount(recount);
+    else
+        isOutdated = true;
+    showMessages();
+    scheduleRecount();
+}
+
+void ValueListWidgetPrivate::takeRecount(const ValueListJobs::Recount &recount)
+{
+    // Its finds would be numbers of the values before.
+    jobs.cancelSearch();
+    source.keys = recount.keys;
+    const std::vector<quint32> &newNumbers = recount.update.newNumbers;
+    const QModelIndex current = view->currentIndex();
+    const auto number = size_t(current.isValid() ? model->numberAt(current.row()) : 0);
+    view->keepPlace([&] { model->update(recount.update, uncheckedOf(*recount.update.values)); });
+    if (current.isValid() && newNumbers[number] == DistinctValues::nowhere)
+        view->setCurrentRow(rowAfter(number, newNumbers));
+    showNumbers();
+    if (isSearchDue() && !searchTimer.isActive())
+        search();
+}
+
+int ValueListWidgetPrivate::rowAfter(size_t number, const std::vector<quint32> &newNumbers) const
+{
+    const auto next =
+        std::find_if(newNumbers.begin() + qptrdiff(number), newNumbers.end(), [this](quint32 other) {
+            return other != DistinctValues::nowhere && model->rowOf(other) >= 0;
+        });
+    return next == newNumbers.end() ? model->rowCount() - 1 : model->rowOf(*next);
 }
 
 void ValueListWidgetPrivate::showFailure(const QString &text)
 {
+    if (isRecounting) {
+        isRecounting = false;
+        recountFailure = text;
+        showMessages();
+        return;
+    }
     progressTimer.stop();
     progress->hide();
     state = State::Failed;
@@ -294,6 +399,8 @@ void ValueListWidgetPrivate::showMessages()
         text = ValueListWidget::tr("Значения не подсчитаны: %1").arg(failure);
     else if (!searchFailure.isNull())
         text = ValueListWidget::tr("Поиск не удался: %1").arg(searchFailure);
+    else if (!recountFailure.isNull())
+        text = ValueListWidget::tr("Список не обновлён: %1").arg(recountFailure);
     message->setText(text);
     message->setVisible(!text.isEmpty());
 }
@@ -404,12 +511,13 @@ ValueListWidget::~ValueListWidget() = default;
 
 void ValueListWidget::fill(Table &table, const QList<int> &columns,
                            const std::vector<std::shared_ptr<const FilterFunc>> &hiddenBy,
-                           const QList<KeyValue> &excluded)
+                           const QList<KeyValue> &excluded, TableChanges *changes)
 {
     // The caller's lists may be of this widget's own.
     ValueCount::Source source = {.table = &table, .columns = columns, .hiddenBy = hiddenBy, .keys = excluded};
     d->forget();
     d->source = std::move(source);
+    d->followed = changes;
     d->startCounting();
 }
 
@@ -433,21 +541,7 @@ QList<KeyValue> ValueListWidget::excludedKeys() const
 {
     if (!d->isReady())
         return d->source.keys;
-    const std::shared_ptr<const DistinctValues> &values = d->model->values();
-    QList<KeyValue> keys;
-    for (qsizetype number = 0; number < values->size(); ++number) {
-        if (!d->model->isChecked(number))
-            keys.append(values->key(number));
-    }
-    for (qsizetype i = 0; i < d->source.keys.size(); ++i) {
-        if (values->keyIndexes()[size_t(i)] >= 0)
-            continue;
-        // Without the values that predicates ignore: keys of one set are compared value by value.
-        KeyValue key = d->source.keys.at(i);
-        key.remove(d->source.columns.size(), key.size() - d->source.columns.size());
-        keys.append(key);
-    }
-    return keys;
+    return d->choice().excludedKeys(d->source.columns.size());
 }
 
 QSize ValueListWidget::sizeHint() const

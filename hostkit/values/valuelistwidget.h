@@ -13,6 +13,7 @@
 
 class FilterFunc;
 class Table;
+class TableChanges;
 
 namespace sito {
 
@@ -32,6 +33,11 @@ class ValueListWidgetPrivate;
 ///
 /// The table, and all that the predicates read, must live until cancel() is called or the widget is deleted.
 ///
+/// **Following.** A table whose changes fill() is told of is counted again in the background after it has
+/// changed, at most a few times a second and for a tenth of the time. What is checked, selected and searched
+/// for stays, and so does the place of the value under the pointer; an unchecked value stays listed when its
+/// last row is gone. Such a table is not locked for longer than some milliseconds at a time.
+///
 /// **Cost.** Counting reads each row of the table once and calls the predicates for it; it sorts, and holds,
 /// only the distinct values. A search makes the texts of all of these, or of those that the last search has
 /// left. The GUI thread makes texts only for the rows that it paints.
@@ -45,10 +51,11 @@ public:
     /// Lists the values of \a columns in the rows of \a table for which no predicate of \a hiddenBy answers
     /// true, in the order of their keys. The keys \a excluded are listed in any case, unchecked. There must
     /// be at least one column, and none of type Raw or Block. Returns at once; ready() follows. Counting
-    /// fails if a key has fewer values than there are columns.
+    /// fails if a key has fewer values than there are columns. Follows \a changes, which tells of the changes
+    /// of \a table, is not owned and must live as long as the table; null for none.
     void fill(Table &table, const QList<int> &columns,
-              const std::vector<std::shared_ptr<const FilterFunc>> &hiddenBy,
-              const QList<KeyValue> &excluded);
+              const std::vector<std::shared_ptr<const FilterFunc>> &hiddenBy, const QList<KeyValue> &excluded,
+              TableChanges *changes = nullptr);
     /// Stops counting and searching, and empties the list, excludedKeys() included. When it returns, the
     /// widget refers to neither the table nor the predicates any more. If somebody else had the table's lock
     /// for long, a thread may still be waiting for it: call parallel::waitForWaiters() before deleting such a
@@ -68,7 +75,8 @@ public:
     QSize sizeHint() const override;
 
 Q_SIGNALS:
-    /// Emitted when the values are listed, or when counting failed; then the widget shows the reason.
+    /// Emitted when the values are listed for the first time, or when counting failed; then the widget shows
+    /// the reason.
     void ready();
     /// Emitted when the user presses Return in the list or in the search and isReady().
     void accepted();

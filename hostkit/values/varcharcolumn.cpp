@@ -24,6 +24,11 @@ void VarCharColumn::append(const unsigned char *data)
     std::memcpy(m_values.data() + place, data, size_t(definition()->size));
 }
 
+quint32 VarCharColumn::size() const
+{
+    return quint32(m_values.size() / strideOf(*definition())) + 1;
+}
+
 FieldValue VarCharColumn::value(quint32 rank) const
 {
     return rank == 0 ? absent() : FieldValue(view(rank));

@@ -16,6 +16,7 @@ public:
     /// Adds the value stored at \a data behind all others.
     void append(const unsigned char *data);
 
+    quint32 size() const override;
     FieldValue value(quint32 rank) const override;
     QString text(quint32 rank) const override;
     bool isNaN(quint32) const override { return false; }

@@ -81,7 +81,7 @@ void FilteredTableView::connectParts()
     connect(m_header, &FilterHeader::menuRequested, this, &FilteredTableView::headerMenuRequested);
     connect(m_filters, &FilterList::added, this, [this](Filter *filter) {
         if (auto *values = qobject_cast<ValueListFilter *>(filter))
-            values->setSiblings(m_filters);
+            prepare(*values);
     });
     connect(m_filters, &FilterList::filterChanged, this, [this](Filter *filter) {
         auto *values = qobject_cast<ValueListFilter *>(filter);
@@ -102,6 +102,24 @@ void FilteredTableView::connectParts()
     connect(m_model, &TableModel::passFinished, this, tellRows);
     connect(m_model, &TableModel::changesShown, this, tellRows);
     connect(m_model, &TableModel::passFailed, this, &FilteredTableView::failed);
+}
+
+void FilteredTableView::prepare(ValueListFilter &filter)
+{
+    filter.setSiblings(m_filters);
+    filter.follow(m_model->followed());
+}
+
+void FilteredTableView::follow(TableChanges *changes)
+{
+    m_model->follow(changes);
+    for (Filter *filter : m_filters->filters()) {
+        if (auto *values = qobject_cast<ValueListFilter *>(filter))
+            values->follow(changes);
+    }
+    m_spareFilters.removeAll(nullptr);
+    for (const QPointer<ValueListFilter> &filter : std::as_const(m_spareFilters))
+        filter->follow(changes);
 }
 
 void FilteredTableView::guarded(const std::function<void()> &work)
@@ -126,7 +144,7 @@ ValueListFilter *FilteredTableView::valueFilter(const QList<int> &columns)
             return filter;
     }
     auto *filter = new ValueListFilter(m_table, columns, this);
-    filter->setSiblings(m_filters);
+    prepare(*filter);
     m_spareFilters.append(filter);
     connect(filter, &Filter::asincChanged, this, [this, filter] {
         if (filter->hasValue() && m_spareFilters.removeAll(filter) > 0)

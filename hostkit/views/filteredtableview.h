@@ -15,6 +15,7 @@
 class QLabel;
 class SelectFilter;
 class Table;
+class TableChanges;
 
 namespace sito {
 
@@ -50,6 +51,10 @@ public:
     TableModel *tableModel() const { return m_model; }
     /// The horizontal header; never null.
     FilterHeader *filterHeader() const { return m_header; }
+
+    /// Follows \a changes, which tells of the changes of the table: the rows as TableModel::follow(), and the
+    /// lists of values that are shown from then on. Null for none. Not owned; must live as long as the table.
+    void follow(TableChanges *changes);
 
     /// The ValueListFilter over \a columns: the one in filters(), or a new one that is added there as soon as
     /// it has a value. Throws Exception for columns whose values cannot be compared.
@@ -116,6 +121,7 @@ protected:
 private:
     void setUpView();
     void connectParts();
+    void prepare(ValueListFilter &filter);
     QItemSelection shownSelection() const;
     void updateHeader();
     void updateNote();
