@@ -51,7 +51,7 @@ public:
 
     /// Calls \a read, under the lock of the table if it is followed.
     template <typename Read>
-    auto readCell(const Read &read) const
+    auto readCells(const Read &read) const
     {
         if (!m_queue)
             return read();

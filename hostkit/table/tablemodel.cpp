@@ -330,7 +330,12 @@ QVariant TableModel::data(const QModelIndex &index, int role) const
         return QVariant();
     if (role == ColumnRole)
         return columns().at(index.column());
-    return d->passes.readCell([&] { return d->data(index.row(), index.column(), role); });
+    return d->passes.readCells([&] { return d->data(index.row(), index.column(), role); });
+}
+
+void TableModel::readCells(const std::function<void()> &read) const
+{
+    d->passes.readCells(read);
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -8,6 +8,7 @@
 #include <QAbstractTableModel>
 #include <QList>
 
+#include <functional>
 #include <memory>
 
 class Table;
@@ -58,10 +59,10 @@ class TableModelPrivate;
 /// **Threads.** The model is used from the GUI thread. While a pass reads the rows it holds the table's lock,
 /// so that writers who lock wait for it; rows that are shown must not be written while the GUI thread paints
 /// them, so they are best written there. A table that is followed may be written in any thread, under its
-/// lock: a pass then holds the lock for some milliseconds at a time, and data() takes it for each cell, so
-/// that it waits for a writer; a writer who changes many rows lets go of the lock from time to time. The
+/// lock: a pass then holds the lock for some milliseconds at a time, and data() takes it for each cell, or
+/// readCells() for many, so that the GUI thread waits for a writer; a writer who changes many rows lets go of the lock from time to time. The
 /// predicates of the filters are asked from several threads at once. The GUI thread must not hold the table's
-/// lock when it calls waitForPass(). Only the constructor and, as said, data() wait for that lock.
+/// lock when it calls waitForPass(). Only the constructor and, as said, data() and readCells() wait for that lock.
 ///
 /// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header
 /// in the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside
@@ -156,6 +157,10 @@ public:
     void cancelPass();
     /// In slots of aboutToShow(): the place that the row at \a row will have; -1 when it vanishes.
     int rowAfterPass(int row) const;
+
+    /// Calls \a read, which reads many cells. When the table is followed, its lock is taken once for all of
+    /// them: a view that calls it when it paints waits once for a writer, not for each cell.
+    void readCells(const std::function<void()> &read) const;
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;

@@ -343,6 +343,11 @@ void FilteredTableView::updateRowHeight()
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 7);
 }
 
+void FilteredTableView::paintEvent(QPaintEvent *event)
+{
+    m_model->readCells([&] { QTableView::paintEvent(event); });
+}
+
 void FilteredTableView::resizeEvent(QResizeEvent *event)
 {
     QTableView::resizeEvent(event);

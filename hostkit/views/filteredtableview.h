@@ -114,6 +114,7 @@ Q_SIGNALS:
     void headerMenuRequested(int section, const QPoint &globalPosition);
 
 protected:
+    void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void changeEvent(QEvent *event) override;

@@ -7,6 +7,7 @@
 #include <support/exceptions.h>
 #include <support/lambdafilter.h>
 #include <support/modellog.h>
+#include <support/otherlocker.h>
 #include <support/seed.h>
 #include <support/toldtable.h>
 
@@ -22,11 +23,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <thread>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -512,6 +516,21 @@ private Q_SLOTS:
         QCOMPARE(quotes.model.followed(), &quotes.told.changes);
         quotes.model.waitForPass();
         QCOMPARE(quotes.model.rowCount(), 5);
+    }
+
+    void readsManyCellsUnderOneLock()
+    {
+        Quotes quotes;
+        std::optional<OtherLocker> other;
+        quotes.model.readCells([&] {
+            QCOMPARE(quotes.shown(), u"A10 B20 C30 D40"_s);
+            other.emplace(quotes.told.table);
+            QVERIFY(!other->gets(20ms));
+        });
+        QVERIFY(other->gets(10s));
+
+        quotes.model.follow(nullptr);
+        quotes.model.readCells([&] { QVERIFY(OtherLocker(quotes.told.table).gets(10s)); });
     }
 
     // What was told before a listing is shown by it, and never taken.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/views/filteredtableview.h>
 
+#include <data/tablechanges.h>
 #include <database/memorytable.h>
 #include <hostkit/filters/columnsfilter.h>
 #include <hostkit/filters/filterlist.h>
@@ -10,18 +11,24 @@
 #include <hostkit/views/headerlayout.h>
 
 #include <support/exceptions.h>
+#include <support/otherlocker.h>
 #include <support/typenames.h>
 
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QLabel>
+#include <QScopeGuard>
 #include <QSignalSpy>
+#include <QStyledItemDelegate>
 #include <QTest>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 /// What a host gets without a line of its own; the browser's tests drive the same view in its window.
 class tst_FilteredTableView : public QObject
@@ -249,6 +256,39 @@ private Q_SLOTS:
         m_view->showAllColumns();
         QCOMPARE(shownColumns(), u"a b"_s);
         QCOMPARE(m_view->neighbour(0, true), 1);
+    }
+
+    void paintsUnderOneLockWhatItFollows()
+    {
+        class Delegate final : public QStyledItemDelegate
+        {
+        public:
+            explicit Delegate(const Table &table) : m_table(table) {}
+            void paint(QPainter *, const QStyleOptionViewItem &, const QModelIndex &) const override
+            {
+                if (!m_other)
+                    m_other.emplace(m_table);
+                isLocked = isLocked && !m_other->gets(1ms);
+                ++cells;
+            }
+            mutable bool isLocked = true;
+            mutable int cells = 0;
+
+        private:
+            const Table &m_table;
+            mutable std::optional<OtherLocker> m_other;
+        };
+        Delegate delegate(*m_table);
+        TableChanges changes;
+        const auto end = qScopeGuard([this] { m_view.reset(); });
+        m_view->follow(&changes);
+        m_view->tableModel()->waitForPass();
+        m_view->setItemDelegate(&delegate);
+
+        m_view->grab();
+
+        QVERIFY(delegate.cells > 1);
+        QVERIFY(delegate.isLocked);
     }
 
     void asksForMenus()
