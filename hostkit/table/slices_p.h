@@ -18,8 +18,8 @@ class Table;
 
 namespace sito {
 
-/// As parallel::forRanges(), under the lock of \a table, which is released every few milliseconds, for a table
-/// that is written meanwhile; sooner while \a readers, those who wait to read a cell, are not none.
+/// As parallel::forRanges(), under the lock of \a table, for a table that is written meanwhile: the lock is
+/// released every few milliseconds, and sooner while \a readers, who wait to read a cell, are more than none.
 template <typename Work>
 void inSlices(const Table &table, const parallel::Context &context, size_t size,
               const std::atomic<int> &readers, const Work &work)

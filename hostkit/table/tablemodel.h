@@ -60,9 +60,10 @@ class TableModelPrivate;
 /// so that writers who lock wait for it; rows that are shown must not be written while the GUI thread paints
 /// them, so they are best written there. A table that is followed may be written in any thread, under its
 /// lock: a pass then holds the lock for some milliseconds at a time, and data() takes it for each cell, or
-/// readCells() for many, so that the GUI thread waits for a writer; a writer who changes many rows lets go of the lock from time to time. The
-/// predicates of the filters are asked from several threads at once. The GUI thread must not hold the table's
-/// lock when it calls waitForPass(). Only the constructor and, as said, data() and readCells() wait for that lock.
+/// readCells() for many, so that the GUI thread waits for a writer; a writer who changes many rows lets go of
+/// the lock from time to time. The predicates of the filters are asked from several threads at once. The GUI
+/// thread must not hold the table's lock when it calls waitForPass(). Only the constructor and, as said,
+/// data() and readCells() wait for that lock.
 ///
 /// **Views.** Sections of equal size make a QTableView with a million rows quick: leave its vertical header
 /// in the resize mode Interactive or Fixed, never ResizeToContents. What a pass costs the GUI thread beside

@@ -36,8 +36,8 @@ public:
     /// the list show are offered. Not owned; may be deleted at any time.
     void setSiblings(FilterList *siblings);
 
-    /// Lets lists that are shown from now on follow \a changes, which tells of the changes of table(); null for
-    /// none. Not owned; must live as long as the table.
+    /// Lets lists that are shown from now on follow \a changes, which tells of the changes of table(); null
+    /// for none. Not owned; must live as long as the table.
     void follow(TableChanges *changes);
 
     /// As ValueFilter::createFilterFunc(), with the predicate of keypredicates::makeQuickest().

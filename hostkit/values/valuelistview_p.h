@@ -23,8 +23,8 @@ public:
     /// Makes the value in \a row the current one, and selects none.
     void setCurrentRow(int row);
 
-    /// Calls \a change, which changes the rows of the model. The value under the pointer, or else the first one
-    /// that is seen, stays at its place as far as the list can be scrolled.
+    /// Calls \a change, which changes the rows of the model. The value under the pointer, or else the first
+    /// one that is seen, stays at its place as far as the list can be scrolled.
     void keepPlace(const std::function<void()> &change);
 
 Q_SIGNALS:
