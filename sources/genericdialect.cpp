@@ -71,8 +71,8 @@ QList<SqlDialect::Column> GenericDialect::columns(const Table &table) const
     return result;
 }
 
-std::unique_ptr<SqlRows> GenericDialect::rows(const Table &table, const QList<Column> &declared,
-                                              const std::vector<SourceColumn> &) const
+std::unique_ptr<SourceRows> GenericDialect::rows(const Table &table, const QList<Column> &declared,
+                                                 const std::vector<SourceColumn> &) const
 {
     QStringList names;
     for (const Column &column : declared)

@@ -13,8 +13,8 @@ public:
 
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
-    std::unique_ptr<SqlRows> rows(const Table &table, const QList<Column> &declared,
-                                  const std::vector<SourceColumn> &columns) const override;
+    std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
+                                     const std::vector<SourceColumn> &columns) const override;
 };
 
 } // namespace sito

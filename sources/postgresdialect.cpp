@@ -316,8 +316,8 @@ std::optional<qint64> PostgresDialect::rowCount(const Table &table, const parall
     return counted;
 }
 
-std::unique_ptr<SqlRows> PostgresDialect::rows(const Table &table, const QList<Column> &declared,
-                                               const std::vector<SourceColumn> &columns) const
+std::unique_ptr<SourceRows> PostgresDialect::rows(const Table &table, const QList<Column> &declared,
+                                                  const std::vector<SourceColumn> &columns) const
 {
     const bool isView = table.isView && lockView(table);
     // Where the server can keep views from being read, see PostgresSession.

@@ -16,8 +16,8 @@ public:
     QList<Column> columns(const Table &table) const override;
     std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const override;
     std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const override;
-    std::unique_ptr<SqlRows> rows(const Table &table, const QList<Column> &declared,
-                                  const std::vector<SourceColumn> &columns) const override;
+    std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
+                                     const std::vector<SourceColumn> &columns) const override;
     std::function<void()> beginSnapshot() const override;
 
 protected:

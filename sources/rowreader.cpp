@@ -2,7 +2,7 @@
 #include <sources/rowreader_p.h>
 
 #include <sources/bytestext_p.h>
-#include <sources/sqlrows_p.h>
+#include <sources/sourcerows_p.h>
 #include <sources/tableloader.h>
 
 #include <hostkit/text/shortenedtext.h>
@@ -90,7 +90,7 @@ Exception cellError(const QString &table, qint64 row, const SourceColumn &column
 
 } // namespace
 
-RowReader::RowReader(const QString &table, SqlRows &rows, std::vector<SourceColumn> &columns, Misfits misfits)
+RowReader::RowReader(const QString &table, SourceRows &rows, std::vector<SourceColumn> &columns, Misfits misfits)
     : m_table(table), m_rows(rows), m_columns(columns), m_misfits(misfits), m_cells(columns.size())
 {
 }

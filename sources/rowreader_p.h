@@ -12,9 +12,9 @@
 
 namespace sito {
 
-class SqlRows;
+class SourceRows;
 
-/// Reads rows of a database as the cells of a table.
+/// Reads rows of a source as the cells of a table.
 class RowReader
 {
     Q_DISABLE_COPY_MOVE(RowReader)
@@ -27,7 +27,7 @@ public:
     };
 
     /// Reads \a rows of the table \a table.
-    RowReader(const QString &table, SqlRows &rows, std::vector<SourceColumn> &columns, Misfits misfits);
+    RowReader(const QString &table, SourceRows &rows, std::vector<SourceColumn> &columns, Misfits misfits);
 
     /// Reads the next row; false after the last one and on an error of the rows. Throws Exception with the
     /// table, the row, the column and the value when a value does not fit its column and is refused.
@@ -44,7 +44,7 @@ private:
     bool change(SourceColumn &column, CellProblem problem, const QVariant &value) const;
 
     const QString m_table;
-    SqlRows &m_rows;
+    SourceRows &m_rows;
     std::vector<SourceColumn> &m_columns;
     const Misfits m_misfits;
     std::vector<CellValue> m_cells;

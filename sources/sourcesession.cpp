@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcesession_p.h>
 
-#include <sources/sourcedatabase.h>
 #include <sources/tableloader.h>
 
 #include <hostkit/text/exceptiontext.h>
@@ -10,13 +9,9 @@
 
 #include <data/exception.h>
 
-#include <QSqlQuery>
-
 #include <utility>
 
 namespace sito {
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -58,11 +53,6 @@ std::optional<QList<SourceConnection::TableInfo>> tablesOf(const TableLoader &lo
         result.append(info);
     }
     return result;
-}
-
-bool isAlive(const QSqlDatabase &connection)
-{
-    return connection.isOpen() && QSqlQuery(connection).exec(u"SELECT 1"_s);
 }
 
 } // namespace
@@ -115,17 +105,11 @@ std::optional<SourceSession::Order> SourceSession::takeOrder()
 void SourceSession::serve(quint64 operation)
 {
     const parallel::StopToken &stop = m_stop.token();
-    std::optional<SourceDatabase> database;
     std::optional<TableLoader> loader;
     const auto connect = [&] {
-        database.emplace(m_location);
-        loader.emplace(database->connection());
+        loader.emplace(m_location);
         loader->setStrict(m_isStrict);
         loader->setDigits(TableLoader::Digits::AsNeeded);
-    };
-    const auto disconnect = [&] {
-        loader.reset();
-        database.reset();
     };
 
     SourceReport report{.kind = SourceReport::Opened, .operation = operation};
@@ -176,8 +160,8 @@ void SourceSession::serve(quint64 operation)
             answer.text = *failure;
             answer.loaded.clear();
             // A connection that was lost is made anew by the next order.
-            if (database && !isAlive(database->connection()))
-                disconnect();
+            if (loader && !loader->isAlive())
+                loader.reset();
         }
         if ((failure || isComplete) && !order->stop.isStopRequested())
             m_report(std::move(answer));

@@ -33,12 +33,19 @@ SqlDialect::~SqlDialect() = default;
 
 void SqlDialect::fail(const QSqlError &error, const QString &table) const
 {
-    const QString text =
-        (error.databaseText().isEmpty() ? error.driverText() : error.databaseText()).simplified();
-    throw Exception(
-        table.isEmpty()
-            ? TableLoader::tr("База данных «%1»: %2").arg(sourceName(), text)
-            : TableLoader::tr("База данных «%1», таблица «%2»: %3").arg(sourceName(), table, text));
+    throw Exception(errorText(SqlRows::textOf(error), table));
+}
+
+QString SqlDialect::errorText(const QString &error, const QString &table) const
+{
+    return table.isEmpty()
+               ? TableLoader::tr("База данных «%1»: %2").arg(sourceName(), error)
+               : TableLoader::tr("База данных «%1», таблица «%2»: %3").arg(sourceName(), table, error);
+}
+
+bool SqlDialect::isAlive() const
+{
+    return m_connection.isOpen() && QSqlQuery(m_connection).exec(u"SELECT 1"_s);
 }
 
 std::optional<SourceColumn> SqlDialect::sourceColumn(const Column &column, bool isStrict) const

@@ -129,8 +129,8 @@ std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel
     return counted;
 }
 
-std::unique_ptr<SqlRows> SqliteDialect::rows(const Table &table, const QList<Column> &,
-                                             const std::vector<SourceColumn> &columns) const
+std::unique_ptr<SourceRows> SqliteDialect::rows(const Table &table, const QList<Column> &,
+                                                const std::vector<SourceColumn> &columns) const
 {
     // Columns are told by their positions: a quoted name that is not found would be a text, and a name that
     // is no UTF-8 cannot be written.

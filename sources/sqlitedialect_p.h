@@ -13,8 +13,8 @@ public:
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
     std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const override;
-    std::unique_ptr<SqlRows> rows(const Table &table, const QList<Column> &declared,
-                                  const std::vector<SourceColumn> &columns) const override;
+    std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
+                                     const std::vector<SourceColumn> &columns) const override;
 
 private:
     /// Whether the database keeps its texts as UTF-8.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sqlrows_p.h>
 
+#include <QSqlError>
+
 namespace sito {
 
 SqlRows::SqlRows(const QSqlDatabase &connection, const QString &statement)
@@ -12,6 +14,11 @@ SqlRows::SqlRows(const QSqlDatabase &connection, const QString &statement)
 }
 
 SqlRows::~SqlRows() = default;
+
+QString SqlRows::textOf(const QSqlError &error)
+{
+    return (error.databaseText().isEmpty() ? error.driverText() : error.databaseText()).simplified();
+}
 
 bool SqlRows::open()
 {
@@ -28,11 +35,10 @@ QVariant SqlRows::value(int column) const
     return m_query.value(column);
 }
 
-std::optional<QByteArray> SqlRows::strayBytes(int, const QString &)
+std::optional<QString> SqlRows::error() const
 {
-    return std::nullopt;
+    const QSqlError error = m_query.lastError();
+    return error.isValid() ? std::optional(textOf(error)) : std::nullopt;
 }
-
-void SqlRows::close() {}
 
 } // namespace sito

@@ -1,37 +1,34 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
+#include <sources/sourcerows_p.h>
+
 #include <QSqlDatabase>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QString>
 #include <QVariant>
 
 #include <optional>
 
+class QSqlError;
+
 namespace sito {
 
-/// The rows that a statement gives, one after the other, never all in memory at once.
-class SqlRows
+/// The rows that a statement gives.
+class SqlRows : public SourceRows
 {
-    Q_DISABLE_COPY_MOVE(SqlRows)
 public:
     SqlRows(const QSqlDatabase &connection, const QString &statement);
-    virtual ~SqlRows();
+    ~SqlRows() override;
 
-    /// Once, first. False on an error.
-    virtual bool open();
-    /// False after the last row and on an error.
-    virtual bool next();
-    virtual QVariant value(int column) const;
-    bool isNull(int column) const { return m_query.isNull(column); }
-    /// The bytes that the database holds when they are no text, and \a text, the value of \a column in this
-    /// row, is only what the driver made of them; none when they cannot be read.
-    virtual std::optional<QByteArray> strayBytes(int column, const QString &text);
-    QSqlError lastError() const { return m_query.lastError(); }
-    /// After the last row.
-    virtual void close();
+    /// What \a error says, in one line.
+    static QString textOf(const QSqlError &error);
+
+    bool open() override;
+    bool next() override;
+    QVariant value(int column) const override;
+    bool isNull(int column) const override { return m_query.isNull(column); }
+    std::optional<QString> error() const override;
 
 protected:
     QSqlQuery &query() { return m_query; }

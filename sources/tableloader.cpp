@@ -3,6 +3,7 @@
 
 #include <sources/rowreader_p.h>
 #include <sources/sourcecolumn_p.h>
+#include <sources/sourcedatabase.h>
 #include <sources/sqldialect_p.h>
 
 #include <database/memorydatabase.h>
@@ -25,8 +26,8 @@ struct TableLoader::Private
     /// A table and how it is read.
     struct Source
     {
-        SqlDialect::Table table;
-        QList<SqlDialect::Column> declared;
+        TableSource::Table table;
+        QList<TableSource::Column> declared;
         std::vector<SourceColumn> columns;
 
         QList<ColumnSpec> specs() const
@@ -38,17 +39,20 @@ struct TableLoader::Private
         }
     };
 
-    SqlDialect::Table require(const QString &table) const;
+    static std::unique_ptr<Private> open(const SourceLocation &location);
+    TableSource::Table require(const QString &table) const;
     Source source(const QString &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop);
-    std::optional<qint64> rowCount(const SqlDialect::Table &table, const parallel::StopToken &stop) const
+    std::optional<qint64> rowCount(const TableSource::Table &table, const parallel::StopToken &stop) const
     {
-        return table.isView ? -1 : dialect->rowCount(table, stop);
+        return table.isView ? -1 : origin->rowCount(table, stop);
     }
     RowReader::Misfits misfits() const;
     bool read(Source &source, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
-    const std::unique_ptr<SqlDialect> dialect;
+    /// Of a loader that made it; the origin reads from it.
+    const std::unique_ptr<SourceDatabase> database;
+    const std::unique_ptr<TableSource> origin;
     ProgressFunction progress = {};
     qint64 interval = 4096;
     bool isStrict = false;
@@ -59,11 +63,19 @@ struct TableLoader::Private
     QHash<QString, QStringList> notes = {};
 };
 
-SqlDialect::Table TableLoader::Private::require(const QString &table) const
+std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLocation &location)
 {
-    const auto all = dialect->tables();
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [&table](const SqlDialect::Table &known) { return known.name == table; });
+    auto database = std::make_unique<SourceDatabase>(location);
+    auto dialect = SqlDialect::create(database->connection());
+    return std::unique_ptr<Private>(
+        new Private{.database = std::move(database), .origin = std::move(dialect)});
+}
+
+TableSource::Table TableLoader::Private::require(const QString &table) const
+{
+    const auto all = origin->tables();
+    const auto found = std::find_if(
+        all.begin(), all.end(), [&table](const TableSource::Table &known) { return known.name == table; });
     if (found == all.end())
         throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table));
     if (found->quotedName.isEmpty()) {
@@ -74,10 +86,10 @@ SqlDialect::Table TableLoader::Private::require(const QString &table) const
 }
 
 /// Names for \a columns, in order: a table needs one for each column, and no two alike.
-static QStringList namesOf(const QList<SqlDialect::Column> &columns)
+static QStringList namesOf(const QList<TableSource::Column> &columns)
 {
     QStringList given;
-    for (const SqlDialect::Column &column : columns)
+    for (const TableSource::Column &column : columns)
         given.append(column.name);
     QStringList names;
     for (const QString &name : std::as_const(given)) {
@@ -93,11 +105,11 @@ static QStringList namesOf(const QList<SqlDialect::Column> &columns)
 TableLoader::Private::Source TableLoader::Private::source(const QString &table) const
 {
     Source result{.table = require(table), .declared = {}, .columns = {}};
-    result.declared = dialect->columns(result.table);
+    result.declared = origin->columns(result.table);
     const QStringList names = namesOf(result.declared);
-    for (SqlDialect::Column declared : std::as_const(result.declared)) {
+    for (TableSource::Column declared : std::as_const(result.declared)) {
         declared.name = names.at(qsizetype(result.columns.size()));
-        auto column = dialect->sourceColumn(declared, isStrict);
+        auto column = origin->sourceColumn(declared, isStrict);
         if (!column) {
             throw Exception(TableLoader::tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается")
                                 .arg(table, declared.name, declared.declaredType.simplified()));
@@ -120,12 +132,13 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, co
     }
     for (const SourceColumn &column : wanted.columns)
         notes[table] += column.notes();
+    notes[table] += origin->notes(wanted.table);
     return result;
 }
 
 RowReader::Misfits TableLoader::Private::misfits() const
 {
-    if (!isStrict)
+    if (!isStrict || !origin->declaresTypes())
         return RowReader::Misfits::Shown;
     return digits == Digits::AsNeeded ? RowReader::Misfits::GetRoom : RowReader::Misfits::Refused;
 }
@@ -144,9 +157,9 @@ bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
     if (progress && !progress(state))
         return true;
 
-    const auto rows = dialect->rows(source.table, source.declared, source.columns);
+    const auto rows = origin->rows(source.table, source.declared, source.columns);
     if (!rows->open())
-        dialect->fail(rows->lastError(), source.table.name);
+        throw Exception(origin->errorText(rows->error().value_or(QString()), source.table.name));
     RowReader reader(source.table.name, *rows, source.columns, misfits());
     qint64 reported = 0;
     while (reader.next()) {
@@ -161,8 +174,8 @@ bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
                 return true;
         }
     }
-    if (rows->lastError().isValid())
-        dialect->fail(rows->lastError(), source.table.name);
+    if (const auto error = rows->error())
+        throw Exception(origin->errorText(*error, source.table.name));
     rows->close();
     if (reader.isChanged())
         return false;
@@ -173,17 +186,24 @@ bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
 }
 
 TableLoader::TableLoader(const QSqlDatabase &connection)
-    : d(new Private{.dialect = SqlDialect::create(connection)})
+    : d(new Private{.database = nullptr, .origin = SqlDialect::create(connection)})
 {
 }
 
+TableLoader::TableLoader(const SourceLocation &location) : d(Private::open(location)) {}
+
 TableLoader::~TableLoader() = default;
+
+bool TableLoader::isAlive() const
+{
+    return d->origin->isAlive();
+}
 
 QStringList TableLoader::tableNames() const
 {
     QStringList names;
-    const auto tables = d->dialect->tables();
-    for (const SqlDialect::Table &table : tables)
+    const auto tables = d->origin->tables();
+    for (const TableSource::Table &table : tables)
         names.append(table.name);
     std::sort(names.begin(), names.end());
     return names;
@@ -232,7 +252,7 @@ void TableLoader::setProgress(ProgressFunction progress, qint64 interval)
 
 std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const parallel::StopToken &stop) const
 {
-    const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
+    const auto snapshot = qScopeGuard(d->origin->beginSnapshot());
     d->declaredColumns.clear();
     d->notes.clear();
     return d->load(table, stop);
@@ -241,7 +261,7 @@ std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const paral
 std::optional<std::vector<std::unique_ptr<MemoryTable>>>
 TableLoader::loadAll(const QStringList &tables, const parallel::StopToken &stop) const
 {
-    const auto snapshot = qScopeGuard(d->dialect->beginSnapshot());
+    const auto snapshot = qScopeGuard(d->origin->beginSnapshot());
     d->declaredColumns.clear();
     d->notes.clear();
     std::vector<std::unique_ptr<MemoryTable>> loaded;

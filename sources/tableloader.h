@@ -22,6 +22,8 @@ class MemoryTable;
 
 namespace sito {
 
+struct SourceLocation;
+
 /// Copies tables of a Qt SQL connection into tables of the in-memory database library.
 ///
 /// **Types.** The declared type of a column decides, upper and lower case alike:
@@ -121,7 +123,13 @@ public:
 
     /// \a connection should be open; an error of the connection appears in the first operation that needs it.
     explicit TableLoader(const QSqlDatabase &connection);
+    /// Opens \a location for itself, and throws as SourceDatabase does. The loader then belongs to the thread
+    /// that made it, and ends there.
+    explicit TableLoader(const SourceLocation &location);
     ~TableLoader();
+
+    /// Whether the source still answers, after an error.
+    bool isAlive() const;
 
     /// The names of the tables, by UTF-16 code units; without the database's own.
     QStringList tableNames() const;

@@ -9,7 +9,6 @@
 #include <hostkit/values/keyoption.h>
 #include <hostkit/views/tableexport.h>
 #include <sources/columnnotes.h>
-#include <sources/sourcedatabase.h>
 #include <sources/sourcelocation.h>
 #include <sources/tableloader.h>
 
@@ -117,8 +116,7 @@ void HeadlessReport::openDatabase()
         location = SourceLocation::fromText(m_commandLine.database);
     }
     m_file = location.file;
-    m_database = std::make_unique<SourceDatabase>(location);
-    m_loader = std::make_unique<TableLoader>(m_database->connection());
+    m_loader = std::make_unique<TableLoader>(location);
 }
 
 bool HeadlessReport::list()

@@ -19,7 +19,6 @@ class ValueFilter;
 namespace sito {
 
 class SampleDatabase;
-class SourceDatabase;
 class TableExport;
 class TableLoader;
 
@@ -62,7 +61,6 @@ private:
     std::unique_ptr<SampleDatabase> m_sample;
     /// The database, where it is a file.
     QString m_file;
-    std::unique_ptr<SourceDatabase> m_database;
     std::unique_ptr<TableLoader> m_loader;
     std::vector<std::unique_ptr<ValueFilter>> m_filters;
     /// Those of the filters; a row is shown when none of them answers true.
