@@ -52,6 +52,53 @@
     </message>
 </context>
 <context>
+    <name>CsvText</name>
+    <message>
+        <source>кавычка не закрыта</source>
+        <translation>the quotation mark is not closed</translation>
+    </message>
+    <message>
+        <source>запись слишком длинна</source>
+        <translation>the record is too long</translation>
+    </message>
+    <message>
+        <source>в записи больше полей, чем %1</source>
+        <translation>the record has more than %1 fields</translation>
+    </message>
+    <message>
+        <source>Файл «%1» изменился во время чтения</source>
+        <translation>File &apos;%1&apos; has changed while it was read</translation>
+    </message>
+    <message>
+        <source>Не удалось открыть «%1»: %2</source>
+        <translation>Cannot open &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>Файла «%1» нет</source>
+        <translation>There is no file &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>«%1» - каталог, а не файл</source>
+        <translation>&apos;%1&apos; is a directory, not a file</translation>
+    </message>
+    <message>
+        <source>«%1» - не обычный файл</source>
+        <translation>&apos;%1&apos; is not a regular file</translation>
+    </message>
+    <message>
+        <source>Не удалось прочитать «%1»: %2</source>
+        <translation>Cannot read &apos;%1&apos;: %2</translation>
+    </message>
+    <message>
+        <source>байты не составляют текста в этой кодировке</source>
+        <translation>the bytes are no text in this encoding</translation>
+    </message>
+    <message>
+        <source>Файл «%1», строка %2, знак %3: %4</source>
+        <translation>File &apos;%1&apos;, line %2, character %3: %4</translation>
+    </message>
+</context>
+<context>
     <name>PostgresSession</name>
     <message>
         <source>В имени файла с сертификатом «%1» не может быть «;»</source>
@@ -116,14 +163,6 @@
         <translation>The address of the database names no file</translation>
     </message>
     <message>
-        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
-        <translation>The address of a database begins with sqlite: or postgresql://</translation>
-    </message>
-    <message>
-        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
-        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
-    </message>
-    <message>
         <source>В адресе базы данных после сервера стоит «@» или «/»: в имени или пароле они пишутся %40 и %2F</source>
         <translation>The address of the database has &apos;@&apos; or &apos;/&apos; after the server: in a name or a password they are written %40 and %2F</translation>
     </message>
@@ -138,6 +177,14 @@
     <message>
         <source>В адресе базы данных стоит «#»: в имени или пароле он пишется %23</source>
         <translation>The address of the database contains &apos;#&apos;: in a name or password it is written %23</translation>
+    </message>
+    <message>
+        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
+        <translation>The address of a database begins with sqlite: or postgresql://</translation>
+    </message>
+    <message>
+        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
+        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
     </message>
 </context>
 <context>
