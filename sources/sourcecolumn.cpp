@@ -334,6 +334,10 @@ bool SourceColumn::widen(CellProblem problem)
 
 void SourceColumn::admit(CellProblem problem, const QVariant &value)
 {
+    if (m_isUndeclared) {
+        admitWritten(problem, value.toString());
+        return;
+    }
     if (problem == CellProblem::Absent) {
         m_spec.nullable = true;
         m_hasNulls = true;
@@ -387,7 +391,10 @@ QStringList SourceColumn::notes() const
         notes.append(because(tr("Столбец «%1» («%2») показан как дробные числа: значение %3 в строке %4")));
         break;
     case Change::Text:
-        notes.append(because(tr("Столбец «%1» («%2») показан как текст: значение %3 в строке %4")));
+        notes.append(m_isUndeclared
+                         ? tr("Столбец «%1» показан как текст из-за значения %2 в строке %3")
+                               .arg(m_spec.name, m_cause, QString::number(m_causeRow))
+                         : because(tr("Столбец «%1» («%2») показан как текст: значение %3 в строке %4")));
         break;
     }
     if (m_hasNulls)

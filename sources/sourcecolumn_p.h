@@ -3,6 +3,7 @@
 
 #include <sources/cellproblem_p.h>
 #include <sources/declaredtype_p.h>
+#include <sources/writtenvalue_p.h>
 
 #include <database/cellvalue.h>
 #include <database/columnspec.h>
@@ -30,7 +31,12 @@ public:
     /// table are shown as texts.
     static SourceColumn shown(const QString &name, const QString &declaredType, bool nullable);
 
+    /// A column of texts that declares no type, all whose values so far were absent. Its values, written as
+    /// texts, decide what it becomes, see admit().
+    static SourceColumn undeclared(const QString &name);
+
     const ColumnSpec &spec() const { return m_spec; }
+    void setName(const QString &name) { m_spec.name = name; }
     /// Whether values are to be read as the texts that the database gives for them, and bytes as BytesStart.
     bool isShownAsText() const { return m_isShownAsText; }
     bool isText() const { return m_spec.type == FieldType::VarChar || m_spec.type == FieldType::String; }
@@ -81,6 +87,15 @@ private:
     CellProblem readBytes(const QVariant &value, CellValue &cell);
     CellProblem readShown(const QVariant &value, CellValue &cell);
 
+    CellProblem readUnknown(const QVariant &value, CellValue &cell);
+    CellProblem readWrittenInteger(const QVariant &value, CellValue &cell);
+    CellProblem readWrittenDecimal(const QVariant &value, CellValue &cell);
+    CellProblem readWrittenDate(const QVariant &value, CellValue &cell);
+    CellProblem readWrittenDateTime(const QVariant &value, CellValue &cell);
+
+    void admitWritten(CellProblem problem, const QString &text);
+    void become(WrittenKind kind, const QString &text);
+    bool becomeDecimal(const QString &text);
     CellProblem storeText(const QString &text, CellValue &cell);
     CellProblem storeUnscaled(qint64 unscaled, CellValue &cell) const;
     CellProblem readDecimalText(QStringView text, CellValue &cell);
@@ -112,6 +127,9 @@ private:
     qint64 m_widestWhole = 0;
     qint64 m_widestScale = 0;     ///< of those read as texts
     qsizetype m_neededLength = 0; ///< the longest text refused
+    /// Declares no type; and whether its date-times end in "Z".
+    bool m_isUndeclared = false;
+    bool m_hasZone = false;
     Reader m_reader = nullptr;
 };
 

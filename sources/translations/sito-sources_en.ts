@@ -50,6 +50,10 @@
         <source>Столбец «%1»: байты, которые не составляют текста, показаны как «\xE9»</source>
         <translation>Column &apos;%1&apos;: bytes that are no valid text are shown as &apos;\xE9&apos;</translation>
     </message>
+    <message>
+        <source>Столбец «%1» показан как текст из-за значения %2 в строке %3</source>
+        <translation>Column &apos;%1&apos; is shown as text because of the value %2 in row %3</translation>
+    </message>
 </context>
 <context>
     <name>CsvText</name>
