@@ -16,9 +16,14 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString sqlite = u"QSQLITE"_s;
+const QString csv = u"CSV"_s;
 const QString postgresql = u"QPSQL"_s;
 const QString tlsModeParameter = u"sslmode"_s;
 const QString rootCertificateParameter = u"sslrootcert"_s;
+const QString separatorParameter = u"separator"_s;
+const QString headerParameter = u"header"_s;
+const QString encodingParameter = u"encoding"_s;
+const QString tab = u"tab"_s;
 
 QString encoded(const QString &text, const QByteArray &asTheyAre = {})
 {
@@ -61,6 +66,60 @@ void readParameters(const QString &text, SourceLocation &location)
                 "имени или пароле пишется %3F)"));
         }
     }
+}
+
+/// The same for a CSV file.
+void readCsvParameters(const QString &text, SourceLocation &location)
+{
+    const QStringList parameters = text.split(u'&');
+    for (const QString &parameter : parameters) {
+        const QString name = parameter.section(u'=', 0, 0);
+        const QString value = decoded(parameter.section(u'=', 1));
+        const QString separator = value.toLower() == tab ? u"\t"_s : value;
+        if (name == separatorParameter && QStringList{u","_s, u";"_s, u"\t"_s}.contains(separator)) {
+            location.separator = separator;
+        } else if (name == headerParameter && QStringList{u"yes"_s, u"no"_s}.contains(value.toLower())) {
+            location.header = value.toLower();
+        } else if (name == encodingParameter && SourceLocation::encodings().contains(value.toLower())) {
+            location.encoding = value.toLower();
+        } else {
+            throw Exception(QCoreApplication::translate(
+                                "SourceLocation",
+                                "После имени файла CSV могут стоять только separator (запятая, «;» или tab), "
+                                "header (yes или no) и encoding (%1)")
+                                .arg(SourceLocation::encodings().join(u", "_s)));
+        }
+    }
+}
+
+QString withParameters(const QString &url, const QStringList &parameters)
+{
+    return parameters.isEmpty() ? url : url + u'?' + parameters.join(u'&');
+}
+
+/// The path that \a rest of an address of a file names.
+QString pathOf(QString rest)
+{
+    if (rest.startsWith("//"_L1)) {
+        if (!rest.startsWith("///"_L1)) {
+            throw Exception(QCoreApplication::translate(
+                "SourceLocation", "В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)"));
+        }
+        rest.remove(0, 2);
+    }
+    if (rest.isEmpty())
+        throw Exception(
+            QCoreApplication::translate("SourceLocation", "В адресе базы данных нет имени файла"));
+    return decoded(rest);
+}
+
+SourceLocation fromCsvAddress(const QString &rest)
+{
+    const qsizetype question = rest.indexOf(u'?');
+    SourceLocation result{.driver = csv, .file = pathOf(question < 0 ? rest : rest.first(question))};
+    if (question >= 0)
+        readCsvParameters(rest.sliced(question + 1), result);
+    return result;
 }
 
 SourceLocation fromServerAddress(QString rest)
@@ -125,21 +184,6 @@ SourceLocation fromServerAddress(QString rest)
     return result;
 }
 
-SourceLocation fromFileAddress(QString rest)
-{
-    if (rest.startsWith("//"_L1)) {
-        if (!rest.startsWith("///"_L1)) {
-            throw Exception(QCoreApplication::translate(
-                "SourceLocation", "В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)"));
-        }
-        rest.remove(0, 2);
-    }
-    if (rest.isEmpty())
-        throw Exception(
-            QCoreApplication::translate("SourceLocation", "В адресе базы данных нет имени файла"));
-    return SourceLocation::fromFile(decoded(rest));
-}
-
 } // namespace
 
 QStringList SourceLocation::tlsModes()
@@ -147,14 +191,21 @@ QStringList SourceLocation::tlsModes()
     return {u"disable"_s, u"allow"_s, u"prefer"_s, u"require"_s, u"verify-ca"_s, u"verify-full"_s};
 }
 
+QStringList SourceLocation::encodings()
+{
+    return {u"utf-8"_s, u"utf-16le"_s, u"utf-16be"_s, u"windows-1251"_s};
+}
+
 SourceLocation SourceLocation::fromFile(const QString &fileName)
 {
-    return {.driver = sqlite, .file = fileName};
+    static const QRegularExpression ending(u"\\.(?:csv|tsv|tab|txt)$"_s,
+                                           QRegularExpression::CaseInsensitiveOption);
+    return {.driver = fileName.contains(ending) ? csv : sqlite, .file = fileName};
 }
 
 bool SourceLocation::isUrl(const QString &text)
 {
-    static const QRegularExpression address(u"^(?:sqlite|postgres(?:ql)?):|^[A-Za-z][A-Za-z0-9+.-]+://"_s,
+    static const QRegularExpression address(u"^(?:sqlite|csv|postgres(?:ql)?):|^[A-Za-z][A-Za-z0-9+.-]+://"_s,
                                             QRegularExpression::CaseInsensitiveOption);
     return text.contains(address);
 }
@@ -164,26 +215,42 @@ SourceLocation SourceLocation::fromUrl(const QString &url)
     const QString scheme = url.first(std::max<qsizetype>(url.indexOf(u':'), 0)).toLower();
     const QString rest = url.sliced(std::min(scheme.size() + 1, url.size()));
     if (scheme == "sqlite"_L1)
-        return fromFileAddress(rest);
+        return {.driver = sqlite, .file = pathOf(rest)};
+    if (scheme == "csv"_L1)
+        return fromCsvAddress(rest);
     if (scheme == "postgresql"_L1 || scheme == "postgres"_L1)
         return fromServerAddress(rest);
     if (!isUrl(url)) {
         throw Exception(QCoreApplication::translate(
-            "SourceLocation", "Адрес базы данных начинается с sqlite: или postgresql://"));
+            "SourceLocation", "Адрес базы данных начинается с sqlite:, csv: или postgresql://"));
     }
-    throw Exception(QCoreApplication::translate("SourceLocation",
-                                                "Адреса вида «%1» неизвестны, только sqlite: и postgresql://")
+    throw Exception(QCoreApplication::translate(
+                        "SourceLocation", "Адреса вида «%1» неизвестны, только sqlite:, csv: и postgresql://")
                         .arg(scheme));
 }
 
 SourceLocation SourceLocation::fromText(const QString &text)
 {
-    return isUrl(text) ? fromUrl(text) : fromFile(text);
+    if (isUrl(text))
+        return fromUrl(text);
+    static const QRegularExpression described(
+        u"^(.*\\.(?:csv|tsv|tab|txt))\\?((?:separator|header|encoding)=.*)$"_s,
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    const auto match = described.match(text);
+    SourceLocation result = fromFile(match.hasMatch() ? match.captured(1) : text);
+    if (match.hasMatch())
+        readCsvParameters(match.captured(2), result);
+    return result;
 }
 
 bool SourceLocation::isFile() const
 {
-    return driver == sqlite;
+    return driver == sqlite || isCsv();
+}
+
+bool SourceLocation::isCsv() const
+{
+    return driver == csv;
 }
 
 QString SourceLocation::toUrl() const
@@ -193,7 +260,16 @@ QString SourceLocation::toUrl() const
         // Two slashes would announce a server.
         if (path.startsWith("//"_L1))
             path.replace(1, 1, u"%2F"_s);
-        return u"sqlite:"_s + path;
+        if (!isCsv())
+            return u"sqlite:"_s + path;
+        QStringList parameters;
+        if (!separator.isEmpty())
+            parameters.append(separatorParameter + u'=' + (separator == u"\t"_s ? tab : encoded(separator)));
+        if (!header.isEmpty())
+            parameters.append(headerParameter + u'=' + header);
+        if (!encoding.isEmpty())
+            parameters.append(encodingParameter + u'=' + encoding);
+        return withParameters(u"csv:"_s + path, parameters);
     }
     QString url = u"postgresql://"_s;
     if (!user.isEmpty())
@@ -208,7 +284,7 @@ QString SourceLocation::toUrl() const
         parameters.append(tlsModeParameter + u'=' + encoded(tlsMode));
     if (!rootCertificate.isEmpty())
         parameters.append(rootCertificateParameter + u'=' + encoded(rootCertificate));
-    return parameters.isEmpty() ? url : url + u'?' + parameters.join(u'&');
+    return withParameters(url, parameters);
 }
 
 QString SourceLocation::displayName() const

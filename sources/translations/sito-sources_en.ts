@@ -183,12 +183,16 @@
         <translation>The address of the database contains &apos;#&apos;: in a name or password it is written %23</translation>
     </message>
     <message>
-        <source>Адрес базы данных начинается с sqlite: или postgresql://</source>
-        <translation>The address of a database begins with sqlite: or postgresql://</translation>
+        <source>После имени файла CSV могут стоять только separator (запятая, «;» или tab), header (yes или no) и encoding (%1)</source>
+        <translation>Only separator (a comma, &apos;;&apos; or tab), header (yes or no) and encoding (%1) may follow the name of a CSV file</translation>
     </message>
     <message>
-        <source>Адреса вида «%1» неизвестны, только sqlite: и postgresql://</source>
-        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite: and postgresql://</translation>
+        <source>Адрес базы данных начинается с sqlite:, csv: или postgresql://</source>
+        <translation>The address of a database begins with sqlite:, csv: or postgresql://</translation>
+    </message>
+    <message>
+        <source>Адреса вида «%1» неизвестны, только sqlite:, csv: и postgresql://</source>
+        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite:, csv: and postgresql:// are known</translation>
     </message>
 </context>
 <context>

@@ -44,6 +44,14 @@ private Q_SLOTS:
         row("sqlite:///a/b.sqlite", SourceLocation::fromFile(u"/a/b.sqlite"_s));
         row("SQLite:b", SourceLocation::fromFile(u"b"_s));
         row("sqlite:/%D1%8F%20%25?x#y", SourceLocation::fromFile(u"/я %?x#y"_s));
+        row("csv:/a/b", {.driver = u"CSV"_s, .file = u"/a/b"_s});
+        row("CSV:///a/b%3F.csv?separator=;",
+            {.driver = u"CSV"_s, .file = u"/a/b?.csv"_s, .separator = u";"_s});
+        row("csv:b?header=NO&separator=Tab&encoding=Windows-1251", {.driver = u"CSV"_s,
+                                                                    .file = u"b"_s,
+                                                                    .separator = u"\t"_s,
+                                                                    .header = u"no"_s,
+                                                                    .encoding = u"windows-1251"_s});
         row("postgresql://", server({}));
         row("postgresql://h", server(u"h"_s));
         row("postgres://h/", server(u"h"_s));
@@ -78,11 +86,11 @@ private Q_SLOTS:
         const auto row = [](const char *url, const char *message) {
             QTest::newRow(*url ? url : "empty") << QString::fromUtf8(url) << QString::fromUtf8(message);
         };
-        const char *neither = "Адрес базы данных начинается с sqlite: или postgresql://";
+        const char *neither = "Адрес базы данных начинается с sqlite:, csv: или postgresql://";
         row("", neither);
         row("file.sqlite", neither);
         row(":secret", neither);
-        row("mysql://u:secret@h/d", "Адреса вида «mysql» неизвестны, только sqlite: и postgresql://");
+        row("mysql://u:secret@h/d", "Адреса вида «mysql» неизвестны, только sqlite:, csv: и postgresql://");
         row("sqlite:", "В адресе базы данных нет имени файла");
         row("sqlite://", "В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)");
         row("sqlite://host/file", "В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)");
@@ -92,6 +100,13 @@ private Q_SLOTS:
         row("sqlite:/%ff", percent);
         row("sqlite:/%00", percent);
         row("postgresql://u:secret%@h", percent);
+        const char *ofCsv =
+            "После имени файла CSV могут стоять только separator (запятая, «;» или tab), header "
+            "(yes или no) и encoding (utf-8, utf-16le, utf-16be, windows-1251)";
+        row("csv:a?", ofCsv);
+        row("csv:a?separator=ab", ofCsv);
+        row("csv:a?header=1", ofCsv);
+        row("csv:a?header=no&encoding=latin1", ofCsv);
         row("postgresql:u:secret@h", "В адресе базы данных нет «//» перед сервером");
         const char *parameters =
             "В адресе базы данных есть параметры, а поддерживаются только sslmode и sslrootcert («?» в имени "
@@ -144,6 +159,20 @@ private Q_SLOTS:
             QVERIFY2(SourceLocation::isUrl(url), qPrintable(url));
     }
 
+    void tellsCsvFilesByTheirEnding()
+    {
+        for (const QString &file : {u"a.csv"_s, u"/a b/c.CSV"_s, u"a.tsv"_s, u"a.tab"_s, u"a.txt"_s})
+            QVERIFY2(SourceLocation::fromFile(file).isCsv(), qPrintable(file));
+        for (const QString &file : {u"csv"_s, u"a.csv.sqlite"_s, u"a.csv?x"_s, QString()})
+            QVERIFY2(!SourceLocation::fromText(file).isCsv(), qPrintable(file));
+        SourceLocation expected = SourceLocation::fromFile(u"a%20?b.csv"_s);
+        expected.separator = u";"_s;
+        expected.header = u"no"_s;
+        QCOMPARE(SourceLocation::fromText(u"a%20?b.csv?separator=%3B&header=no"_s), expected);
+        QVERIFY(expected.isFile());
+        QCOMPARE(expected.displayName(), u"a%20?b.csv"_s);
+    }
+
     void writesAddressesWithoutThePassword()
     {
         QCOMPARE(SourceLocation::fromFile(u"/a b/я.sqlite"_s).toUrl(), u"sqlite:/a%20b/%D1%8F.sqlite"_s);
@@ -182,6 +211,12 @@ private Q_SLOTS:
                 location.tlsMode =
                     SourceLocation::tlsModes().at(random.bounded(int(SourceLocation::tlsModes().size())));
                 location.rootCertificate = text();
+            }
+            if (location.isFile() && random.bounded(2) == 0) {
+                location.driver = u"CSV"_s;
+                location.separator = QStringList{{}, u","_s, u";"_s, u"\t"_s}.at(random.bounded(4));
+                location.header = QStringList{{}, u"yes"_s, u"no"_s}.at(random.bounded(3));
+                location.encoding = (SourceLocation::encodings() << QString()).at(random.bounded(5));
             }
             if (location.isFile() && random.bounded(2) == 0)
                 location.file = u'/' + location.file.sliced(1);
