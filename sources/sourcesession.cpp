@@ -107,7 +107,7 @@ void SourceSession::serve(quint64 operation)
     const parallel::StopToken &stop = m_stop.token();
     std::optional<TableLoader> loader;
     const auto connect = [&] {
-        loader.emplace(m_location);
+        loader.emplace(m_location, stop);
         loader->setStrict(m_isStrict);
         loader->setDigits(TableLoader::Digits::AsNeeded);
     };

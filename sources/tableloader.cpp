@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/tableloader.h>
 
+#include <sources/csvsource_p.h>
 #include <sources/rowreader_p.h>
 #include <sources/sourcecolumn_p.h>
 #include <sources/sourcedatabase.h>
@@ -39,7 +40,7 @@ struct TableLoader::Private
         }
     };
 
-    static std::unique_ptr<Private> open(const SourceLocation &location);
+    static std::unique_ptr<Private> open(const SourceLocation &location, const parallel::StopToken &stop);
     TableSource::Table require(const QString &table) const;
     Source source(const QString &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop);
@@ -63,8 +64,13 @@ struct TableLoader::Private
     QHash<QString, QStringList> notes = {};
 };
 
-std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLocation &location)
+std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLocation &location,
+                                                                 const parallel::StopToken &stop)
 {
+    if (location.isCsv()) {
+        return std::unique_ptr<Private>(
+            new Private{.database = nullptr, .origin = std::make_unique<CsvSource>(location, stop)});
+    }
     auto database = std::make_unique<SourceDatabase>(location);
     auto dialect = SqlDialect::create(database->connection());
     return std::unique_ptr<Private>(
@@ -190,7 +196,10 @@ TableLoader::TableLoader(const QSqlDatabase &connection)
 {
 }
 
-TableLoader::TableLoader(const SourceLocation &location) : d(Private::open(location)) {}
+TableLoader::TableLoader(const SourceLocation &location, const parallel::StopToken &stop)
+    : d(Private::open(location, stop))
+{
+}
 
 TableLoader::~TableLoader() = default;
 

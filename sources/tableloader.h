@@ -24,7 +24,7 @@ namespace sito {
 
 struct SourceLocation;
 
-/// Copies tables of a Qt SQL connection into tables of the in-memory database library.
+/// Copies tables of a Qt SQL connection, or of a CSV file, into tables of the in-memory database library.
 ///
 /// **Types.** The declared type of a column decides, upper and lower case alike:
 ///
@@ -70,6 +70,15 @@ struct SourceLocation;
 ///
 /// PostgreSQL's infinite dates, and NaN and the infinities in NUMERIC are misfits, too; its REAL and DOUBLE
 /// PRECISION are read with all digits, as the shortest decimal number that is the same to the server.
+///
+/// **CSV files** are one table, named after the file. They declare no types: a column becomes an Int, Int64,
+/// Decimal, XDecimal, DateTime, a VarChar of dates "2017-01-31", or else a String, the first of them that
+/// holds all its values without loss. Numbers have the digits after the point that the longest of them has;
+/// one that begins with a zero or a plus sign or has an exponent is text. A field with nothing in it is
+/// absent, a pair of quotation marks is the empty text. A record may be shorter or longer than the first one;
+/// columns without a name are called "c1", "c2" by their place. Empty lines among records of several fields
+/// are left out. Strict loads give the same. What was added to the file since its columns were asked for is
+/// not read.
 ///
 /// **Tables** are views as well. Those of PostgreSQL are of all schemas except the system's, and may be
 /// materialized views and foreign tables, too; a partitioned table counts as one. Temporary tables are not
@@ -124,8 +133,9 @@ public:
     /// \a connection should be open; an error of the connection appears in the first operation that needs it.
     explicit TableLoader(const QSqlDatabase &connection);
     /// Opens \a location for itself, and throws as SourceDatabase does. The loader then belongs to the thread
-    /// that made it, and ends there.
-    explicit TableLoader(const SourceLocation &location);
+    /// that made it, and ends there. A CSV file is read once from its beginning to its end; that throws
+    /// parallel::Stopped when \a stop is requested.
+    explicit TableLoader(const SourceLocation &location, const parallel::StopToken &stop = {});
     ~TableLoader();
 
     /// Whether the source still answers, after an error.

@@ -74,6 +74,22 @@
         <translation>File &apos;%1&apos; has changed while it was read</translation>
     </message>
     <message>
+        <source>Файл «%1» пуст</source>
+        <translation>File &apos;%1&apos; is empty</translation>
+    </message>
+    <message>
+        <source>Записей, в которых полей меньше, чем столбцов: %1 (первая - в строке файла %2); недостающие значения пусты</source>
+        <translation>Records with fewer fields than columns: %1 (the first in line %2 of the file); the missing values are absent</translation>
+    </message>
+    <message>
+        <source>Записей, в которых полей больше, чем в первой: %1 (первая такая - в строке файла %2); для лишних добавлены столбцы</source>
+        <translation>Records with more fields than the first one: %1 (the first of them in line %2 of the file); there are columns for the others</translation>
+    </message>
+    <message>
+        <source>Записей, в которых после закрывающей кавычки стоит не разделитель: %1 (первая - в строке файла %2); такие поля показаны, как записаны</source>
+        <translation>Records with something other than a separator behind a closing quotation mark: %1 (the first in line %2 of the file); such fields are shown as they are written</translation>
+    </message>
+    <message>
         <source>Не удалось открыть «%1»: %2</source>
         <translation>Cannot open &apos;%1&apos;: %2</translation>
     </message>
