@@ -210,6 +210,14 @@
         <source>Показывает таблицы торговых баз данных, отобранные фильтрами по значениям. Сделано на библиотеке libsito; исходные тексты - по лицензии MIT.</source>
         <translation>Shows tables of trading databases, filtered by their values. Built on the library libsito; the sources are under the MIT licence.</translation>
     </message>
+    <message>
+        <source>Базы данных и таблицы (*.sqlite *.sqlite3 *.db *.db3 *.csv *.tsv *.tab *.txt)</source>
+        <translation>Databases and tables (*.sqlite *.sqlite3 *.db *.db3 *.csv *.tsv *.tab *.txt)</translation>
+    </message>
+    <message>
+        <source>Файлы CSV (*.csv *.tsv *.tab *.txt)</source>
+        <translation>CSV files (*.csv *.tsv *.tab *.txt)</translation>
+    </message>
 </context>
 <context>
     <name>SampleDatabase</name>
@@ -320,14 +328,6 @@
 <context>
     <name>sito::MainWindow</name>
     <message>
-        <source>Ничего не открыто.
-
-Откройте файл SQLite или перетащите его сюда.</source>
-        <translation>Nothing is open.
-
-Open an SQLite file, or drop one here.</translation>
-    </message>
-    <message>
         <source>Прервано</source>
         <translation>Cancelled</translation>
     </message>
@@ -346,6 +346,14 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>Выделение снято: выделенные строки стоят теперь вразброс</source>
         <translation>Selection cleared: the selected rows are scattered now</translation>
+    </message>
+    <message>
+        <source>Ничего не открыто.
+
+Откройте файл SQLite или CSV или перетащите его сюда.</source>
+        <translation>Nothing is open.
+
+Open an SQLite or CSV file, or drop one here.</translation>
     </message>
 </context>
 <context>
@@ -859,10 +867,6 @@ Open an SQLite file, or drop one here.</translation>
         <translation>Open</translation>
     </message>
     <message>
-        <source>Открыть базу данных SQLite</source>
-        <translation>Open an SQLite database</translation>
-    </message>
-    <message>
         <source>Открыть &amp;сервер…</source>
         <translation>Open &amp;Server…</translation>
     </message>
@@ -969,6 +973,10 @@ Open an SQLite file, or drop one here.</translation>
     <message>
         <source>&amp;Тёмное</source>
         <translation>&amp;Dark</translation>
+    </message>
+    <message>
+        <source>Открыть базу данных SQLite или файл CSV</source>
+        <translation>Open an SQLite database or a CSV file</translation>
     </message>
 </context>
 <context>

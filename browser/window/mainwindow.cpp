@@ -397,7 +397,7 @@ void MainWindow::updateEmptyText()
     else if (m_workspace->isOpen())
         m_pages->setText(tr("Выберите таблицу в списке слева."));
     else
-        m_pages->setText(tr("Ничего не открыто.\n\nОткройте файл SQLite или перетащите его сюда."));
+        m_pages->setText(tr("Ничего не открыто.\n\nОткройте файл SQLite или CSV или перетащите его сюда."));
 }
 
 void MainWindow::updateActions()

@@ -33,7 +33,7 @@ ActionTable<WindowActions> windowActionTable()
          {"openFile", Shape::Open, QKeySequence::Open,
           QT_TRANSLATE_NOOP("sito::WindowActions", "&Открыть файл…"),
           QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть"),
-          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных SQLite")}},
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных SQLite или файл CSV")}},
         {&W::openServer,
          {"openServer", Shape::Server, u"Ctrl+Shift+O"_s,
           QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &сервер…"),
