@@ -568,6 +568,26 @@ private Q_SLOTS:
                  qPrintable(second.errors));
     }
 
+    void opensWhatItExported()
+    {
+        const auto written = [this](const QStringList &source, const QString &file) {
+            const QString name = m_directory.filePath(file);
+            const ProgramRun run = runBrowser(source + QStringList{u"--export"_s, name});
+            QFile result(name);
+            return run.exitCode == 0 && result.open(QIODevice::ReadOnly) ? result.readAll() : QByteArray();
+        };
+        const QByteArray first = written({u"--table"_s, u"quotes"_s}, u"a.csv"_s);
+        QVERIFY(!first.isEmpty());
+
+        const QByteArray again =
+            written({m_directory.filePath(u"a.csv"_s), u"--table"_s, u"a"_s}, u"b.csv"_s);
+
+        QVERIFY(again == first);
+        const ProgramRun list = runBrowser({m_directory.filePath(u"a.csv?header=no"_s), u"--list"_s});
+        QVERIFY2(list.output.startsWith(u"a: %1 rows\n    c1 "_s.arg(first.count('\n'))),
+                 qPrintable(list.output));
+    }
+
     void doesNotExportOverItsDatabase()
     {
         const QString name = makeDatabase({u"CREATE TABLE t (a INTEGER)"_s});

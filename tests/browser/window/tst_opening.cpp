@@ -77,6 +77,7 @@ private Q_SLOTS:
         QTest::addColumn<QList<QUrl>>("addresses");
         QTest::addColumn<bool>("isTaken");
         QTest::newRow("local file") << QList<QUrl>{QUrl(u"file:%1"_s)} << true;
+        QTest::newRow("local CSV file") << QList<QUrl>{QUrl(u"file:csv"_s)} << true;
         QTest::newRow("address in the web") << QList<QUrl>{QUrl(u"http://example.org/t.sqlite"_s)} << false;
         QTest::newRow("address of a server")
             << QList<QUrl>{QUrl(u"postgresql://127.0.0.1:1/base"_s)} << false;
@@ -87,9 +88,12 @@ private Q_SLOTS:
         QFETCH(QList<QUrl>, addresses);
         QFETCH(const bool, isTaken);
         const QString file = makeTable(u"t.sqlite"_s);
+        QFile csv(QFileInfo(file).absoluteDir().filePath(u"t.csv"_s));
+        QVERIFY(csv.open(QIODevice::WriteOnly) && csv.write("a;b\n1;x\n2;y\n3;z\n") > 0);
+        csv.close();
         for (QUrl &address : addresses) {
             if (address.scheme() == "file"_L1)
-                address = QUrl::fromLocalFile(file);
+                address = QUrl::fromLocalFile(address.path() == "csv"_L1 ? csv.fileName() : file);
         }
         QMimeData data;
         data.setUrls(addresses);
