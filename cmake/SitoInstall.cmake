@@ -75,7 +75,7 @@ if(SITO_BUILD_HOSTKIT)
     sito_install_headers(hostkit)
 endif()
 if(SITO_BUILD_SOURCES)
-    sito_install_library(sito-sources "Tables of SQLite files and PostgreSQL servers"
+    sito_install_library(sito-sources "Tables of SQLite and CSV files, PostgreSQL and MariaDB servers"
         sito-database sito-hostkit Qt6Sql Qt6Widgets)
     sito_install_headers(sources)
 endif()

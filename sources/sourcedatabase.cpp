@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcedatabase.h>
 
+#include <sources/mysqlsession_p.h>
 #include <sources/postgressession_p.h>
 
 #include <data/exception.h>
@@ -80,6 +81,7 @@ void SourceDatabase::open(const SourceLocation &location, int connectSeconds, in
 {
     auto connection = QSqlDatabase::addDatabase(location.driver, m_name);
     const bool isPostgres = location.driver == "QPSQL"_L1;
+    const bool isMysql = location.driver == "QMYSQL"_L1;
     if (location.isFile()) {
         connection.setConnectOptions(u"QSQLITE_OPEN_READONLY"_s);
         connection.setDatabaseName(QFileInfo(location.file).absoluteFilePath());
@@ -92,6 +94,8 @@ void SourceDatabase::open(const SourceLocation &location, int connectSeconds, in
         if (isPostgres)
             connection.setConnectOptions(
                 PostgresSession::connectOptions(location, connectSeconds, lockMilliseconds));
+        else if (isMysql)
+            connection.setConnectOptions(MysqlSession::connectOptions(location, connectSeconds));
     }
     const auto fail = [&location](const QSqlError &error) {
         const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
@@ -104,13 +108,21 @@ void SourceDatabase::open(const SourceLocation &location, int connectSeconds, in
         QSqlQuery query(connection);
         query.exec(u"PRAGMA trusted_schema = OFF"_s);
     }
-    if (!isPostgres)
-        return;
-    const QStringList statements = PostgresSession::statements();
+    QStringList statements;
+    if (isPostgres)
+        statements = PostgresSession::statements();
+    else if (isMysql)
+        statements = MysqlSession::statements(lockMilliseconds);
     for (const QString &statement : statements) {
         QSqlQuery query(connection);
         if (!query.exec(statement))
             fail(query.lastError());
+    }
+    if (isMysql && MysqlSession::isEncryptionRequired(location)) {
+        QSqlQuery query(connection);
+        if (!query.exec(MysqlSession::encryptionStatement()) || !query.next())
+            throw Exception(
+                tr("Не удалось открыть «%1»: соединение не зашифровано").arg(location.displayName()));
     }
 }
 

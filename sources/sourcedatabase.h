@@ -19,6 +19,8 @@ namespace sito {
 /// every name: its search path is empty, and a table of which row policies would hide rows is an error.
 /// PGOPTIONS, PGSERVICE and the other variables of libpq hold as far as they do not contradict that.
 ///
+/// A session of MariaDB or MySQL only reads, is in UTC, and takes backquotes alone for those of names.
+///
 /// **Threads.** It belongs to the thread that made it, and ends there; handles of its connection must be gone
 /// by then.
 ///
@@ -32,8 +34,8 @@ public:
     /// missing, a directory, not to be read, empty or no SQLite database; the driver is not installed; the
     /// server is not reached within \a connectSeconds per address or refuses the user.
     ///
-    /// A query of a PostgreSQL server fails when somebody else keeps a table locked for longer than
-    /// \a lockMilliseconds.
+    /// A query of a server fails when somebody else keeps a table locked for longer than \a lockMilliseconds;
+    /// MariaDB and MySQL count whole seconds, at least one.
     explicit SourceDatabase(const SourceLocation &location, int connectSeconds = 10,
                             int lockMilliseconds = 10'000);
     ~SourceDatabase();

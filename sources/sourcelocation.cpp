@@ -18,6 +18,7 @@ namespace {
 const QString sqlite = u"QSQLITE"_s;
 const QString csv = u"CSV"_s;
 const QString postgresql = u"QPSQL"_s;
+const QString mysql = u"QMYSQL"_s;
 const QString tlsModeParameter = u"sslmode"_s;
 const QString rootCertificateParameter = u"sslrootcert"_s;
 const QString separatorParameter = u"separator"_s;
@@ -122,14 +123,14 @@ SourceLocation fromCsvAddress(const QString &rest)
     return result;
 }
 
-SourceLocation fromServerAddress(QString rest)
+SourceLocation fromServerAddress(QString rest, const QString &driver)
 {
     if (!rest.startsWith("//"_L1)) {
         throw Exception(
             QCoreApplication::translate("SourceLocation", "В адресе базы данных нет «//» перед сервером"));
     }
     rest.remove(0, 2);
-    SourceLocation result{.driver = postgresql};
+    SourceLocation result{.driver = driver};
     if (const qsizetype mark = rest.indexOf(u'?'); mark >= 0) {
         readParameters(rest.sliced(mark + 1), result);
         rest.truncate(mark);
@@ -205,8 +206,9 @@ SourceLocation SourceLocation::fromFile(const QString &fileName)
 
 bool SourceLocation::isUrl(const QString &text)
 {
-    static const QRegularExpression address(u"^(?:sqlite|csv|postgres(?:ql)?):|^[A-Za-z][A-Za-z0-9+.-]+://"_s,
-                                            QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression address(
+        u"^(?:sqlite|csv|postgres(?:ql)?|mysql|mariadb):|^[A-Za-z][A-Za-z0-9+.-]+://"_s,
+        QRegularExpression::CaseInsensitiveOption);
     return text.contains(address);
 }
 
@@ -219,14 +221,17 @@ SourceLocation SourceLocation::fromUrl(const QString &url)
     if (scheme == "csv"_L1)
         return fromCsvAddress(rest);
     if (scheme == "postgresql"_L1 || scheme == "postgres"_L1)
-        return fromServerAddress(rest);
+        return fromServerAddress(rest, postgresql);
+    if (scheme == "mysql"_L1 || scheme == "mariadb"_L1)
+        return fromServerAddress(rest, mysql);
     if (!isUrl(url)) {
         throw Exception(QCoreApplication::translate(
-            "SourceLocation", "Адрес базы данных начинается с sqlite:, csv: или postgresql://"));
+            "SourceLocation", "Адрес базы данных начинается с sqlite:, csv:, postgresql:// или mysql://"));
     }
-    throw Exception(QCoreApplication::translate(
-                        "SourceLocation", "Адреса вида «%1» неизвестны, только sqlite:, csv: и postgresql://")
-                        .arg(scheme));
+    throw Exception(
+        QCoreApplication::translate(
+            "SourceLocation", "Адреса вида «%1» неизвестны, только sqlite:, csv:, postgresql:// и mysql://")
+            .arg(scheme));
 }
 
 SourceLocation SourceLocation::fromText(const QString &text)
@@ -271,7 +276,7 @@ QString SourceLocation::toUrl() const
             parameters.append(encodingParameter + u'=' + encoding);
         return withParameters(u"csv:"_s + path, parameters);
     }
-    QString url = u"postgresql://"_s;
+    QString url = driver == mysql ? u"mysql://"_s : u"postgresql://"_s;
     if (!user.isEmpty())
         url += encoded(user) + u'@';
     url += host.contains(u':') ? u'[' + encoded(host, ":") + u']' : encoded(host);

@@ -2,6 +2,7 @@
 #include <sources/sqldialect_p.h>
 
 #include <sources/genericdialect_p.h>
+#include <sources/mysqldialect_p.h>
 #include <sources/postgresdialect_p.h>
 #include <sources/sqlitedialect_p.h>
 #include <sources/tableloader.h>
@@ -22,6 +23,8 @@ std::unique_ptr<SqlDialect> SqlDialect::create(const QSqlDatabase &connection)
         return std::make_unique<SqliteDialect>(connection);
     case QSqlDriver::PostgreSQL:
         return std::make_unique<PostgresDialect>(connection);
+    case QSqlDriver::MySqlServer:
+        return std::make_unique<MysqlDialect>(connection);
     default:
         return std::make_unique<GenericDialect>(connection);
     }

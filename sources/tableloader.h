@@ -71,6 +71,11 @@ struct SourceLocation;
 /// PostgreSQL's infinite dates, and NaN and the infinities in NUMERIC are misfits, too; its REAL and DOUBLE
 /// PRECISION are read with all digits, as the shortest decimal number that is the same to the server.
 ///
+/// MariaDB and MySQL: BIT and YEAR are whole numbers, ENUM, SET and TIME texts, TIMESTAMP the instant in
+/// UTC, zero dates misfits; FLOAT is the shortest decimal number that is the same to the server. Shown as
+/// bytes are also geometries. A table with a whole number as its primary key is read in portions, in the
+/// order of the key; of others and of views the driver copies all rows first, which no load can cancel.
+///
 /// **CSV files** are one table, named after the file. They declare no types: a column becomes an Int, Int64,
 /// Decimal, XDecimal, DateTime, a VarChar of dates "2017-01-31", or else a String, the first of them that
 /// holds all its values without loss. Numbers have the digits after the point that the longest of them has;
@@ -93,8 +98,9 @@ struct SourceLocation;
 /// **Code of others** is not run: all names in statements are qualified, values become texts without casts,
 /// and a table of PostgreSQL is refused when reading it would run what belongs neither to the user nor to a
 /// superuser: a function in the expressions of its indexes or statistics or in a view, a view, or a foreign
-/// table. (An index that is created during the load is not seen.) Where row_security is off, a table of which
-/// policies hide rows is refused, too.
+/// table. (An index that is created during the load is not seen.) A view of MariaDB or MySQL is refused
+/// that runs with the rights of whoever reads it and is not the user's own. Where row_security is off, a
+/// table of which policies hide rows is refused, too.
 ///
 /// **Errors** are thrown as Exception and name the table and, for a value, the row (counted from 1 in the
 /// order of reading), the column and the value. Nothing that was loaded before stays behind then; the same

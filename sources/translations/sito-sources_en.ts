@@ -119,6 +119,13 @@
     </message>
 </context>
 <context>
+    <name>MysqlSession</name>
+    <message>
+        <source>Драйвер Qt SQL для MariaDB и MySQL не проверяет сертификат сервера, поэтому «%1» не открыт (sslmode может быть %2)</source>
+        <translation>The Qt SQL driver for MariaDB and MySQL does not check the certificate of a server, so &apos;%1&apos; is not opened (sslmode may be %2)</translation>
+    </message>
+</context>
+<context>
     <name>PostgresSession</name>
     <message>
         <source>В имени файла с сертификатом «%1» не может быть «;»</source>
@@ -154,6 +161,10 @@
     <message>
         <source>«%1» - не база данных SQLite</source>
         <translation>&apos;%1&apos; is not an SQLite database</translation>
+    </message>
+    <message>
+        <source>Не удалось открыть «%1»: соединение не зашифровано</source>
+        <translation>Cannot open &apos;%1&apos;: the connection is not encrypted</translation>
     </message>
 </context>
 <context>
@@ -203,12 +214,12 @@
         <translation>Only separator (a comma, &apos;;&apos; or tab), header (yes or no) and encoding (%1) may follow the name of a CSV file</translation>
     </message>
     <message>
-        <source>Адрес базы данных начинается с sqlite:, csv: или postgresql://</source>
-        <translation>The address of a database begins with sqlite:, csv: or postgresql://</translation>
+        <source>Адрес базы данных начинается с sqlite:, csv:, postgresql:// или mysql://</source>
+        <translation>The address of a database begins with sqlite:, csv:, postgresql:// or mysql://</translation>
     </message>
     <message>
-        <source>Адреса вида «%1» неизвестны, только sqlite:, csv: и postgresql://</source>
-        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite:, csv: and postgresql:// are known</translation>
+        <source>Адреса вида «%1» неизвестны, только sqlite:, csv:, postgresql:// и mysql://</source>
+        <translation>Addresses of the kind &apos;%1&apos; are unknown, only sqlite:, csv:, postgresql:// and mysql://</translation>
     </message>
 </context>
 <context>
@@ -320,6 +331,10 @@
     <message>
         <source>без имени</source>
         <translation>unnamed</translation>
+    </message>
+    <message>
+        <source>Таблица «%1»: чтение выполнило бы с правами текущего пользователя представление другого</source>
+        <translation>Table &apos;%1&apos;: reading would run the view of another user with the rights of the current one</translation>
     </message>
 </context>
 <context>

@@ -44,6 +44,10 @@ private Q_SLOTS:
         row("sqlite:///a/b.sqlite", SourceLocation::fromFile(u"/a/b.sqlite"_s));
         row("SQLite:b", SourceLocation::fromFile(u"b"_s));
         row("sqlite:/%D1%8F%20%25?x#y", SourceLocation::fromFile(u"/я %?x#y"_s));
+        SourceLocation maria = server(u"h"_s, 3306, u"d"_s, u"u"_s, u"p"_s);
+        maria.driver = u"QMYSQL"_s;
+        row("mysql://u:p@h:3306/d", maria);
+        row("mariadb://u:p@h:3306/d", maria);
         row("csv:/a/b", {.driver = u"CSV"_s, .file = u"/a/b"_s});
         row("CSV:///a/b%3F.csv?separator=;",
             {.driver = u"CSV"_s, .file = u"/a/b?.csv"_s, .separator = u";"_s});
@@ -86,11 +90,12 @@ private Q_SLOTS:
         const auto row = [](const char *url, const char *message) {
             QTest::newRow(*url ? url : "empty") << QString::fromUtf8(url) << QString::fromUtf8(message);
         };
-        const char *neither = "Адрес базы данных начинается с sqlite:, csv: или postgresql://";
+        const char *neither = "Адрес базы данных начинается с sqlite:, csv:, postgresql:// или mysql://";
         row("", neither);
         row("file.sqlite", neither);
         row(":secret", neither);
-        row("mysql://u:secret@h/d", "Адреса вида «mysql» неизвестны, только sqlite:, csv: и postgresql://");
+        row("other://u:secret@h/d",
+            "Адреса вида «other» неизвестны, только sqlite:, csv:, postgresql:// и mysql://");
         row("sqlite:", "В адресе базы данных нет имени файла");
         row("sqlite://", "В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)");
         row("sqlite://host/file", "В адресе файла базы данных не может быть сервера (нужно sqlite:/путь)");
@@ -155,7 +160,7 @@ private Q_SLOTS:
             QVERIFY2(!SourceLocation::isUrl(file), qPrintable(file));
             QCOMPARE(SourceLocation::fromText(file), SourceLocation::fromFile(file));
         }
-        for (const QString &url : {u"sqlite:a"_s, u"postgresql:a"_s, u"POSTGRES://h"_s, u"mysql://h"_s})
+        for (const QString &url : {u"sqlite:a"_s, u"postgresql:a"_s, u"POSTGRES://h"_s, u"other://h"_s})
             QVERIFY2(SourceLocation::isUrl(url), qPrintable(url));
     }
 
@@ -207,6 +212,8 @@ private Q_SLOTS:
                 random.bounded(2) == 0 ? SourceLocation::fromFile(u'f' + text())
                                        : server(host, random.bounded(2) == 0 ? -1 : random.bounded(1, 65536),
                                                 text(), text(), text());
+            if (!location.isFile() && random.bounded(2) == 0)
+                location.driver = u"QMYSQL"_s;
             if (!location.isFile() && random.bounded(2) == 0) {
                 location.tlsMode =
                     SourceLocation::tlsModes().at(random.bounded(int(SourceLocation::tlsModes().size())));

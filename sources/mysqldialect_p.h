@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sources/sqldialect_p.h>
+
+namespace sito {
+
+/// MariaDB and MySQL.
+class MysqlDialect : public SqlDialect
+{
+public:
+    explicit MysqlDialect(const QSqlDatabase &connection) : SqlDialect(connection) {}
+
+    QList<Table> tables() const override;
+    QList<Column> columns(const Table &table) const override;
+    std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const override;
+    std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
+                                     const std::vector<SourceColumn> &columns) const override;
+    std::function<void()> beginSnapshot() const override;
+
+protected:
+    QString sourceName() const override;
+
+private:
+    void checkView(const Table &table) const;
+    QString keyOf(const Table &table) const;
+};
+
+} // namespace sito

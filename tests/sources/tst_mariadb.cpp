@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: MIT
+#include <sources/sourcedatabase.h>
+#include <sources/tableloader.h>
+
+#include <hostkit/parallel/stopsource.h>
+
+#include <database/memorytable.h>
+
+#include <support/exceptions.h>
+#include <support/foundtables.h>
+#include <support/loadedtables.h>
+#include <support/mariadbserver.h>
+
+#include <QScopeGuard>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTest>
+
+#include <algorithm>
+#include <utility>
+
+using namespace sito;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray backquoted(const QString &name)
+{
+    return '`' + QString(name).replace(u'`', u"``"_s).toUtf8() + '`';
+}
+
+/// What the client prints for a value, undone.
+QString unescaped(const QByteArray &field)
+{
+    QByteArray result;
+    for (qsizetype i = 0; i < field.size(); ++i) {
+        if (field[i] != '\\') {
+            result += field[i];
+            continue;
+        }
+        const char next = field[++i];
+        result += next == 'n' ? '\n' : next == 't' ? '\t' : next == '0' ? '\0' : next;
+    }
+    // A decoder would take the character at the start for a mark of the encoding.
+    return QString::fromUtf8(result.prepend('=')).sliced(1);
+}
+
+} // namespace
+
+/// Against a real server, which has another time zone and another idea of quotation marks.
+class tst_MariaDb : public QObject
+{
+    Q_OBJECT
+private:
+    void execute(const QByteArray &script) const
+    {
+        const QString error = m_server.execute("USE test; " + script);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+    }
+    /// The texts in \a table that are not those that the server's client prints, as "table.column: text".
+    QStringList differences(const MemoryTable &table) const
+    {
+        QByteArrayList values;
+        for (int i = 0; i < table.columnCount(); ++i) {
+            const QByteArray name = backquoted(table.columnName(i));
+            const bool isBytes = table.name() == "bytes"_L1 || table.name() == "places"_L1;
+            values.append(isBytes ? "CONCAT(LENGTH(" + name + "), ':', HEX(SUBSTRING(" + name + ", 1, 16)))"
+                          : table.name() == "bits"_L1 ? name + " + 0"
+                                                      : name);
+        }
+        QByteArray output;
+        const QString error =
+            m_server.ask("USE test; SET time_zone = '+00:00'; SELECT " + values.join(", ") + " FROM " +
+                             backquoted(table.name()) + (table.name() == "large"_L1 ? " ORDER BY n" : ""),
+                         output);
+        if (!error.isEmpty())
+            return {error};
+        QByteArrayList lines = output.split('\n');
+        lines.removeLast();
+        if (lines.size() != table.rowCount())
+            return {u"%1: %2 rows"_s.arg(table.name()).arg(table.rowCount())};
+        QStringList result;
+        for (qint64 row = 0; row < table.rowCount(); ++row) {
+            const QByteArrayList fields = lines.at(row).split('\t');
+            for (int i = 0; i < table.columnCount(); ++i) {
+                QString expected = unescaped(fields.at(i));
+                if (values.at(i).startsWith("CONCAT") && expected != "NULL"_L1)
+                    expected =
+                        foundtables::bytesText(expected.section(u':', 0, 0).toInt(),
+                                               QByteArray::fromHex(expected.section(u':', 1).toLatin1()));
+                const QString text = cellText(table, row, i);
+                if (text != expected)
+                    result.append(u"%1.%2: %3"_s.arg(table.name(), table.columnName(i), text));
+            }
+        }
+        return result;
+    }
+
+    MariadbServer m_server;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        SITO_START_MARIADB(m_server);
+        QFile script(QFINDTESTDATA("foundtables-mariadb.sql"));
+        QVERIFY(script.open(QIODevice::ReadOnly));
+        execute(script.readAll());
+    }
+    void init() { failOnAnyWarning(); }
+
+    void everyCellIsShown()
+    {
+        // Numbers and date-times have one form.
+        const QStringList expected{
+            u"numbers.d: 1e+300"_s,
+            u"times.t: 2017.01.31 14:30:00.000"_s,
+            u"times.f: 2017.01.31 14:30:00.125"_s,
+            u"times.s: 2017.01.31 17:30:00.000"_s,
+        };
+        const TableLoader loader(m_server.location());
+        const QStringList names = loader.tableNames();
+        QCOMPARE(names.size(), 19);
+        QStringList found;
+        for (const QString &name : names) {
+            QString failure = exceptionMessage([&] { found += differences(*loader.load(name)); });
+            if (!failure.isEmpty())
+                found.append(failure);
+        }
+
+        for (qsizetype i = 0; i < std::min(found.size(), expected.size()); ++i)
+            QCOMPARE(found.at(i), expected.at(i));
+        QCOMPARE(found.mid(expected.size()), expected.mid(found.size()));
+    }
+
+    void typesHoldAllValues_data()
+    {
+        QTest::addColumn<QString>("table");
+        QTest::addColumn<QString>("columns");
+        const auto row = [](const char *table, const char *columns) {
+            QTest::newRow(table) << QString::fromLatin1(table) << QString::fromUtf8(columns);
+        };
+        row("integers", "t Int(0)?, tu Int64(0)?, b Int(0)?, s Int(0)?, m Int(0)?, i Int(0)?, iu Int64(0)?, "
+                        "l Int64(0)?, k Int64(0)");
+        row("large_unsigned", "n String(0)?");
+        row("numbers", "f Double(0)?, d Double(0)?, p Decimal(2)?, q String(0)?, u Decimal(1)?");
+        row("bits", "b Int64(0)?, c Int64(0)?");
+        row("times",
+            "d VarChar(10)?, t DateTime(0)?, f DateTime(0)?, s DateTime(0)?, c String(0)?, y Int(0)?");
+        row("zero_dates", "d VarChar(10)?, t String(0)?, s String(0)?");
+        row("microseconds", "t String(0)?");
+        row("texts",
+            "c VarChar(5)?, v VarChar(10)?, l VarChar(10)?, u VarChar(10)?, t String(0)?, m String(0)?, "
+            "j String(0)?, e VarChar(4)?, s VarChar(3)?");
+        row("bytes", "b String(0)?, v String(0)?, t String(0)?, l String(0)?");
+        row("hidden", "a Int(0)?, b Int(0)?, c Int(0)?");
+        row("a_view", "i Int(0)?, t VarChar(12)?, q Decimal(4)?");
+    }
+    void typesHoldAllValues()
+    {
+        QFETCH(QString, table);
+        QFETCH(QString, columns);
+        const auto loaded = TableLoader(m_server.location()).load(table);
+
+        QStringList types;
+        for (int column = 0; column < loaded->columnCount(); ++column)
+            types.append(typeText(loaded->columnSpec(column)));
+        QCOMPARE(types.join(u", "_s), columns);
+    }
+
+    void theSessionOnlyReads()
+    {
+        const SourceDatabase database(m_server.location());
+        QSqlQuery query(database.connection());
+
+        QVERIFY(!query.exec(u"INSERT INTO integers (k) VALUES (7)"_s));
+        QVERIFY2(query.lastError().text().contains("READ ONLY"_L1), qPrintable(query.lastError().text()));
+        QVERIFY(!query.exec(u"CREATE TABLE t (a INT)"_s));
+    }
+
+    void severalTablesAreOfOneMoment()
+    {
+        TableLoader loader(m_server.location());
+        bool isWritten = false;
+        loader.setProgress([this, &isWritten](const TableLoader::Progress &) {
+            if (!std::exchange(isWritten, true))
+                execute("INSERT INTO empty VALUES (1)");
+            return true;
+        });
+
+        const auto tables = loader.loadAll({u"integers"_s, u"empty"_s});
+
+        QCOMPARE(tables->at(1)->rowCount(), 0);
+        QCOMPARE(loader.load(u"empty"_s)->rowCount(), 1);
+        execute("DELETE FROM empty");
+    }
+
+    void tablesWithAKeyAreReadInPortions()
+    {
+        execute("CREATE TABLE large (n BIGINT UNSIGNED PRIMARY KEY, t VARCHAR(10));"
+                "INSERT INTO large SELECT 18446744073709551615 - 7 * seq, seq FROM seq_1_to_65536;"
+                "INSERT INTO large VALUES (0, 'x')");
+        TableLoader loader(m_server.location());
+
+        const auto table = loader.load(u"large"_s);
+
+        QCOMPARE(table->rowCount(), 65537);
+        QCOMPARE(differences(*table), QStringList());
+        loader.setProgress([](const TableLoader::Progress &state) { return state.rowsRead < 40000; }, 1000);
+        QVERIFY(!loader.load(u"large"_s));
+        loader.setProgress({});
+        QCOMPARE(texts(*loader.load(u"Case"_s)), QStringList(u"1"_s));
+        execute("DROP TABLE large");
+    }
+
+    void viewsWithTheRightsOfTheReaderAreRefused()
+    {
+        execute("CREATE SQL SECURITY INVOKER VIEW others_view AS SELECT i FROM integers");
+        const TableLoader loader(m_server.location());
+
+        QCOMPARE(exceptionMessage([&] { loader.load(u"others_view"_s); }),
+                 u"Таблица «others_view»: чтение выполнило бы с правами текущего пользователя представление "
+                 "другого"_s);
+
+        execute("DROP VIEW others_view");
+    }
+
+    void errorsTellNoPassword()
+    {
+        SourceLocation location = m_server.location();
+        location.password = u"secret"_s;
+
+        const QString message = exceptionMessage([&] { const TableLoader loader(location); });
+
+        QVERIFY2(message.startsWith(u"Не удалось открыть «%1»: Access denied"_s.arg(location.displayName())),
+                 qPrintable(message));
+        QVERIFY(!message.contains("secret"_L1));
+    }
+
+    void thePasswordMayComeFromTheEnvironment()
+    {
+        SourceLocation location = m_server.location();
+        qputenv("MYSQL_PWD", location.password.toUtf8());
+        const auto forget = qScopeGuard([] { qunsetenv("MYSQL_PWD"); });
+        location.password.clear();
+
+        QVERIFY(TableLoader(location).isAlive());
+    }
+
+    /// Last: it starts the server again.
+    void encryptionIsInsistedOn()
+    {
+        SourceLocation location = m_server.location();
+        location.tlsMode = u"verify-full"_s;
+        QVERIFY(!exceptionMessage([&] { const TableLoader loader(location); }).isEmpty());
+        location.tlsMode = u"require"_s;
+        QVERIFY(!exceptionMessage([&] { const TableLoader loader(location); }).isEmpty());
+
+        const QString error = m_server.restartWithTls();
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+
+        const SourceDatabase database(location);
+        QSqlQuery query(database.connection());
+        QVERIFY(query.exec(u"SHOW STATUS LIKE 'Ssl_cipher'"_s) && query.next());
+        QVERIFY(!query.value(1).toString().isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_MariaDb)
+#include "tst_mariadb.moc"
