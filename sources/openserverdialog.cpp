@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <utility>
 
 namespace sito {
 
@@ -24,8 +25,19 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString driver = u"QPSQL"_s;
-constexpr int usualPort = 5432;
+/// A kind of server, by its driver.
+struct ServerKind
+{
+    QLatin1StringView driver;
+    QLatin1StringView name;
+    int port;
+    QLatin1StringView package;
+};
+
+constexpr ServerKind serverKinds[] = {
+    {"QPSQL"_L1, "PostgreSQL"_L1, 5432, "libqt6sql6-psql"_L1},
+    {"QMYSQL"_L1, "MariaDB, MySQL"_L1, 3306, "libqt6sql6-mysql"_L1},
+};
 constexpr int shownCharacters = 32;
 
 } // namespace
@@ -34,8 +46,9 @@ OpenServerDialog::OpenServerDialog(QWidget *parent) : OpenServerDialog(QSqlDatab
 
 OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
     : QDialog(parent),
-      m_hasDriver(drivers.contains(driver)),
+      m_drivers(drivers),
       m_form(new QFormLayout),
+      m_kind(new QComboBox),
       m_host(new QLineEdit),
       m_port(new QSpinBox),
       m_database(new QLineEdit),
@@ -49,6 +62,7 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
       m_cancel(new QPushButton)
 {
     setObjectName(u"openServerDialog"_s);
+    m_kind->setObjectName(u"kind"_s);
     m_host->setObjectName(u"host"_s);
     m_port->setObjectName(u"port"_s);
     m_database->setObjectName(u"database"_s);
@@ -61,8 +75,11 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
 
     m_host->setText(u"localhost"_s);
     m_host->setMinimumWidth(fontMetrics().averageCharWidth() * shownCharacters);
+    for (const ServerKind &kind : serverKinds)
+        m_kind->addItem(kind.name, QString(kind.driver));
+    m_usualPort = serverKinds[0].port;
     m_port->setRange(1, SourceLocation::lastPort);
-    m_port->setValue(usualPort);
+    m_port->setValue(m_usualPort);
     m_port->setGroupSeparatorShown(false);
     m_password->setEchoMode(QLineEdit::Password);
     m_note->setWordWrap(true);
@@ -76,7 +93,7 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
         m_tls->addItem(QString(), mode);
 
     for (QWidget *field :
-         std::initializer_list<QWidget *>{m_host, m_port, m_database, m_user, m_password, m_tls}) {
+         std::initializer_list<QWidget *>{m_kind, m_host, m_port, m_database, m_user, m_password, m_tls}) {
         auto *label = new QLabel;
         label->setBuddy(field);
         m_form->addRow(label, field);
@@ -104,6 +121,7 @@ OpenServerDialog::OpenServerDialog(const QStringList &drivers, QWidget *parent)
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     for (const QLineEdit *edit : {m_host, m_database, m_user, m_password, m_certificate})
         connect(edit, &QLineEdit::textChanged, this, &OpenServerDialog::change);
+    connect(m_kind, &QComboBox::currentIndexChanged, this, &OpenServerDialog::changeKind);
     connect(m_port, &QSpinBox::valueChanged, this, &OpenServerDialog::change);
     connect(m_tls, &QComboBox::currentIndexChanged, this, &OpenServerDialog::change);
     connect(m_browse, &QPushButton::clicked, this, &OpenServerDialog::askCertificate);
@@ -117,7 +135,7 @@ OpenServerDialog::~OpenServerDialog() = default;
 SourceLocation OpenServerDialog::location() const
 {
     SourceLocation result;
-    result.driver = driver;
+    result.driver = m_kind->currentData().toString();
     result.host = m_host->text().trimmed();
     result.port = m_port->value();
     result.database = m_database->text().trimmed();
@@ -131,8 +149,9 @@ SourceLocation OpenServerDialog::location() const
 
 void OpenServerDialog::setLocation(const SourceLocation &location)
 {
+    m_kind->setCurrentIndex(std::max(0, m_kind->findData(location.driver)));
     m_host->setText(location.host);
-    m_port->setValue(location.port > 0 ? location.port : usualPort);
+    m_port->setValue(location.port > 0 ? location.port : m_usualPort);
     m_database->setText(location.database);
     m_user->setText(location.user);
     m_password->setText(location.password);
@@ -164,6 +183,29 @@ void OpenServerDialog::askCertificate()
     dialog->open();
 }
 
+bool OpenServerDialog::isMysql() const
+{
+    return m_kind->currentData() == "QMYSQL"_L1;
+}
+
+void OpenServerDialog::changeKind()
+{
+    const ServerKind &kind = serverKinds[m_kind->currentIndex()];
+    const int former = std::exchange(m_usualPort, kind.port);
+    if (m_port->value() == former)
+        m_port->setValue(m_usualPort);
+    // Those that check a certificate, at the end, are beyond the driver of MariaDB. Encrypted it stays.
+    const int checking = isMysql() ? 2 : 0;
+    m_tls->setCurrentIndex(
+        std::min(m_tls->currentIndex(), int(SourceLocation::tlsModes().size()) - checking));
+    while (m_tls->count() > 1 + SourceLocation::tlsModes().size() - checking)
+        m_tls->removeItem(m_tls->count() - 1);
+    for (int i = m_tls->count() - 1; i < SourceLocation::tlsModes().size() - checking; ++i)
+        m_tls->addItem(QString(), SourceLocation::tlsModes().at(i));
+    retranslate();
+    change();
+}
+
 void OpenServerDialog::change()
 {
     m_error.clear();
@@ -179,7 +221,7 @@ void OpenServerDialog::changeEvent(QEvent *event)
 
 void OpenServerDialog::retranslate()
 {
-    setWindowTitle(tr("Открыть базу данных PostgreSQL"));
+    setWindowTitle(tr("Открыть базу данных на сервере"));
     const QList<QLabel *> labels = findChildren<QLabel *>();
     const auto name = [&labels](QWidget *field, const QString &label, const QString &accessibleName,
                                 const QString &description) {
@@ -191,14 +233,17 @@ void OpenServerDialog::retranslate()
         field->setAccessibleDescription(description);
         field->setToolTip(description);
     };
+    name(m_kind, tr("&Тип:"), tr("Тип"), tr("Какой системе принадлежит сервер"));
     name(m_host, tr("&Сервер:"), tr("Сервер"), tr("Имя или адрес сервера"));
-    name(m_port, tr("&Порт:"), tr("Порт"), tr("Обычный порт - %1").arg(usualPort));
+    name(m_port, tr("&Порт:"), tr("Порт"), tr("Обычный порт - %1").arg(m_usualPort));
     name(m_database, tr("&База данных:"), tr("База данных"), tr("Имя базы данных на сервере"));
     name(m_user, tr("П&ользователь:"), tr("Пользователь"), tr("Если не указан - как в системе"));
     name(m_password, tr("П&ароль:"), tr("Пароль"),
-         tr("Не сохраняется; если не указан, берётся из PGPASSWORD или файла паролей"));
+         isMysql() ? tr("Не сохраняется; если не указан, берётся из MYSQL_PWD")
+                   : tr("Не сохраняется; если не указан, берётся из PGPASSWORD или файла паролей"));
     name(m_tls, tr("&Шифрование:"), tr("Шифрование"),
-         tr("По умолчанию - как задано в PGSSLMODE, иначе если сервер умеет"));
+         isMysql() ? tr("Сертификат сервера не проверяется")
+                   : tr("По умолчанию - как задано в PGSSLMODE, иначе если сервер умеет"));
     // In the order of SourceLocation::tlsModes().
     const QStringList modes{tr("По умолчанию"),
                             tr("Никогда"),
@@ -221,8 +266,10 @@ void OpenServerDialog::retranslate()
 void OpenServerDialog::validate()
 {
     QString missing;
-    if (!m_hasDriver)
-        missing = tr("Драйвер Qt SQL для PostgreSQL не установлен (в Debian - пакет libqt6sql6-psql)");
+    const ServerKind &kind = serverKinds[m_kind->currentIndex()];
+    if (!m_drivers.contains(kind.driver))
+        missing =
+            tr("Драйвер Qt SQL для %1 не установлен (в Debian - пакет %2)").arg(kind.name, kind.package);
     else if (m_host->text().trimmed().isEmpty())
         missing = tr("Укажите сервер");
     else if (m_database->text().trimmed().isEmpty())

@@ -16,7 +16,7 @@ class QSpinBox;
 
 namespace sito {
 
-/// Asks for a database of a PostgreSQL server. Stores nothing of what was entered, least of all the password.
+/// Asks for a database of a PostgreSQL, MariaDB or MySQL server. Stores nothing of what was entered, least of all the password.
 ///
 /// **Threads.** For the GUI thread.
 ///
@@ -50,8 +50,14 @@ private:
     /// Shows what is missing, without which the dialog is not accepted, or else what failed.
     void validate();
 
-    const bool m_hasDriver;
+    /// The usual port and the words of another kind of server.
+    void changeKind();
+    bool isMysql() const;
+
+    const QStringList m_drivers;
     QFormLayout *m_form;
+    QComboBox *m_kind;
+    int m_usualPort = 0;
     QLineEdit *m_host;
     QSpinBox *m_port;
     QLineEdit *m_database;

@@ -340,10 +340,6 @@
 <context>
     <name>sito::OpenServerDialog</name>
     <message>
-        <source>Открыть базу данных PostgreSQL</source>
-        <translation>Open a PostgreSQL database</translation>
-    </message>
-    <message>
         <source>&amp;Сервер:</source>
         <translation>&amp;Server:</translation>
     </message>
@@ -412,10 +408,6 @@
         <translation>Cancel</translation>
     </message>
     <message>
-        <source>Драйвер Qt SQL для PostgreSQL не установлен (в Debian - пакет libqt6sql6-psql)</source>
-        <translation>The Qt SQL driver for PostgreSQL is not installed (on Debian: package libqt6sql6-psql)</translation>
-    </message>
-    <message>
         <source>Укажите сервер</source>
         <translation>Enter a server</translation>
     </message>
@@ -482,6 +474,34 @@
     <message>
         <source>&amp;Выбрать...</source>
         <translation>B&amp;rowse...</translation>
+    </message>
+    <message>
+        <source>Открыть базу данных на сервере</source>
+        <translation>Open a database on a server</translation>
+    </message>
+    <message>
+        <source>&amp;Тип:</source>
+        <translation>&amp;Kind:</translation>
+    </message>
+    <message>
+        <source>Тип</source>
+        <translation>Kind</translation>
+    </message>
+    <message>
+        <source>Какой системе принадлежит сервер</source>
+        <translation>The system that the server belongs to</translation>
+    </message>
+    <message>
+        <source>Не сохраняется; если не указан, берётся из MYSQL_PWD</source>
+        <translation>Not stored; without one, that of MYSQL_PWD</translation>
+    </message>
+    <message>
+        <source>Сертификат сервера не проверяется</source>
+        <translation>The certificate of the server is not checked</translation>
+    </message>
+    <message>
+        <source>Драйвер Qt SQL для %1 не установлен (в Debian - пакет %2)</source>
+        <translation>The Qt SQL driver for %1 is not installed (on Debian: package %2)</translation>
     </message>
 </context>
 <context>

@@ -51,7 +51,7 @@ int main(int argc, char **argv)
         model.headerData(0, Qt::Horizontal, Qt::ToolTipRole).toString().contains(u"Type:") &&
         sito::ShowOnlyWidget().error() == u"Check at least one value" &&
         settings.headerData(0, Qt::Horizontal).toString() == u"Key" &&
-        sito::OpenServerDialog().windowTitle() == u"Open a PostgreSQL database";
+        sito::OpenServerDialog().windowTitle() == u"Open a database on a server";
 
     const bool works = isEnglish && std::strcmp(sito::libraryVersion(), SITO_VERSION_STRING) == 0 &&
                        shown == 3 && model.rowCount() == 5 && settings.rowCount() == 0 && refused &&

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QStringList installed{u"QSQLITE"_s, u"QPSQL"_s};
+const QStringList installed{u"QSQLITE"_s, u"QPSQL"_s, u"QMYSQL"_s};
 
 /// Puts every text in brackets.
 class BracketTranslator : public QTranslator
@@ -155,6 +155,39 @@ private Q_SLOTS:
         QVERIFY(!field<QPushButton>(u"open"_s)->isEnabled());
     }
 
+    void asksForServersOfOtherKinds()
+    {
+        auto *kind = field<QComboBox>(u"kind"_s);
+        const auto *mode = field<QComboBox>(u"tls"_s);
+        SourceLocation location = m_dialog->location();
+        location.database = u"quotes"_s;
+        location.tlsMode = u"verify-full"_s;
+        m_dialog->setLocation(location);
+
+        kind->setCurrentIndex(1);
+
+        location.driver = u"QMYSQL"_s;
+        location.port = 3306;
+        location.tlsMode = u"require"_s;
+        QCOMPARE(m_dialog->location(), location);
+        QCOMPARE(mode->findData(u"verify-ca"_s), -1);
+        QVERIFY(!mode->itemText(mode->findData(u"require"_s)).isEmpty());
+
+        location.port = 3307;
+        m_dialog->setLocation(location);
+        kind->setCurrentIndex(0);
+
+        location.driver = u"QPSQL"_s;
+        QCOMPARE(m_dialog->location(), location);
+        QCOMPARE(mode->count(), 1 + SourceLocation::tlsModes().size());
+        QVERIFY(!mode->itemText(mode->findData(u"verify-full"_s)).isEmpty());
+
+        make({u"QPSQL"_s});
+        field<QComboBox>(u"kind"_s)->setCurrentIndex(1);
+        QCOMPARE(note(),
+                 u"Драйвер Qt SQL для MariaDB, MySQL не установлен (в Debian - пакет libqt6sql6-mysql)"_s);
+    }
+
     void showsALocationAndAsksForTheRest()
     {
         SourceLocation location;
@@ -241,8 +274,8 @@ private Q_SLOTS:
 
     void everyFieldHasAName()
     {
-        for (const QString &name :
-             {u"host"_s, u"port"_s, u"database"_s, u"user"_s, u"password"_s, u"tls"_s, u"certificate"_s}) {
+        for (const QString &name : {u"kind"_s, u"host"_s, u"port"_s, u"database"_s, u"user"_s, u"password"_s,
+                                    u"tls"_s, u"certificate"_s}) {
             auto *widget = field<QWidget>(name);
             QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(widget);
             QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), qPrintable(name));
@@ -266,22 +299,22 @@ private Q_SLOTS:
         const QString button = field<QPushButton>(u"browse"_s)->text();
         mnemonics.append(button.at(button.indexOf(u'&') + 1));
 
-        QCOMPARE(mnemonics.size(), 8);
+        QCOMPARE(mnemonics.size(), 9);
         mnemonics.removeDuplicates();
-        QCOMPARE(mnemonics.size(), 8);
+        QCOMPARE(mnemonics.size(), 9);
     }
 
     void followsTheLanguage()
     {
         BracketTranslator translator;
         QCoreApplication::installTranslator(&translator);
-        QTRY_COMPARE(m_dialog->windowTitle(), u"[Открыть базу данных PostgreSQL]"_s);
+        QTRY_COMPARE(m_dialog->windowTitle(), u"[Открыть базу данных на сервере]"_s);
         QCOMPARE(note(), u"[Укажите базу данных]"_s);
         QCOMPARE(field(u"user"_s)->accessibleName(), u"[Пользователь]"_s);
         QCOMPARE(field<QPushButton>(u"cancel"_s)->text(), u"[Отмена]"_s);
 
         QCoreApplication::removeTranslator(&translator);
-        QTRY_COMPARE(m_dialog->windowTitle(), u"Открыть базу данных PostgreSQL"_s);
+        QTRY_COMPARE(m_dialog->windowTitle(), u"Открыть базу данных на сервере"_s);
     }
 };
 
