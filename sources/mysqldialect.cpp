@@ -156,7 +156,7 @@ std::unique_ptr<SourceRows> MysqlDialect::rows(const Table &table, const QList<C
         const FieldType::Type type = columns[i].spec().type;
         const bool isBytes = holdsBytes(declaredType);
         if (isBytes && columns[i].isShownAsText()) {
-            values.append(u"SUBSTRING(%1, 1, %2)"_s.arg(name).arg(BytesStart::shown));
+            values.append(u"SUBSTRING(%1, 1, %2)"_s.arg(name, QString::number(BytesStart::shown)));
             sizes.append(u"LENGTH(%1)"_s.arg(name));
             reads.push_back({Read::Bytes, int(columns.size() + size_t(sizes.size()) - 1)});
         } else if (!isBytes &&

@@ -21,7 +21,7 @@ CREATE TABLE texts (c CHAR(5), v VARCHAR(10) COLLATE utf8mb4_bin, l VARCHAR(10) 
 INSERT INTO texts VALUES ('ab', 'Ёж', 'é', 'Ж', '', '😀', '{"a": [1, 2]}', 'b,''c', 'x,y'), (NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL), ('', 'a b', 'ü', ' ', ' 1 ', 'x', '1', 'Ёж', ''), ('a', '\\', '''', '"', '=', '%1', '2', 'Ёж', 'x');
 CREATE TABLE one_mark (t VARCHAR(10) CHARACTER SET utf8mb4);
 INSERT INTO one_mark VALUES (CONCAT(CONVERT(x'EFBBBF' USING utf8mb4), 'x'));
-CREATE TABLE bytes (b BLOB, v VARBINARY(20), t TINYBLOB, l LONGBLOB);
+CREATE TABLE bytes (b BLOB, v VARBINARY(20), t TINYBLOB, `%2` LONGBLOB);
 INSERT INTO bytes VALUES (x'00ff', x'616263', x'', REPEAT('x', 40)), (NULL, x'61', NULL, NULL);
 CREATE TABLE places (p POINT, g GEOMETRY);
 INSERT INTO places VALUES (POINT(1, 2), NULL);

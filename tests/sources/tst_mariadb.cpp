@@ -152,7 +152,7 @@ private Q_SLOTS:
         row("texts",
             "c VarChar(5)?, v VarChar(10)?, l VarChar(10)?, u VarChar(10)?, t String(0)?, m String(0)?, "
             "j String(0)?, e VarChar(4)?, s VarChar(3)?");
-        row("bytes", "b String(0)?, v String(0)?, t String(0)?, l String(0)?");
+        row("bytes", "b String(0)?, v String(0)?, t String(0)?, %2 String(0)?");
         row("hidden", "a Int(0)?, b Int(0)?, c Int(0)?");
         row("a_view", "i Int(0)?, t VarChar(12)?, q Decimal(4)?");
     }
