@@ -138,9 +138,10 @@ QString expression(const SourceColumn &column, const SqlDialect::Column &declare
     if (column.isShownAsText()) {
         // The form that the type itself writes: a cast may be a function of whoever made the type. A row of
         // absent values is not absent.
-        return declaredType == "bytea"_L1 ? u"pg_catalog.substr(%1, 1, %2)"_s.arg(name).arg(BytesStart::shown)
-                                          : u"CASE WHEN pg_catalog.num_nulls(%1) OPERATOR(pg_catalog.=) 0 "
-                                            "THEN pg_catalog.concat('=', %1) END"_s.arg(name);
+        return declaredType == "bytea"_L1
+                   ? u"pg_catalog.substr(%1, 1, %2)"_s.arg(name, QString::number(BytesStart::shown))
+                   : u"CASE WHEN pg_catalog.num_nulls(%1) OPERATOR(pg_catalog.=) 0 "
+                     "THEN pg_catalog.concat('=', %1) END"_s.arg(name);
     }
     if (column.spec().type == FieldType::DateTime) {
         // As texts: the driver would drop fractions of a second, and what it cannot read would seem absent.

@@ -40,7 +40,7 @@ INSERT INTO characters VALUES ('a', '😀😀', ''), ('😀', NULL, 'x');
 -- What is a table
 CREATE TABLE ordinary (id integer PRIMARY KEY, name varchar(20) NOT NULL, price numeric(10,2), at timestamp, day date);
 INSERT INTO ordinary VALUES (1, 'a', 2.50, '2017-01-31 14:30:00', '2017-01-31'), (2, 'b', NULL, NULL, NULL);
-CREATE TABLE no_rows (m mood, b bytea);
+CREATE TABLE no_rows (m mood, "%2" bytea);
 CREATE TABLE parts (id integer, m mood) PARTITION BY RANGE (id);
 CREATE TABLE part1 PARTITION OF parts FOR VALUES FROM (0) TO (10);
 INSERT INTO parts VALUES (5, 'sad');
