@@ -6,6 +6,8 @@
 
 #include <QFileInfo>
 
+#include <utility>
+
 namespace sito {
 
 using namespace Qt::StringLiterals;
@@ -14,6 +16,20 @@ namespace {
 
 /// So many rows are read for the first guess of the types.
 constexpr int rowsOfBeginning = 1000;
+
+/// The columns that the rows at the beginning need.
+std::vector<SourceColumn> columnsOfBeginning(const CsvShape &shape)
+{
+    std::vector<SourceColumn> columns;
+    for (const QString &name : shape.names)
+        columns.push_back(SourceColumn::undeclared(name));
+    CsvRows rows(shape);
+    rows.open();
+    RowReader reader({}, rows, columns, RowReader::Misfits::Shown);
+    while (reader.rowsRead() < rowsOfBeginning && reader.next()) {
+    }
+    return columns;
+}
 
 } // namespace
 
@@ -25,8 +41,9 @@ CsvSource::CsvSource(const SourceLocation &location, const parallel::StopToken &
 
 void CsvSource::look() const
 {
-    m_shape = CsvShape::find(m_location, m_stop);
-    m_columns = columnsOfBeginning();
+    CsvShape shape = CsvShape::find(m_location, m_stop);
+    m_columns = columnsOfBeginning(shape);
+    m_shape = std::move(shape);
 }
 
 QString CsvSource::errorText(const QString &error, const QString &) const
@@ -72,19 +89,6 @@ std::unique_ptr<SourceRows> CsvSource::rows(const Table &, const QList<Column> &
 std::function<void()> CsvSource::beginSnapshot() const
 {
     return [] {};
-}
-
-std::vector<SourceColumn> CsvSource::columnsOfBeginning() const
-{
-    std::vector<SourceColumn> columns;
-    for (const QString &name : std::as_const(m_shape.names))
-        columns.push_back(SourceColumn::undeclared(name));
-    CsvRows rows(m_shape);
-    rows.open();
-    RowReader reader({}, rows, columns, RowReader::Misfits::Shown);
-    while (reader.rowsRead() < rowsOfBeginning && reader.next()) {
-    }
-    return columns;
 }
 
 } // namespace sito

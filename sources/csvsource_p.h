@@ -28,8 +28,6 @@ public:
 
 private:
     void look() const;
-    /// The columns that the rows at the beginning need.
-    std::vector<SourceColumn> columnsOfBeginning() const;
 
     const SourceLocation m_location;
     const parallel::StopToken m_stop;
