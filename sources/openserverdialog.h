@@ -16,7 +16,8 @@ class QSpinBox;
 
 namespace sito {
 
-/// Asks for a database of a PostgreSQL, MariaDB or MySQL server. Stores nothing of what was entered, least of all the password.
+/// Asks for a database of a PostgreSQL, MariaDB or MySQL server. Stores nothing of what was entered, least of
+/// all the password.
 ///
 /// **Threads.** For the GUI thread.
 ///

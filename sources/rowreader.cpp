@@ -90,7 +90,8 @@ Exception cellError(const QString &table, qint64 row, const SourceColumn &column
 
 } // namespace
 
-RowReader::RowReader(const QString &table, SourceRows &rows, std::vector<SourceColumn> &columns, Misfits misfits)
+RowReader::RowReader(const QString &table, SourceRows &rows, std::vector<SourceColumn> &columns,
+                     Misfits misfits)
     : m_table(table), m_rows(rows), m_columns(columns), m_misfits(misfits), m_cells(columns.size())
 {
 }

@@ -19,7 +19,8 @@ namespace sito {
 /// every name: its search path is empty, and a table of which row policies would hide rows is an error.
 /// PGOPTIONS, PGSERVICE and the other variables of libpq hold as far as they do not contradict that.
 ///
-/// A session of MariaDB or MySQL only reads, is in UTC, and takes backquotes alone for those of names.
+/// A session of MariaDB or MySQL only reads, is in UTC, and has no SQL mode that changes what quotation
+/// marks mean.
 ///
 /// **Threads.** It belongs to the thread that made it, and ends there; handles of its connection must be gone
 /// by then.

@@ -64,6 +64,7 @@ struct SOURCES_EXPORT SourceLocation
 
     /// Whether it is a file and not a server.
     bool isFile() const;
+    /// Whether it is a CSV file.
     bool isCsv() const;
     /// The address without the password, of a file, a PostgreSQL, MariaDB or MySQL server. fromUrl()
     /// gives the same location again, but for the password.

@@ -31,9 +31,10 @@ void Questions::askFile(QWidget &parent, const QString &directory,
 {
     auto *dialog = prepared(new QFileDialog(&parent, tr("Открыть базу данных")), u"openFileDialog"_s);
     dialog->setFileMode(QFileDialog::ExistingFile);
-    dialog->setNameFilters({tr("Базы данных и таблицы (*.sqlite *.sqlite3 *.db *.db3 *.csv *.tsv *.tab *.txt)"),
-                            tr("Базы данных SQLite (*.sqlite *.sqlite3 *.db *.db3)"),
-                            tr("Файлы CSV (*.csv *.tsv *.tab *.txt)"), tr("Все файлы (*)")});
+    dialog->setNameFilters(
+        {tr("Базы данных и таблицы (*.sqlite *.sqlite3 *.db *.db3 *.csv *.tsv *.tab *.txt)"),
+         tr("Базы данных SQLite (*.sqlite *.sqlite3 *.db *.db3)"), tr("Файлы CSV (*.csv *.tsv *.tab *.txt)"),
+         tr("Все файлы (*)")});
     if (!directory.isEmpty())
         dialog->setDirectory(directory);
     QObject::connect(dialog, &QFileDialog::fileSelected, &parent, then);
