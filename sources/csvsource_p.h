@@ -24,6 +24,7 @@ public:
     std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                      const std::vector<SourceColumn> &columns) const override;
     QStringList notes(const Table &) const override { return m_shape.notes; }
+    QString changeMark() const override { return QStringLiteral("file"); }
     std::function<void()> beginSnapshot() const override;
 
 private:

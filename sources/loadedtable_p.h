@@ -3,6 +3,7 @@
 
 #include <database/memorytable.h>
 
+#include <QDateTime>
 #include <QStringList>
 
 #include <memory>
@@ -14,6 +15,7 @@ struct LoadedTable
 {
     std::unique_ptr<MemoryTable> table;
     QStringList notes;
+    QDateTime asOf;
 };
 
 } // namespace sito

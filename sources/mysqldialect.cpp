@@ -108,13 +108,15 @@ QList<SqlDialect::Column> MysqlDialect::columns(const Table &table) const
     QSqlQuery query(connection());
     query.setForwardOnly(true);
     execute(query,
-            u"SELECT COLUMN_NAME, DATA_TYPE, COLUMN_TYPE, CHARACTER_MAXIMUM_LENGTH, IS_NULLABLE FROM "
+            u"SELECT COLUMN_NAME, DATA_TYPE, COLUMN_TYPE, CHARACTER_MAXIMUM_LENGTH, IS_NULLABLE, "
+            "COLUMN_KEY = 'PRI' FROM "
             "information_schema.COLUMNS WHERE %1 ORDER BY ORDINAL_POSITION"_s.arg(isTable(table.name)));
     while (query.next()) {
         result.append({.name = query.value(0).toString(),
                        .declaredType = readAs(query.value(1).toString(), query.value(2).toString(),
                                               query.value(3).toLongLong()),
-                       .nullable = query.value(4).toString() == "YES"_L1});
+                       .nullable = query.value(4).toString() == "YES"_L1,
+                       .isKey = query.value(5).toBool()});
     }
     if (query.lastError().isValid())
         fail(query.lastError());

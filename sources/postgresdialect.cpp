@@ -43,7 +43,7 @@ QString tablesStatement()
            "'information_schema'::pg_catalog.name"_s;
 }
 
-/// Gives name, declared type and whether a value is required. Domains are told as the types that they rest
+/// Gives name, declared type, whether a value is required and whether it belongs to the primary key. Domains are told as the types that they rest
 /// on.
 QString columnsStatement(qint64 table)
 {
@@ -58,7 +58,11 @@ QString columnsStatement(qint64 table)
            "WHERE t.typtype OPERATOR(pg_catalog.=) 'd') "
            "SELECT d.name, CASE WHEN n.nspname OPERATOR(pg_catalog.=) 'pg_catalog'::pg_catalog.name "
            "THEN pg_catalog.format_type(d.type, d.modifier) "
-           "ELSE pg_catalog.concat(n.nspname, '.', t.typname) END, d.required "
+           "ELSE pg_catalog.concat(n.nspname, '.', t.typname) END, d.required, "
+           "EXISTS (SELECT FROM pg_catalog.pg_index i CROSS JOIN LATERAL pg_catalog.unnest(i.indkey) "
+           "k(number) "
+           "WHERE i.indrelid OPERATOR(pg_catalog.=) %1::pg_catalog.oid AND i.indisprimary "
+           "AND k.number OPERATOR(pg_catalog.=) d.number) "
            "FROM typed d JOIN pg_catalog.pg_type t ON t.oid OPERATOR(pg_catalog.=) d.type "
            "JOIN pg_catalog.pg_namespace n ON n.oid OPERATOR(pg_catalog.=) t.typnamespace "
            "WHERE t.typtype OPERATOR(pg_catalog.<>) 'd' ORDER BY d.number"_s.arg(table);
@@ -209,7 +213,8 @@ QList<SqlDialect::Column> PostgresDialect::columns(const Table &table) const
     query.setForwardOnly(true);
     execute(query, columnsStatement(table.number));
     while (query.next())
-        result.append({query.value(0).toString(), query.value(1).toString(), !query.value(2).toBool()});
+        result.append({query.value(0).toString(), query.value(1).toString(), !query.value(2).toBool(),
+                       query.value(3).toBool()});
     if (query.lastError().isValid())
         fail(query.lastError());
     return result;
@@ -342,6 +347,15 @@ std::unique_ptr<SourceRows> PostgresDialect::rows(const Table &table, const QLis
     return std::make_unique<PostgresRows>(
         connection(), u"SELECT "_s + (expressions + sizes).join(u", "_s) + u" FROM "_s + table.quotedName,
         std::move(kinds));
+}
+
+/// Whoever changes rows gets a number, which snapshots tell of from then on.
+QString PostgresDialect::changeMark() const
+{
+    QSqlQuery query(connection());
+    return query.exec(u"SELECT pg_catalog.concat(pg_catalog.txid_current_snapshot())"_s) && query.next()
+               ? query.value(0).toString()
+               : QString();
 }
 
 /// Also makes the server write every digit, and dates in one form and zone.

@@ -18,6 +18,7 @@ public:
     std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const override;
     std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                      const std::vector<SourceColumn> &columns) const override;
+    QString changeMark() const override;
     std::function<void()> beginSnapshot() const override;
 
 protected:

@@ -10,6 +10,7 @@
 
 #include <data/exception.h>
 
+#include <QDateTime>
 #include <QScopeGuard>
 
 #include <algorithm>
@@ -39,7 +40,10 @@ public:
         QString name;
         quint64 source;
         QStringList notes;
+        QDateTime asOf;
     };
+
+    const Entry *entry(const QString &table) const;
 
     std::unique_ptr<SourceSession> makeSession(const SourceLocation &location);
     void report(SourceReport &&report);
@@ -54,6 +58,8 @@ public:
     quint64 operation = 0;
     quint64 lastOperation = 0;
     QStringList wantedTables;
+    /// The last one that was a refresh.
+    quint64 refreshOperation = 0;
     bool isStrict = false;
     QList<TableInfo> tables;
     QList<Entry> entries;
@@ -149,6 +155,16 @@ void SourceConnection::Private::handle(SourceReport &report)
             Q_EMIT q->failed(error);
         return;
     }
+    case SourceReport::Refreshed:
+        operation = 0;
+        for (Entry &entry : entries) {
+            for (const RefreshedTable &table : std::as_const(report.refreshed)) {
+                if (entry.name == table.name && !table.isReshaped)
+                    entry.asOf = table.asOf;
+            }
+        }
+        Q_EMIT q->refreshed(report.refreshed);
+        return;
     case SourceReport::Failed:
         operation = 0;
         retire(std::exchange(pending, nullptr));
@@ -171,7 +187,7 @@ void SourceConnection::Private::add(std::vector<LoadedTable> &&loaded)
     for (LoadedTable &next : loaded) {
         const QString name = next.table->name();
         MemoryDatabase::instance().addTable(std::move(next.table));
-        added.append({name, currentId, next.notes});
+        added.append({name, currentId, next.notes, next.asOf});
     }
     takeBack.dismiss();
     entries += added;
@@ -244,6 +260,29 @@ void SourceConnection::load(const QStringList &tables)
         d->current->load(d->operation, missing);
 }
 
+void SourceConnection::refresh(const QStringList &tables, bool ifChanged)
+{
+    cancel();
+    d->operation = ++d->lastOperation;
+    d->forgetDropped();
+    SourceRefresh::Order order{.ifChanged = ifChanged};
+    QString error;
+    if (!d->current)
+        error = tr("База данных не открыта");
+    for (const QString &table : tables) {
+        const Private::Entry *entry = d->entry(table);
+        if (error.isEmpty() && (!entry || entry->source != d->currentId))
+            error = tr("Таблица «%1» не загружена из этого источника").arg(table);
+        else if (error.isEmpty())
+            order.tables.push_back(MemoryDatabase::instance().table(table));
+    }
+    d->refreshOperation = d->operation;
+    if (error.isEmpty())
+        d->current->refresh(d->operation, order);
+    else
+        d->report({.kind = SourceReport::Failed, .operation = d->operation, .text = error});
+}
+
 void SourceConnection::cancel()
 {
     if (d->operation == 0)
@@ -259,6 +298,8 @@ void SourceConnection::cancel()
 
 void SourceConnection::closeTables()
 {
+    if (isBusy() && d->operation == d->refreshOperation)
+        cancel();
     d->forgetDropped();
     const auto entries = std::exchange(d->entries, {});
     for (const Private::Entry &entry : entries) {
@@ -296,13 +337,23 @@ QStringList SourceConnection::loadedTables() const
     return names;
 }
 
+const SourceConnection::Private::Entry *SourceConnection::Private::entry(const QString &table) const
+{
+    const auto found = std::find_if(entries.cbegin(), entries.cend(),
+                                    [&table](const Entry &known) { return known.name == table; });
+    return found == entries.cend() ? nullptr : &*found;
+}
+
 QStringList SourceConnection::columnNotes(const QString &table) const
 {
-    for (const Private::Entry &entry : std::as_const(d->entries)) {
-        if (entry.name == table)
-            return entry.notes;
-    }
-    return {};
+    const Private::Entry *entry = d->entry(table);
+    return entry ? entry->notes : QStringList();
+}
+
+QDateTime SourceConnection::asOf(const QString &table) const
+{
+    const Private::Entry *entry = d->entry(table);
+    return entry ? entry->asOf : QDateTime();
 }
 
 } // namespace sito

@@ -14,7 +14,7 @@ namespace sito {
 /// What is to be told of an operation, by a session or, for Cancelled, by the connection itself.
 struct SourceReport
 {
-    enum Kind { Progress, Opened, Loaded, Failed, Cancelled };
+    enum Kind { Progress, Opened, Loaded, Refreshed, Failed, Cancelled };
 
     Kind kind = Failed;
     quint64 operation = 0;
@@ -24,6 +24,7 @@ struct SourceReport
     qint64 rowsTotal = 0;
     QList<SourceConnection::TableInfo> tables = {};
     std::vector<LoadedTable> loaded = {};
+    QList<SourceConnection::RefreshedTable> refreshed = {};
 };
 
 } // namespace sito

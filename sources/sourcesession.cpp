@@ -9,6 +9,8 @@
 
 #include <data/exception.h>
 
+#include <QDateTime>
+
 #include <utility>
 
 namespace sito {
@@ -72,10 +74,21 @@ SourceSession::~SourceSession()
 
 void SourceSession::load(quint64 operation, const QStringList &tables)
 {
+    give({.operation = operation, .tables = tables});
+}
+
+void SourceSession::refresh(quint64 operation, const SourceRefresh::Order &tables)
+{
+    give({.operation = operation, .refreshed = tables});
+}
+
+void SourceSession::give(Order order)
+{
     m_loadStop = parallel::StopSource();
+    order.stop = m_loadStop.token();
     {
         const std::lock_guard lock(m_mutex);
-        m_order = Order{operation, tables, m_loadStop.token()};
+        m_order = std::move(order);
     }
     m_stop.token().wake();
 }
@@ -83,12 +96,13 @@ void SourceSession::load(quint64 operation, const QStringList &tables)
 void SourceSession::cancelLoad()
 {
     m_loadStop.requestStop();
+    const std::lock_guard lock(m_tableMutex);
 }
 
 void SourceSession::stop()
 {
-    m_loadStop.requestStop();
     m_stop.requestStop();
+    cancelLoad();
 }
 
 std::optional<SourceSession::Order> SourceSession::takeOrder()
@@ -102,20 +116,75 @@ std::optional<SourceSession::Order> SourceSession::takeOrder()
     return order;
 }
 
+/// The connection, and what works over it; used in the session's thread.
+struct SourceSession::Connected
+{
+    void connect()
+    {
+        refresh.noteConnection();
+        loader.emplace(session.m_location, session.m_stop.token());
+        loader->setStrict(session.m_isStrict);
+        loader->setDigits(TableLoader::Digits::AsNeeded);
+    }
+
+    SourceSession &session;
+    SourceRefresh refresh{session.m_location, session.m_isStrict, session.m_tableMutex};
+    std::optional<TableLoader> loader = {};
+};
+
+/// Whether \a order was carried out and not cancelled.
+bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport &answer)
+{
+    const auto report = [this, &order](const QString &table, qint64 rowsRead, qint64 rowsTotal) {
+        m_report({.kind = SourceReport::Progress,
+                  .operation = order.operation,
+                  .text = table,
+                  .rowsRead = rowsRead,
+                  .rowsTotal = rowsTotal});
+    };
+    // What was not asked for long may be gone, or another one by now.
+    if (order.refreshed && source.loader && (source.refresh.isFileChanged() || !source.loader->isAlive()))
+        source.loader.reset();
+    if (!source.loader)
+        source.connect();
+    if (order.refreshed) {
+        try {
+            answer.refreshed = source.refresh.refresh(
+                *source.loader, *order.refreshed, order.stop,
+                [&report](const QString &table, qint64 rowsRead) { report(table, rowsRead, -1); });
+            return true;
+        } catch (const parallel::Stopped &) {
+            return false;
+        }
+    }
+    source.loader->setProgress([&report, &order](const TableLoader::Progress &state) {
+        if (order.stop.isStopRequested())
+            return false;
+        report(state.table, state.rowsRead, state.rowsTotal);
+        return true;
+    });
+    source.refresh.beginLoad(*source.loader);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    auto tables = source.loader->loadAll(order.tables, order.stop);
+    if (!tables)
+        return false;
+    source.refresh.endLoad(*source.loader, order.tables);
+    for (auto &table : *tables) {
+        const QStringList notes = source.loader->columnNotes(table->name());
+        answer.loaded.push_back({std::move(table), notes, now});
+    }
+    return true;
+}
+
 void SourceSession::serve(quint64 operation)
 {
     const parallel::StopToken &stop = m_stop.token();
-    std::optional<TableLoader> loader;
-    const auto connect = [&] {
-        loader.emplace(m_location, stop);
-        loader->setStrict(m_isStrict);
-        loader->setDigits(TableLoader::Digits::AsNeeded);
-    };
+    Connected source{*this};
 
     SourceReport report{.kind = SourceReport::Opened, .operation = operation};
     const auto error = messageOf([&] {
-        connect();
-        if (auto tables = tablesOf(*loader, stop))
+        source.connect();
+        if (auto tables = tablesOf(*source.loader, stop))
             report.tables = std::move(*tables);
         if (report.tables.isEmpty() && !stop.isStopRequested())
             throw Exception(
@@ -131,37 +200,17 @@ void SourceSession::serve(quint64 operation)
         return;
 
     while (const std::optional<Order> order = takeOrder()) {
-        SourceReport answer{.kind = SourceReport::Loaded, .operation = order->operation};
+        SourceReport answer{.kind = order->refreshed ? SourceReport::Refreshed : SourceReport::Loaded,
+                            .operation = order->operation};
         bool isComplete = false;
-        const auto failure = messageOf([&] {
-            if (!loader)
-                connect();
-            loader->setProgress([this, &order](const TableLoader::Progress &state) {
-                if (order->stop.isStopRequested())
-                    return false;
-                m_report({.kind = SourceReport::Progress,
-                          .operation = order->operation,
-                          .text = state.table,
-                          .rowsRead = state.rowsRead,
-                          .rowsTotal = state.rowsTotal});
-                return true;
-            });
-            auto tables = loader->loadAll(order->tables, order->stop);
-            if (!tables)
-                return;
-            for (auto &table : *tables) {
-                const QStringList notes = loader->columnNotes(table->name());
-                answer.loaded.push_back({std::move(table), notes});
-            }
-            isComplete = true;
-        });
+        const auto failure = messageOf([&] { isComplete = carryOut(*order, source, answer); });
         if (failure) {
             answer.kind = SourceReport::Failed;
             answer.text = *failure;
             answer.loaded.clear();
             // A connection that was lost is made anew by the next order.
-            if (loader && !loader->isAlive())
-                loader.reset();
+            if (source.loader && !source.loader->isAlive())
+                source.loader.reset();
         }
         if ((failure || isComplete) && !order->stop.isStopRequested())
             m_report(std::move(answer));

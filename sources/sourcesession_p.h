@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sources/sourcerefresh_p.h>
 #include <sources/sourcereport_p.h>
 
 #include <hostkit/parallel/stopsource.h>
@@ -33,8 +34,11 @@ public:
 
     const SourceLocation &location() const { return m_location; }
 
-    /// Begins to load; a load that is under way must have been cancelled.
+    /// Begins to load; what is under way must have been cancelled.
     void load(quint64 operation, const QStringList &tables);
+    /// As load(), for tables that are loaded.
+    void refresh(quint64 operation, const SourceRefresh::Order &tables);
+    /// Also ends a refresh; when this returns, it touches no table any more.
     void cancelLoad();
     /// Makes the thread end as soon as it can; when hasEnded(), the destructor need not wait any more.
     void stop();
@@ -44,11 +48,16 @@ private:
     struct Order
     {
         quint64 operation = 0;
-        QStringList tables;
-        parallel::StopToken stop;
+        QStringList tables = {};
+        /// What to refresh, in place of loading tables.
+        std::optional<SourceRefresh::Order> refreshed = {};
+        parallel::StopToken stop = {};
     };
+    struct Connected;
 
+    void give(Order order);
     void serve(quint64 operation);
+    bool carryOut(const Order &order, Connected &source, SourceReport &answer);
     /// The next order; nothing when the session is stopped.
     std::optional<Order> takeOrder();
 
@@ -57,6 +66,8 @@ private:
     const Reporter m_report;
     const parallel::StopSource m_stop;
     parallel::StopSource m_loadStop;
+    /// Held by the thread while it touches tables that are loaded.
+    std::mutex m_tableMutex;
     std::mutex m_mutex;
     /// Guarded by the mutex.
     std::optional<Order> m_order;

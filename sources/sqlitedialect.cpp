@@ -69,9 +69,10 @@ QList<SqlDialect::Column> SqliteDialect::columns(const Table &table) const
     if (!query.exec())
         fail(query.lastError(), table.name);
     while (query.next()) {
-        const bool nullable = query.value(2).toInt() == 0 && query.value(3).toInt() == 0;
+        const bool isKey = query.value(3).toInt() > 0;
+        const bool nullable = query.value(2).toInt() == 0 && !isKey;
         result.append({isUtf8 ? textOfUtf8(query.value(4).toByteArray()) : query.value(0).toString(),
-                       query.value(1).toString(), nullable});
+                       query.value(1).toString(), nullable, isKey});
     }
     if (query.lastError().isValid())
         fail(query.lastError(), table.name);
@@ -127,6 +128,12 @@ std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel
     if (stop.isStopRequested())
         return std::nullopt;
     return counted;
+}
+
+QString SqliteDialect::changeMark() const
+{
+    QSqlQuery query(connection());
+    return query.exec(u"PRAGMA data_version"_s) && query.next() ? query.value(0).toString() : QString();
 }
 
 std::unique_ptr<SourceRows> SqliteDialect::rows(const Table &table, const QList<Column> &,

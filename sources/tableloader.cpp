@@ -6,6 +6,7 @@
 #include <sources/sourcecolumn_p.h>
 #include <sources/sourcedatabase.h>
 #include <sources/sqldialect_p.h>
+#include <sources/tableshape_p.h>
 
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
@@ -62,6 +63,7 @@ struct TableLoader::Private
     QHash<QString, QList<ColumnSpec>> declaredColumns = {};
     /// What became of them.
     QHash<QString, QStringList> notes = {};
+    QHash<QString, std::shared_ptr<const TableShape>> shapes = {};
 };
 
 std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLocation &location,
@@ -139,6 +141,8 @@ std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, co
     for (const SourceColumn &column : wanted.columns)
         notes[table] += column.notes();
     notes[table] += origin->notes(wanted.table);
+    shapes.insert(table, std::make_shared<TableShape>(
+                             TableShape{wanted.declared, wanted.columns, wanted.table.isView}));
     return result;
 }
 
@@ -233,6 +237,16 @@ QStringList TableLoader::columnNotes(const QString &table) const
     return d->notes.value(table);
 }
 
+const TableSource &TableLoader::origin() const
+{
+    return *d->origin;
+}
+
+std::shared_ptr<const TableShape> TableLoader::shape(const QString &table) const
+{
+    return d->shapes.value(table);
+}
+
 qint64 TableLoader::rowCount(const QString &table) const
 {
     return *rowCount(table, {});
@@ -264,6 +278,7 @@ std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const paral
     const auto snapshot = qScopeGuard(d->origin->beginSnapshot());
     d->declaredColumns.clear();
     d->notes.clear();
+    d->shapes.clear();
     return d->load(table, stop);
 }
 
@@ -273,6 +288,7 @@ TableLoader::loadAll(const QStringList &tables, const parallel::StopToken &stop)
     const auto snapshot = qScopeGuard(d->origin->beginSnapshot());
     d->declaredColumns.clear();
     d->notes.clear();
+    d->shapes.clear();
     std::vector<std::unique_ptr<MemoryTable>> loaded;
     for (const QString &table : tables) {
         auto next = d->load(table, stop);

@@ -23,6 +23,8 @@ class MemoryTable;
 namespace sito {
 
 struct SourceLocation;
+class TableSource;
+struct TableShape;
 
 /// Copies tables of a Qt SQL connection, or of a CSV file, into tables of the in-memory database library.
 ///
@@ -191,6 +193,12 @@ public:
               const parallel::StopToken &stop = {}) const;
 
 private:
+    friend class SourceRefresh;
+
+    const TableSource &origin() const;
+    /// How the last load read \a table; null when it did not get as far.
+    std::shared_ptr<const TableShape> shape(const QString &table) const;
+
     struct Private;
     const std::unique_ptr<Private> d;
 };

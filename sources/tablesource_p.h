@@ -36,8 +36,12 @@ public:
         QString name;
         QString declaredType;
         bool nullable = true;
+        /// Whether it belongs to the primary key.
+        bool isKey = false;
         /// Its place among the columns of a file that declares no types.
         int place = 0;
+
+        bool operator==(const Column &) const = default;
     };
 
     virtual ~TableSource() = default;
@@ -61,6 +65,10 @@ public:
                                              const std::vector<SourceColumn> &columns) const = 0;
     /// Lines for the user about \a table that are about no column alone.
     virtual QStringList notes(const Table &) const { return {}; }
+    /// A text that differs, as long as this object lives, once a row of a table has changed; empty when that
+    /// cannot be told without reading. What views compute, and what foreign tables hold, may change without
+    /// it; so may files, whose size and time tell of that.
+    virtual QString changeMark() const { return {}; }
     /// From now on several readings see the same rows, where the source can do that. The function that is
     /// returned ends it, and must be called.
     virtual std::function<void()> beginSnapshot() const = 0;

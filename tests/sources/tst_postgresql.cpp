@@ -16,6 +16,7 @@
 #include <support/sourcereader.h>
 
 #include <QElapsedTimer>
+#include <QLoggingCategory>
 #include <QScopeGuard>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -778,6 +779,40 @@ private Q_SLOTS:
         recorder.take();
         connection.open(m_server.location());
         QTRY_COMPARE(recorder.events, QStringList({u"opened a(1),big(200000)"_s}));
+    }
+
+    void refreshesByThePrimaryKeyOnlyWhatMayHaveChanged()
+    {
+        execute(u"CREATE TABLE k (t text, a integer, b numeric(5,2), PRIMARY KEY (b, a))"_s);
+        execute(u"INSERT INTO k VALUES ('x', 1, 1.5), ('y', 2, 1.5), ('z', 1, 2.5)"_s);
+        execute(u"CREATE VIEW v AS SELECT pg_catalog.now() AS moment"_s);
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s, u"v"_s}));
+        const auto refreshed = [&reader](const QString &table, bool ifChanged) {
+            reader.recorder.take();
+            reader.recorder.steps = 0;
+            reader.connection.refresh({table}, ifChanged);
+            return reader.settle() ? reader.recorder.take().join(u'\n') : QString();
+        };
+
+        // The server's own work may count as a change.
+        QTRY_VERIFY(refreshed(u"k"_s, true) == u"refreshed k +0 -0 ~0"_s && reader.recorder.steps == 0);
+        execute(u"UPDATE k SET t = NULL WHERE a = 2"_s);
+        execute(u"DELETE FROM k WHERE t = 'x'"_s);
+        execute(u"INSERT INTO k VALUES ('new', 7, 7)"_s);
+        QCOMPARE(refreshed(u"k"_s, true), u"refreshed k +1 -1 ~1"_s);
+        QCOMPARE(texts(*MemoryDatabase::instance().table(u"k"_s)),
+                 (QStringList{u"NULL | 2 | 1.50"_s, u"z | 1 | 2.50"_s, u"new | 7 | 7.00"_s}));
+        QCOMPARE(refreshed(u"v"_s, true), u"refreshed v +1 -1 ~0"_s);
+
+        // A server that ends all connections is connected to anew.
+        execute(u"SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE pid <> pg_backend_pid() "
+                "AND backend_type = 'client backend'"_s);
+        execute(u"INSERT INTO k VALUES ('newer', 8, 8)"_s);
+        QLoggingCategory::setFilterRules(u"database.exception=false"_s);
+        QVERIFY(refreshed(u"k"_s, true).startsWith(u"failed "_s));
+        QCOMPARE(refreshed(u"k"_s, true), u"refreshed k +1 -0 ~0"_s);
+        QLoggingCategory::setFilterRules({});
     }
 
     void cancelsWithoutWaitingForASilentServer()

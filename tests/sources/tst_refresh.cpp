@@ -2,7 +2,9 @@
 #include <sources/tablerefresh.h>
 
 #include <hostkit/parallel/stopsource.h>
+#include <sources/sourcedatabase.h>
 
+#include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
 #include <data/tablechanges.h>
@@ -10,8 +12,14 @@
 #include <support/exceptions.h>
 #include <support/loadedtables.h>
 #include <support/seed.h>
+#include <support/sourcereader.h>
+#include <support/sqlitefile.h>
 
+#include <QDateTime>
+#include <QFile>
+#include <QLoggingCategory>
 #include <QRandomGenerator>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -84,8 +92,58 @@ QStringList sorted(QStringList lines)
 class tst_Refresh : public QObject
 {
     Q_OBJECT
+private:
+    QString makeFile(const QString &name, const QStringList &statements) const
+    {
+        return makeSqliteFile(m_directory->filePath(name), statements);
+    }
+    /// Carries out \a statements in the source, over another connection.
+    void change(const QStringList &statements) const { makeSqliteFile(m_file, statements); }
+    /// Loads \a tables of a new file that \a statements make.
+    bool load(const QStringList &tables, const QStringList &statements)
+    {
+        m_file = makeFile(u"source.sqlite"_s, statements);
+        if (!m_reader->read(SourceLocation::fromFile(m_file)))
+            return false;
+        m_reader->connection.load(tables);
+        return m_reader->settle() && m_reader->connection.loadedTables() == tables;
+    }
+    /// What the connection signals when \a tables are refreshed.
+    QStringList refreshed(const QStringList &tables, bool ifChanged = false)
+    {
+        m_reader->recorder.take();
+        m_reader->recorder.steps = 0;
+        m_reader->connection.refresh(tables, ifChanged);
+        return m_reader->settle() ? m_reader->recorder.take() : QStringList(u"no answer"_s);
+    }
+    /// From now on an exception that becomes a signal is no warning of its own.
+    static void expectExceptions() { QLoggingCategory::setFilterRules(u"database.exception=false"_s); }
+    bool hasRead() const { return m_reader->recorder.steps > 0; }
+    static MemoryTable &table(const QString &name) { return *MemoryDatabase::instance().table(name); }
+    /// The rows of \a name as a new load gives them.
+    QStringList freshTexts(const QString &name) const
+    {
+        const SourceDatabase database(SourceLocation::fromFile(m_file));
+        return sorted(texts(*TableLoader(database.connection()).load(name)));
+    }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<SourceReader> m_reader;
+    QString m_file;
+
 private Q_SLOTS:
-    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+    void init()
+    {
+        QTest::failOnWarning(QRegularExpression(u".*"_s));
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_reader = std::make_unique<SourceReader>();
+    }
+    void cleanup()
+    {
+        m_reader->connection.closeTables();
+        m_reader.reset();
+        QLoggingCategory::setFilterRules({});
+    }
 
     void bringsInDifferences_data()
     {
@@ -283,6 +341,231 @@ private Q_SLOTS:
                 QVERIFY2(!keys.isEmpty() || counts.changed == 0, message.constData());
                 QVERIFY2(refresh(table, rows, keys) == TableRefresh::Counts(), message.constData());
             }
+        }
+    }
+
+    void readsTheSourceAgain()
+    {
+        QVERIFY(load({u"k"_s, u"n"_s}, {u"CREATE TABLE k (id INTEGER PRIMARY KEY, t TEXT)"_s,
+                                        u"INSERT INTO k VALUES (1, 'a'), (2, 'b'), (3, 'c')"_s,
+                                        u"CREATE TABLE n (id INTEGER, t TEXT)"_s,
+                                        u"INSERT INTO n VALUES (1, 'a'), (1, 'a'), (2, 'b')"_s}));
+        const QDateTime before = m_reader->connection.asOf(u"k"_s);
+        QVERIFY(before.isValid());
+        QTRY_VERIFY(QDateTime::currentDateTimeUtc() > before);
+        const ChangeLog log(table(u"k"_s));
+        QCOMPARE(refreshed({u"k"_s, u"n"_s}), (QStringList{u"refreshed k +0 -0 ~0,n +0 -0 ~0"_s}));
+        QCOMPARE(log.entries, QStringList());
+        QVERIFY(m_reader->connection.asOf(u"k"_s) > before);
+
+        change({u"UPDATE k SET t = 'B' WHERE id = 2"_s, u"DELETE FROM k WHERE id = 1"_s,
+                u"INSERT INTO k VALUES (0, 'z'), (9, NULL)"_s, u"UPDATE n SET t = 'A' WHERE rowid = 1"_s});
+
+        QCOMPARE(refreshed({u"k"_s, u"n"_s}), (QStringList{u"refreshed k +2 -1 ~1,n +1 -1 ~0"_s}));
+        QCOMPARE(texts(table(u"k"_s)), (QStringList{u"2 | B"_s, u"3 | c"_s, u"0 | z"_s, u"9 | NULL"_s}));
+        QCOMPARE(log.entries, (QStringList{u"-1"_s, u"~t"_s, u"+2"_s}));
+        QCOMPARE(sorted(texts(table(u"n"_s))), freshTexts(u"n"_s));
+        QVERIFY(m_reader->recorder.isConsistent);
+    }
+
+    void readsNothingWhileNothingHasChanged_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::newRow("journal") << u"DELETE"_s;
+        // The file itself is not written then.
+        QTest::newRow("write-ahead log") << u"WAL"_s;
+    }
+    void readsNothingWhileNothingHasChanged()
+    {
+        QFETCH(const QString, mode);
+        QVERIFY(load({u"a"_s}, {u"PRAGMA journal_mode = "_s + mode,
+                                u"CREATE TABLE a (id INTEGER PRIMARY KEY, t TEXT)"_s,
+                                u"INSERT INTO a VALUES (1, 'a')"_s, u"CREATE TABLE b (id INTEGER)"_s,
+                                u"CREATE VIEW v AS SELECT id FROM a"_s}));
+        // Another connection keeps the log from being brought into the file.
+        const SourceDatabase other(SourceLocation::fromFile(m_file));
+
+        QCOMPARE(refreshed({u"a"_s}, true), (QStringList{u"refreshed a +0 -0 ~0"_s}));
+        QVERIFY(!hasRead());
+        QCOMPARE(refreshed({u"a"_s}, false), (QStringList{u"refreshed a +0 -0 ~0"_s}));
+        QVERIFY(hasRead());
+        change({u"UPDATE a SET t = 'b'"_s});
+        QCOMPARE(refreshed({u"a"_s}, true), (QStringList{u"refreshed a +0 -0 ~1"_s}));
+        QVERIFY(hasRead());
+        QCOMPARE(refreshed({u"a"_s}, true), (QStringList{u"refreshed a +0 -0 ~0"_s}));
+        QVERIFY(!hasRead());
+
+        // What a view computes may depend on more than its tables.
+        m_reader->connection.load({u"v"_s});
+        QVERIFY(m_reader->settle());
+        QCOMPARE(refreshed({u"v"_s}, true), (QStringList{u"refreshed v +0 -0 ~0"_s}));
+        QVERIFY(hasRead());
+    }
+
+    void readsTheFileThatHasTakenThePlace()
+    {
+        const QStringList made{u"CREATE TABLE a (id INTEGER PRIMARY KEY)"_s, u"INSERT INTO a VALUES (1)"_s};
+        QVERIFY(load({u"a"_s}, made));
+        const QString other = makeFile(u"other"_s, made + QStringList{u"INSERT INTO a VALUES (2)"_s});
+        // Files are told apart by time and size.
+        QFile file(other);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-3600), QFile::FileModificationTime));
+        file.close();
+
+        QVERIFY(QFile::rename(m_file, m_file + u".old"_s) && QFile::rename(other, m_file));
+
+        QCOMPARE(refreshed({u"a"_s}, true), (QStringList{u"refreshed a +1 -0 ~0"_s}));
+        QCOMPARE(texts(table(u"a"_s)), (QStringList{u"1"_s, u"2"_s}));
+    }
+
+    void tellsThatTheFileIsGoneAndReadsItWhenItIsBack()
+    {
+        QVERIFY(load({u"a"_s}, {u"CREATE TABLE a (id INTEGER)"_s, u"INSERT INTO a VALUES (1)"_s}));
+        QVERIFY(QFile::rename(m_file, m_file + u".away"_s));
+        expectExceptions();
+
+        for (const bool ifChanged : {false, true})
+            QCOMPARE(refreshed({u"a"_s}, ifChanged), QStringList(u"failed Файла «%1» нет"_s.arg(m_file)));
+        QCOMPARE(texts(table(u"a"_s)), QStringList(u"1"_s));
+
+        QVERIFY(QFile::rename(m_file + u".away"_s, m_file));
+        change({u"INSERT INTO a VALUES (2)"_s});
+        QCOMPARE(refreshed({u"a"_s}, true), (QStringList{u"refreshed a +1 -0 ~0"_s}));
+    }
+
+    void tellsThatATableHasAnotherShape_data()
+    {
+        QTest::addColumn<QString>("changed");
+        QTest::newRow("a column more") << u"ALTER TABLE a ADD COLUMN x INTEGER"_s;
+        QTest::newRow("a column renamed") << u"ALTER TABLE a RENAME COLUMN t TO u"_s;
+        QTest::newRow("a value that does not fit") << u"UPDATE a SET n = 'many' WHERE id = 2"_s;
+        QTest::newRow("a value that needs room") << u"UPDATE a SET n = 5000000000 WHERE id = 2"_s;
+    }
+    void tellsThatATableHasAnotherShape()
+    {
+        QFETCH(const QString, changed);
+        QVERIFY(load({u"a"_s, u"b"_s},
+                     {u"CREATE TABLE a (id INTEGER PRIMARY KEY, t TEXT, n INTEGER)"_s,
+                      u"INSERT INTO a VALUES (1, 'a', 1), (2, 'b', 2)"_s, u"CREATE TABLE b (id INTEGER)"_s}));
+        const QStringList before = texts(table(u"a"_s));
+        change({changed, u"INSERT INTO b VALUES (1)"_s});
+
+        QCOMPARE(refreshed({u"a"_s, u"b"_s}), (QStringList{u"refreshed a reshaped,b +1 -0 ~0"_s}));
+        QCOMPARE(texts(table(u"a"_s)), before);
+        QCOMPARE(refreshed({u"a"_s}, true), QStringList(u"refreshed a reshaped"_s));
+
+        MemoryDatabase::instance().dropTable(u"a"_s);
+        m_reader->connection.load({u"a"_s});
+        QVERIFY(m_reader->settle());
+        QCOMPARE(refreshed({u"a"_s}), QStringList(u"refreshed a +0 -0 ~0"_s));
+    }
+
+    void keepsColumnsThatWereWidened()
+    {
+        QVERIFY(load({u"a"_s}, {u"CREATE TABLE a (id INTEGER PRIMARY KEY, p DECIMAL(5,2), n INTEGER)"_s,
+                                u"INSERT INTO a VALUES (1, 1.2345, 1), (2, 2, 'some')"_s}));
+
+        change({u"UPDATE a SET p = 1.5, n = 3"_s});
+
+        QCOMPARE(refreshed({u"a"_s}), QStringList(u"refreshed a +0 -0 ~2"_s));
+        QCOMPARE(table(u"a"_s).columnSpec(1).length, 4);
+        QCOMPARE(texts(table(u"a"_s)), (QStringList{u"1 | 1.5000 | 3"_s, u"2 | 1.5000 | 3"_s}));
+    }
+
+    void matchesByRowWhereKeysNeedNotDiffer()
+    {
+        // Of long bytes only the first are shown, and SQLite admits NULL in a key.
+        QVERIFY(load({u"b"_s, u"n"_s},
+                     {u"CREATE TABLE b (id BLOB PRIMARY KEY, t TEXT)"_s,
+                      u"INSERT INTO b VALUES (zeroblob(99) || x'01', 'a'), (zeroblob(99) || x'02', 'b')"_s,
+                      u"CREATE TABLE n (id TEXT PRIMARY KEY, t TEXT)"_s,
+                      u"INSERT INTO n VALUES (NULL, 'a'), (NULL, 'b')"_s}));
+
+        change({u"UPDATE b SET t = 'c' WHERE t = 'b'"_s, u"UPDATE n SET t = 'c' WHERE t = 'a'"_s});
+
+        QCOMPARE(refreshed({u"b"_s, u"n"_s}), (QStringList{u"refreshed b +1 -1 ~0,n +1 -1 ~0"_s}));
+        for (const QString &name : {u"b"_s, u"n"_s})
+            QCOMPARE(sorted(texts(table(name))), freshTexts(name));
+    }
+
+    void refusesTablesThatAreNotLoaded()
+    {
+        QCOMPARE(refreshed({u"a"_s}), QStringList(u"failed База данных не открыта"_s));
+        QVERIFY(load({u"a"_s}, {u"CREATE TABLE a (id INTEGER)"_s, u"CREATE TABLE b (id INTEGER)"_s}));
+        QCOMPARE(refreshed({u"a"_s, u"b"_s}),
+                 QStringList(u"failed Таблица «b» не загружена из этого источника"_s));
+        change({u"DROP TABLE a"_s});
+        expectExceptions();
+        QCOMPARE(refreshed({u"a"_s}), QStringList(u"failed В базе данных нет таблицы «a»"_s));
+    }
+
+    void letsGoOfTablesWhenItIsCancelled_data()
+    {
+        QTest::addColumn<bool>("isClosed");
+        QTest::newRow("cancelled") << false;
+        QTest::newRow("closed") << true;
+    }
+    void letsGoOfTablesWhenItIsCancelled()
+    {
+        QFETCH(const bool, isClosed);
+        QVERIFY(load({u"a"_s}, {u"CREATE TABLE a (id INTEGER)"_s,
+                                u"INSERT INTO a WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 "
+                                "FROM n WHERE i < 50000) SELECT i FROM n"_s}));
+        change({u"UPDATE a SET id = id + 1"_s});
+        m_reader->recorder.take();
+        // At different places of the work; the sanitizers see whoever touches a table that is gone.
+        for (int step = 0; step < 4; ++step) {
+            m_reader->connection.refresh({u"a"_s});
+            if (step > 0)
+                QTRY_VERIFY(m_reader->recorder.steps > step || !m_reader->connection.isBusy());
+            const bool wasBusy = m_reader->connection.isBusy();
+            if (isClosed)
+                m_reader->connection.closeTables();
+            else
+                m_reader->connection.cancel();
+            QVERIFY(m_reader->settle());
+            QTRY_VERIFY(!m_reader->recorder.events.isEmpty());
+            QCOMPARE(m_reader->recorder.take().last().section(u' ', 0, 0),
+                     wasBusy ? u"cancelled"_s : u"refreshed"_s);
+            QVERIFY(!isClosed || m_reader->connection.loadedTables().isEmpty());
+            m_reader->connection.load({u"a"_s});
+            QVERIFY(m_reader->settle());
+            m_reader->recorder.take();
+        }
+        QCOMPARE(refreshed({u"a"_s}).size(), 1);
+        QCOMPARE(sorted(texts(table(u"a"_s))), freshTexts(u"a"_s));
+    }
+
+    void agreesWithAFreshLoad()
+    {
+        const quint64 seed = testSeed();
+        QRandomGenerator random(quint32(seed ^ seed >> 32));
+        const auto number = [&random](int bound) { return QString::number(random.bounded(bound)); };
+        const QStringList names{u"one"_s, u"two"_s, u"none"_s};
+        QVERIFY(load(names, {u"CREATE TABLE one (a TEXT PRIMARY KEY NOT NULL, b INTEGER, c REAL)"_s,
+                             u"CREATE TABLE two (a INTEGER, b INTEGER, c REAL, PRIMARY KEY (b, a))"_s,
+                             u"CREATE TABLE none (a INTEGER, b INTEGER, c REAL)"_s}));
+        for (int step = 0; step < 25; ++step) {
+            QStringList statements{u"BEGIN"_s};
+            for (const QString &name : names) {
+                for (int i = random.bounded(12); i > 0; --i)
+                    statements.append(u"INSERT OR IGNORE INTO %1 VALUES (%2, %3, %4 / 2.0)"_s.arg(
+                        name, number(30), number(5), number(9)));
+                statements.append(
+                    u"UPDATE %1 SET c = c + 1 WHERE a % %2 = 0"_s.arg(name, QString::number(step % 7 + 1)));
+                statements.append(u"UPDATE OR IGNORE %1 SET b = %2, c = NULL WHERE a = %3"_s.arg(
+                    name, number(5), number(30)));
+                statements.append(
+                    u"DELETE FROM %1 WHERE a = %2 OR b = %3"_s.arg(name, number(30), number(20)));
+            }
+            change(statements + QStringList{u"COMMIT"_s});
+
+            const QByteArray message = seedMessage(seed, u"step %1"_s.arg(step));
+            const QStringList answer = refreshed(names, step % 2 == 0);
+            QVERIFY2(answer.size() == 1 && answer.first().startsWith(u"refreshed"_s), message.constData());
+            for (const QString &name : names)
+                QVERIFY2(sorted(texts(table(name))) == freshTexts(name), message.constData());
         }
     }
 };

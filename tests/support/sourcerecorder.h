@@ -28,6 +28,14 @@ public:
                              events.append(QStringLiteral("loaded ") + join(tables));
                              isLoadOver = true;
                          });
+        QObject::connect(&connection, &SourceConnection::refreshed, &connection,
+                         [this](const QList<SourceConnection::RefreshedTable> &tables) {
+                             QStringList texts;
+                             for (const SourceConnection::RefreshedTable &table : tables)
+                                 texts.append(textOf(table));
+                             events.append(QStringLiteral("refreshed ") + texts.join(u','));
+                             isLoadOver = true;
+                         });
         QObject::connect(&connection, &SourceConnection::cancelled, &connection, [this] {
             events.append(QStringLiteral("cancelled"));
             isLoadOver = true;
@@ -38,13 +46,23 @@ public:
         });
         QObject::connect(&connection, &SourceConnection::progress, &connection,
                          [this, &connection](const QString &table, qint64 rowsRead, qint64 rowsTotal) {
-                             isConsistent = isConsistent && connection.isBusy() && rowsRead <= rowsTotal &&
+                             isConsistent = isConsistent && connection.isBusy() &&
+                                            (rowsTotal < 0 || rowsRead <= rowsTotal) &&
                                             (isLoadOver || table != lastTable || rowsRead >= lastRead);
                              isLoadOver = false;
                              lastTable = table;
                              lastRead = rowsRead;
                              ++steps;
                          });
+    }
+
+    static QString textOf(const SourceConnection::RefreshedTable &table)
+    {
+        if (table.isReshaped)
+            return table.name + QStringLiteral(" reshaped");
+        return QStringLiteral("%1 +%2 -%3 ~%4")
+            .arg(table.name, QString::number(table.counts.added), QString::number(table.counts.removed),
+                 QString::number(table.counts.changed));
     }
 
     QStringList take() { return std::exchange(events, {}); }
