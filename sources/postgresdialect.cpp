@@ -43,8 +43,8 @@ QString tablesStatement()
            "'information_schema'::pg_catalog.name"_s;
 }
 
-/// Gives name, declared type, whether a value is required and whether it belongs to the primary key. Domains are told as the types that they rest
-/// on.
+/// Gives name, declared type, whether a value is required and whether the column belongs to the primary key.
+/// Domains are told as the types that they rest on.
 QString columnsStatement(qint64 table)
 {
     // Only the server's own types are told by their plain names: one of somebody else would run their cast.

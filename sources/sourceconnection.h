@@ -18,11 +18,12 @@
 namespace sito {
 
 /// A source of tables, an SQLite file or a database server, that is read in threads of its own. Nothing here
-/// blocks the thread that uses it, except the destructor.
+/// blocks the thread that uses it, except the destructor and, for up to a tenth of a second, what ends a
+/// refresh().
 ///
 /// **Operations.** Each open(), load() and refresh() is answered later, from the event loop, by exactly one
-/// signal: its own (opened(), loaded() or refreshed()), failed(), or cancelled(). One operation runs at a time; to begin another one
-/// cancels it.
+/// signal: its own (opened(), loaded() or refreshed()), failed(), or cancelled(). One operation runs at a
+/// time; to begin another one cancels it.
 ///
 /// **All or nothing.** A source takes the place of the one that was open only when opened() is emitted; until
 /// then, and after failed() and cancelled(), location() and tables() are as they were, and so are the loaded
@@ -69,8 +70,8 @@ public:
         /// A moment at which the table was in the source as it is now, see asOf().
         QDateTime asOf = {};
         TableRefresh::Counts counts = {};
-        /// The source's table has other columns now, or values that do not fit the columns. The loaded table is
-        /// as it was; drop it, see MemoryDatabase::dropTable(), and load() it again.
+        /// The source's table has other columns now, or values that do not fit the columns. The loaded table
+        /// is as it was; drop it, see MemoryDatabase::dropTable(), and load() it again.
         bool isReshaped = false;
     };
 
@@ -113,8 +114,8 @@ public:
     QList<TableInfo> tables() const;
     /// The tables in MemoryDatabase that this object loaded, in order, of whatever source.
     QStringList loadedTables() const;
-    /// A moment, in UTC, at which the loaded table \a table was in its source as it is here; invalid for a table
-    /// that is not loaded.
+    /// A moment, in UTC, at which the loaded table \a table was in its source as it is here; invalid for a
+    /// table that is not loaded.
     QDateTime asOf(const QString &table) const;
     /// Lines for the user about a loaded table, see TableLoader::columnNotes().
     QStringList columnNotes(const QString &table) const;
@@ -122,8 +123,8 @@ public:
 Q_SIGNALS:
     /// Emitted when open() has ended well.
     void opened(const QList<SourceConnection::TableInfo> &tables);
-    /// \a rowsTotal is what the source said before the first row, -1 for a view and for a refresh(). A table with values that do
-    /// not fit is counted from 0 once more. Several steps may be reported as one.
+    /// \a rowsTotal is what the source said before the first row, -1 for a view and for a refresh(). A table
+    /// with values that do not fit is counted from 0 once more. Several steps may be reported as one.
     void progress(const QString &table, qint64 rowsRead, qint64 rowsTotal);
     /// \a tables as they were given to load(): they are all in MemoryDatabase::instance() now.
     void loaded(const QStringList &tables);

@@ -33,8 +33,8 @@ namespace sito {
 /// time, only all rows that are gone are removed in one go. The thread must not hold that lock.
 ///
 /// **Cost.** Rows that differ are held until apply() has returned. Beside them, 8 bytes are held for each row
-/// of the table, and 12 more unless all rows come as they are in the table. Time grows with the number of rows,
-/// but with the square of the number of different rows that have one key.
+/// of the table, and 12 more unless all rows come as they are in the table. Time grows with the number of
+/// rows, but with the square of the number of different rows that have one key.
 class SOURCES_EXPORT TableRefresh
 {
     Q_DISABLE_COPY_MOVE(TableRefresh)

@@ -65,6 +65,13 @@ void MessageBar::addMessage(const QString &message)
         showMessages(m_messages + QStringList{message});
 }
 
+void MessageBar::removeMessage(const QString &message)
+{
+    QStringList others = m_messages;
+    if (others.removeOne(message))
+        showMessages(others);
+}
+
 void MessageBar::retranslate()
 {
     m_close->setToolTip(tr("Закрыть сообщение"));

@@ -21,6 +21,8 @@ public:
     void showMessages(const QStringList &messages);
     /// Adds \a message unless it is already shown.
     void addMessage(const QString &message);
+    /// Takes \a message away if it is shown.
+    void removeMessage(const QString &message);
     const QStringList &messages() const { return m_messages; }
 
 protected:

@@ -536,6 +536,33 @@ Open an SQLite or CSV file, or drop one here.</translation>
     </message>
 </context>
 <context>
+    <name>sito::RefreshCommands</name>
+    <message>
+        <source>Обновить можно, когда закончится то, что начато</source>
+        <translation>The table can be refreshed once what was begun has ended</translation>
+    </message>
+    <message>
+        <source>Источник снова доступен</source>
+        <translation>The source is back</translation>
+    </message>
+    <message>
+        <source>Изменений нет</source>
+        <translation>Nothing has changed</translation>
+    </message>
+    <message>
+        <source>Строк добавлено: %1, удалено: %2, изменено: %3</source>
+        <translation>Rows added: %1, removed: %2, changed: %3</translation>
+    </message>
+    <message>
+        <source>Столбцы таблицы %1 изменились, она загружена заново</source>
+        <translation>The columns of table %1 have changed, it was loaded again</translation>
+    </message>
+    <message>
+        <source>Не удалось обновить: %1</source>
+        <translation>Could not refresh: %1</translation>
+    </message>
+</context>
+<context>
     <name>sito::RowExport</name>
     <message>
         <source>Запись в %1</source>
@@ -975,6 +1002,38 @@ Open an SQLite or CSV file, or drop one here.</translation>
         <translation>&amp;Dark</translation>
     </message>
     <message>
+        <source>О&amp;бновить</source>
+        <translation>Re&amp;fresh</translation>
+    </message>
+    <message>
+        <source>Прочитать таблицу заново; выделение и место остаются</source>
+        <translation>Read the table again; selection and place stay</translation>
+    </message>
+    <message>
+        <source>Обнов&amp;лять само</source>
+        <translation>Refresh &amp;by Itself</translation>
+    </message>
+    <message>
+        <source>&amp;Нет</source>
+        <translation>&amp;Off</translation>
+    </message>
+    <message>
+        <source>Каждые &amp;5 секунд</source>
+        <translation>Every &amp;5 Seconds</translation>
+    </message>
+    <message>
+        <source>Каждые &amp;30 секунд</source>
+        <translation>Every &amp;30 Seconds</translation>
+    </message>
+    <message>
+        <source>Каждую &amp;минуту</source>
+        <translation>Every &amp;Minute</translation>
+    </message>
+    <message>
+        <source>Каждые 5 м&amp;инут</source>
+        <translation>Every 5 M&amp;inutes</translation>
+    </message>
+    <message>
         <source>Открыть базу данных SQLite или файл CSV</source>
         <translation>Open an SQLite database or a CSV file</translation>
     </message>
@@ -1005,6 +1064,14 @@ Open an SQLite or CSV file, or drop one here.</translation>
         <source>Время последнего прохода: отбор и сортировка</source>
         <translation>Time of the last pass: filtering and sorting</translation>
     </message>
+    <message>
+        <source>По состоянию на %1</source>
+        <translation>As of %1</translation>
+    </message>
+    <message>
+        <source>Таблица прочитана: %1</source>
+        <translation>Table read: %1</translation>
+    </message>
 </context>
 <context>
     <name>sito::Workspace</name>
@@ -1031,6 +1098,10 @@ Open an SQLite or CSV file, or drop one here.</translation>
     <message>
         <source>Пример</source>
         <translation>Sample</translation>
+    </message>
+    <message>
+        <source>Обновляется таблица %1</source>
+        <translation>Refreshing table %1</translation>
     </message>
 </context>
 </TS>

@@ -8,6 +8,7 @@
 #include <browser/window/pageactions.h>
 #include <browser/window/questions.h>
 #include <browser/window/recentmenu.h>
+#include <browser/window/refreshcommands.h>
 #include <browser/window/settingscommands.h>
 #include <browser/window/sidedocks.h>
 #include <browser/window/sourcecommands.h>
@@ -63,13 +64,14 @@ MainWindow::MainWindow(QSettings &store, Languages &languages, QWidget *parent)
       m_messages(new MessageBar),
       m_pages(new TablePages(*m_views, *m_pageActions)),
       m_tableList(new TableList),
+      m_refresh(new RefreshCommands({*m_workspace, *m_pages, *m_exports, *m_messages}, store, *this)),
       m_panel(new FilterPanel),
       m_filterCommands(new FilterCommands(*m_workspace, *m_views, *m_panel, *m_pageActions, *this)),
       m_docks(new SideDocks(*this, *m_tableList, *m_panel)),
-      m_actions(new WindowActions(
-          *this,
-          {m_pageActions, m_docks->showTables(), m_docks->showFilters(), m_recentMenu, m_panel->setsMenu()},
-          store, languages))
+      m_actions(new WindowActions(*this,
+                                  {m_pageActions, m_refresh, m_docks->showTables(), m_docks->showFilters(),
+                                   m_recentMenu, m_panel->setsMenu()},
+                                  store, languages))
 {
     setObjectName(u"mainWindow"_s);
     setAcceptDrops(true);
@@ -126,6 +128,7 @@ void MainWindow::connectActions()
     on(m_actions->openFile, [this] { m_sources->askFile(); });
     on(m_actions->openServer, [this] { m_sources->askServer(); });
     on(m_actions->openSample, [this] { m_sources->openSample(); });
+    on(m_actions->refresh, [this] { refresh(); });
     on(m_actions->quit, [this] { close(); });
     on(m_actions->settings, [this] { m_settings->show(); });
     on(m_actions->settingsFile, [this] { m_settings->askFile(); });
@@ -140,7 +143,7 @@ void MainWindow::connectActions()
 void MainWindow::connectCommands()
 {
     for (const Commands *commands :
-         std::initializer_list<Commands *>{m_sources, m_exports, m_filterCommands}) {
+         std::initializer_list<Commands *>{m_sources, m_exports, m_filterCommands, m_refresh}) {
         connect(commands, &Commands::failed, this, &MainWindow::report);
         connect(commands, &Commands::done, this, [this](const QString &message) { tell(message); });
         connect(commands, &Commands::refused, this,
@@ -277,6 +280,11 @@ void MainWindow::copySelection(bool withHeaders)
     m_exports->copySelection(withHeaders);
 }
 
+void MainWindow::refresh()
+{
+    m_refresh->refresh();
+}
+
 SettingsWindow *MainWindow::showSettings(const QString &fileName)
 {
     return m_settings->show(fileName);
@@ -344,7 +352,7 @@ void MainWindow::guarded(const std::function<void()> &work)
 void MainWindow::interrupt()
 {
     // What updateActivity() tells of.
-    if (m_workspace->isBusy())
+    if (!m_workspace->activity().isEmpty())
         m_workspace->interrupt();
     else if (m_pages->passed() < 0 && !m_exports->activity().isEmpty())
         m_exports->cancel();
@@ -371,6 +379,7 @@ void MainWindow::updateState()
     const QString coming = m_workspace->comingTable();
     m_tableList->setCurrent(coming.isEmpty() ? tableName() : coming);
     m_status->showRows(page() ? page()->model() : nullptr);
+    m_status->showAsOf(page() ? m_workspace->asOf(tableName()) : QDateTime());
     updateActivity();
     updateEmptyText();
     updateTitle();
@@ -380,7 +389,7 @@ void MainWindow::updateState()
 
 void MainWindow::updateActivity()
 {
-    if (m_workspace->isBusy())
+    if (!m_workspace->activity().isEmpty())
         m_status->showActivity(m_workspace->activity(), qMax(m_loaded, 0), m_loaded < 0 ? 0 : 1000);
     else if (m_pages->passed() >= 0)
         m_status->showActivity(tr("Отбор и сортировка"), m_pages->passed(), 100);
@@ -402,6 +411,7 @@ void MainWindow::updateEmptyText()
 
 void MainWindow::updateActions()
 {
+    m_actions->refresh->setEnabled(page());
     m_pageActions->update();
     m_exports->updateActions();
     m_filterCommands->updateActions();

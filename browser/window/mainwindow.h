@@ -21,6 +21,7 @@ class Languages;
 class MessageBar;
 class PageActions;
 class RecentMenu;
+class RefreshCommands;
 class SettingsCommands;
 class SettingsWindow;
 class SideDocks;
@@ -69,6 +70,8 @@ public:
     /// Begins to copy the selected cells; the clipboard has them when all are read. Refused with a message
     /// while a source is being opened.
     void copySelection(bool withHeaders);
+    /// Brings the table that is shown up to date.
+    void refresh();
     /// Opens the window of the browser's own settings, or that of \a fileName.
     SettingsWindow *showSettings(const QString &fileName = QString());
 
@@ -119,6 +122,7 @@ private:
     MessageBar *m_messages;
     TablePages *m_pages;
     TableList *m_tableList;
+    RefreshCommands *m_refresh;
     FilterPanel *m_panel;
     FilterCommands *m_filterCommands;
     SideDocks *m_docks;

@@ -15,6 +15,7 @@
 
 #include <database/memorytable.h>
 
+#include <data/tablechanges.h>
 #include <filters/securitiessessionfilter.h>
 
 #include <QEvent>
@@ -23,7 +24,6 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <memory>
 #include <numeric>
 
 namespace sito {
@@ -63,6 +63,7 @@ TablePage::TablePage(MemoryTable &table, PageActions &actions, QWidget *parent)
     layout->addWidget(m_notice);
     layout->addWidget(m_view);
     setFocusProxy(m_view);
+    m_view->follow(&table.changes());
 
     connect(m_view, &FilteredTableView::selectionDropped, this, &TablePage::selectionDropped);
     connect(m_view, &FilteredTableView::headerMenuRequested, this, &TablePage::showHeaderMenu);
@@ -115,11 +116,27 @@ void TablePage::setSessionFilterOn(bool on)
     }
     if (found || !on)
         return;
-    const QList<int> columns{m_table->columnIndex(stockColumn), m_table->columnIndex(sessionColumn)};
-    auto filter = std::make_unique<SecuritiesSessionFilter>(*m_table, columns.first(), columns,
-                                                            columns.last(), nullptr);
+    auto filter = makeSessionFilter();
     filter->setEnabled(true);
     filters()->add(filter.release());
+}
+
+std::unique_ptr<SecuritiesSessionFilter> TablePage::makeSessionFilter() const
+{
+    const QList<int> columns{m_table->columnIndex(stockColumn), m_table->columnIndex(sessionColumn)};
+    return std::make_unique<SecuritiesSessionFilter>(*m_table, columns.first(), columns, columns.last(),
+                                                     nullptr);
+}
+
+void TablePage::renewSessionFilter()
+{
+    const QList<Filter *> all = filters()->filters();
+    for (Filter *filter : all) {
+        if (auto *sessions = qobject_cast<SecuritiesSessionFilter *>(filter)) {
+            sessions->setAllExcludedKeys(makeSessionFilter()->getAllExcludedKeys());
+            filters()->notifyChanged(sessions);
+        }
+    }
 }
 
 void TablePage::clearFilters()

@@ -7,15 +7,19 @@
 #include <QString>
 #include <QWidget>
 
+#include <memory>
+
 class MemoryTable;
 class QMenu;
+class SecuritiesSessionFilter;
 
 namespace sito {
 
 class NoticeBar;
 class PageActions;
 
-/// One table of the source: its rows in a view, its filters, and the menus of cells and columns.
+/// One table of the source: its rows in a view, its filters, and the menus of cells and columns. It follows
+/// what changes in the table.
 ///
 /// When a pass was interrupted or failed, a notice above the rows says that they are not what the filters and
 /// the sorting say, until a pass is shown; its button starts one.
@@ -41,6 +45,9 @@ public:
     /// "sessions" to read.
     void setSessionFilterOn(bool on);
 
+    /// Brings that filter, if there is one, up to date with the table "sessions".
+    void renewSessionFilter();
+
     void clearFilters();
     /// Removes the filters by values that look at the column of \a section.
     void clearColumnFilters(int section);
@@ -63,6 +70,7 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    std::unique_ptr<SecuritiesSessionFilter> makeSessionFilter() const;
     void fillCellMenu(QMenu &menu, const QModelIndex &index);
     /// The filters by a choice that have to do with the cell \a index, and those that could be made there.
     QList<SelectFilter *> selectableFilters(const QModelIndex &index);

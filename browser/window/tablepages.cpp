@@ -13,6 +13,7 @@
 
 #include <filters/valuefilter.h>
 
+#include <QApplication>
 #include <QLabel>
 #include <QTableView>
 #include <QVBoxLayout>
@@ -78,6 +79,7 @@ void TablePages::follow(TablePage &page)
     connect(model, &TableModel::passFinished, this, end);
     connect(model, &TableModel::passFailed, this, end);
     connect(model, &TableModel::passCancelled, this, end);
+    connect(model, &TableModel::changesShown, this, &TablePages::passChanged);
 }
 
 void TablePages::setPassed(const TablePage *page, int percent)
@@ -114,6 +116,28 @@ void TablePages::keepLayouts()
 {
     for (auto page = m_pages.cbegin(); page != m_pages.cend(); ++page)
         m_views.setLayout(page.key(), page.value()->view()->layoutText());
+}
+
+void TablePages::renewSessionFilters()
+{
+    for (TablePage *page : std::as_const(m_pages))
+        page->renewSessionFilter();
+}
+
+void TablePages::close(TablePage &page)
+{
+    m_views.flush();
+    const QString table = page.table()->name();
+    m_views.setLayout(table, page.view()->layoutText());
+    m_pages.remove(table);
+    if (m_page == &page) {
+        m_page = nullptr;
+        m_passed = -1;
+        m_takesFocus = page.isAncestorOf(QApplication::focusWidget());
+        setCurrentWidget(m_empty);
+        Q_EMIT shown(nullptr);
+    }
+    delete &page;
 }
 
 void TablePages::closeAll()

@@ -34,6 +34,11 @@ public:
     void add(MemoryTable &table, const ShowRequest &request);
     /// Shows \a page, with the filters of \a request if it has any.
     void showPage(TablePage &page, const ShowRequest &request);
+    /// Calls TablePage::renewSessionFilter() of all.
+    void renewSessionFilters();
+    /// Keeps the layout and the filters of \a page and deletes it. If it is shown and has the focus, the next
+    /// page takes that.
+    void close(TablePage &page);
     /// Keeps the layouts and deletes the pages. The first one after that takes the focus.
     void closeAll();
     void keepLayouts();
@@ -50,7 +55,7 @@ Q_SIGNALS:
     /// The selection or the filters of a page have changed.
     void changed();
     void passStarted();
-    /// A pass has come further, or ended.
+    /// A pass has come further, or ended, or changes of the table are shown.
     void passChanged();
 
 private:

@@ -6,6 +6,7 @@
 #include <browser/window/actionspec.h>
 #include <browser/window/choicemenu.h>
 #include <browser/window/pageactions.h>
+#include <browser/window/refreshcommands.h>
 
 #include <QCoreApplication>
 #include <QMainWindow>
@@ -41,6 +42,9 @@ ActionTable<WindowActions> windowActionTable()
           QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных на сервере")}},
         {&W::openSample,
          {"openSample", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &пример")}},
+        {&W::refresh,
+         {"refresh", std::nullopt, u"F5"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "О&бновить"), nullptr,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Прочитать таблицу заново; выделение и место остаются")}},
         {&W::quit, {"quit", std::nullopt, u"Ctrl+Q"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "В&ыйти")}},
         {&W::goTables,
          {"goTables", std::nullopt, u"Ctrl+1"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "К &таблицам")}},
@@ -79,6 +83,13 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
     m_recentMenu = parts.recent;
     m_fileMenu->addMenu(m_recentMenu);
     m_fileMenu->addAction(openSample);
+    m_fileMenu->addSeparator();
+    m_fileMenu->addAction(refresh);
+    m_intervalMenu = new ChoiceMenu(
+        u"interval"_s, RefreshCommands::intervals(), [all = parts.refresh] { return all->interval(); },
+        m_fileMenu);
+    connect(m_intervalMenu, &ChoiceMenu::chosen, parts.refresh, &RefreshCommands::setInterval);
+    m_fileMenu->addMenu(m_intervalMenu);
     m_fileMenu->addSeparator();
     m_fileMenu->addAction(parts.page->exportCsv);
     m_fileMenu->addSeparator();
@@ -169,6 +180,9 @@ void WindowActions::retranslate()
 
     m_fileMenu->setTitle(tr("&Файл"));
     m_recentMenu->setTitle(tr("&Недавние"));
+    m_intervalMenu->setTitle(tr("Обнов&лять само"));
+    m_intervalMenu->setTexts({tr("&Нет"), tr("Каждые &5 секунд"), tr("Каждые &30 секунд"),
+                              tr("Каждую &минуту"), tr("Каждые 5 м&инут")});
     m_editMenu->setTitle(tr("&Правка"));
     m_viewMenu->setTitle(tr("&Вид"));
     m_sortMenu->setTitle(tr("С&ортировка"));

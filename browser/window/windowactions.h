@@ -14,6 +14,7 @@ namespace sito {
 class ChoiceMenu;
 class Languages;
 class PageActions;
+class RefreshCommands;
 
 /// The actions of the main window, and the menus and the tool bar that show them and those of the page.
 ///
@@ -26,6 +27,7 @@ public:
     struct Parts
     {
         PageActions *page;
+        RefreshCommands *refresh;
         QAction *showTables;
         QAction *showFilters;
         QMenu *recent;
@@ -41,6 +43,7 @@ public:
     QAction *openFile = nullptr;
     QAction *openServer = nullptr;
     QAction *openSample = nullptr;
+    QAction *refresh = nullptr;
     QAction *quit = nullptr;
     QAction *goTables = nullptr;
     QAction *goFilters = nullptr;
@@ -59,6 +62,7 @@ private:
     Languages &m_languages;
     QMenu *m_fileMenu = nullptr;
     QMenu *m_recentMenu = nullptr;
+    ChoiceMenu *m_intervalMenu = nullptr;
     QMenu *m_editMenu = nullptr;
     QMenu *m_viewMenu = nullptr;
     QMenu *m_sortMenu = nullptr;

@@ -20,7 +20,8 @@ WindowStatus::WindowStatus(QStatusBar &bar)
       m_progress(new QProgressBar),
       m_cancel(new QToolButton),
       m_rows(new QLabel),
-      m_time(new QLabel)
+      m_time(new QLabel),
+      m_asOf(new QLabel)
 {
     const int character = bar.fontMetrics().averageCharWidth();
     m_activity->setObjectName(u"activity"_s);
@@ -37,10 +38,12 @@ WindowStatus::WindowStatus(QStatusBar &bar)
     connect(m_cancel, &QToolButton::clicked, this, &WindowStatus::interrupted);
     m_rows->setObjectName(u"rows"_s);
     m_time->setObjectName(u"time"_s);
-    for (QLabel *label : {m_rows, m_time})
+    m_asOf->setObjectName(u"asOf"_s);
+    for (QLabel *label : {m_rows, m_time, m_asOf})
         label->setContentsMargins(character, 0, character, 0);
     // Permanent, all of them: a message of the bar hides the others.
-    for (QWidget *widget : std::initializer_list<QWidget *>{m_activity, m_progress, m_cancel, m_rows, m_time})
+    for (QWidget *widget :
+         std::initializer_list<QWidget *>{m_activity, m_progress, m_cancel, m_rows, m_time, m_asOf})
         bar.addPermanentWidget(widget);
     showActivity(QString());
 }
@@ -71,8 +74,23 @@ void WindowStatus::showRows(const TableModel *model)
                         : QString());
 }
 
+void WindowStatus::showAsOf(const QDateTime &moment)
+{
+    m_moment = moment;
+    m_asOf->setVisible(moment.isValid());
+    if (!moment.isValid())
+        return;
+    const QLocale locale;
+    const QDateTime local = moment.toLocalTime();
+    // The long format would add the zone.
+    const QString format = locale.timeFormat(QLocale::ShortFormat).replace("mm"_L1, "mm:ss"_L1);
+    m_asOf->setText(tr("По состоянию на %1").arg(locale.toString(local.time(), format)));
+    m_asOf->setToolTip(tr("Таблица прочитана: %1").arg(locale.toString(local, QLocale::LongFormat)));
+}
+
 void WindowStatus::retranslate()
 {
+    showAsOf(m_moment);
     m_cancel->setText(tr("Прервать"));
     m_cancel->setAccessibleName(m_cancel->text());
     m_progress->setAccessibleName(tr("Ход работы"));

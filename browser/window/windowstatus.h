@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 
@@ -14,7 +15,7 @@ namespace sito {
 class TableModel;
 
 /// The permanent part of the window's status bar: what is being done, with a button that interrupts it, and
-/// how many rows are shown.
+/// how many rows are shown, and how old they are.
 class WindowStatus : public QObject
 {
     Q_OBJECT
@@ -27,6 +28,8 @@ public:
     void showActivity(const QString &text, int done = 0, int total = 0);
     /// Shows how many rows \a model shows and how long its last pass took; nothing for null.
     void showRows(const TableModel *model);
+    /// Shows at which moment the source had the rows that are shown; nothing for an invalid one.
+    void showAsOf(const QDateTime &moment);
     void retranslate();
 
 Q_SIGNALS:
@@ -38,6 +41,8 @@ private:
     QToolButton *m_cancel;
     QLabel *m_rows;
     QLabel *m_time;
+    QLabel *m_asOf;
+    QDateTime m_moment;
 };
 
 } // namespace sito

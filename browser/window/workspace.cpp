@@ -39,6 +39,7 @@ Workspace::Workspace(QObject *parent)
 {
     connect(m_connection, &SourceConnection::opened, this, &Workspace::onOpened);
     connect(m_connection, &SourceConnection::loaded, this, &Workspace::onLoaded);
+    connect(m_connection, &SourceConnection::refreshed, this, &Workspace::onRefreshed);
     connect(m_connection, &SourceConnection::failed, this, &Workspace::onFailed);
     connect(m_connection, &SourceConnection::cancelled, this, &Workspace::onCancelled);
     connect(m_connection, &SourceConnection::progress, this,
@@ -112,6 +113,16 @@ void Workspace::loadTables(const QStringList &wanted, const ShowRequest &request
     begin(std::move(operation), [this, &wanted] { m_connection->load(wanted); });
 }
 
+void Workspace::refresh(const QString &name, bool byItself)
+{
+    QStringList wanted{name};
+    if (name != sessionsTable && areSessionsLoaded())
+        wanted.append(sessionsTable);
+    const QString activity = byItself ? QString() : tr("Обновляется таблица %1").arg(name);
+    begin({Operation::Refresh, activity, {}},
+          [this, &wanted, byItself] { m_connection->refresh(wanted, byItself); });
+}
+
 void Workspace::begin(Operation operation, const std::function<void()> &start)
 {
     m_operations.push_back(std::move(operation));
@@ -171,6 +182,14 @@ void Workspace::onLoaded()
     Q_EMIT changed();
 }
 
+void Workspace::onRefreshed(const QList<SourceConnection::RefreshedTable> &tables)
+{
+    takeOperation();
+    Q_EMIT refreshed(tables);
+    serveWaiting();
+    Q_EMIT changed();
+}
+
 void Workspace::onFailed(const QString &message)
 {
     const Operation operation = takeOperation();
@@ -184,7 +203,9 @@ void Workspace::onFailed(const QString &message)
         Q_EMIT openFailed(operation.location, message);
     if (operation.kind == Operation::Show && operation.wanted.size() == 1)
         Q_EMIT tableFailed(operation.wanted.constFirst(), message);
-    if (operation.kind != Operation::Open)
+    if (operation.kind == Operation::Refresh)
+        Q_EMIT refreshFailed(message, operation.activity.isEmpty());
+    else if (operation.kind != Operation::Open)
         Q_EMIT failed(message);
     if (operation.kind == Operation::Sessions) {
         m_waiting.removeIf([](const Waiting &one) { return one.otherwise == WithoutSessions::GiveUp; });
@@ -271,6 +292,11 @@ QString Workspace::tableToShow(const QString &name) const
     return first == all.end() ? QString() : first->name;
 }
 
+QDateTime Workspace::asOf(const QString &table) const
+{
+    return m_connection->asOf(table);
+}
+
 QStringList Workspace::columnNotes(const QString &table) const
 {
     return m_connection->columnNotes(table);
@@ -279,6 +305,15 @@ QStringList Workspace::columnNotes(const QString &table) const
 std::shared_ptr<const void> Workspace::holdTables() const
 {
     return m_tables;
+}
+
+void Workspace::dropTable(const QString &name)
+{
+    std::unique_ptr<MemoryTable> table = MemoryDatabase::instance().takeTable(name);
+    if (m_tables.use_count() > 1)
+        m_tables->tables.push_back(std::move(table));
+    else
+        parallel::waitForWaiters(*table);
 }
 
 void Workspace::closeTables()

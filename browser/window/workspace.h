@@ -7,6 +7,7 @@
 #include <sources/sourceconnection.h>
 #include <sources/sourcelocation.h>
 
+#include <QDateTime>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -49,6 +50,13 @@ public:
     /// failure harms no other table. tableLoaded() or failed() follows, unless it is cancelled. Emits
     /// refused() while a source is being opened. Does nothing when the table is being loaded already.
     void load(const QString &name, const ShowRequest &request = {}, bool withSessions = false);
+    /// Brings the loaded table \a name, and with it the table "sessions" if that is loaded, up to date.
+    /// refreshed() or refreshFailed() follows, unless it is superseded. \a byItself: the user has not asked
+    /// for it; nothing is read then unless something may have changed. Only if isSettled().
+    void refresh(const QString &name, bool byItself);
+    /// Lets go of the loaded table \a name, to load it again. Nothing may refer to it but for what has a
+    /// handle of holdTables().
+    void dropTable(const QString &name);
     /// Cancels the load of a table that was to be shown, if that is under way.
     void cancelLoad();
     /// Cancels what is under way, on behalf of the user; what waits for it is given up.
@@ -60,7 +68,7 @@ public:
     bool isSettled() const { return m_operations.empty() && m_waiting.isEmpty(); }
     /// Whether a source is being opened; tables cannot be loaded until then.
     bool isOpeningSource() const;
-    /// What is being done, for the user; empty when nothing is.
+    /// What is being done, for the user; empty when nothing is that the user asked for.
     QString activity() const;
     /// The table that is being loaded to be shown; empty when there is none.
     QString comingTable() const;
@@ -77,6 +85,8 @@ public:
     /// \a name, if there is such a table, or else the first one that can be loaded and is no view; empty when
     /// there is none.
     QString tableToShow(const QString &name) const;
+    /// A moment, in UTC, at which a loaded table was in the source as it is here.
+    QDateTime asOf(const QString &table) const;
     /// Lines for the user about a loaded table.
     QStringList columnNotes(const QString &table) const;
     /// Keeps the tables of the open source alive, also when another source is opened, until all handles are
@@ -103,6 +113,8 @@ Q_SIGNALS:
     void tableLoaded(const QString &name, const sito::ShowRequest &request);
     /// \a name could not be loaded, as failed() says next.
     void tableFailed(const QString &name, const QString &message);
+    void refreshed(const QList<sito::SourceConnection::RefreshedTable> &tables);
+    void refreshFailed(const QString &message, bool byItself);
     /// What else could not be done, in one line.
     void failed(const QString &message);
     /// What is not done now, and why.
@@ -117,7 +129,7 @@ private:
     /// An open() or load() that is under way.
     struct Operation
     {
-        enum Kind { Open, Show, Sessions };
+        enum Kind { Open, Show, Sessions, Refresh };
 
         Kind kind = Open;
         QString activity;
@@ -151,6 +163,7 @@ private:
     void finishWaiting();
     bool areSessionsLoaded() const;
     void closeTables();
+    void onRefreshed(const QList<SourceConnection::RefreshedTable> &tables);
 
     SourceConnection *m_connection;
     /// Those that are not answered yet: all but the last are cancelled.

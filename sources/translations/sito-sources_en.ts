@@ -518,5 +518,9 @@
         <source>В базе данных «%1» нет таблиц</source>
         <translation>Database &apos;%1&apos; has no tables</translation>
     </message>
+    <message>
+        <source>Таблица «%1» не загружена из этого источника</source>
+        <translation>Table &apos;%1&apos; was not loaded from this source</translation>
+    </message>
 </context>
 </TS>

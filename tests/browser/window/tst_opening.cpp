@@ -8,12 +8,15 @@
 #include <QDropEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QStatusBar>
+#include <QTime>
 #include <QUrl>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
 
-/// What stays and what goes in the main window when a source is opened, and what it takes for one.
+/// What stays and what goes in the main window when a source is opened or read again, and what it takes for
+/// one.
 class tst_Opening : public WindowTest
 {
     Q_OBJECT
@@ -23,6 +26,23 @@ private:
         return m_fixture->makeDatabase(file, {u"CREATE TABLE t (a INTEGER NOT NULL, b TEXT)"_s,
                                               u"INSERT INTO t VALUES (1, 'x'), (2, 'y'), (3, 'z')"_s});
     }
+    /// Opens a table t with the numbers 0 to 499 and names of them.
+    bool openNumbers()
+    {
+        m_fixture->window().openText(makeNumbers());
+        return m_fixture->settle() && m_fixture->rows() == 500;
+    }
+    QString makeNumbers()
+    {
+        return m_fixture->makeDatabase(
+            u"n.sqlite"_s, {u"CREATE TABLE t (id INTEGER PRIMARY KEY, name TEXT NOT NULL)"_s,
+                            u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n "
+                            "WHERE i < 499) SELECT i, 'n' || i FROM n"_s});
+    }
+    /// Carries out \a statements in that source, over another connection.
+    void change(const QStringList &statements) { m_fixture->makeDatabase(u"n.sqlite"_s, statements); }
+    void pressRefresh() { QTest::keyClick(&m_fixture->window(), Qt::Key_F5); }
+    QString message() { return m_fixture->window().statusBar()->currentMessage(); }
     /// What the panel shows of the filters.
     QStringList panelNames()
     {
@@ -111,6 +131,114 @@ private Q_SLOTS:
         QCOMPARE(drop.isAccepted(), isTaken);
         QCOMPARE(m_fixture->rows(), isTaken ? 3 : -1);
         QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+    }
+
+    void keepsSelectionAndPlaceWhenATableIsRefreshed()
+    {
+        QVERIFY(openNumbers());
+        TablePage *page = m_fixture->window().page();
+        QTableView *view = page->view();
+        m_fixture->clickTitle(0); // ascending
+        m_fixture->clickTitle(0); // descending
+        QVERIFY(m_fixture->settle());
+        view->scrollTo(view->model()->index(300, 0), QAbstractItemView::PositionAtTop);
+        m_fixture->clickCell(305, 1);
+        const auto name = [view](int row) { return view->model()->index(row, 1).data().toString(); };
+        const auto top = [view, name] { return name(view->rowAt(1)); };
+        QCOMPARE(name(305), u"n194"_s);
+        QCOMPARE(top(), u"n199"_s);
+        const QString asOf = label(u"asOf"_s)->text();
+        QVERIFY(asOf.startsWith(u"По состоянию на "_s));
+        QTRY_VERIFY(QTime::currentTime().second() % 10 != asOf.back().digitValue());
+
+        change({u"DELETE FROM t WHERE id >= 400"_s, u"UPDATE t SET name = 'changed' WHERE id = 194"_s,
+                u"INSERT INTO t VALUES (1000, 'new'), (1001, 'new')"_s});
+        pressRefresh();
+        QVERIFY(m_fixture->settle());
+
+        QTRY_COMPARE(m_fixture->rows(), 402);
+        QCOMPARE(m_fixture->window().page(), page);
+        QCOMPARE(name(view->currentIndex().row()), u"changed"_s);
+        QCOMPARE(view->selectionModel()->selectedIndexes(), QModelIndexList{view->currentIndex()});
+        QCOMPARE(top(), u"n199"_s);
+        QCOMPARE(label(u"rows"_s)->text(), u"Показано строк: 402 из 402"_s);
+        QCOMPARE(message(), u"Строк добавлено: 2, удалено: 100, изменено: 1"_s);
+        QVERIFY(label(u"asOf"_s)->text() != asOf);
+        QVERIFY(label(u"activity"_s)->isHidden());
+
+        pressRefresh();
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(message(), u"Изменений нет"_s);
+    }
+
+    void loadsATableAgainThatHasOtherColumns()
+    {
+        QVERIFY(openNumbers());
+        m_fixture->clickCell(3, 1);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_H, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
+
+        change({u"ALTER TABLE t ADD COLUMN more TEXT DEFAULT 'x'"_s});
+        pressRefresh();
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->window().page()->model()->columnCount(), 3);
+        QCOMPARE(m_fixture->rows(), 499); // the filter is kept
+        QCOMPARE(message(), u"Столбцы таблицы t изменились, она загружена заново"_s);
+        QVERIFY(m_fixture->window().page()->view()->hasFocus());
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+    }
+
+    void refreshesByItselfAndSaysOnceThatTheSourceIsAway()
+    {
+        m_fixture->store().setValue(u"window/refresh"_s, 1);
+        m_fixture->makeWindow();
+        QVERIFY(openNumbers());
+        MessageBar *bar = m_fixture->window().messageBar();
+        const QString file = m_fixture->path(u"n.sqlite"_s);
+
+        change({u"DELETE FROM t WHERE id > 5"_s});
+        QTRY_COMPARE(m_fixture->rows(), 6);
+        QCOMPARE(message(), QString());
+
+        QVERIFY(QFile::rename(file, file + u".away"_s));
+        const QStringList away{u"Не удалось обновить: Файла «%1» нет"_s.arg(file)};
+        QTRY_COMPARE(bar->messages(), away);
+        bar->showMessages({});
+        const QString asOf = label(u"asOf"_s)->text();
+        pressRefresh();
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(bar->messages(), away);
+        QCOMPARE(m_fixture->rows(), 6);
+        QCOMPARE(label(u"asOf"_s)->text(), asOf);
+
+        QVERIFY(QFile::rename(file + u".away"_s, file));
+        QTRY_COMPARE(bar->messages(), QStringList());
+        QCOMPARE(message(), u"Источник снова доступен"_s);
+    }
+
+    void keepsTheIntervalOfRefreshing()
+    {
+        QCOMPARE(m_fixture->store().value(u"window/refresh"_s), QVariant());
+        for (const QString &name : {u"5"_s, u"300"_s, u"off"_s}) {
+            action(u"interval-"_s + name)->trigger();
+            QCOMPARE(m_fixture->store().value(u"window/refresh"_s).toString(), name);
+            auto *menu = qobject_cast<QMenu *>(action(u"interval-"_s + name)->parent());
+            QVERIFY(menu);
+            menu->popup(QPoint());
+            QVERIFY(action(u"interval-"_s + name)->isChecked());
+            menu->close();
+        }
+        QVERIFY(!action(u"refresh"_s)->isEnabled());
+    }
+
+    void refusesToRefreshWhileATableIsLoaded()
+    {
+        QVERIFY(openNumbers());
+        m_fixture->window().openSample();
+        pressRefresh();
+        QCOMPARE(message(), u"Обновить можно, когда закончится то, что начато"_s);
+        QVERIFY(m_fixture->settle());
     }
 };
 

@@ -53,6 +53,31 @@ private:
     }
 
 private Q_SLOTS:
+    void refreshesTheSessionsWithTheTable()
+    {
+        QVERIFY(openSessions(false));
+        QTest::keyClick(&m_fixture->window(), Qt::Key_L, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
+        QTRY_COMPARE(m_fixture->rows(), 2);
+
+        m_fixture->makeDatabase(u"sessions.sqlite"_s, {u"INSERT INTO sessions VALUES (1, 3)"_s,
+                                                       u"INSERT INTO quotes VALUES (1, 3), (2, 3)"_s});
+        QTest::keyClick(&m_fixture->window(), Qt::Key_F5);
+        QVERIFY(m_fixture->settle());
+
+        // All but the new session of the first security.
+        QTRY_COMPARE(m_fixture->rows(), 4);
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+
+        // Sessions of another shape are loaded again, too.
+        m_fixture->makeDatabase(u"sessions.sqlite"_s, {u"ALTER TABLE sessions ADD COLUMN x INTEGER"_s,
+                                                       u"INSERT INTO sessions VALUES (2, 3, 0)"_s});
+        QTest::keyClick(&m_fixture->window(), Qt::Key_F5);
+        QVERIFY(m_fixture->settle());
+        QTRY_COMPARE(m_fixture->rows(), 3);
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+    }
+
     void switchesTheSessionFilter()
     {
         QVERIFY(m_fixture->openSample(u"securities"_s));
