@@ -475,6 +475,34 @@ private Q_SLOTS:
         QCOMPARE(answers, QStringList({u"cancelled"_s, u"failed"_s}));
     }
 
+    void aRefreshBringsInWhatHasChanged()
+    {
+        const QString fileName = makeSqliteFile(file(u"live.sqlite"_s),
+                                                {u"CREATE TABLE quotes (id INTEGER PRIMARY KEY, price INT)"_s,
+                                                 u"INSERT INTO quotes VALUES (1, 255), (2, 161)"_s});
+        SourceConnection connection;
+        QObject::connect(&connection, &SourceConnection::opened, &connection,
+                         [&] { connection.load({u"quotes"_s}); });
+        connection.open(SourceLocation::fromFile(fileName));
+        QTRY_COMPARE(connection.loadedTables(), QStringList(u"quotes"_s));
+        MemoryTable *table = MemoryDatabase::instance().table(u"quotes"_s);
+        auto model = std::make_unique<TableModel>(*table, QList<int>{0, 1});
+        QString told;
+        makeSqliteFile(fileName, {u"INSERT INTO quotes VALUES (3, 6500)"_s});
+
+        model->follow(&table->changes());
+        QObject::connect(&connection, &SourceConnection::refreshed, &connection,
+                         [&](const QList<SourceConnection::RefreshedTable> &tables) {
+                             told = u"%1 rows are new"_s.arg(tables.first().counts.added);
+                         });
+        connection.refresh({u"quotes"_s});
+
+        QTRY_COMPARE(told, u"1 rows are new"_s);
+        QTRY_COMPARE(model->rowCount(), 3);
+        model.reset();
+        connection.closeTables();
+    }
+
     // settings.md
 
     void aMergeAnnouncesRowsUnderAParentOfItsOwn()
