@@ -18,8 +18,8 @@
 namespace sito {
 
 /// A source of tables, an SQLite file or a database server, that is read in threads of its own. Nothing here
-/// blocks the thread that uses it, except the destructor and, for up to a tenth of a second, what ends a
-/// refresh().
+/// blocks the thread that uses it, except the destructor and, for a moment, what ends a refresh(): a tenth of
+/// a second at most, or as long as it takes to remove rows from a table.
 ///
 /// **Operations.** Each open(), load() and refresh() is answered later, from the event loop, by exactly one
 /// signal: its own (opened(), loaded() or refreshed()), failed(), or cancelled(). One operation runs at a

@@ -120,7 +120,10 @@ void TableRefresh::Private::makeIndex()
         throwIfStopped(place);
         index.push_back(quint64(bits.hash(table, rows[place], keys)) << 32 | place);
     }
-    std::sort(index.begin(), index.end());
+    std::sort(index.begin(), index.end(), [this, count = size_t(0)](quint64 a, quint64 b) mutable {
+        throwIfStopped(++count);
+        return a < b;
+    });
     skip.resize(index.size());
     std::iota(skip.begin(), skip.end(), 1);
 }

@@ -809,10 +809,16 @@ private Q_SLOTS:
         execute(u"SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE pid <> pg_backend_pid() "
                 "AND backend_type = 'client backend'"_s);
         execute(u"INSERT INTO k VALUES ('newer', 8, 8)"_s);
-        QLoggingCategory::setFilterRules(u"database.exception=false"_s);
-        QVERIFY(refreshed(u"k"_s, true).startsWith(u"failed "_s));
         QCOMPARE(refreshed(u"k"_s, true), u"refreshed k +1 -0 ~0"_s);
+
+        m_database.reset();
+        m_writer.reset();
+        m_server.stop();
+        QLoggingCategory::setFilterRules(u"database.exception=false"_s);
+        QVERIFY(refreshed(u"k"_s, true).startsWith(u"failed Не удалось открыть "_s));
         QLoggingCategory::setFilterRules({});
+        QCOMPARE(m_server.restart(), QString());
+        QCOMPARE(refreshed(u"k"_s, true), u"refreshed k +0 -0 ~0"_s);
     }
 
     void cancelsWithoutWaitingForASilentServer()
