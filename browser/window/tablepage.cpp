@@ -2,6 +2,7 @@
 #include <browser/window/tablepage.h>
 
 #include <browser/parts/noticebar.h>
+#include <browser/window/changemarks.h>
 #include <browser/window/pageactions.h>
 
 #include <hostkit/filters/filterlist.h>
@@ -64,6 +65,7 @@ TablePage::TablePage(MemoryTable &table, PageActions &actions, QWidget *parent)
     layout->addWidget(m_view);
     setFocusProxy(m_view);
     m_view->follow(&table.changes());
+    m_view->setItemDelegate(new ChangeMarks(*model(), table.changes(), *m_view));
 
     connect(m_view, &FilteredTableView::selectionDropped, this, &TablePage::selectionDropped);
     connect(m_view, &FilteredTableView::headerMenuRequested, this, &TablePage::showHeaderMenu);

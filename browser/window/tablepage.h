@@ -19,7 +19,7 @@ class NoticeBar;
 class PageActions;
 
 /// One table of the source: its rows in a view, its filters, and the menus of cells and columns. It follows
-/// what changes in the table.
+/// what changes in the table, and marks it for a moment.
 ///
 /// When a pass was interrupted or failed, a notice above the rows says that they are not what the filters and
 /// the sorting say, until a pass is shown; its button starts one.

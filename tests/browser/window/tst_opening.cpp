@@ -171,6 +171,32 @@ private Q_SLOTS:
         QCOMPARE(message(), u"Изменений нет"_s);
     }
 
+    void marksForAMomentWhatHasChanged()
+    {
+        Look::apply(Look::Scheme::Dark);
+        QVERIFY(openNumbers());
+        const TablePage *page = m_fixture->window().page();
+        QTableView *view = page->view();
+        const auto color = [view](int row, int section) {
+            const QRect cell = view->visualRect(view->model()->index(row, section));
+            return view->viewport()->grab(cell).toImage().pixelColor(2, 2);
+        };
+        const QList<QColor> before{color(3, 0), color(3, 1), color(5, 1)};
+        QList<QColor> marked;
+        QObject::connect(page->model(), &TableModel::changesShown, view, [&marked, color] {
+            marked = {color(3, 0), color(3, 1), color(5, 1)};
+        });
+
+        change({u"UPDATE t SET name = 'changed' WHERE id = 3"_s});
+        pressRefresh();
+
+        QTRY_COMPARE(marked.size(), 3);
+        QCOMPARE(marked.at(0), before.at(0));
+        QVERIFY(marked.at(1) != before.at(1));
+        QCOMPARE(marked.at(2), before.at(2));
+        QTRY_COMPARE(color(3, 1), before.at(1));
+    }
+
     void loadsATableAgainThatHasOtherColumns()
     {
         QVERIFY(openNumbers());
