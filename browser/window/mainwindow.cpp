@@ -167,6 +167,14 @@ void MainWindow::connectWorkspace()
     connect(m_workspace, &Workspace::opened, this, &MainWindow::onOpened);
     connect(m_workspace, &Workspace::tableLoaded, this, &MainWindow::onTableLoaded);
     connect(m_workspace, &Workspace::tableFailed, m_tableList, &TableList::setProblem);
+    connect(m_workspace, &Workspace::refreshed, this,
+            [this](const QList<SourceConnection::RefreshedTable> &tables) {
+                for (const SourceConnection::RefreshedTable &table : tables) {
+                    if (!table.isReshaped)
+                        m_tableList->setRowCount(table.name,
+                                                 MemoryDatabase::instance().table(table.name)->rowCount());
+                }
+            });
     connect(m_workspace, &Workspace::failed, this, &MainWindow::report);
     connect(m_workspace, &Workspace::refused, this,
             [this](const QString &message) { tell(message, longMessage); });

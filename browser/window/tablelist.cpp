@@ -107,6 +107,16 @@ void TableList::setProblem(const QString &name, const QString &problem)
     }
 }
 
+void TableList::setRowCount(const QString &name, qint64 count)
+{
+    for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
+        if (m_tables.at(i).name != name || m_tables.at(i).rowCount == count)
+            continue;
+        m_tables[i].rowCount = count;
+        fillItem(*m_tree->topLevelItem(i), m_tables.at(i));
+    }
+}
+
 void TableList::narrow()
 {
     for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {

@@ -162,6 +162,7 @@ private Q_SLOTS:
         QCOMPARE(view->selectionModel()->selectedIndexes(), QModelIndexList{view->currentIndex()});
         QCOMPARE(top(), u"n199"_s);
         QCOMPARE(label(u"rows"_s)->text(), u"Показано строк: 402 из 402"_s);
+        QCOMPARE(tree()->topLevelItem(0)->text(1), u"402"_s);
         QCOMPARE(message(), u"Строк добавлено: 2, удалено: 100, изменено: 1"_s);
         QVERIFY(label(u"asOf"_s)->text() != asOf);
         QVERIFY(label(u"activity"_s)->isHidden());
@@ -227,6 +228,15 @@ private Q_SLOTS:
         QTRY_COMPARE(m_fixture->rows(), 6);
         QCOMPARE(message(), QString());
 
+        // Not while the user is in a menu.
+        QMenu *menu = m_fixture->openCellMenu(0, 0);
+        QVERIFY(menu);
+        change({u"DELETE FROM t WHERE id = 5"_s});
+        QTest::qWait(1500);
+        QCOMPARE(m_fixture->rows(), 6);
+        menu->close();
+        QTRY_COMPARE(m_fixture->rows(), 5);
+
         QVERIFY(QFile::rename(file, file + u".away"_s));
         const QStringList away{u"Не удалось обновить: Файла «%1» нет"_s.arg(file)};
         QTRY_COMPARE(bar->messages(), away);
@@ -235,7 +245,7 @@ private Q_SLOTS:
         pressRefresh();
         QVERIFY(m_fixture->settle());
         QCOMPARE(bar->messages(), away);
-        QCOMPARE(m_fixture->rows(), 6);
+        QCOMPARE(m_fixture->rows(), 5);
         QCOMPARE(label(u"asOf"_s)->text(), asOf);
 
         QVERIFY(QFile::rename(file + u".away"_s, file));
