@@ -25,7 +25,7 @@ constexpr qint64 reportedRows = 4096;
 
 /// The columns by which rows are told apart; none where those of the primary key need not differ, because
 /// values are absent or shown in short.
-QList<int> keyColumns(const TableShape &shape)
+QList<int> keysOf(const TableShape &shape)
 {
     QList<int> keys;
     for (qsizetype i = 0; i < shape.declared.size(); ++i) {
@@ -148,8 +148,7 @@ bool SourceRefresh::readRows(const TableSource &origin, const TableSource::Table
     {
         const std::lock_guard guard(m_mutex);
         stop.throwIfStopped();
-        reading.refresh =
-            std::make_unique<TableRefresh>(*reading.table, keyColumns(*reading.known.shape), stop);
+        reading.refresh = std::make_unique<TableRefresh>(*reading.table, keysOf(*reading.known.shape), stop);
     }
     std::vector<SourceColumn> columns = reading.known.shape->columns;
     const auto rows = origin.rows(table, reading.known.shape->declared, columns);

@@ -26,7 +26,7 @@ namespace {
 
 /// How long the lock of the table is held at a time, in milliseconds; and after how many rows that is asked.
 constexpr qint64 longestHold = 2;
-constexpr qsizetype rowsAtOnce = 16;
+constexpr qsizetype rowsBetweenLooks = 16;
 /// How many rows are looked at between two questions whether to stop, or wait to be freed.
 constexpr size_t fewRows = 1024;
 
@@ -173,7 +173,7 @@ void TableRefresh::Private::inSlices(qsizetype count,
             QElapsedTimer timer;
             timer.start();
             while (done < count && timer.elapsed() < longestHold) {
-                const qsizetype next = std::min(count, done + rowsAtOnce);
+                const qsizetype next = std::min(count, done + rowsBetweenLooks);
                 work(done, next);
                 done = next;
             }
