@@ -22,8 +22,8 @@ class ChangeMarks : public QStyledItemDelegate, private TableListener
 {
     Q_OBJECT
 public:
-    /// For \a view, the parent, which shows \a model, which follows \a changes. Neither of these is owned; both
-    /// must outlive the object.
+    /// For \a view, the parent, which shows \a model, which follows \a changes. Neither of these is owned;
+    /// both must outlive the object.
     ChangeMarks(const TableModel &model, TableChanges &changes, QAbstractItemView &view);
     ~ChangeMarks() override;
 
