@@ -174,7 +174,10 @@ void MainWindow::connectWorkspace()
                         m_tableList->setRowCount(table.name,
                                                  MemoryDatabase::instance().table(table.name)->rowCount());
                 }
+                updateAsOf();
+                checkSettled();
             });
+    connect(m_workspace, &Workspace::refreshFailed, this, &MainWindow::checkSettled);
     connect(m_workspace, &Workspace::failed, this, &MainWindow::report);
     connect(m_workspace, &Workspace::refused, this,
             [this](const QString &message) { tell(message, longMessage); });
@@ -387,12 +390,17 @@ void MainWindow::updateState()
     const QString coming = m_workspace->comingTable();
     m_tableList->setCurrent(coming.isEmpty() ? tableName() : coming);
     m_status->showRows(page() ? page()->model() : nullptr);
-    m_status->showAsOf(page() ? m_workspace->asOf(tableName()) : QDateTime());
+    updateAsOf();
     updateActivity();
     updateEmptyText();
     updateTitle();
     updateActions();
     checkSettled();
+}
+
+void MainWindow::updateAsOf()
+{
+    m_status->showAsOf(page() ? m_workspace->asOf(tableName()) : QDateTime());
 }
 
 void MainWindow::updateActivity()

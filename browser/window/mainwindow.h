@@ -104,6 +104,7 @@ private:
     QString tableName() const;
     /// Brings everything that shows a state up to date.
     void updateState();
+    void updateAsOf();
     void updateActivity();
     void updateActions();
     void updateEmptyText();

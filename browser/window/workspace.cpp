@@ -125,10 +125,13 @@ void Workspace::refresh(const QString &name, bool byItself)
 
 void Workspace::begin(Operation operation, const std::function<void()> &start)
 {
+    const bool isTold = !operation.activity.isEmpty();
     m_operations.push_back(std::move(operation));
-    Q_EMIT progress(-1);
+    if (isTold)
+        Q_EMIT progress(-1);
     start();
-    Q_EMIT changed();
+    if (isTold)
+        Q_EMIT changed();
 }
 
 Workspace::Operation Workspace::takeOperation()
@@ -184,10 +187,11 @@ void Workspace::onLoaded()
 
 void Workspace::onRefreshed(const QList<SourceConnection::RefreshedTable> &tables)
 {
-    takeOperation();
+    const Operation operation = takeOperation();
     Q_EMIT refreshed(tables);
     serveWaiting();
-    Q_EMIT changed();
+    if (!operation.activity.isEmpty())
+        Q_EMIT changed();
 }
 
 void Workspace::onFailed(const QString &message)
@@ -212,7 +216,8 @@ void Workspace::onFailed(const QString &message)
         finishWaiting();
     }
     serveWaiting();
-    Q_EMIT changed();
+    if (!operation.activity.isEmpty())
+        Q_EMIT changed();
 }
 
 void Workspace::onCancelled()

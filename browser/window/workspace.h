@@ -122,7 +122,8 @@ Q_SIGNALS:
     void interrupted();
     /// How much of the table is loaded, in thousandths; -1 when it is not known.
     void progress(int thousandths);
-    /// Something began or ended; comes after the signal that says what.
+    /// Something began or ended, other than a refresh that the user has not asked for; comes after the signal
+    /// that says what.
     void changed();
 
 private:

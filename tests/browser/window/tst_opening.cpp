@@ -36,6 +36,7 @@ private:
     {
         return m_fixture->makeDatabase(
             u"n.sqlite"_s, {u"CREATE TABLE t (id INTEGER PRIMARY KEY, name TEXT NOT NULL)"_s,
+                            u"CREATE TABLE u (id INTEGER)"_s,
                             u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n "
                             "WHERE i < 499) SELECT i, 'n' || i FROM n"_s});
     }
@@ -224,9 +225,12 @@ private Q_SLOTS:
         MessageBar *bar = m_fixture->window().messageBar();
         const QString file = m_fixture->path(u"n.sqlite"_s);
 
+        tree()->setCurrentItem(tree()->topLevelItem(1));
         change({u"DELETE FROM t WHERE id > 5"_s});
         QTRY_COMPARE(m_fixture->rows(), 6);
         QCOMPARE(message(), QString());
+        QTRY_COMPARE(tree()->topLevelItem(0)->text(1), u"6"_s);
+        QCOMPARE(tree()->currentItem()->text(0), u"u"_s);
 
         // Not while the user is in a menu.
         QMenu *menu = m_fixture->openCellMenu(0, 0);
