@@ -91,9 +91,9 @@ public:
     /// that came from elsewhere makes it fail.
     void load(const QStringList &tables);
     /// Brings \a tables, which were loaded from the source that is open, up to date. With \a ifChanged, only
-    /// those are read in which something may have changed: none of an SQLite file or a PostgreSQL server in
-    /// which nobody has changed anything since; but views, foreign tables and the tables of other databases
-    /// always. After cancel() and failed(), a part of the changes may be in the tables.
+    /// those are read in which something may have changed: none of a file or a PostgreSQL server in which
+    /// nobody has changed anything since; but views, foreign tables and the tables of other servers always.
+    /// After cancel() and failed(), a part of the changes may be in the tables.
     void refresh(const QStringList &tables, bool ifChanged = false);
     /// Cancels the operation under way, if any: cancelled() is emitted in place of its own signal, even if it
     /// was about to end. A statement that the driver cannot stop goes on for a while, but nothing waits for

@@ -4,12 +4,14 @@
 
 #include <hostkit/parallel/stopsource.h>
 
+#include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
 #include <support/foundtables.h>
 #include <support/loadedtables.h>
 #include <support/mariadbserver.h>
+#include <support/sourcereader.h>
 
 #include <QScopeGuard>
 #include <QSqlDatabase>
@@ -245,6 +247,29 @@ private Q_SLOTS:
         location.password.clear();
 
         QVERIFY(TableLoader(location).isAlive());
+    }
+
+    void refreshesByThePrimaryKey()
+    {
+        execute("CREATE TABLE fresh (t text, a int, b varchar(5), PRIMARY KEY (b, a)); "
+                "INSERT INTO fresh VALUES ('x', 1, 'b'), ('y', 2, 'b'), ('z', 1, 'c');");
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"fresh"_s}));
+        const auto refreshed = [&reader] {
+            reader.recorder.take();
+            reader.connection.refresh({u"fresh"_s}, true);
+            return reader.settle() ? reader.recorder.take().join(u'\n') : QString();
+        };
+        QCOMPARE(refreshed(), u"refreshed fresh +0 -0 ~0"_s);
+
+        execute("UPDATE fresh SET t = NULL WHERE a = 2; DELETE FROM fresh WHERE t = 'x'; "
+                "INSERT INTO fresh VALUES ('new', 7, 'd');");
+
+        QCOMPARE(refreshed(), u"refreshed fresh +1 -1 ~1"_s);
+        QCOMPARE(texts(*MemoryDatabase::instance().table(u"fresh"_s)),
+                 (QStringList{u"NULL | 2 | b"_s, u"z | 1 | c"_s, u"new | 7 | d"_s}));
+        reader.connection.closeTables();
+        execute("DROP TABLE fresh;");
     }
 
     /// Last: it starts the server again.

@@ -489,6 +489,33 @@ private Q_SLOTS:
             QCOMPARE(sorted(texts(table(name))), freshTexts(name));
     }
 
+    void readsAFileOfTextsAgain()
+    {
+        const QString name = m_directory->filePath(u"prices.csv"_s);
+        const auto write = [&name](const QByteArray &content) {
+            QFile file(name);
+            return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+        };
+        QVERIFY(write("id,name,price\n1,a,1.25\n2,b,2.5\n"));
+        QVERIFY(m_reader->read(SourceLocation::fromFile(name), {u"prices"_s}));
+        QCOMPARE(refreshed({u"prices"_s}, true), QStringList(u"refreshed prices +0 -0 ~0"_s));
+        QVERIFY(!hasRead());
+
+        QVERIFY(write("id,name,price\n2,b,2.5\n3,c,3.75\n10,x,1\n"));
+        QCOMPARE(refreshed({u"prices"_s}, true), QStringList(u"refreshed prices +2 -1 ~0"_s));
+        QCOMPARE(texts(table(u"prices"_s)),
+                 (QStringList{u"2 | b | 2.50"_s, u"3 | c | 3.75"_s, u"10 | x | 1.00"_s}));
+
+        QVERIFY(write("id,name,price\n2,b,2.5\n3,c,many\n"));
+        QCOMPARE(refreshed({u"prices"_s}, true), QStringList(u"refreshed prices reshaped"_s));
+        QVERIFY(write("id,name\n2,b\n"));
+        QCOMPARE(refreshed({u"prices"_s}, true), QStringList(u"refreshed prices reshaped"_s));
+        QVERIFY(QFile::remove(name));
+        expectExceptions();
+        QVERIFY(refreshed({u"prices"_s}, true).constFirst().startsWith(u"failed "_s));
+        QCOMPARE(table(u"prices"_s).rowCount(), 3);
+    }
+
     void refusesTablesThatAreNotLoaded()
     {
         QCOMPARE(refreshed({u"a"_s}), QStringList(u"failed База данных не открыта"_s));
