@@ -837,6 +837,13 @@ Open an SQLite or CSV file, or drop one here.</translation>
     </message>
 </context>
 <context>
+    <name>sito::SourceCommands</name>
+    <message>
+        <source>Не удалось открыть окно: %1</source>
+        <translation>The window could not be opened: %1</translation>
+    </message>
+</context>
+<context>
     <name>sito::TableList</name>
     <message>
         <source>%1, строк: %2, столбцов: %3</source>
@@ -1036,6 +1043,14 @@ Open an SQLite or CSV file, or drop one here.</translation>
     <message>
         <source>Открыть базу данных SQLite или файл CSV</source>
         <translation>Open an SQLite database or a CSV file</translation>
+    </message>
+    <message>
+        <source>&amp;Новое окно</source>
+        <translation>&amp;New Window</translation>
+    </message>
+    <message>
+        <source>Ещё одно окно с этой таблицей; фильтры в нём свои</source>
+        <translation>One more window with this table; it has its own filters</translation>
     </message>
 </context>
 <context>

@@ -128,6 +128,7 @@ void MainWindow::connectActions()
     on(m_actions->openFile, [this] { m_sources->askFile(); });
     on(m_actions->openServer, [this] { m_sources->askServer(); });
     on(m_actions->openSample, [this] { m_sources->openSample(); });
+    on(m_actions->newWindow, [this] { m_sources->openWindow(tableName()); });
     on(m_actions->refresh, [this] { refresh(); });
     on(m_actions->quit, [this] { close(); });
     on(m_actions->settings, [this] { m_settings->show(); });

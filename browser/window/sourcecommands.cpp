@@ -7,9 +7,14 @@
 
 #include <sources/openserverdialog.h>
 
+#include <QCoreApplication>
 #include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
 
 namespace sito {
+
+using namespace Qt::StringLiterals;
 
 SourceCommands::SourceCommands(Workspace &workspace, const RecentMenu &recent, QWidget &window)
     : Commands(window), m_workspace(workspace)
@@ -42,6 +47,27 @@ void SourceCommands::askFile()
     const bool isBeside = !m_workspace.isSample() && current.isFile() && !current.file.isEmpty();
     Questions::askFile(window(), isBeside ? QFileInfo(current.file).absolutePath() : QString(),
                        [this](const QString &file) { m_workspace.open(SourceLocation::fromFile(file)); });
+}
+
+void SourceCommands::openWindow(const QString &table)
+{
+    QStringList arguments;
+    if (m_workspace.isOpen() && !m_workspace.isSample())
+        arguments.append(m_workspace.sourceKey());
+    if (!table.isEmpty())
+        arguments.append({u"--table"_s, table});
+    QProcess browser;
+    browser.setProgram(QCoreApplication::applicationFilePath());
+    browser.setArguments(arguments);
+    // An argument could be read by every user of the machine.
+    if (const QString password = m_workspace.location().password; !password.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        const bool isPostgres = m_workspace.location().driver == "QPSQL"_L1;
+        environment.insert(isPostgres ? u"PGPASSWORD"_s : u"MYSQL_PWD"_s, password);
+        browser.setProcessEnvironment(environment);
+    }
+    if (!browser.startDetached())
+        Q_EMIT failed(tr("Не удалось открыть окно: %1").arg(browser.errorString()));
 }
 
 void SourceCommands::askServer(const SourceLocation &location)

@@ -27,6 +27,9 @@ public:
     void openSample(const ShowRequest &request = {});
     void openText(const QString &text, const ShowRequest &request = {});
     void askFile();
+    /// Shows \a table, if it is not empty, of the source that is open in another window: a program of its
+    /// own, with its own filters and the same store.
+    void openWindow(const QString &table);
     /// Asks for a server, beginning with \a location if it has a driver. Asks again, with what was entered,
     /// when that cannot be opened.
     void askServer(const SourceLocation &location = {});

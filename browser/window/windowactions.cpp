@@ -42,6 +42,10 @@ ActionTable<WindowActions> windowActionTable()
           QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть базу данных на сервере")}},
         {&W::openSample,
          {"openSample", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &пример")}},
+        {&W::newWindow,
+         {"newWindow", std::nullopt, QKeySequence::New,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "&Новое окно"), nullptr,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Ещё одно окно с этой таблицей; фильтры в нём свои")}},
         {&W::refresh,
          {"refresh", std::nullopt, u"F5"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "О&бновить"), nullptr,
           QT_TRANSLATE_NOOP("sito::WindowActions", "Прочитать таблицу заново; выделение и место остаются")}},
@@ -83,6 +87,7 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
     m_recentMenu = parts.recent;
     m_fileMenu->addMenu(m_recentMenu);
     m_fileMenu->addAction(openSample);
+    m_fileMenu->addAction(newWindow);
     m_fileMenu->addSeparator();
     m_fileMenu->addAction(refresh);
     m_intervalMenu = new ChoiceMenu(

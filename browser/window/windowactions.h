@@ -43,6 +43,7 @@ public:
     QAction *openFile = nullptr;
     QAction *openServer = nullptr;
     QAction *openSample = nullptr;
+    QAction *newWindow = nullptr;
     QAction *refresh = nullptr;
     QAction *quit = nullptr;
     QAction *goTables = nullptr;

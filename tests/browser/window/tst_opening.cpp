@@ -4,10 +4,12 @@
 
 #include <hostkit/views/filterpanel.h>
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QDropEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QScopeGuard>
 #include <QStatusBar>
 #include <QTime>
 #include <QUrl>
@@ -272,6 +274,28 @@ private Q_SLOTS:
         QVERIFY(!action(u"refresh"_s)->isEnabled());
     }
 
+    void opensAnotherWindowOfTheSameTable()
+    {
+        const QString told = m_fixture->path(u"told"_s);
+        const auto arguments = [&] {
+            action(u"newWindow"_s)->trigger();
+            const bool isTold = QTest::qWaitFor([&] { return QFile::exists(told + u".done"_s); }, 30'000);
+            const QString text = QString::fromUtf8(contentOf(told + u".done"_s));
+            QFile::remove(told + u".done"_s);
+            return isTold ? text : u"nothing was started"_s;
+        };
+        qputenv("SITO_TEST_TOLD", told.toUtf8());
+        const auto end = qScopeGuard([] { qunsetenv("SITO_TEST_TOLD"); });
+
+        QCOMPARE(arguments(), QString());
+        QVERIFY(openSmall());
+        QCOMPARE(arguments(), u"sqlite:"_s + m_fixture->path(u"small.sqlite"_s) + u"\n--table\nt"_s);
+        m_fixture->window().openSample({.table = u"sessions"_s});
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(arguments(), u"--table\nsessions"_s);
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+    }
+
     void refusesToRefreshWhileATableIsLoaded()
     {
         QVERIFY(openNumbers());
@@ -282,5 +306,19 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(tst_Opening)
+/// In a test the program that is started for another window is this one: it writes what it was told.
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    QFile told(qEnvironmentVariable("SITO_TEST_TOLD"));
+    if (!told.fileName().isEmpty() && told.open(QIODevice::WriteOnly)) {
+        told.write(QCoreApplication::arguments().sliced(1).join(u'\n').toUtf8());
+        told.close();
+        return told.rename(told.fileName() + u".done"_s) ? 0 : 1;
+    }
+    tst_Opening test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_opening.moc"
