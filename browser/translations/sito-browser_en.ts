@@ -1045,7 +1045,7 @@ Open an SQLite or CSV file, or drop one here.</translation>
         <translation>Open an SQLite database or a CSV file</translation>
     </message>
     <message>
-        <source>&amp;Новое окно</source>
+        <source>Но&amp;вое окно</source>
         <translation>&amp;New Window</translation>
     </message>
     <message>

@@ -44,7 +44,7 @@ ActionTable<WindowActions> windowActionTable()
          {"openSample", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::WindowActions", "Открыть &пример")}},
         {&W::newWindow,
          {"newWindow", std::nullopt, QKeySequence::New,
-          QT_TRANSLATE_NOOP("sito::WindowActions", "&Новое окно"), nullptr,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Но&вое окно"), nullptr,
           QT_TRANSLATE_NOOP("sito::WindowActions", "Ещё одно окно с этой таблицей; фильтры в нём свои")}},
         {&W::refresh,
          {"refresh", std::nullopt, u"F5"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "О&бновить"), nullptr,
