@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int rowsAtOnce = 32'768;
+constexpr int rowsOfAPortion = 32'768;
 
 /// The double whose shortest text is that of the float \a number.
 double shortestDouble(double number)
@@ -47,18 +47,18 @@ bool MysqlRows::readPortion(const QString &condition)
     return query().exec(m_key.isEmpty()
                             ? statement()
                             : statement() + condition +
-                                  u" ORDER BY %1 LIMIT %2"_s.arg(m_key, QString::number(rowsAtOnce)));
+                                  u" ORDER BY %1 LIMIT %2"_s.arg(m_key, QString::number(rowsOfAPortion)));
 }
 
 bool MysqlRows::next()
 {
     if (!query().next()) {
-        if (m_key.isEmpty() || m_rows < rowsAtOnce ||
+        if (m_key.isEmpty() || m_rows < rowsOfAPortion ||
             !readPortion(u" WHERE %1 > %2"_s.arg(m_key, m_lastKey)) || !query().next())
             return false;
     }
     // Digits and a sign: the key is a whole number.
-    if (!m_key.isEmpty() && ++m_rows == rowsAtOnce)
+    if (!m_key.isEmpty() && ++m_rows == rowsOfAPortion)
         m_lastKey = SqlRows::value(query().record().count() - 1).toString();
     return true;
 }
