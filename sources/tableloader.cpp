@@ -53,8 +53,8 @@ struct TableLoader::Private
     bool read(Source &source, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
     /// Of a loader that made it; the origin reads from it.
-    const std::unique_ptr<SourceDatabase> database;
-    const std::unique_ptr<TableSource> origin;
+    std::unique_ptr<SourceDatabase> database = nullptr;
+    std::unique_ptr<TableSource> origin = nullptr;
     ProgressFunction progress = {};
     qint64 interval = 4096;
     bool isStrict = false;
@@ -69,14 +69,14 @@ struct TableLoader::Private
 std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLocation &location,
                                                                  const parallel::StopToken &stop)
 {
+    auto opened = std::make_unique<Private>();
     if (location.isCsv()) {
-        return std::unique_ptr<Private>(
-            new Private{.database = nullptr, .origin = std::make_unique<CsvSource>(location, stop)});
+        opened->origin = std::make_unique<CsvSource>(location, stop);
+    } else {
+        opened->database = std::make_unique<SourceDatabase>(location);
+        opened->origin = SqlDialect::create(opened->database->connection());
     }
-    auto database = std::make_unique<SourceDatabase>(location);
-    auto dialect = SqlDialect::create(database->connection());
-    return std::unique_ptr<Private>(
-        new Private{.database = std::move(database), .origin = std::move(dialect)});
+    return opened;
 }
 
 TableSource::Table TableLoader::Private::require(const QString &table) const

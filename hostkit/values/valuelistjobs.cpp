@@ -102,26 +102,29 @@ bool ValueListJobs::event(QEvent *event)
     return true;
 }
 
-void ValueListJobs::recount(const ValueCount::Source &given, const ValueChoice &choice, const QString &needle)
+void ValueListJobs::recount(const ValueCount::Source &source, const ValueChoice &choice,
+                            const QString &needle)
 {
-    ValueCount::Source source = given;
-    source.watch = m_watch;
     if (m_watch)
         m_watch->rearm();
     m_counting->start<Recount>(
-        [source, choice, needle](const parallel::Context &context) {
+        [source = watched(source), choice, needle](const parallel::Context &context) {
             return countAgain(source, choice, needle, context);
         },
         [this](const Recount &recount) { Q_EMIT recounted(recount); },
         [this](const std::exception_ptr &failure) { Q_EMIT countFailed(exceptionText(failure)); });
 }
 
-void ValueListJobs::count(const ValueCount::Source &given)
+ValueCount::Source ValueListJobs::watched(ValueCount::Source source) const
 {
-    ValueCount::Source source = given;
     source.watch = m_watch;
+    return source;
+}
+
+void ValueListJobs::count(const ValueCount::Source &source)
+{
     m_counting->start<Values>(
-        [source](const parallel::Context &context) { return countValues(source, context); },
+        [source = watched(source)](const parallel::Context &context) { return countValues(source, context); },
         [this](const Values &values) { Q_EMIT counted(values); },
         [this](const std::exception_ptr &failure) { Q_EMIT countFailed(exceptionText(failure)); });
 }

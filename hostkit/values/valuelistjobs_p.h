@@ -78,6 +78,7 @@ protected:
 
 private:
     void makeTasks();
+    ValueCount::Source watched(ValueCount::Source source) const;
 
     std::shared_ptr<TableWatch> m_watch;
     std::unique_ptr<parallel::Task> m_counting;
