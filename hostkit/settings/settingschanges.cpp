@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int valueColumn = 2;
+constexpr int columnOfValues = 2;
 
 /// The row numbers from the top down to \a index.
 QList<int> placeOf(QModelIndex index)
@@ -148,8 +148,8 @@ void SettingsChanges::dataChanged(const QModelIndex &topLeft, const QModelIndex 
 {
     // A merge announces whole rows, with what it read.
     if (!m_working && topLeft.column() == 0 && topLeft.row() == bottomRight.row())
-        m_diff.know(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(valueColumn)));
-    if (m_working || topLeft != bottomRight || topLeft.column() != valueColumn || !hasStore() ||
+        m_diff.know(settingsPath(topLeft), settingsValue(topLeft.siblingAtColumn(columnOfValues)));
+    if (m_working || topLeft != bottomRight || topLeft.column() != columnOfValues || !hasStore() ||
         m_content->hasCurrentGroup() || m_scheduled) {
         schedule();
         return;
@@ -218,7 +218,7 @@ void SettingsChanges::synchronize()
         if (!isGroup && index.data().toString().isEmpty())
             return;
         entries.append(
-            {path, isGroup, isGroup ? QVariant() : settingsValue(index.siblingAtColumn(valueColumn))});
+            {path, isGroup, isGroup ? QVariant() : settingsValue(index.siblingAtColumn(columnOfValues))});
         QHash<QString, QModelIndex> &known = isGroup ? rows.groups : rows.keys;
         if (!known.contains(path))
             known.insert(path, index);
@@ -292,7 +292,7 @@ void SettingsChanges::apply(const QList<Change> &changes)
         const bool done =
             index.isValid() &&
             (change.removal ? m_model->removeRow(index.row(), index.parent())
-                            : m_model->setData(index.siblingAtColumn(valueColumn), change.newValue));
+                            : m_model->setData(index.siblingAtColumn(columnOfValues), change.newValue));
         // An entry that should be removed and is gone needs nothing.
         if (done || change.removal)
             continue;

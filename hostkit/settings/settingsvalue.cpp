@@ -27,7 +27,6 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(SettingsValue)
 };
 
-constexpr int valueColumn = 2;
 /// With the mark of what is cut off.
 constexpr qsizetype longest = 501;
 
@@ -52,7 +51,7 @@ QString visible(QString text)
 }
 
 /// The text of an item among others.
-QString itemText(const QVariant &item)
+QString shownItem(const QVariant &item)
 {
     const QString text = settingsValueText(item);
     if (SettingsText::isList(item))
@@ -90,6 +89,7 @@ QString settingsPath(const QModelIndex &index)
 
 QVariant settingsValue(const QModelIndex &index)
 {
+    constexpr int valueColumn = 2;
     const QModelIndex source = behindProxies(index);
     if (source.isValid() && source.column() == valueColumn) {
         if (qobject_cast<const SettingsViewProxy *>(source.model()))
@@ -129,7 +129,7 @@ QString settingsValueText(const QVariant &value)
     } else if (SettingsText::isList(value)) {
         const QVariantList items = value.toList();
         for (const QVariant &item : items) {
-            text += (text.isNull() ? QString() : u", "_s) + itemText(item);
+            text += (text.isNull() ? QString() : u", "_s) + shownItem(item);
             if (text.size() > longest)
                 break;
         }
@@ -139,7 +139,7 @@ QString settingsValueText(const QVariant &value)
         QStringList items;
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend(); ++it)
-            items += it.key() + u": "_s + itemText(it.value());
+            items += it.key() + u": "_s + shownItem(it.value());
         text = u'{' + items.join(u", "_s) + u'}';
     } else if (value.canConvert<QString>()) {
         text = value.toString();
