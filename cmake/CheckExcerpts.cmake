@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-# Checks that the blocks ```cpp, ```cmake and ```text of the pages in the folder PAGES are excerpts of files that are
-# compiled and run: each stands, without regard to indentation, in a file that its page links, or in the .txt beside
-# one, which is what that program prints. A page in which nothing is quoted has nothing to check.
+# Checks that the blocks ```cpp, ```cmake and ```text of PAGES, a list of globbing expressions, are excerpts of files
+# that are compiled and run: each stands, without regard to indentation, in a file that its page links, or in the .txt
+# beside one, which is what that program prints. A page in which nothing is quoted has nothing to check.
 cmake_minimum_required(VERSION 3.22)
 set(quoted 0)
 
@@ -12,7 +12,7 @@ function(excerpts_flatten variable text)
     set(${variable} "${text}" PARENT_SCOPE)
 endfunction()
 
-file(GLOB pages "${PAGES}/*.md")
+file(GLOB pages ${PAGES})
 foreach(page IN LISTS pages)
     get_filename_component(folder "${page}" DIRECTORY)
     file(READ "${page}" rest)

@@ -17,6 +17,7 @@
 #include <hostkit/table/tablemodel.h>
 #include <hostkit/text/exceptiontext.h>
 #include <hostkit/text/keytext.h>
+#include <hostkit/text/translations.h>
 #include <hostkit/values/valuelistfilter.h>
 #include <hostkit/values/valuelistwidget.h>
 #include <hostkit/views/filteredtableview.h>
@@ -187,6 +188,24 @@ private Q_SLOTS:
         QVERIFY(!KeyFilterFunc_Fast(&table, keys, {0}).filter(table.row(0))); // equal numbers, other bytes
     }
 
+    // implementing-a-database.md
+
+    void rowsThatAreNotClearedAreNotFound()
+    {
+        MemoryTable table(u"trades"_s, {{u"stock"_s, FieldType::Int}, {u"session"_s, FieldType::Int}});
+        table.append({qint32(4), qint32(2)});
+        table.append({qint32(4), qint32(2)});
+        const Record row = table.row(0);
+        const QList<KeyValue> keys{
+            KeyValue{FieldValue(table.row(1).field(0)), FieldValue(table.row(1).field(1))}};
+        QVERIFY(KeyFilterFunc_Fast(&table, keys, {0, 1}).filter(row));
+
+        // What a row has between its columns if its memory was taken as it was.
+        std::memset(row.field(0).data + sizeof(qint32), 0xDB, sizeof(qint32));
+        QVERIFY(KeyFilterFunc(&table, keys, {0, 1}).filter(row));
+        QVERIFY(!KeyFilterFunc_Fast(&table, keys, {0, 1}).filter(row)); // equal values, not found
+    }
+
     // own-filters.md
 
     void aPredicateOfAClass()
@@ -269,6 +288,18 @@ private Q_SLOTS:
             shown = problem.message();
         }
         QCOMPARE(shown, u"There is no table 'shares'"_s);
+    }
+
+    // languages.md
+
+    void aMessageDependsOnTheLanguage()
+    {
+        const std::exception_ptr problem = std::make_exception_ptr(std::bad_alloc());
+
+        const auto isMemory = [&] { return exceptionText(problem).contains(u"памяти"_s); };
+        QVERIFY(isMemory());
+        const Translations translations(QLocale::English);
+        QVERIFY(!isMemory()); // the same failure, in words of another language
     }
 
     // threads.md
