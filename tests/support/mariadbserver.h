@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <support/serveruser.h>
+
 #include <sources/sourcelocation.h>
 
 #include <QElapsedTimer>
@@ -12,18 +14,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <memory>
-#include <netinet/in.h>
-#include <pwd.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace sito;
 
-/// A MariaDB server for one test, on a free port of the loopback interface, with an empty database "test" in a
-/// temporary directory. It ends with this object, and at the latest with the test program.
+/// A MariaDB server for one test, on a free port of the loopback interface, with an empty database "test" in
+/// a temporary directory. It ends with this object, and at the latest with the test program.
 ///
 /// Root cannot run the server; a test of root runs it as the user "mysql", or else "nobody".
 class MariadbServer
@@ -51,8 +48,7 @@ public:
     /// Makes the directory of data and starts the server; returns an error message, or an empty text.
     QString start()
     {
-        findUser();
-        if (m_isOtherUser && ::chown(qPrintable(m_directory.path()), m_user, m_group) != 0)
+        if (!m_user.give(m_directory.path()))
             return QStringLiteral("cannot give the directory to the server's user");
         QProcess install;
         run(install, QStringLiteral("mariadb-install-db"),
@@ -64,7 +60,7 @@ public:
         QString error;
         // Another program may take the port between the question and the start.
         for (int attempt = 0; attempt < 5; ++attempt) {
-            m_port = freePort();
+            m_port = ServerUser::freePort();
             error = startServer({});
             if (error.isEmpty())
                 break;
@@ -90,7 +86,7 @@ public:
                        QStringLiteral("-keyout"), key, QStringLiteral("-out"), certificate});
         if (!openssl.waitForFinished(60'000) || openssl.exitCode() != 0)
             return QStringLiteral("openssl: ") + QString::fromLocal8Bit(openssl.readAll());
-        if (m_isOtherUser && ::chown(qPrintable(key), m_user, m_group) != 0)
+        if (!m_user.give(key))
             return QStringLiteral("cannot give the key to the server's user");
         return startServer({QStringLiteral("--ssl-key=") + key, QStringLiteral("--ssl-cert=") + certificate});
     }
@@ -172,45 +168,10 @@ private:
         return found.isEmpty() ? QStandardPaths::findExecutable(name, {QStringLiteral("/usr/sbin")}) : found;
     }
 
-    static int freePort()
-    {
-        const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof(address);
-        auto *plain = reinterpret_cast<sockaddr *>(&address);
-        const bool isGood = ::bind(socket, plain, size) == 0 && ::getsockname(socket, plain, &size) == 0;
-        ::close(socket);
-        return isGood ? ntohs(address.sin_port) : 0;
-    }
-
-    void findUser()
-    {
-        if (::geteuid() != 0)
-            return;
-        const passwd *entry = ::getpwnam("mysql");
-        if (!entry)
-            entry = ::getpwnam("nobody");
-        if (!entry)
-            return;
-        m_isOtherUser = true;
-        m_user = entry->pw_uid;
-        m_group = entry->pw_gid;
-    }
-
     /// Starts one of the server's programs as its user; it ends with this program at the latest.
     void run(QProcess &process, const QString &name, const QStringList &arguments) const
     {
-        process.setWorkingDirectory(m_directory.path());
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        QStringList all{QStringLiteral("--pdeathsig"), QStringLiteral("KILL")};
-        if (m_isOtherUser) {
-            all += {QStringLiteral("--reuid"), QString::number(m_user), QStringLiteral("--regid"),
-                    QString::number(m_group), QStringLiteral("--clear-groups")};
-        }
-        process.start(QStringLiteral("setpriv"),
-                      all + QStringList{QStringLiteral("--"), program(name)} + arguments);
+        m_user.run(process, m_directory.path(), program(name), arguments, QStringLiteral("KILL"));
     }
 
     QString data() const { return m_directory.filePath(QStringLiteral("data")); }
@@ -218,9 +179,7 @@ private:
 
     const QTemporaryDir m_directory;
     QProcess m_server;
-    bool m_isOtherUser = false;
-    uid_t m_user = 0;
-    gid_t m_group = 0;
+    const ServerUser m_user{"mysql"};
     int m_port = 0;
 };
 

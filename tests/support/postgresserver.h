@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <support/serveruser.h>
+
 #include <sources/sourcelocation.h>
 
 #include <QDir>
@@ -14,13 +16,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <memory>
-#include <netinet/in.h>
-#include <pwd.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace sito;
 
@@ -52,14 +49,12 @@ public:
     QString start()
     {
         m_directory = std::make_unique<QTemporaryDir>();
-        findUser();
         const QString passwordFile = m_directory->filePath(QStringLiteral("password"));
         QFile file(passwordFile);
         if (!file.open(QIODevice::WriteOnly) || file.write(password().toUtf8()) < 0)
             return file.errorString();
         file.close();
-        if (m_isOtherUser && (::chown(qPrintable(m_directory->path()), m_user, m_group) != 0 ||
-                              ::chown(qPrintable(passwordFile), m_user, m_group) != 0))
+        if (!m_user.give(m_directory->path()) || !m_user.give(passwordFile))
             return QStringLiteral("cannot give the directory to the server's user");
         QProcess initdb;
         run(initdb, QStringLiteral("initdb"),
@@ -71,7 +66,7 @@ public:
         QString error;
         // Another program may take the port between the question and the start.
         for (int attempt = 0; attempt < 5; ++attempt) {
-            m_port = freePort();
+            m_port = ServerUser::freePort();
             error = restart();
             if (error.isEmpty())
                 break;
@@ -97,7 +92,7 @@ public:
         if (!openssl.waitForFinished(60'000) || openssl.exitCode() != 0)
             return QStringLiteral("openssl: ") + QString::fromLocal8Bit(openssl.readAll());
         QFile::setPermissions(key, QFile::ReadOwner | QFile::WriteOwner);
-        if (m_isOtherUser && ::chown(qPrintable(key), m_user, m_group) != 0)
+        if (!m_user.give(key))
             return QStringLiteral("cannot give the key to the server's user");
         return restartWith({QStringLiteral("-c"), QStringLiteral("ssl=on"), QStringLiteral("-c"),
                             QStringLiteral("ssl_key_file=") + key, QStringLiteral("-c"),
@@ -196,54 +191,17 @@ private:
         return path.isEmpty() ? QStandardPaths::findExecutable(name) : path;
     }
 
-    static int freePort()
-    {
-        const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof(address);
-        auto *plain = reinterpret_cast<sockaddr *>(&address);
-        const bool isGood = ::bind(socket, plain, size) == 0 && ::getsockname(socket, plain, &size) == 0;
-        ::close(socket);
-        return isGood ? ntohs(address.sin_port) : 0;
-    }
-
-    void findUser()
-    {
-        if (::geteuid() != 0)
-            return;
-        const passwd *entry = ::getpwnam("postgres");
-        if (!entry)
-            entry = ::getpwnam("nobody");
-        if (!entry)
-            return;
-        m_isOtherUser = true;
-        m_user = entry->pw_uid;
-        m_group = entry->pw_gid;
-    }
-
     /// Starts one of the server's programs as its user; it ends with this program at the latest.
     void run(QProcess &process, const QString &name, const QStringList &arguments) const
     {
-        process.setWorkingDirectory(m_directory->path());
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        QStringList all{QStringLiteral("--pdeathsig"), QStringLiteral("QUIT")};
-        if (m_isOtherUser) {
-            all += {QStringLiteral("--reuid"), QString::number(m_user), QStringLiteral("--regid"),
-                    QString::number(m_group), QStringLiteral("--clear-groups")};
-        }
-        process.start(QStringLiteral("setpriv"),
-                      all + QStringList{QStringLiteral("--"), program(name)} + arguments);
+        m_user.run(process, m_directory->path(), program(name), arguments, QStringLiteral("QUIT"));
     }
 
     QString cluster() const { return m_directory->filePath(QStringLiteral("cluster")); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<QProcess> m_server;
-    bool m_isOtherUser = false;
-    uid_t m_user = 0;
-    gid_t m_group = 0;
+    const ServerUser m_user{"postgres"};
     int m_port = 0;
 };
 
