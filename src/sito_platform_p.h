@@ -3,6 +3,7 @@
 
 #include <QtGlobal>
 
+#include <cstdlib>
 #include <cstring>
 
 // What compilers differ in; no other file of the libraries asks for the compiler. Each of these has a form in
@@ -22,7 +23,22 @@
 #define SITO_HAS_INT128 0
 #endif
 
+#if defined(__GLIBC__) && !defined(SITO_PORTABLE)
+#define SITO_HAS_TRIM 1
+#include <malloc.h>
+#else
+#define SITO_HAS_TRIM 0
+#endif
+
 namespace sito::platform {
+
+/// Gives memory that was freed back to the system, where the C library would keep it for the program.
+inline void returnFreedMemory()
+{
+#if SITO_HAS_TRIM
+    malloc_trim(0);
+#endif
+}
 
 /// Eight 16-bit words side by side, compared at once. What equal() makes can be combined by | and &.
 #if SITO_HAS_VECTORS

@@ -6,6 +6,8 @@
 
 #include <data/table.h>
 
+#include <sito_platform_p.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -14,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -174,6 +177,26 @@ void parallel::underLock(const Table &table, const StopToken &stop, const std::f
 void parallel::waitForWaiters(const Table &table)
 {
     Waiters::instance().waitUntilUnused(table);
+}
+
+void parallel::deleteAside(std::shared_ptr<const Table> table) noexcept
+{
+    if (!table)
+        return;
+    const auto work = [](std::shared_ptr<const Table> &last) {
+        waitForWaiters(*last);
+        last.reset();
+        platform::returnFreedMemory();
+    };
+    // The thread lets go of the table, whoever lets go of the thread's work last.
+    std::shared_ptr<std::shared_ptr<const Table>> held;
+    try {
+        held = std::make_shared<std::shared_ptr<const Table>>();
+        held->swap(table);
+        startThread([held, work] { work(*held); });
+    } catch (const std::bad_alloc &) {
+        work(table ? table : *held);
+    }
 }
 
 } // namespace sito

@@ -5,6 +5,9 @@
 #include <hostkit/parallel/stoptoken.h>
 
 #include <functional>
+#include <memory>
+#include <new>
+#include <utility>
 
 class Table;
 
@@ -29,6 +32,24 @@ HOSTKIT_EXPORT void underLock(const Table &table, const StopToken &stop, const s
 /// Blocks until no thread of this library waits for the lock of \a table or holds it. The calling thread must
 /// not own the lock, and the objects that work with the table must be deleted or idle.
 HOSTKIT_EXPORT void waitForWaiters(const Table &table);
+
+/// Deletes \a table, if this is the last handle, in a thread of the pool, after waitForWaiters(): millions of
+/// rows take their time. Their memory goes back to the system. Nobody waits for the thread, so that the
+/// program may end meanwhile. Deletes it in the calling thread when there is not enough memory for a thread.
+HOSTKIT_EXPORT void deleteAside(std::shared_ptr<const Table> table) noexcept;
+/// The same.
+template <typename Owned>
+void deleteAside(std::unique_ptr<Owned> table) noexcept
+{
+    std::shared_ptr<const Table> shared;
+    try {
+        shared = std::move(table);
+    } catch (const std::bad_alloc &) {
+        waitForWaiters(*table);
+        return;
+    }
+    deleteAside(std::move(shared));
+}
 
 } // namespace parallel
 

@@ -111,6 +111,34 @@ private Q_SLOTS:
         QVERIFY(isFree());
     }
 
+    void deletesATableOnceNoThreadWaitsForIt()
+    {
+        const QList<ColumnSpec> columns{{.name = u"n"_s, .type = FieldType::Int}};
+        auto table = std::make_shared<MemoryTable>(u"t"_s, columns);
+        const std::weak_ptr<MemoryTable> seen = table;
+        std::binary_semaphore entered{0};
+        std::binary_semaphore leave{0};
+        std::future<void> working = std::async(std::launch::async, [&, &locked = *table] {
+            parallel::underLock(locked, {}, [&] {
+                entered.release();
+                leave.acquire();
+            });
+        });
+        entered.acquire();
+
+        parallel::deleteAside(std::move(table));
+
+        QTest::qWait(20);
+        const bool isThere = !seen.expired();
+        leave.release();
+        working.get();
+        QVERIFY(isThere);
+        QTRY_VERIFY(seen.expired());
+        parallel::deleteAside(std::make_unique<MemoryTable>(u"t"_s, columns));
+        parallel::deleteAside(std::unique_ptr<MemoryTable>());
+        parallel::deleteAside(nullptr);
+    }
+
     void asksForNothingWhenItIsStoppedBefore()
     {
         const parallel::StopSource stop;
