@@ -136,7 +136,7 @@ Q_SIGNALS:
     void failed(const QString &message);
 
 private:
-    class Private;
+    class Q_DECL_HIDDEN Private;
     const std::unique_ptr<Private> d;
 };
 

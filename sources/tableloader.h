@@ -199,7 +199,7 @@ private:
     /// How the last load read \a table; null when it did not get as far.
     std::shared_ptr<const TableShape> shape(const QString &table) const;
 
-    struct Private;
+    struct Q_DECL_HIDDEN Private;
     const std::unique_ptr<Private> d;
 };
 

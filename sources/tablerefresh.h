@@ -63,7 +63,7 @@ public:
     Counts apply();
 
 private:
-    struct Private;
+    struct Q_DECL_HIDDEN Private;
     const std::unique_ptr<Private> d;
 };
 

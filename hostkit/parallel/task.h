@@ -81,9 +81,9 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    struct Run;
-    struct Shared;
-    struct Private;
+    struct Q_DECL_HIDDEN Run;
+    struct Q_DECL_HIDDEN Shared;
+    struct Q_DECL_HIDDEN Private;
 
     void launch(Run &run);
     void collect();
