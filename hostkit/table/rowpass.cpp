@@ -26,12 +26,15 @@ constexpr size_t rowsAtOnce = 1 << 12;
 constexpr size_t stopInterval = 64;
 } // namespace
 
-RowPass::RowPass(const Table &table, std::shared_ptr<const ShownRows> before)
+RowPass::RowPass(const Table &table, std::shared_ptr<const ShownRows> before,
+                 std::shared_ptr<SpareBlocks> spares)
     : m_table(table),
       m_before(std::move(before)),
+      m_spares(std::move(spares)),
       m_rows(m_before->rows),
       m_count(m_rows->listedCount()),
-      m_present(m_rows->present())
+      m_present(m_rows->present(m_spares)),
+      m_beforeIds(m_spares)
 {
 }
 
@@ -43,18 +46,19 @@ void RowPass::run(const parallel::Context &given)
     if (threads > 0)
         context.threads = threads;
 
-    std::vector<quint8> visible;
-    if (changes)
+    RowFlags visible(m_spares);
+    if (changes) {
         visible = readChanges(context);
-    else if (queue)
+        if (isCompacting)
+            compact(visible);
+    } else if (queue) {
         visible = readInSlices(context);
-    else
+    } else {
         parallel::underLock(m_table, context.stop, [&] { visible = readRows(context); });
-    if (reload)
+    }
+    if (m_isRenumbered)
         translateBefore();
-    compareWithBefore(visible);
-    if (queue)
-        m_visible = std::make_shared<const std::vector<quint8>>(std::move(visible));
+    compareWithBefore(std::move(visible));
     context.stop.throwIfStopped();
     m_nanoseconds = timer.nsecsElapsed();
 }
@@ -64,8 +68,28 @@ const quint32 *RowPass::before() const
     return m_beforeIds.empty() ? m_before->ids.data() : m_beforeIds.data();
 }
 
+std::shared_ptr<const void> RowPass::takeFormer()
+{
+    struct Former
+    {
+        std::shared_ptr<const ShownRows> before;
+        RowFlags present;
+        RowIds beforeIds;
+        std::vector<quint32> newIds;
+        Changes changes;
+    };
+    auto former = std::make_shared<Former>();
+    former->before = std::move(m_before);
+    former->present = std::move(m_present);
+    former->beforeIds = std::move(m_beforeIds);
+    former->newIds = std::move(m_newIds);
+    if (changes)
+        former->changes = std::move(*changes);
+    return former;
+}
+
 /// Lists and sorts the rows as far as that is needed; for each listed row whether it is shown.
-std::vector<quint8> RowPass::readRows(const parallel::Context &context)
+RowFlags RowPass::readRows(const parallel::Context &context)
 {
     if (reload)
         use(std::make_shared<RowSet>(RowSet::list(m_table)));
@@ -83,8 +107,9 @@ std::vector<quint8> RowPass::readRows(const parallel::Context &context)
 void RowPass::use(std::shared_ptr<RowSet> rows)
 {
     m_rows = std::move(rows);
+    m_isRenumbered = true;
     m_count = m_rows->listedCount();
-    m_present = m_rows->present();
+    m_present = m_rows->present(m_spares);
 }
 
 void RowPass::announceUnits(const parallel::Context &context, bool isSorted) const
@@ -102,10 +127,10 @@ bool RowPass::isExcluded(const Record &row) const
 }
 
 /// For each listed row whether it is shown.
-std::vector<quint8> RowPass::filtered(const parallel::Context &context) const
+RowFlags RowPass::filtered(const parallel::Context &context) const
 {
     const RowSet &rows = *m_rows;
-    std::vector<quint8> visible = m_present;
+    RowFlags visible = m_present;
     if (predicates.empty())
         return visible;
 
@@ -122,7 +147,7 @@ std::vector<quint8> RowPass::filtered(const parallel::Context &context) const
 
 /// As readRows(), for a table that is followed. What is written to a row after it was read is told, and read
 /// again after this pass; so the rows need not be read at one moment.
-std::vector<quint8> RowPass::readInSlices(const parallel::Context &context)
+RowFlags RowPass::readInSlices(const parallel::Context &context)
 {
     if (reload)
         list(context);
@@ -136,7 +161,7 @@ std::vector<quint8> RowPass::readInSlices(const parallel::Context &context)
         values->resize(m_count);
     }
 
-    std::vector<quint8> visible = m_present;
+    RowFlags visible = m_present;
     if (values || !predicates.empty()) {
         inSlices(m_table, context, m_count, queue->waitingReaders(), [&](size_t first, size_t last) {
             for (size_t id = first; id < last; ++id) {
@@ -184,13 +209,12 @@ void RowPass::list(const parallel::Context &context)
 }
 
 /// As readRows(), for the rows that have changed alone.
-std::vector<quint8> RowPass::readChanges(const parallel::Context &context)
+RowFlags RowPass::readChanges(const parallel::Context &context)
 {
     const RowSet &rows = *m_rows;
-    std::vector<quint8> visible = *changes->visible;
-    visible.resize(m_count);
-    std::transform(visible.begin(), visible.end(), m_present.begin(), visible.begin(),
-                   [](quint8 shown, quint8 present) { return quint8(shown & present); });
+    RowFlags visible(m_count, 0, m_spares);
+    for (quint32 id = 0; id < m_count; ++id)
+        visible[id] = m_present[id] && m_before->isShown(id) ? 1 : 0;
 
     // Each row once.
     std::vector<Changes::Row> &changed = changes->rows;
@@ -221,20 +245,40 @@ std::vector<quint8> RowPass::readChanges(const parallel::Context &context)
     if (!values)
         return visible;
 
-    std::vector<quint8> leaves(m_count);
-    std::transform(m_present.begin(), m_present.end(), leaves.begin(),
-                   [](quint8 present) { return quint8(!present); });
-    std::vector<quint32> coming;
+    RowFlags stays = m_present;
+    RowIds coming;
+    coming.reserve(changed.size());
     for (const Changes::Row &row : changed) {
-        leaves[row.id] = 1;
+        stays[row.id] = 0;
         coming.push_back(row.id);
     }
     order = std::make_shared<Order>(
-        Order{m_rows, keys, values->merged(order->ids, leaves, std::move(coming)), order->values});
+        Order{m_rows, keys, values->merged(order->ids, stays, coming), order->values});
     return visible;
 }
 
-/// Finds the rows that were shown before among those that were listed anew.
+/// Makes a new set without the rows that have gone; neither filters nor sorts again.
+void RowPass::compact(RowFlags &visible)
+{
+    use(std::make_shared<RowSet>(m_rows->compacted(m_newIds)));
+    m_rows->prepareSearch();
+    for (size_t id = 0; id < m_newIds.size(); ++id) {
+        if (m_newIds[id] != RowSet::none)
+            visible[m_newIds[id]] = visible[id];
+    }
+    visible.resize(m_count);
+    for (Changes::Row &row : changes->rows)
+        row.id = m_newIds[row.id];
+    if (!order)
+        return;
+    RowIds ids = order->ids;
+    for (quint32 &id : ids)
+        id = m_newIds[id];
+    order->values->compact(m_newIds, m_count);
+    order = std::make_shared<Order>(Order{m_rows, keys, std::move(ids), order->values});
+}
+
+/// Finds the rows that were shown before among those of the new set.
 void RowPass::translateBefore()
 {
     const RowSet &old = *m_before->rows;
@@ -244,11 +288,15 @@ void RowPass::translateBefore()
     // Rows mostly follow each other as they did.
     quint32 next = 0;
     for (quint32 id = 0; id < known; ++id) {
-        if (m_before->places[id] >= m_before->count)
+        if (!m_before->isShown(id))
             continue;
         const Record &row = old[id];
         const quint32 listed = m_rows->listedCount();
-        quint32 found = next < listed && (*m_rows)[next] == row ? next : m_rows->find(row.row());
+        quint32 found = 0;
+        if (!m_newIds.empty())
+            found = m_newIds[id];
+        else
+            found = next < listed && (*m_rows)[next] == row ? next : m_rows->find(row.row());
         if (found != RowSet::none)
             next = found + 1;
         else
@@ -260,49 +308,49 @@ void RowPass::translateBefore()
         m_beforeIds.push_back(newIds[m_before->ids[place]]);
 }
 
-void RowPass::compareWithBefore(const std::vector<quint8> &visible)
+void RowPass::compareWithBefore(RowFlags visible)
 {
     const auto shown = std::make_shared<ShownRows>();
-    const quint32 *old = before();
-    const size_t oldCount = m_before->count;
-    const size_t size = reload ? m_rows->size() : m_count;
-
-    std::vector<quint32> &after = shown->ids;
-    after.reserve(std::max(visible.size(), oldCount));
-    if (order) {
-        for (const quint32 id : order->ids) {
-            if (visible[id])
-                after.push_back(id);
-        }
-    } else {
-        for (quint32 id = 0; id < visible.size(); ++id) {
-            if (visible[id])
-                after.push_back(id);
-        }
+    const size_t size = m_isRenumbered ? m_rows->size() : m_count;
+    // Rows that have left the table are not shown.
+    visible.resize(size);
+    const RowFlags wasShown = shownBefore(size);
+    RowIds going(m_spares);
+    RowIds coming(m_spares);
+    for (quint32 id = 0; id < size; ++id) {
+        if (visible[id] != wasShown[id])
+            (visible[id] ? coming : going).push_back(id);
     }
+    if (!changes && !going.empty()) {
+        // In the order in which they stood, so that the rows at the end need no move. Of changes the steps
+        // tell that.
+        const RowIds &old = m_isRenumbered ? m_beforeIds : m_before->ids;
+        std::copy_if(old.begin(), old.begin() + qptrdiff(m_before->count), going.begin(),
+                     [&visible](quint32 id) { return !visible[id]; });
+    }
+
     shown->rows = m_rows;
-    shown->count = quint32(after.size());
-
-    std::vector<quint8> wasShown(size, quint8(0));
-    size_t kept = 0;
-    for (size_t place = 0; place < oldCount; ++place) {
-        const quint32 id = old[place];
-        wasShown[id] = 1;
-        if (id < visible.size() && visible[id])
-            ++kept;
-        else
-            after.push_back(id);
-    }
-    m_result.addedCount = quint32(shown->count - kept);
-    if (m_result.addedCount > 0) {
-        if (!reload)
-            m_beforeIds.assign(old, old + oldCount);
-        for (size_t place = 0; place < shown->count; ++place) {
-            if (!wasShown[after[place]])
-                m_beforeIds.push_back(after[place]);
+    shown->count = quint32(rowlists::count(visible));
+    RowIds after(m_spares);
+    after.reserve(shown->count + going.size() + 1);
+    if (order) {
+        rowlists::append(after, shown->count, order->ids, visible);
+    } else {
+        for (quint32 id = 0; id < size; ++id) {
+            if (visible[id])
+                after.push_back(id);
         }
     }
-    if (kept > 0) {
+    after.insert(after.end(), going.begin(), going.end());
+
+    m_result.addedCount = quint32(coming.size());
+    if (!coming.empty()) {
+        m_beforeIds.reserve(m_before->count + coming.size());
+        if (!m_isRenumbered)
+            m_beforeIds.assign(before(), before() + m_before->count);
+        m_beforeIds.insert(m_beforeIds.end(), coming.begin(), coming.end());
+    }
+    if (shown->count > coming.size()) {
         m_result.lastKept = shown->count - 1;
         for (m_result.firstKept = 0; !wasShown[after[m_result.firstKept]];)
             ++m_result.firstKept;
@@ -310,11 +358,12 @@ void RowPass::compareWithBefore(const std::vector<quint8> &visible)
             --m_result.lastKept;
     }
 
-    shown->places.assign(size, ShownRows::nowhere);
-    for (quint32 place = 0; place < after.size(); ++place)
-        shown->places[after[place]] = place;
-
     m_result.isMoved = !std::equal(after.begin(), after.end(), before());
+    RowIds places(size, ShownRows::nowhere, m_spares);
+    for (quint32 place = 0; place < after.size(); ++place)
+        places[after[place]] = place;
+    shown->ids = std::move(after);
+    shown->places = std::move(places);
     m_result.shown = shown;
     if (changes) {
         findSteps(wasShown);
@@ -322,8 +371,22 @@ void RowPass::compareWithBefore(const std::vector<quint8> &visible)
     }
 }
 
+/// For each id below \a size whether its row was shown before.
+RowFlags RowPass::shownBefore(size_t size) const
+{
+    RowFlags result(size, 0, m_spares);
+    if (m_isRenumbered) {
+        for (const quint32 id : m_beforeIds)
+            result[id] = 1;
+    } else {
+        for (quint32 id = 0; id < size; ++id)
+            result[id] = m_before->isShown(id) ? 1 : 0;
+    }
+    return result;
+}
+
 /// Tells whether few runs of rows come and go, and which.
-void RowPass::findSteps(const std::vector<quint8> &wasShown)
+void RowPass::findSteps(const RowFlags &wasShown)
 {
     // Each run moves, in the GUI thread, the ids of the rows behind it.
     constexpr size_t mostMoved = size_t(1) << 22;
@@ -342,7 +405,7 @@ void RowPass::findSteps(const std::vector<quint8> &wasShown)
     size_t from = 0;
     size_t to = 0;
     for (;;) {
-        while (from < oldCount && now.places[old[from]] >= now.count)
+        while (from < oldCount && !now.isShown(old[from]))
             add(m_result.going, from++);
         while (to < now.count && !wasShown[now.ids[to]])
             add(m_result.coming, to++);
@@ -356,14 +419,14 @@ void RowPass::findSteps(const std::vector<quint8> &wasShown)
     m_result.isStepwise = true;
 }
 
-void RowPass::findWritten(const std::vector<quint8> &wasShown)
+void RowPass::findWritten(const RowFlags &wasShown)
 {
     constexpr size_t mostRuns = 256;
     const ShownRows &now = *m_result.shown;
     std::vector<Run> &written = m_result.written;
     for (const Changes::Row &row : changes->rows) {
         const quint32 place = now.places[row.id];
-        if (row.columns != 0 && place < now.count && wasShown[row.id])
+        if (row.columns != 0 && now.isShown(row.id) && wasShown[row.id])
             written.push_back({place, place, row.columns});
     }
     std::sort(written.begin(), written.end(), [](const Run &a, const Run &b) { return a.first < b.first; });

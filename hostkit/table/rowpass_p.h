@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/table/rowlists_p.h>
 #include <hostkit/table/sortorder_p.h>
 
 #include <QtGlobal>
@@ -31,7 +32,7 @@ public:
     {
         std::shared_ptr<const RowSet> rows;
         std::vector<sortorder::Key> keys;
-        std::vector<quint32> ids;
+        RowIds ids;
         /// What the rows are sorted by, when the table is followed.
         std::shared_ptr<SortValues> values;
     };
@@ -47,8 +48,6 @@ public:
         };
         /// The rows to read; those that have gone meanwhile are left out.
         std::vector<Row> rows;
-        /// The visibility of the rows that are shown now.
-        std::shared_ptr<const std::vector<quint8>> visible;
     };
 
     /// Places from first to last.
@@ -82,7 +81,8 @@ public:
         std::vector<Run> written;
     };
 
-    RowPass(const Table &table, std::shared_ptr<const ShownRows> before);
+    /// \a spares, which may be null, gives the memory for its lists.
+    RowPass(const Table &table, std::shared_ptr<const ShownRows> before, std::shared_ptr<SpareBlocks> spares);
 
     // To be set before the pass runs.
     bool reload = false;
@@ -96,8 +96,10 @@ public:
     std::shared_ptr<ChangeQueue> queue;
     /// For a pass over what has changed alone. The rest must be that of the pass before.
     std::optional<Changes> changes;
-    /// Of a table that is followed: the ChangeQueue::toldCount() up to which a pass over changes, or one that
-    /// lists the rows, shows what was told. The latter sets it.
+    /// Of a pass over changes: whether it also makes a new set without the rows that have gone.
+    bool isCompacting = false;
+    /// Of a table that is followed: the ChangeQueue::toldCount() up to which the pass shows what was told.
+    /// One that lists the rows sets it.
     quint64 toldCount = 0;
 
     /// Does the work, and holds the table's lock while it reads rows: from the first to the last, or, when
@@ -107,39 +109,43 @@ public:
 
     // To be read when it has ended.
     const Result &result() const { return m_result; }
-    /// For each listed row whether it is shown; null unless the table is followed.
-    const std::shared_ptr<const std::vector<quint8>> &visible() const { return m_visible; }
     /// The rows shown before, as ids of the result's rows, and behind them the added ones, if there are any.
     const quint32 *before() const;
     qint64 nanoseconds() const { return m_nanoseconds; }
-    /// Lets go of the rows that were shown before.
-    void forgetBefore() { m_before.reset(); }
+    /// What is not needed any more once the result is shown. Delete it in another thread: it is large, and
+    /// rows may be deleted with it.
+    std::shared_ptr<const void> takeFormer();
 
 private:
-    std::vector<quint8> readRows(const parallel::Context &context);
-    std::vector<quint8> readInSlices(const parallel::Context &context);
-    std::vector<quint8> readChanges(const parallel::Context &context);
+    RowFlags readRows(const parallel::Context &context);
+    RowFlags readInSlices(const parallel::Context &context);
+    RowFlags readChanges(const parallel::Context &context);
     bool isExcluded(const Record &row) const;
-    std::vector<quint8> filtered(const parallel::Context &context) const;
+    RowFlags filtered(const parallel::Context &context) const;
     void list(const parallel::Context &context);
+    void compact(RowFlags &visible);
     void use(std::shared_ptr<RowSet> rows);
     void announceUnits(const parallel::Context &context, bool isSorted) const;
     void translateBefore();
-    void compareWithBefore(const std::vector<quint8> &visible);
-    void findSteps(const std::vector<quint8> &wasShown);
-    void findWritten(const std::vector<quint8> &wasShown);
+    void compareWithBefore(RowFlags visible);
+    RowFlags shownBefore(size_t size) const;
+    void findSteps(const RowFlags &wasShown);
+    void findWritten(const RowFlags &wasShown);
 
     const Table &m_table;
     std::shared_ptr<const ShownRows> m_before;
+    const std::shared_ptr<SpareBlocks> m_spares;
     std::shared_ptr<RowSet> m_rows;
     /// How many rows are listed: the set may grow while a pass that was given up still reads.
     quint32 m_count = 0;
-    /// For each listed row 0 if it has gone.
-    std::vector<quint8> m_present;
+    /// For each listed row whether it has not gone.
+    RowFlags m_present;
+    bool m_isRenumbered = false;
+    /// After compact(), by the ids from before.
+    std::vector<quint32> m_newIds;
     /// Empty while the ids from before are still right.
-    std::vector<quint32> m_beforeIds;
+    RowIds m_beforeIds;
     Result m_result;
-    std::shared_ptr<const std::vector<quint8>> m_visible;
     qint64 m_nanoseconds = 0;
 };
 

@@ -11,6 +11,7 @@
 #include <QEvent>
 #include <QTimerEvent>
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -88,7 +89,9 @@ void RowPasses::follow(TableChanges *changes)
     if (m_queue)
         m_queue->stop();
     m_queue = std::move(queue);
+    m_spares = m_queue ? std::make_shared<SpareBlocks>() : nullptr;
     m_shownCount = 0;
+    m_takenCount = 0;
     m_isReloadWanted = m_isReloadWanted || m_queue;
 }
 
@@ -138,7 +141,7 @@ void RowPasses::startPending()
 
 void RowPasses::start()
 {
-    const auto next = std::make_shared<RowPass>(m_table, m_shown);
+    const auto next = std::make_shared<RowPass>(m_table, m_shown, m_spares);
     next->reload = m_isReloadWanted;
     next->threads = threads;
     next->keys = m_keys;
@@ -147,7 +150,7 @@ void RowPasses::start()
         next->predicates = m_filters->createFilterFuncs();
 
     next->queue = m_queue;
-
+    next->toldCount = m_takenCount;
     launch(next);
     m_isReloadWanted = false;
 }
@@ -190,23 +193,16 @@ void RowPasses::end(RowPass &pass)
         return;
     }
 
-    m_order = pass.order;
-    m_visible = pass.visible();
-    if (pass.queue == m_queue && (pass.reload || pass.changes))
-        m_shownCount = pass.toldCount;
-    const std::shared_ptr<const ShownRows> before = std::exchange(m_shown, pass.result().shown);
-    pass.forgetBefore();
+    if (pass.queue == m_queue)
+        m_shownCount = std::max(m_shownCount, pass.toldCount);
+    Former former;
+    former.order = std::exchange(m_order, pass.order);
+    former.shown = std::exchange(m_shown, pass.result().shown);
+    letGo(pass, std::move(former));
     if (pass.changes) {
         Q_EMIT changesShown();
     } else {
         m_predicates = pass.predicates;
-        if (pass.reload)
-            letGo(before);
-        try {
-            letGo(m_shown->rows->takeDeparted());
-        } catch (const std::bad_alloc &) {
-            // They stay until the next listing.
-        }
         // Whoever was told of the changes may have asked for more.
         m_isUpToDate = !m_isPending;
         Q_EMIT finished();
@@ -232,12 +228,16 @@ void RowPasses::fail(bool wasReload, const QString &message)
     startPending();
 }
 
-/// Lets go of \a object, which takes time, in another thread, unless there is no memory for that.
-void RowPasses::letGo(std::shared_ptr<const void> object) noexcept
+/// Lets go of \a former and of what \a pass needs no more, which takes time, in another thread, unless there
+/// is no memory for that.
+void RowPasses::letGo(RowPass &pass, Former former) noexcept
 {
     try {
-        m_task.startAside([object = std::move(object)] {});
+        former.pass = pass.takeFormer();
+        former.departed = m_shown->rows->takeDeparted();
+        m_task.startAside([object = std::make_shared<const Former>(std::move(former))] {});
     } catch (const std::bad_alloc &) {
+        // Departed rows stay until the next listing.
     }
 }
 
@@ -294,19 +294,19 @@ void RowPasses::startBatch()
     try {
         m_pause.start(batchInterval, this);
         RowPass::Changes changes;
-        quint64 toldCount = 0;
-        if (!collectChanges(changes, toldCount)) {
+        if (!collectChanges(changes)) {
             reload();
             return;
         }
-        const auto next = std::make_shared<RowPass>(m_table, m_shown);
+        const auto next = std::make_shared<RowPass>(m_table, m_shown, m_spares);
         next->threads = threads;
         next->keys = m_keys;
         next->order = m_order;
         next->predicates = m_predicates;
         next->queue = m_queue;
         next->changes = std::move(changes);
-        next->toldCount = toldCount;
+        next->isCompacting = m_shown->rows->isWorn();
+        next->toldCount = m_takenCount;
         launch(next);
     } catch (...) {
         error = currentExceptionText();
@@ -318,15 +318,14 @@ void RowPasses::startBatch()
     }
 }
 
-/// Takes queued changes, up to \a toldCount, and updates the set of rows; \a changes get those that a batch
-/// must read. Returns false when the rows must be listed again instead.
-bool RowPasses::collectChanges(RowPass::Changes &changes, quint64 &toldCount)
+/// Takes queued changes and updates the set of rows; \a changes get those that a batch must read. Returns
+/// false when the rows must be listed again instead.
+bool RowPasses::collectChanges(RowPass::Changes &changes)
 {
     ChangeQueue::Changes told;
     RowSet &set = *m_shown->rows;
-    if (!m_queue->take(told, toldCount) || !m_visible || !set.mayGrow() || set.isWorn())
+    if (!m_queue->take(told, m_takenCount) || !set.mayGrow())
         return false;
-    changes.visible = m_visible;
     changes.rows.reserve(told.size());
     for (const ChangeQueue::Change &change : told) {
         if (change.kind == TableChange::Appended) {

@@ -21,7 +21,7 @@
 namespace sito {
 
 /// Brings what is shown to what is wanted: knows the filters, the order and whether the rows are to be listed
-/// anew, and sees to it that a pass runs after each change of them.
+/// again, and sees to it that a pass runs after each change of them.
 ///
 /// A pass begins when control returns to the event loop. A change of the filters or the order supersedes the
 /// running pass; a reload waits until it has been shown, so that frequent ones cannot keep all passes from
@@ -45,6 +45,7 @@ public:
     const std::vector<sortorder::Key> &keys() const { return m_keys; }
     bool isRunning() const { return m_isPending || (m_pass && !m_pass->changes); }
     bool isUpToDate() const { return m_isUpToDate; }
+    bool hasChangesToShow() const { return m_queue && m_shownCount < m_queue->toldCount(); }
     /// Whether a result is being shown; no pass begins meanwhile.
     bool isShowing() const { return m_isShowing; }
     qint64 lastNanoseconds() const { return m_lastNanoseconds; }
@@ -90,6 +91,15 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
+    /// What was shown before.
+    struct Former
+    {
+        std::shared_ptr<const ShownRows> shown = {};
+        std::shared_ptr<const RowPass::Order> order = {};
+        std::shared_ptr<const void> pass = {};
+        std::shared_ptr<const std::vector<Record>> departed = {};
+    };
+
     void change();
     void post();
     void startPending();
@@ -100,9 +110,9 @@ private:
     void fail(bool wasReload, const QString &message);
     void takeChanges();
     void startBatch();
-    bool collectChanges(RowPass::Changes &changes, quint64 &toldCount);
+    bool collectChanges(RowPass::Changes &changes);
     void launch(const std::shared_ptr<RowPass> &next);
-    void letGo(std::shared_ptr<const void> object) noexcept;
+    void letGo(RowPass &pass, Former former) noexcept;
 
     const Table &m_table;
     const Show m_show;
@@ -110,13 +120,14 @@ private:
     QPointer<FilterList> m_filters;
     std::vector<sortorder::Key> m_keys;
     std::shared_ptr<const RowPass::Order> m_order;
-    /// Null unless the table is followed.
+    // Null unless the table is followed.
     std::shared_ptr<ChangeQueue> m_queue;
-    /// Up to where what was told is shown.
+    std::shared_ptr<SpareBlocks> m_spares;
+    /// Up to where what was told is in the set of rows; and is shown.
+    quint64 m_takenCount = 0;
     quint64 m_shownCount = 0;
-    // Of the last pass that was shown.
+    /// Of the last pass that was shown.
     std::vector<std::shared_ptr<const FilterFunc>> m_predicates;
-    std::shared_ptr<const std::vector<quint8>> m_visible;
     /// Runs until the next batch may begin.
     QBasicTimer m_pause;
 

@@ -107,17 +107,32 @@ void RowSet::markGone(quint32 id)
     ++m_goneCount;
 }
 
-std::vector<quint8> RowSet::present() const
+RowFlags RowSet::present(const SpareAllocator<quint8> &allocator) const
 {
-    std::vector<quint8> result(listedCount(), quint8(1));
+    RowFlags result(listedCount(), quint8(1), allocator);
     std::transform(m_gone.begin(), m_gone.end(), result.begin(), [](quint8 gone) { return quint8(!gone); });
     return result;
 }
 
 bool RowSet::isWorn() const
 {
-    constexpr quint32 few = 1 << 14;
+    constexpr quint32 few = 1 << 10;
     return m_goneCount > few + listedCount() / 4 || m_appendedCount > 4 * few + m_listed / 2;
+}
+
+RowSet RowSet::compacted(std::vector<quint32> &newIds) const
+{
+    RowSet result;
+    result.m_rows.reserve(liveCount());
+    newIds.assign(listedCount(), none);
+    for (quint32 id = 0; id < newIds.size(); ++id) {
+        if (isGone(id))
+            continue;
+        newIds[id] = quint32(result.m_rows.size());
+        result.m_rows.push_back((*this)[id]);
+    }
+    result.m_listed = quint32(result.m_rows.size());
+    return result;
 }
 
 } // namespace sito

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <hostkit/table/hashslots_p.h>
+#include <hostkit/table/rowlists_p.h>
 
 #include <data/record.h>
 
@@ -66,10 +67,13 @@ public:
     /// Marks a row as gone from the table; it is kept alive nevertheless.
     void markGone(quint32 id);
     bool isGone(quint32 id) const { return id < m_gone.size() && m_gone[id]; }
-    /// For each listed row 0 if it is gone, otherwise 1.
-    std::vector<quint8> present() const;
-    /// Whether so much was added or has gone that listing the rows anew is worth its time.
+    /// For each listed row whether it has not gone.
+    RowFlags present(const SpareAllocator<quint8> &allocator) const;
+    /// Whether so many rows were added or have gone that compacted() is worth its time.
     bool isWorn() const;
+    /// The listed rows that have not gone, in their order. \a newIds becomes, for each id, that in the
+    /// result, or none. Nobody may change this set meanwhile.
+    RowSet compacted(std::vector<quint32> &newIds) const;
 
 private:
     struct Slot

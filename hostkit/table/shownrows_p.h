@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/table/rowlists_p.h>
+
 #include <QtGlobal>
 
 #include <memory>
-#include <vector>
 
 namespace sito {
 
@@ -19,13 +20,15 @@ struct ShownRows
     /// All listed rows of \a rows, in their order.
     static std::shared_ptr<const ShownRows> all(std::shared_ptr<RowSet> rows);
 
+    bool isShown(quint32 id) const { return id < places.size() && places[id] < count; }
+
     std::shared_ptr<RowSet> rows;
     /// The shown rows in their order, and behind them those that were shown before and are not now.
-    std::vector<quint32> ids;
+    RowIds ids;
     /// How many of the ids, the first ones, are shown.
     quint32 count = 0;
     /// By id, the place in ids; nowhere for a row that does not stand there.
-    std::vector<quint32> places;
+    RowIds places;
 };
 
 } // namespace sito

@@ -412,8 +412,8 @@ bool areInOrder(const parallel::Context &context, const std::vector<KeyColumn> &
 
 } // namespace
 
-std::vector<quint32> sortorder::sorted(const parallel::Context &context, const Table &table,
-                                       const RowSet &rows, const std::vector<Key> &keys)
+RowIds sortorder::sorted(const parallel::Context &context, const Table &table, const RowSet &rows,
+                         const std::vector<Key> &keys)
 {
     std::vector<KeyColumn> columns;
     columns.reserve(keys.size());
@@ -430,7 +430,7 @@ std::vector<quint32> sortorder::sorted(const parallel::Context &context, const T
         items = sortedItems({context.threads, context.stop}, columns, rows.listedCount());
     }
 
-    std::vector<quint32> ids;
+    RowIds ids;
     ids.reserve(items.size());
     for (const Item &item : items)
         ids.push_back(item.id);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <hostkit/parallel/parallel_p.h>
+#include <hostkit/table/rowlists_p.h>
 
 #include <QtGlobal>
 
@@ -30,8 +31,8 @@ struct Key
 /// Each key sorts by Field::compare(), with one addition: a NaN, which equals every double there, comes after
 /// all numbers and equals every other NaN. The caller holds the table's lock. Throws parallel::Stopped, and
 /// what comparing throws.
-std::vector<quint32> sorted(const parallel::Context &context, const Table &table, const RowSet &rows,
-                            const std::vector<Key> &keys);
+RowIds sorted(const parallel::Context &context, const Table &table, const RowSet &rows,
+              const std::vector<Key> &keys);
 
 /// What sorted() adds to the progress of the context.
 qint64 units(qint64 rowCount, qint64 keyCount);

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <hostkit/table/sortvalues_p.h>
 
+#include <hostkit/table/rowset_p.h>
 #include <hostkit/table/sortwords_p.h>
 
 #include <data/field.h>
 #include <data/table.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace sito {
 
@@ -32,6 +34,32 @@ void SortValues::resize(quint32 count)
             column.decimals.resize(count);
         else if (column.type == FieldType::XDecimal)
             column.numbers.resize(count);
+    }
+}
+
+template <typename Value>
+static void compact(std::vector<Value> &values, const std::vector<quint32> &newIds, quint32 count)
+{
+    if (values.empty())
+        return;
+    for (size_t id = 0; id < newIds.size(); ++id) {
+        // No new id is larger than the old one: only what has been moved is overwritten.
+        if (newIds[id] != RowSet::none && newIds[id] != id)
+            values[newIds[id]] = std::move(values[id]);
+    }
+    values.resize(count);
+    if (values.capacity() / 2 > values.size())
+        values.shrink_to_fit();
+}
+
+void SortValues::compact(const std::vector<quint32> &newIds, quint32 count)
+{
+    for (Column &column : m_columns) {
+        sito::compact(column.words, newIds, count);
+        sito::compact(column.present, newIds, count);
+        sito::compact(column.texts, newIds, count);
+        sito::compact(column.decimals, newIds, count);
+        sito::compact(column.numbers, newIds, count);
     }
 }
 
@@ -121,43 +149,59 @@ bool SortValues::isBefore(quint32 a, quint32 b) const
     return a < b;
 }
 
-std::vector<quint32> SortValues::sorted(const parallel::Context &context, quint32 count) const
+SortValues::Item SortValues::item(quint32 id) const
 {
-    struct Item
-    {
-        quint64 word = 0;
-        quint32 id = 0;
-    };
     const Column &first = m_columns.front();
-    const quint64 flip = first.key.descending ? sortwords::highest : 0;
+    return {first.key.descending ? ~first.words[id] : first.words[id], id};
+}
+
+bool SortValues::isBefore(const Item &a, const Item &b) const
+{
+    return a.word != b.word ? a.word < b.word : isBefore(a.id, b.id);
+}
+
+RowIds SortValues::sorted(const parallel::Context &context, quint32 count) const
+{
     std::vector<Item> items(count);
     for (quint32 id = 0; id < count; ++id)
-        items[id] = {first.words[id] ^ flip, id};
-    parallel::sort(context, items, [this](const Item &a, const Item &b) {
-        return a.word != b.word ? a.word < b.word : isBefore(a.id, b.id);
-    });
-    std::vector<quint32> ids(count);
+        items[id] = item(id);
+    parallel::sort(context, items, [this](const Item &a, const Item &b) { return isBefore(a, b); });
+    RowIds ids(count);
     std::transform(items.begin(), items.end(), ids.begin(), [](const Item &item) { return item.id; });
     return ids;
 }
 
-std::vector<quint32> SortValues::merged(const std::vector<quint32> &order, const std::vector<quint8> &leaves,
-                                        std::vector<quint32> coming) const
+RowIds SortValues::merged(const RowIds &order, const RowFlags &stays, const RowIds &coming) const
 {
-    std::vector<quint32> stay;
-    stay.reserve(order.size());
-    std::copy_if(order.begin(), order.end(), std::back_inserter(stay),
-                 [&leaves](quint32 id) { return !leaves[id]; });
-    const auto isBefore = [this](quint32 a, quint32 b) { return this->isBefore(a, b); };
-    std::sort(coming.begin(), coming.end(), isBefore);
+    std::vector<Item> items(coming.size());
+    std::transform(coming.begin(), coming.end(), items.begin(), [this](quint32 id) { return item(id); });
+    std::sort(items.begin(), items.end(), [this](const Item &a, const Item &b) { return isBefore(a, b); });
 
-    std::vector<quint32> result;
-    result.reserve(stay.size() + coming.size());
+    RowIds stay(stays.get_allocator());
+    rowlists::append(stay, rowlists::count(stays), order, stays);
+    // Where a row belongs is found among every 64th, which lie together, and then between two of these.
+    constexpr size_t step = 64;
+    std::vector<Item> marks;
+    marks.reserve(stay.size() / step + 1);
+    for (size_t place = 0; place < stay.size(); place += step)
+        marks.push_back(item(stay[place]));
+
+    RowIds result(stays.get_allocator());
+    result.reserve(stay.size() + items.size());
     auto from = stay.cbegin();
-    for (const quint32 id : coming) {
-        const auto to = std::lower_bound(from, stay.cend(), id, isBefore);
+    auto mark = marks.cbegin();
+    for (const Item &next : items) {
+        while (mark != marks.cend() && isBefore(*mark, next))
+            ++mark;
+        const auto end =
+            stay.cbegin() + qptrdiff(std::min(size_t(mark - marks.cbegin()) * step, stay.size()));
+        const auto begin = mark == marks.cbegin()
+                               ? from
+                               : std::max(from, stay.cbegin() + (mark - marks.cbegin() - 1) * qptrdiff(step));
+        const auto to = std::lower_bound(begin, end, next,
+                                         [this](quint32 a, const Item &b) { return isBefore(item(a), b); });
         result.insert(result.end(), from, to);
-        result.push_back(id);
+        result.push_back(next.id);
         from = to;
     }
     result.insert(result.end(), from, stay.cend());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <hostkit/table/rowlists_p.h>
 #include <hostkit/table/sortorder_p.h>
 
 #include <data/decimal.h>
@@ -26,21 +27,29 @@ public:
     /// By \a keys, of which there must be at least one.
     SortValues(const Table &table, const std::vector<sortorder::Key> &keys);
 
-    /// Makes room for the ids below \a count. It is never made smaller.
+    /// Makes room for the ids below \a count. It never shrinks.
     void resize(quint32 count);
+    /// Moves the values of each row to its new id in \a newIds, which are as RowSet::compacted() gives them,
+    /// and forgets the others.
+    void compact(const std::vector<quint32> &newIds, quint32 count);
     /// Reads the row at \a row, under the lock of the table.
     void read(quint32 id, unsigned char *row);
 
     /// Whether the row \a a sorts before \a b. Rows that are equal in all keys sort by their ids.
     bool isBefore(quint32 a, quint32 b) const;
     /// The ids below \a count in their order, as sortorder::sorted() has it.
-    std::vector<quint32> sorted(const parallel::Context &context, quint32 count) const;
-    /// What \a order becomes when the rows for which \a leaves is not 0 are taken out and those of \a coming,
-    /// in any order, are put in their places.
-    std::vector<quint32> merged(const std::vector<quint32> &order, const std::vector<quint8> &leaves,
-                                std::vector<quint32> coming) const;
+    RowIds sorted(const parallel::Context &context, quint32 count) const;
+    /// What \a order becomes when only the rows with a flag in \a stays stay, and those of \a coming, in any
+    /// order, are put in their places.
+    RowIds merged(const RowIds &order, const RowFlags &stays, const RowIds &coming) const;
 
 private:
+    /// A row with what it sorts by in the first place.
+    struct Item
+    {
+        quint64 word = 0;
+        quint32 id = 0;
+    };
     struct Column
     {
         int compare(quint32 a, quint32 b) const;
@@ -58,6 +67,8 @@ private:
     };
 
     static void read(Column &column, quint32 id, const Field &field);
+    Item item(quint32 id) const;
+    bool isBefore(const Item &a, const Item &b) const;
 
     const Table &m_table;
     std::vector<Column> m_columns;

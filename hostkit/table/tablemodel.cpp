@@ -139,7 +139,7 @@ void TableModelPrivate::announceWritten(const RowPass &pass)
 {
     const RowPass::Result &result = pass.result();
     const int sections = cells.count();
-    // Rows that were listed anew may have been written meanwhile.
+    // Rows that were listed again may have been written meanwhile.
     if (pass.reload && result.firstKept <= result.lastKept && sections > 0)
         Q_EMIT q->dataChanged(q->index(int(result.firstKept), 0),
                               q->index(int(result.lastKept), sections - 1));
@@ -217,10 +217,7 @@ int TableModel::rowOf(const Record &record) const
     }
     const ShownRows &shown = *d->passes.shown();
     const quint32 id = record.isNull() ? RowSet::none : shown.rows->find(record.row());
-    // Behind the places are rows that were added and are not shown yet.
-    if (id == RowSet::none || id >= shown.places.size() || shown.places[id] >= shown.count)
-        return -1;
-    return int(shown.places[id]);
+    return shown.isShown(id) ? int(shown.places[id]) : -1;
 }
 
 qsizetype TableModel::totalRowCount() const
@@ -290,6 +287,11 @@ bool TableModel::isUpToDate() const
     return d->passes.isUpToDate();
 }
 
+bool TableModel::hasChangesToShow() const
+{
+    return d->passes.hasChangesToShow();
+}
+
 void TableModel::waitForPass()
 {
     d->passes.wait();
@@ -310,8 +312,8 @@ int TableModel::rowAfterPass(int row) const
     if (!d->coming || row < 0 || row >= rowCount())
         return -1;
     const ShownRows &next = *d->coming->result().shown;
-    const quint32 place = next.places[d->coming->before()[row]];
-    return place < next.count ? int(place) : -1;
+    const quint32 id = d->coming->before()[row];
+    return next.isShown(id) ? int(next.places[id]) : -1;
 }
 
 int TableModel::rowCount(const QModelIndex &parent) const

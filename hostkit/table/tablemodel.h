@@ -44,8 +44,7 @@ class TableModelPrivate;
 /// rows that move by one layoutChanged(); and cells that were written by dataChanged(), in one range where
 /// they are many. data() gives a written value at once, dataChanged() and the new place follow. Rows that are
 /// inserted before others in the master index, and changes of more rows at once than can be kept, lead to a
-/// pass as after reload(), and so does, from time to time, that many rows have come or gone. Nothing is taken
-/// over while what is shown is not up to date, see isUpToDate().
+/// pass as after reload(). Nothing is taken over while what is shown is not up to date, see isUpToDate().
 ///
 /// **Failures.** The rows stay as they were when a pass fails, also for lack of memory; passFailed() says
 /// why. If there was no memory left in the middle of the announcements, a reset takes them back.
@@ -73,8 +72,8 @@ class TableModelPrivate;
 /// **Cost.** A pass asks each predicate for every row; where the rows or the sort keys have changed, it also
 /// sorts n rows in n log n. Both are split over threads. The model holds a handle for each row that was
 /// listed. To take over k changed rows of n that are followed, in a thread, takes k log n steps and some
-/// copies of a list of n numbers; the values by which the rows are sorted are held twice, and rows that were
-/// removed are held until the rows are listed again.
+/// copies of a list of n numbers, whose memory is kept for the next time; the values by which the rows are
+/// sorted are held twice, and rows that were removed are held until about a quarter of all have gone.
 class HOSTKIT_EXPORT TableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -116,7 +115,7 @@ public:
     int rowOf(const Record &record) const;
     /// How many rows there are without filters.
     qsizetype totalRowCount() const;
-    /// Lists the table's rows anew, in a pass, and sorts and filters them. The pass that runs ends first.
+    /// Lists the table's rows again, in a pass, and sorts and filters them. The pass that runs ends first.
     void reload();
 
     /// Follows \a changes, which tells of the changes of table(), from now on; null for none. It is not owned
@@ -149,6 +148,9 @@ public:
     /// Whether what is shown is as filters(), sortKeys() and the last reload() have it: not while a pass runs
     /// or is about to, nor after one that failed or was given up, until the next one is shown.
     bool isUpToDate() const;
+    /// Whether a table that is followed has told of changes that are not shown yet. It remains so as long as
+    /// what is shown is not up to date, see isUpToDate().
+    bool hasChangesToShow() const;
     /// Blocks until no pass runs or is about to, and shows the result; when the table is followed, also what
     /// was told before the call. Does nothing while a result is being announced.
     void waitForPass();

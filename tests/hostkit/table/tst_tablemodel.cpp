@@ -532,7 +532,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("reloads");
         QTest::newRow("over the rows it knows") << false;
-        QTest::newRow("over the rows listed anew") << true;
+        QTest::newRow("over the rows listed again") << true;
     }
     void holdsTheTablesLockDuringAPass()
     {

@@ -208,6 +208,19 @@ public:
         }
     }
 
+    /// Removes, appends and writes some thousand rows.
+    void changeMany()
+    {
+        QList<Record> leaving;
+        for (int count = below(4000); count > 0 && m_rows.size() > 50; --count)
+            leaving.append(m_rows.takeAt(somewhere()));
+        m_told.remove(leaving);
+        for (int count = below(6000); count > 0; --count)
+            m_rows.append(m_told.append(row()));
+        for (int i = 0; i < 500; ++i)
+            change(false);
+    }
+
     QList<Record> untouched;
 
 private:
@@ -470,8 +483,72 @@ private Q_SLOTS:
         QTRY_COMPARE(quotes.told.table.liveRowCount(), 5);
     }
 
+    void needsNoPassWhenManyRowsComeAndGo_data()
+    {
+        QTest::addColumn<QList<int>>("keys");
+        QTest::newRow("in the order of the table") << QList<int>();
+        QTest::newRow("by numbers") << QList<int>{0};
+        QTest::newRow("by texts and decimals") << QList<int>{2, 3};
+        QTest::newRow("by long decimals") << QList<int>{4};
+    }
+    void needsNoPassWhenManyRowsComeAndGo()
+    {
+        QFETCH(const QList<int>, keys);
+        const quint64 seed = testSeed();
+        ToldTable told(u"random"_s, columns);
+        Writer writer(told, seed);
+        TableModel model(told.table, {unwritten, 0, 2});
+        FilterList filters(told.table);
+        auto *filter = new ColumnsFilter(told.table, {0});
+        filters.add(filter);
+        for (int price = -5; price < 5; ++price)
+            filter->addExcludedKey(priceKey(price));
+        model.setFilters(&filters);
+        QList<TableModel::SortKey> sortKeys;
+        for (const int key : keys)
+            sortKeys.append({key, key % 2 ? Qt::DescendingOrder : Qt::AscendingOrder});
+        model.setSortKeys(sortKeys);
+        model.follow(&told.changes);
+        model.waitForPass();
+        const Mirror mirror(model);
+        const ModelLog log(model);
+        std::vector<std::pair<QPersistentModelIndex, Record>> kept;
+        for (const Record &row : std::as_const(writer.untouched)) {
+            if (model.rowOf(row) >= 0)
+                kept.emplace_back(model.index(model.rowOf(row), 1), row);
+        }
+
+        for (int round = 0; round < 12; ++round) {
+            const QByteArray about = seedMessage(seed, u"round %1"_s.arg(round));
+            writer.changeMany();
+            model.waitForPass();
+
+            TableModel fresh(told.table, {unwritten, 0, 2});
+            fresh.setFilters(&filters);
+            fresh.setSortKeys(sortKeys);
+            fresh.waitForPass();
+            QVERIFY2(shownRows(model) == shownRows(fresh), about.constData());
+            QVERIFY2(model.totalRowCount() == fresh.totalRowCount(), about.constData());
+            QVERIFY2(mirror.isRight() && mirror.hasTexts(), about.constData());
+            for (const auto &[index, row] : kept)
+                QVERIFY2(index.row() == model.rowOf(row), about.constData());
+        }
+        QVERIFY(!log.entries().contains(u"started"_s));
+        // Rows that are gone are not kept for long.
+        const auto rows = told.table.rowCount();
+        QTRY_VERIFY2(told.table.liveRowCount() < rows + rows / 2 + 2048,
+                     qPrintable(u"%1 of %2"_s.arg(told.table.liveRowCount()).arg(rows)));
+    }
+
+    void goesOnAfterAFailure_data()
+    {
+        QTest::addColumn<bool>("reloads");
+        QTest::newRow("by listing the rows again") << true;
+        QTest::newRow("by sorting and filtering again") << false;
+    }
     void goesOnAfterAFailure()
     {
+        QFETCH(const bool, reloads);
         Quotes quotes;
         std::atomic<bool> isBroken = false;
         auto *filter = new LambdaFilter([&isBroken](const Record &) -> bool {
@@ -491,10 +568,14 @@ private Q_SLOTS:
         quotes.told.append(quote(16, u"F"_s));
         QCOMPARE(quotes.shown(), u"A10 B20 C30 D40"_s);
         QVERIFY(!quotes.model.isUpToDate());
+        QVERIFY(quotes.model.hasChangesToShow());
 
         isBroken = false;
-        quotes.model.reload();
-        quotes.model.waitForPass();
+        if (reloads)
+            quotes.model.reload();
+        else
+            quotes.model.setSortKeys(quotes.model.sortKeys());
+        QTRY_VERIFY(!quotes.model.hasChangesToShow());
         QCOMPARE(quotes.shown(), u"A10 E15 F16 B20 C30 D40"_s);
         quotes.told.append(quote(17, u"G"_s));
         quotes.model.waitForPass();
@@ -546,6 +627,26 @@ private Q_SLOTS:
         quotes.told.append(quote(16, u"F"_s));
 
         QTRY_COMPARE(quotes.shown(), u"A10 E15 F16 B20 C30 D40"_s);
+    }
+
+    void tellsWhetherThereAreChangesToShow()
+    {
+        Quotes quotes;
+        QVERIFY(!quotes.model.hasChangesToShow());
+
+        quotes.told.append(quote(15, u"E"_s));
+        QVERIFY(quotes.model.hasChangesToShow());
+        QTRY_COMPARE(quotes.model.rowCount(), 5);
+        QVERIFY(!quotes.model.hasChangesToShow());
+
+        // A listing shows what was told before it.
+        quotes.told.append(quote(16, u"F"_s));
+        quotes.model.reload();
+        QTRY_VERIFY(!quotes.model.isPassRunning());
+        QVERIFY(!quotes.model.hasChangesToShow());
+        quotes.told.append(quote(17, u"G"_s));
+        quotes.model.follow(nullptr);
+        QVERIFY(!quotes.model.hasChangesToShow());
     }
 
     void listensNoLongerThanItLives()
