@@ -99,6 +99,31 @@ bool TableCells::isAbsent(unsigned char *row, int section) const
     return !m_table.dataPtr(row, m_sections[size_t(section)].column).isPresent();
 }
 
+TableCells::Painted TableCells::painted(unsigned char *row, int section) const
+{
+    return {data(row, section, Qt::DisplayRole), isAbsent(row, section)};
+}
+
+std::optional<QVariant> TableCells::data(const Painted &cell, int section, int role) const
+{
+    switch (role) {
+    case Qt::DisplayRole:
+        return cell.text;
+    case Qt::TextAlignmentRole:
+        return m_sections[size_t(section)].isNumber ? m_right : m_left;
+    case Qt::FontRole:
+    case Qt::ForegroundRole:
+    case Qt::AccessibleTextRole:
+        return cell.isAbsent ? absentData(role) : QVariant();
+    case Qt::BackgroundRole:
+    case Qt::CheckStateRole:
+    case Qt::DecorationRole:
+        return QVariant();
+    default:
+        return std::nullopt;
+    }
+}
+
 QVariant TableCells::columnHeader(int section, int role, bool isFiltered) const
 {
     const Section &shown = m_sections[size_t(section)];

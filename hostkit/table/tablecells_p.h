@@ -5,6 +5,7 @@
 #include <QList>
 #include <QVariant>
 
+#include <optional>
 #include <vector>
 
 class Field;
@@ -24,6 +25,16 @@ public:
     /// As TableModel::data() for Qt's roles, for the cell of \a section in the row block \a row.
     QVariant data(unsigned char *row, int section, int role) const;
     bool isAbsent(unsigned char *row, int section) const;
+
+    /// What a view paints of a cell.
+    struct Painted
+    {
+        QVariant text = {};
+        bool isAbsent = false;
+    };
+    Painted painted(unsigned char *row, int section) const;
+    /// As data(), from \a cell alone; nothing for the roles with which no view paints.
+    std::optional<QVariant> data(const Painted &cell, int section, int role) const;
     /// As TableModel::headerData() for Qt's roles.
     QVariant columnHeader(int section, int role, bool isFiltered) const;
     QVariant rowHeader(int row, int role) const;

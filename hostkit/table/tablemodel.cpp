@@ -11,6 +11,7 @@
 #include <QThreadPool>
 
 #include <algorithm>
+#include <new>
 
 #include <hostkit/table/tablemodel_p.h>
 
@@ -57,6 +58,7 @@ void TableModelPrivate::show(const RowPass &pass)
     }
     requireMemory(q->persistentIndexList().size());
     const View before = view;
+    held.reset();
     try {
         announce(pass);
     } catch (...) {
@@ -164,6 +166,33 @@ QVariant TableModelPrivate::data(int row, int section, int role) const
     if (role == TableModel::AbsentRole)
         return cells.isAbsent(block, section);
     return cells.data(block, section, role);
+}
+
+void TableModelPrivate::hold(int firstRow, int lastRow, const QList<int> &sections)
+{
+    auto next = std::make_unique<HeldCells>(HeldCells{firstRow, lastRow});
+    next->places.assign(size_t(cells.count()), -1);
+    for (const int section : sections)
+        next->places.at(size_t(section)) = next->width++;
+    passes.readCells([&] {
+        for (int row = firstRow; row <= lastRow; ++row) {
+            unsigned char *block = view[size_t(row)].row();
+            for (const int section : sections)
+                next->cells.push_back(cells.painted(block, section));
+        }
+    });
+    held = std::move(next);
+}
+
+std::optional<QVariant> TableModelPrivate::heldData(int row, int section, int role) const
+{
+    if (!held || row < held->firstRow || row > held->lastRow || held->places[size_t(section)] < 0)
+        return std::nullopt;
+    const int place = (row - held->firstRow) * held->width + held->places[size_t(section)];
+    const TableCells::Painted &cell = held->cells[size_t(place)];
+    if (role == TableModel::AbsentRole)
+        return cell.isAbsent;
+    return cells.data(cell, section, role);
 }
 
 bool TableModelPrivate::isFiltered(int column) const
@@ -332,12 +361,23 @@ QVariant TableModel::data(const QModelIndex &index, int role) const
         return QVariant();
     if (role == ColumnRole)
         return columns().at(index.column());
+    if (std::optional<QVariant> held = d->heldData(index.row(), index.column(), role))
+        return *std::move(held);
     return d->passes.readCells([&] { return d->data(index.row(), index.column(), role); });
 }
 
-void TableModel::readCells(const std::function<void()> &read) const
+void TableModel::readCells(int firstRow, int lastRow, const QList<int> &sections,
+                           const std::function<void()> &use)
 {
-    d->passes.readCells(read);
+    const auto release = qScopeGuard([this] { d->held.reset(); });
+    if (d->passes.followed() && firstRow <= lastRow && firstRow < rowCount()) {
+        try {
+            d->hold(std::max(firstRow, 0), std::min(lastRow, rowCount() - 1), sections);
+        } catch (const std::bad_alloc &) {
+            // Then data() reads them one by one.
+        }
+    }
+    use();
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const

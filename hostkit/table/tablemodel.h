@@ -161,9 +161,11 @@ public:
     /// In slots of aboutToShow(): the place that the row at \a row will have; -1 when it vanishes.
     int rowAfterPass(int row) const;
 
-    /// Calls \a read, which reads many cells. When the table is followed, its lock is taken once for all of
-    /// them: a view that calls it when it paints waits once for a writer, not for each cell.
-    void readCells(const std::function<void()> &read) const;
+    /// Calls \a use, which needs what a view paints of many cells: the rows from \a firstRow to \a lastRow in
+    /// \a sections, which are all different. When the table is followed, they are read before that, under its
+    /// lock, which is taken once and let go of; data() then answers from them until \a use returns or other
+    /// rows are shown. So a view waits once for a writer, and a writer does not wait for the painting.
+    void readCells(int firstRow, int lastRow, const QList<int> &sections, const std::function<void()> &use);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     int columnCount(const QModelIndex &parent = QModelIndex()) const override;

@@ -6,6 +6,7 @@
 #include <hostkit/table/tablemodel.h>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace sito {
@@ -23,6 +24,9 @@ public:
     void announceSteps(const RowPass &pass);
     void announceWritten(const RowPass &pass);
     QVariant data(int row, int section, int role) const;
+    void hold(int firstRow, int lastRow, const QList<int> &sections);
+    /// What data() is without reading the row; nothing when that is not known.
+    std::optional<QVariant> heldData(int row, int section, int role) const;
     /// Whether a filter over \a column takes part.
     bool isFiltered(int column) const;
 
@@ -36,6 +40,19 @@ public:
         const Record &operator[](size_t place) const;
     };
 
+    /// Cells that were read together, see TableModel::readCells().
+    struct HeldCells
+    {
+        int firstRow = 0;
+        int lastRow = -1;
+        /// How many sections were read.
+        int width = 0;
+        /// For each section its place among those that were read, or -1.
+        std::vector<int> places = {};
+        /// Row by row.
+        std::vector<TableCells::Painted> cells = {};
+    };
+
     TableModel *const q;
     Table &table;
     const TableCells cells;
@@ -44,6 +61,8 @@ public:
     std::vector<quint32> steps;
     /// The pass whose result is about to be shown; see TableModel::rowAfterPass().
     const RowPass *coming = nullptr;
+    /// Null unless readCells() runs.
+    std::unique_ptr<const HeldCells> held;
     /// Last, so that its threads end before anything that they use.
     RowPasses passes;
 };

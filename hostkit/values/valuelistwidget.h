@@ -33,10 +33,11 @@ class ValueListWidgetPrivate;
 ///
 /// The table, and all that the predicates read, must live until cancel() is called or the widget is deleted.
 ///
-/// **Following.** A table whose changes fill() is told of is counted again in the background after it has
-/// changed, at most a few times a second and for a tenth of the time. What is checked, selected and searched
-/// for stays, and so does the place of the value under the pointer; an unchecked value stays listed when its
-/// last row is gone. Such a table is not locked for longer than some milliseconds at a time.
+/// **Following.** With the changes of the table, fill() makes the list follow it: after a change the values
+/// are counted again in the background, at most five times a second and for a tenth of the time. What is
+/// checked, selected and searched for stays, and so does the place of the value under the pointer; an
+/// unchecked value stays listed when its last row is gone. The table is then locked for some milliseconds at
+/// a time.
 ///
 /// **Cost.** Counting reads each row of the table once and calls the predicates for it; it sorts, and holds,
 /// only the distinct values. A search makes the texts of all of these, or of those that the last search has

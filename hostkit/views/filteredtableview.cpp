@@ -345,7 +345,19 @@ void FilteredTableView::updateRowHeight()
 
 void FilteredTableView::paintEvent(QPaintEvent *event)
 {
-    m_model->readCells([&] { QTableView::paintEvent(event); });
+    const QRect painted = event->rect();
+    QList<int> sections;
+    for (int section = 0; section < m_header->count(); ++section) {
+        const int left = columnViewportPosition(section);
+        if (!m_header->isSectionHidden(section) && left <= painted.right() &&
+            left + columnWidth(section) > painted.left())
+            sections.append(section);
+    }
+    const int first = rowAt(painted.top());
+    const int last = rowAt(painted.bottom());
+    // Nothing is read for the room below the last row.
+    m_model->readCells(first < 0 ? m_model->rowCount() : first, last < 0 ? m_model->rowCount() - 1 : last,
+                       sections, [&] { QTableView::paintEvent(event); });
 }
 
 void FilteredTableView::resizeEvent(QResizeEvent *event)

@@ -602,16 +602,70 @@ private Q_SLOTS:
     void readsManyCellsUnderOneLock()
     {
         Quotes quotes;
-        std::optional<OtherLocker> other;
-        quotes.model.readCells([&] {
-            QCOMPARE(quotes.shown(), u"A10 B20 C30 D40"_s);
-            other.emplace(quotes.told.table);
-            QVERIFY(!other->gets(20ms));
+        const auto texts = [&] {
+            QStringList list;
+            for (int row = 0; row < 4; ++row) {
+                for (int section = 0; section < 2; ++section)
+                    list.append(quotes.model.index(row, section).data().toString());
+            }
+            return list.join(u' ');
+        };
+        QCOMPARE(texts(), u"A 10 B 20 C 30 D 40"_s);
+
+        quotes.model.readCells(1, 2, {1}, [&] {
+            // A writer does not wait until they are used.
+            QVERIFY(OtherLocker(quotes.told.table).gets(10s));
+            quotes.told.update(quotes.rows[1], 0, qint32(21));
+            quotes.told.update(quotes.rows[3], 0, qint32(41));
+            // Only what was asked for was read.
+            QCOMPARE(texts(), u"A 10 B 20 C 30 D 41"_s);
+            // For the roles with which no view paints there is what the row holds.
+            QCOMPARE(quotes.model.index(1, 1).data(Qt::EditRole), u"21"_s);
         });
-        QVERIFY(other->gets(10s));
+        QCOMPARE(texts(), u"A 10 B 21 C 30 D 41"_s);
 
         quotes.model.follow(nullptr);
-        quotes.model.readCells([&] { QVERIFY(OtherLocker(quotes.told.table).gets(10s)); });
+        quotes.model.readCells(0, 3, {0, 1}, [&] {
+            QVERIFY(OtherLocker(quotes.told.table).gets(10s));
+            quotes.told.update(quotes.rows[1], 0, qint32(22));
+            QCOMPARE(texts(), u"A 10 B 22 C 30 D 41"_s);
+        });
+    }
+
+    void readsWhatIsPainted()
+    {
+        Quotes quotes;
+        quotes.told.append({CellValue(), u"E"_s, CellValue(), decimal(), xdecimal(), datetime(), 0.5});
+        quotes.model.waitForPass();
+        const QList<int> roles{Qt::DisplayRole,    Qt::TextAlignmentRole,      Qt::FontRole,
+                               Qt::ForegroundRole, Qt::BackgroundRole,         Qt::DecorationRole,
+                               Qt::CheckStateRole, Qt::AccessibleTextRole,     Qt::EditRole,
+                               Qt::ToolTipRole,    TableModel::ColumnRole,     TableModel::AbsentRole,
+                               Qt::SizeHintRole,   TableModel::FirstUnusedRole};
+        const auto all = [&] {
+            QVariantList list;
+            for (int row = 0; row < quotes.model.rowCount(); ++row) {
+                for (int section = 0; section < 2; ++section) {
+                    for (const int role : roles)
+                        list.append(quotes.model.index(row, section).data(role));
+                }
+            }
+            return list;
+        };
+        const QVariantList expected = all();
+        QVERIFY(expected.contains(QVariant(u"—"_s)));
+        // Rows that there are not are left out.
+        quotes.model.readCells(-3, 99, {1, 0}, [&] { QCOMPARE(all(), expected); });
+    }
+
+    void letsGoOfCellsWhenOtherRowsAreShown()
+    {
+        Quotes quotes;
+        quotes.model.readCells(0, 3, {0, 1}, [&] {
+            quotes.told.remove({quotes.rows[0]});
+            quotes.model.waitForPass();
+            QCOMPARE(quotes.shown(), u"B20 C30 D40"_s);
+        });
     }
 
     // What was told before a listing is shown by it, and never taken.

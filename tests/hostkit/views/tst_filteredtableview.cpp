@@ -23,8 +23,11 @@
 #include <QTest>
 
 #include <chrono>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <semaphore>
 
 using namespace sito;
 using namespace Qt::StringLiterals;
@@ -258,37 +261,67 @@ private Q_SLOTS:
         QCOMPARE(m_view->neighbour(0, true), 1);
     }
 
-    void paintsUnderOneLockWhatItFollows()
+    void paintsWhatItReadUnderOneLock()
     {
+        /// A writer changes all rows while the first cell is painted.
         class Delegate final : public QStyledItemDelegate
         {
         public:
-            explicit Delegate(const Table &table) : m_table(table) {}
-            void paint(QPainter *, const QStyleOptionViewItem &, const QModelIndex &) const override
+            explicit Delegate(MemoryTable &table) : m_table(table) {}
+            void paint(QPainter *, const QStyleOptionViewItem &, const QModelIndex &index) const override
             {
-                if (!m_other)
-                    m_other.emplace(m_table);
-                isLocked = isLocked && !m_other->gets(1ms);
-                ++cells;
+                if (texts.isEmpty()) {
+                    isFree = OtherLocker(m_table).gets(10s);
+                    for (qint64 row = 0; isFree && row < m_table.rowCount(); ++row)
+                        m_table.update(m_table.row(row), 1, u"written"_s);
+                }
+                texts.append(index.data().toString());
             }
-            mutable bool isLocked = true;
-            mutable int cells = 0;
+            mutable bool isFree = false;
+            mutable QStringList texts;
 
         private:
-            const Table &m_table;
-            mutable std::optional<OtherLocker> m_other;
+            MemoryTable &m_table;
         };
         Delegate delegate(*m_table);
         TableChanges changes;
         const auto end = qScopeGuard([this] { m_view.reset(); });
         m_view->follow(&changes);
         m_view->tableModel()->waitForPass();
+        m_view->hideColumn(0);
         m_view->setItemDelegate(&delegate);
 
         m_view->grab();
 
-        QVERIFY(delegate.cells > 1);
-        QVERIFY(delegate.isLocked);
+        QVERIFY(delegate.isFree);
+        QCOMPARE(delegate.texts.join(u' '), u"y x y"_s);
+        QCOMPARE(m_view->tableModel()->index(0, 1).data(), u"written"_s);
+    }
+
+    // Nothing is read for it, so it is painted while a writer has the lock.
+    void paintsTheRoomBelowTheRows()
+    {
+        TableChanges changes;
+        const auto end = qScopeGuard([this] { m_view.reset(); });
+        m_view->follow(&changes);
+        m_view->tableModel()->waitForPass();
+        m_view->resize(400, 300);
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        const int below = m_view->rowViewportPosition(2) + m_view->rowHeight(2);
+        std::binary_semaphore locked{0};
+        std::binary_semaphore leave{0};
+        const std::future<void> writer = std::async(std::launch::async, [&] {
+            const std::lock_guard lock(*m_table);
+            locked.release();
+            leave.acquire();
+        });
+        locked.acquire();
+
+        m_view->viewport()->repaint(0, below + 1, 400, 20);
+
+        leave.release();
+        writer.wait();
     }
 
     void asksForMenus()

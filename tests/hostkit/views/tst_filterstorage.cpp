@@ -797,7 +797,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("isRewritten");
         QTest::newRow("the filters of the view") << false << false;
         QTest::newRow("a set") << true << false;
-        QTest::newRow("a file that another program wrote anew") << false << true;
+        QTest::newRow("a file that another program has replaced") << false << true;
     }
     void keepsWhatTheListDoesNotHaveWhenItFitsAgain()
     {
