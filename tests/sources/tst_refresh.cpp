@@ -283,6 +283,62 @@ private Q_SLOTS:
         QCOMPARE(countsText(refresh.apply()), u"+0 -0 ~1"_s);
     }
 
+    void appendsRowsAsTheyCome()
+    {
+        MemoryTable table(u"t"_s, keyAndText);
+        table.append({{1, u"a"_s}, {2, u"b"_s}, {3, u"c"_s}});
+        constexpr int rows = 10'000;
+        TableRefresh refresh(table, {0}, {}, TableRefresh::Additions::AsTheyCome);
+        refresh.add(Row{1, u"a"_s});
+        refresh.add(Row{3, u"C"_s});
+        for (int i = 0; i < rows; ++i) {
+            QVERIFY(table.rowCount() > i - rows / 2);
+            refresh.add(Row{4 + i, u"new"_s});
+        }
+        QVERIFY(table.rowCount() < 3 + rows);
+
+        QCOMPARE(countsText(refresh.apply()), u"+10000 -1 ~1"_s);
+
+        QStringList expected{u"1 | a"_s, u"3 | C"_s};
+        for (int i = 0; i < rows; ++i)
+            expected.append(QString::number(4 + i) + u" | new"_s);
+        QCOMPARE(texts(table), expected);
+    }
+
+    void keepsRowsThatWereNotAdded()
+    {
+        MemoryTable table(u"t"_s, keyAndText);
+        table.append({{1, u"a"_s}, {2, u"b"_s}, {3, u"c"_s}});
+        TableRefresh refresh(table, {0});
+        refresh.add(Row{4, u"d"_s});
+        refresh.add(Row{2, u"B"_s});
+        refresh.add(Row{3, u"c"_s});
+
+        QCOMPARE(refresh.newRows(), 1);
+        QCOMPARE(countsText(refresh.apply(TableRefresh::Others::Kept)), u"+1 -0 ~1"_s);
+
+        QCOMPARE(texts(table), (QStringList{u"1 | a"_s, u"2 | B"_s, u"3 | c"_s, u"4 | d"_s}));
+    }
+
+    void keepsRowsByTheirKeys()
+    {
+        MemoryTable table(u"t"_s, {{u"t"_s, FieldType::String}, {u"id"_s, FieldType::Int}});
+        table.append({{u"a"_s, 1}, {u"b"_s, 2}, {u"c"_s, 3}, {u"d"_s, 4}});
+        TableRefresh refresh(table, {1});
+        refresh.add(Row{u"D"_s, 4});
+        refresh.add(Row{u"e"_s, 5});
+
+        // In another order than that of the table, those that were added among them.
+        QCOMPARE(refresh.keep(Row{4}), true);
+        QCOMPARE(refresh.keep(Row{5}), false);
+        QCOMPARE(refresh.keep(Row{1}), true);
+        QCOMPARE(refresh.keep(Row{2}), true);
+        QVERIFY(!exceptionMessage([&] { refresh.keep(Row{u"1"_s}); }).isNull());
+
+        QCOMPARE(countsText(refresh.apply()), u"+1 -1 ~1"_s);
+        QCOMPARE(texts(table), (QStringList{u"a | 1"_s, u"b | 2"_s, u"D | 4"_s, u"e | 5"_s}));
+    }
+
     void touchesNothingOnceStopped()
     {
         MemoryTable table(u"t"_s, keyAndText);
