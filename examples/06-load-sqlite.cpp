@@ -37,7 +37,7 @@ int main(int argc, char **argv)
     QObject::connect(&connection, &SourceConnection::opened, &connection,
                      [&](const QList<SourceConnection::TableInfo> &tables) {
                          for (const SourceConnection::TableInfo &table : tables)
-                             out << table.name << ": " << table.rowCount << " rows\n";
+                             out << table.name << ": " << table.columns.size() << " columns\n";
                          connection.load({u"quotes"_s});
                      });
     QObject::connect(&connection, &SourceConnection::loaded, &connection, [&](const QStringList &names) {

@@ -75,9 +75,17 @@ std::optional<SourceColumn> CsvSource::sourceColumn(const Column &column, bool) 
     return result;
 }
 
-std::optional<qint64> CsvSource::rowCount(const Table &, const parallel::StopToken &stop) const
+QHash<QString, TableSource::KnownCount> CsvSource::knownCounts(const QList<Table> &tables) const
 {
-    return stop.isStopRequested() ? std::nullopt : std::optional(m_shape.rows);
+    QHash<QString, KnownCount> result;
+    for (const Table &table : tables)
+        result.insert(table.name, {.rows = m_shape.rows, .isEstimate = false});
+    return result;
+}
+
+std::optional<qint64> CsvSource::rowCount(const Table &, const CountLimits &limits) const
+{
+    return limits.stop.isStopRequested() ? std::nullopt : std::optional(m_shape.rows);
 }
 
 std::unique_ptr<SourceRows> CsvSource::rows(const Table &, const QList<Column> &,

@@ -20,7 +20,8 @@ public:
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
     std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const override;
-    std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const override;
+    QHash<QString, KnownCount> knownCounts(const QList<Table> &tables) const override;
+    std::optional<qint64> rowCount(const Table &table, const CountLimits &limits) const override;
     std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                      const std::vector<SourceColumn> &columns) const override;
     QStringList notes(const Table &) const override { return m_shape.notes; }

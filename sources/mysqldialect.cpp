@@ -3,11 +3,12 @@
 
 #include <sources/bytestext_p.h>
 #include <sources/mysqlrows_p.h>
-#include <sources/sourcelocation.h>
 #include <sources/tableloader.h>
 
 #include <data/exception.h>
 
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
@@ -59,12 +60,7 @@ bool holdsBytes(const QString &declaredType)
 
 QString MysqlDialect::sourceName() const
 {
-    SourceLocation location;
-    location.host = connection().hostName();
-    location.port = connection().port();
-    location.database = connection().databaseName();
-    location.user = connection().userName();
-    return location.displayName();
+    return serverName();
 }
 
 QList<SqlDialect::Table> MysqlDialect::tables() const
@@ -131,6 +127,47 @@ std::optional<SourceColumn> MysqlDialect::sourceColumn(const Column &column, boo
     return result;
 }
 
+bool MysqlDialect::hasRowsAtOnce(const Table &table) const
+{
+    return !keyOf(table).isEmpty();
+}
+
+/// What the engines of tables estimate.
+QHash<QString, TableSource::KnownCount> MysqlDialect::knownCounts(const QList<Table> &) const
+{
+    QHash<QString, KnownCount> result;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    query.exec(u"SELECT TABLE_NAME, TABLE_ROWS FROM information_schema.TABLES "
+               "WHERE TABLE_SCHEMA = DATABASE() AND TABLE_TYPE = 'BASE TABLE' AND TABLE_ROWS > 0"_s);
+    while (query.next())
+        result.insert(query.value(0).toString(), {.rows = query.value(1).toLongLong()});
+    return result;
+}
+
+std::optional<qint64> MysqlDialect::rowCount(const Table &table, const CountLimits &limits) const
+{
+    QSqlQuery query(connection());
+    // One server has seconds, the other one milliseconds; each knows only its own variable.
+    const auto setLimits = [&query](const QString &lock, const QString &seconds,
+                                    const QString &milliseconds) {
+        query.exec(u"SET SESSION lock_wait_timeout = "_s + lock);
+        if (!query.exec(u"SET SESSION max_statement_time = "_s + seconds))
+            query.exec(u"SET SESSION max_execution_time = "_s + milliseconds);
+    };
+    QString lockSeconds;
+    if (limits.isBrief && query.exec(u"SELECT @@SESSION.lock_wait_timeout"_s) && query.next())
+        lockSeconds = query.value(0).toString();
+    const auto restored = qScopeGuard([&setLimits, &lockSeconds] {
+        if (!lockSeconds.isEmpty())
+            setLimits(lockSeconds, u"DEFAULT"_s, u"DEFAULT"_s);
+    });
+    if (!lockSeconds.isEmpty())
+        setLimits(u"1"_s, u"1"_s, u"1000"_s);
+    const auto snapshot = qScopeGuard(limits.isBrief ? beginSnapshot() : [] {});
+    return countInPortions(table, keyOf(table), limits);
+}
+
 /// The key of \a table, quoted, if that is one whole number; empty otherwise.
 QString MysqlDialect::keyOf(const Table &table) const
 {
@@ -143,6 +180,19 @@ QString MysqlDialect::keyOf(const Table &table) const
         return {};
     const QString key = backquoted(query.value(0).toString());
     return query.next() ? QString() : key;
+}
+
+QString MysqlDialect::growth(const Table &table, const QList<Column> &declared, int column) const
+{
+    const QString name = backquoted(declared.at(column).name);
+    const QString largest =
+        text(u"SELECT CONCAT('=', MAX(%1)) FROM %2"_s.arg(name, table.quotedName), table.name);
+    static const QRegularExpression number(u"^=-?[0-9]+([.][0-9]+)?$"_s);
+    static const QRegularExpression moment(u"^=[-0-9:. ]+$"_s);
+    if (!moment.match(largest).hasMatch())
+        return {};
+    const QString quote = number.match(largest).hasMatch() ? QString() : u"'"_s;
+    return u"(%1 >= %2%3%2 OR %1 IS NULL)"_s.arg(name, quote, largest.sliced(1));
 }
 
 std::unique_ptr<SourceRows> MysqlDialect::rows(const Table &table, const QList<Column> &declared,
@@ -182,12 +232,14 @@ std::unique_ptr<SourceRows> MysqlDialect::rows(const Table &table, const QList<C
         }
     }
     const QString key = keyOf(table);
+    // Behind a condition the rows put another one.
+    const QString where = table.condition.isEmpty() ? u" WHERE true"_s : table.where();
     QStringList all = values + sizes;
     if (!key.isEmpty())
         all.append(key);
-    return std::make_unique<MysqlRows>(connection(),
-                                       u"SELECT "_s + all.join(u", "_s) + u" FROM "_s + table.quotedName, key,
-                                       std::move(reads));
+    return std::make_unique<MysqlRows>(
+        connection(), u"SELECT "_s + all.join(u", "_s) + u" FROM "_s + table.quotedName + where, key,
+        std::move(reads));
 }
 
 std::function<void()> MysqlDialect::beginSnapshot() const

@@ -14,12 +14,16 @@ public:
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
     std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const override;
+    QHash<QString, KnownCount> knownCounts(const QList<Table> &tables) const override;
+    std::optional<qint64> rowCount(const Table &table, const CountLimits &limits) const override;
+    bool hasRowsAtOnce(const Table &table) const override;
     std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                      const std::vector<SourceColumn> &columns) const override;
     std::function<void()> beginSnapshot() const override;
 
 protected:
     QString sourceName() const override;
+    QString growth(const Table &table, const QList<Column> &declared, int column) const override;
 
 private:
     void checkView(const Table &table) const;

@@ -54,7 +54,7 @@ bool MysqlRows::next()
 {
     if (!query().next()) {
         if (m_key.isEmpty() || m_rows < rowsOfAPortion ||
-            !readPortion(u" WHERE %1 > %2"_s.arg(m_key, m_lastKey)) || !query().next())
+            !readPortion(u" AND %1 > %2"_s.arg(m_key, m_lastKey)) || !query().next())
             return false;
     }
     // Digits and a sign: the key is a whole number.

@@ -3,9 +3,9 @@
 
 #include <sources/bytestext_p.h>
 #include <sources/portion_p.h>
+#include <sources/postgresrowmark_p.h>
 #include <sources/postgresrows_p.h>
 #include <sources/postgressession_p.h>
-#include <sources/sourcelocation.h>
 #include <sources/tableloader.h>
 
 #include <data/exception.h>
@@ -16,6 +16,7 @@
 #include <QSqlQuery>
 #include <QStringList>
 
+#include <algorithm>
 #include <utility>
 
 namespace sito {
@@ -26,15 +27,18 @@ namespace {
 
 /// Gives schema, name, object number, whether the name alone finds it, and the kind of all tables and views
 /// of users in every schema, partitioned tables as a whole.
-QString tablesStatement()
+QString tablesStatement(bool asBytes)
 {
+    const QString name = asBytes ? u"pg_catalog.convert_to(%1::pg_catalog.text, 'SQL_ASCII')"_s : u"%1"_s;
     // A name is found in the first of the schemas that has a relation of that name.
     return u"WITH path(schemas) AS (SELECT "_s + PostgresSession::schemas() +
            u"), placed AS (SELECT c.oid, c.relname, c.relkind, c.relispartition, n.nspname, "
            "pg_catalog.array_position(p.schemas, n.nspname) AS place "
            "FROM path p CROSS JOIN pg_catalog.pg_class c "
            "JOIN pg_catalog.pg_namespace n ON n.oid OPERATOR(pg_catalog.=) c.relnamespace) "
-           "SELECT c.nspname, c.relname, c.oid::pg_catalog.int8, c.place IS NOT NULL AND NOT EXISTS ("
+           "SELECT "_s +
+           name.arg(u"c.nspname"_s) + u", "_s + name.arg(u"c.relname"_s) +
+           u", c.oid::pg_catalog.int8, c.place IS NOT NULL AND NOT EXISTS ("
            "SELECT FROM placed o WHERE o.relname OPERATOR(pg_catalog.=) c.relname "
            "AND o.place OPERATOR(pg_catalog.<) c.place), c.relkind FROM placed c "
            "WHERE c.relkind OPERATOR(pg_catalog.=) ANY ('{r,p,v,m,f}'::pg_catalog.\"char\"[]) "
@@ -43,8 +47,25 @@ QString tablesStatement()
            "'information_schema'::pg_catalog.name"_s;
 }
 
-/// Gives name, declared type, whether a value is required and whether the column belongs to the primary key.
-/// Domains are told as the types that they rest on.
+/// Gives the object number and the estimated rows of what has an estimate. Of a table with parts, each part
+/// must have been looked at by the server.
+QString estimatesStatement()
+{
+    return u"SELECT number, rows FROM (SELECT c.oid::pg_catalog.int8 AS number, "
+           "CASE WHEN c.relhassubclass THEN ("
+           "WITH RECURSIVE tree(oid) AS (SELECT c.oid UNION SELECT i.inhrelid FROM tree t "
+           "JOIN pg_catalog.pg_inherits i ON i.inhparent OPERATOR(pg_catalog.=) t.oid) "
+           "SELECT CASE WHEN pg_catalog.bool_and(l.reltuples OPERATOR(pg_catalog.>=) 0::pg_catalog.float4) "
+           "THEN pg_catalog.sum(l.reltuples::pg_catalog.float8)::pg_catalog.int8 END "
+           "FROM tree t JOIN pg_catalog.pg_class l ON l.oid OPERATOR(pg_catalog.=) t.oid "
+           "WHERE l.relkind OPERATOR(pg_catalog.<>) 'p') "
+           "ELSE c.reltuples::pg_catalog.int8 END AS rows FROM pg_catalog.pg_class c "
+           "WHERE c.relkind OPERATOR(pg_catalog.=) ANY ('{r,p,m,f}'::pg_catalog.\"char\"[]) "
+           "AND NOT c.relispartition) e WHERE e.rows OPERATOR(pg_catalog.>) 0"_s;
+}
+
+/// Gives name, declared type, whether a value is required, whether the column belongs to the primary key and
+/// whether the user may read it. Domains are told as the types that they rest on.
 QString columnsStatement(qint64 table)
 {
     // Only the server's own types are told by their plain names: one of somebody else would run their cast.
@@ -62,7 +83,10 @@ QString columnsStatement(qint64 table)
            "EXISTS (SELECT FROM pg_catalog.pg_index i CROSS JOIN LATERAL pg_catalog.unnest(i.indkey) "
            "k(number) "
            "WHERE i.indrelid OPERATOR(pg_catalog.=) %1::pg_catalog.oid AND i.indisprimary "
-           "AND k.number OPERATOR(pg_catalog.=) d.number) "
+           "AND k.number OPERATOR(pg_catalog.=) d.number), "
+           "pg_catalog.has_column_privilege(%1::pg_catalog.oid, d.number, 'SELECT') "
+           "AND EXISTS (SELECT FROM pg_catalog.pg_class c WHERE c.oid OPERATOR(pg_catalog.=) "
+           "%1::pg_catalog.oid AND pg_catalog.has_schema_privilege(c.relnamespace, 'USAGE')) "
            "FROM typed d JOIN pg_catalog.pg_type t ON t.oid OPERATOR(pg_catalog.=) d.type "
            "JOIN pg_catalog.pg_namespace n ON n.oid OPERATOR(pg_catalog.=) t.typnamespace "
            "WHERE t.typtype OPERATOR(pg_catalog.<>) 'd' ORDER BY d.number"_s.arg(table);
@@ -169,12 +193,7 @@ QString expression(const SourceColumn &column, const SqlDialect::Column &declare
 
 QString PostgresDialect::sourceName() const
 {
-    SourceLocation location;
-    location.host = connection().hostName();
-    location.port = connection().port();
-    location.database = connection().databaseName();
-    location.user = connection().userName();
-    return location.displayName();
+    return serverName();
 }
 
 QList<SqlDialect::Table> PostgresDialect::tables() const
@@ -184,14 +203,19 @@ QList<SqlDialect::Table> PostgresDialect::tables() const
     QList<Table> result;
     QSqlQuery query(connection());
     query.setForwardOnly(true);
-    execute(query, tablesStatement());
+    const bool asBytes = holdsAnyBytes();
+    execute(query, tablesStatement(asBytes));
     while (query.next()) {
-        const QString schema = query.value(0).toString();
-        const QString table = query.value(1).toString();
+        const auto name = [&query, asBytes](int column) {
+            return asBytes ? textOfUtf8(query.value(column).toByteArray()) : query.value(column).toString();
+        };
+        const auto isText = [&query, asBytes, &name](int column) {
+            return !asBytes || name(column).toUtf8() == query.value(column).toByteArray();
+        };
         const QString kind = query.value(4).toString();
-        result.append({listedName(schema, table, query.value(3).toBool()),
-                       quoted(schema) + u'.' + quoted(table), query.value(2).toLongLong(),
-                       kind == "v"_L1 || kind == "f"_L1});
+        result.append({listedName(name(0), name(1), query.value(3).toBool()),
+                       isText(0) && isText(1) ? quoted(name(0)) + u'.' + quoted(name(1)) : QString(),
+                       query.value(2).toLongLong(), kind == "v"_L1 || kind == "f"_L1});
     }
     if (query.lastError().isValid())
         fail(query.lastError());
@@ -200,21 +224,18 @@ QList<SqlDialect::Table> PostgresDialect::tables() const
 
 QList<SqlDialect::Column> PostgresDialect::columns(const Table &table) const
 {
-    // The others are checked when their rows are counted.
-    if (table.isView) {
-        checkObstacle(table);
-        if (number(u"SELECT pg_catalog.count(*) FROM (SELECT 1) one "
-                   "WHERE pg_catalog.has_table_privilege(%1::pg_catalog.oid, 'SELECT')"_s.arg(table.number),
-                   table.name) == 0)
-            throw Exception(TableLoader::tr("Таблица «%1»: нет права на чтение").arg(table.name));
-    }
+    checkObstacle(table);
     QList<Column> result;
     QSqlQuery query(connection());
     query.setForwardOnly(true);
     execute(query, columnsStatement(table.number));
-    while (query.next())
+    while (query.next()) {
+        // The server would tell it, too, but of a table that somebody has locked only when it is free.
+        if (!query.value(4).toBool())
+            throw Exception(TableLoader::tr("Таблица «%1»: нет права на чтение").arg(table.name));
         result.append({query.value(0).toString(), query.value(1).toString(), !query.value(2).toBool(),
                        query.value(3).toBool()});
+    }
     if (query.lastError().isValid())
         fail(query.lastError());
     return result;
@@ -275,6 +296,18 @@ bool PostgresDialect::lockView(const Table &table) const
     return isView;
 }
 
+/// Whether \a table is still the one of its name.
+bool PostgresDialect::isPresent(const Table &table) const
+{
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    execute(query, u"SELECT n.nspname, c.relname FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n "
+                   "ON n.oid OPERATOR(pg_catalog.=) c.relnamespace "
+                   "WHERE c.oid OPERATOR(pg_catalog.=) %1::pg_catalog.oid"_s.arg(table.number));
+    return query.next() &&
+           quoted(query.value(0).toString()) + u'.' + quoted(query.value(1).toString()) == table.quotedName;
+}
+
 /// Whether \a table, or what it consists of, may be more than the server reads in a moment.
 bool PostgresDialect::isLarge(const Table &table) const
 {
@@ -291,39 +324,72 @@ bool PostgresDialect::isLarge(const Table &table) const
     return !query.next() || query.value(1).toLongLong() > readInAMoment;
 }
 
-/// No driver lets one interrupt a statement, so a large table is counted by many.
-std::optional<qint64> PostgresDialect::rowCount(const Table &table, const parallel::StopToken &stop) const
+/// What ANALYZE and the like have found, of all the parts of a table that has some.
+QHash<QString, TableSource::KnownCount> PostgresDialect::knownCounts(const QList<Table> &tables) const
 {
-    if (stop.isStopRequested())
-        return std::nullopt;
-    checkObstacle(table);
-    if (!isLarge(table)) {
-        const qint64 count = number(u"SELECT pg_catalog.count(*) FROM "_s + table.quotedName, table.name);
-        if (stop.isStopRequested())
-            return std::nullopt;
-        return count;
-    }
-    const auto snapshot = qScopeGuard(beginSnapshot());
+    QHash<qint64, qint64> rows;
     QSqlQuery query(connection());
-    execute(query, u"DECLARE sito_count NO SCROLL CURSOR FOR SELECT 1 FROM "_s + table.quotedName);
-    qint64 counted = 0;
-    Portion portion;
-    while (true) {
-        portion.begin();
-        execute(query, u"MOVE FORWARD %1 IN sito_count"_s.arg(portion.size()));
-        if (stop.isStopRequested())
-            return std::nullopt;
-        counted += query.numRowsAffected();
-        if (query.numRowsAffected() < portion.size())
-            break;
-        portion.end();
+    query.setForwardOnly(true);
+    query.exec(estimatesStatement());
+    while (query.next())
+        rows.insert(query.value(0).toLongLong(), query.value(1).toLongLong());
+    QHash<QString, KnownCount> result;
+    for (const Table &table : tables) {
+        if (const auto found = rows.constFind(table.number); found != rows.cend())
+            result.insert(table.name, {.rows = *found});
     }
-    execute(query, u"CLOSE sito_count"_s);
-    return counted;
+    return result;
 }
 
-std::unique_ptr<SourceRows> PostgresDialect::rows(const Table &table, const QList<Column> &declared,
-                                                  const std::vector<SourceColumn> &columns) const
+/// Whether the database takes any bytes for texts; then the server gives none that are not UTF-8 as a text.
+bool PostgresDialect::holdsAnyBytes() const
+{
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    return query.exec(u"SELECT pg_catalog.getdatabaseencoding()"_s) && query.next() &&
+           query.value(0).toString() == "SQL_ASCII"_L1;
+}
+
+/// No driver lets one interrupt a statement, so a large table is counted by many.
+std::optional<qint64> PostgresDialect::rowCount(const Table &table, const CountLimits &limits) const
+{
+    if (limits.stop.isStopRequested())
+        return std::nullopt;
+    const auto briefly = qScopeGuard(limits.isBrief ? beginSnapshot() : [] {});
+    if (limits.isBrief) {
+        QSqlQuery query(connection());
+        execute(query, u"SET LOCAL statement_timeout = 1000"_s);
+        execute(query, u"SET LOCAL lock_timeout = 500"_s);
+    }
+    // It may have been listed long ago.
+    if (!isPresent(table))
+        throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table.name));
+    checkObstacle(table);
+    if (!isLarge(table))
+        return number(u"SELECT pg_catalog.count(*) FROM "_s + table.quotedName + table.where(), table.name);
+    const auto snapshot = qScopeGuard(beginSnapshot());
+    QSqlQuery query(connection());
+    execute(query,
+            u"DECLARE sito_count NO SCROLL CURSOR FOR SELECT 1 FROM "_s + table.quotedName + table.where());
+    qint64 counted = 0;
+    Portion portion;
+    while (!limits.end.hasExpired()) {
+        portion.begin();
+        execute(query, u"MOVE FORWARD %1 IN sito_count"_s.arg(portion.size()));
+        if (limits.stop.isStopRequested())
+            return std::nullopt;
+        counted += query.numRowsAffected();
+        if (query.numRowsAffected() < portion.size()) {
+            execute(query, u"CLOSE sito_count"_s);
+            return counted;
+        }
+        portion.end();
+    }
+    return -1;
+}
+
+/// Lets a statement read \a table, if it is a view, until the snapshot ends.
+void PostgresDialect::admit(const Table &table) const
 {
     const bool isView = table.isView && lockView(table);
     // Where the server can keep views from being read, see PostgresSession.
@@ -331,22 +397,48 @@ std::unique_ptr<SourceRows> PostgresDialect::rows(const Table &table, const QLis
     execute(restriction, u"SELECT pg_catalog.set_config(name, '%1', true) FROM pg_catalog.pg_settings "
                          "WHERE name OPERATOR(pg_catalog.=) 'restrict_nonsystem_relation_kind'"_s.arg(
                              isView ? u""_s : u"view"_s));
+}
+
+QString PostgresDialect::growth(const Table &table, const QList<Column> &declared, int column) const
+{
+    const QString name = quoted(declared.at(column).name);
+    const QString type = PostgresRowMark::comparedType(declared.at(column).declaredType);
+    if (type.isEmpty())
+        return {};
+    admit(table);
+    const QString largest =
+        text(u"SELECT pg_catalog.max(%1)::pg_catalog.text FROM %2"_s.arg(name, table.quotedName), table.name);
+    // Nothing is larger than "infinity" and "NaN".
+    static const QRegularExpression digits(u"^[-+0-9:. ]+$"_s);
+    return !digits.match(largest).hasMatch()
+               ? QString()
+               : u"(%1 OPERATOR(pg_catalog.>=) '%2'::pg_catalog.%3 OR %1 IS NULL)"_s.arg(name, largest, type);
+}
+
+std::unique_ptr<SourceRows> PostgresDialect::rows(const Table &table, const QList<Column> &declared,
+                                                  const std::vector<SourceColumn> &columns) const
+{
+    admit(table);
+    const bool asBytes = holdsAnyBytes();
     QStringList expressions;
     QStringList sizes;
     std::vector<PostgresRows::Column> kinds;
     for (size_t i = 0; i < columns.size(); ++i) {
         const QString &type = declared.at(qsizetype(i)).declaredType;
         expressions.append(expression(columns[i], declared.at(qsizetype(i))));
-        PostgresRows::Column kind{.isText = columns[i].isText()};
+        PostgresRows::Column kind{.isText = columns[i].isText(), .isBytes = columns[i].isText() && asBytes};
         if (columns[i].isShownAsText() && type == "bytea"_L1) {
             kind = {.isText = false, .sizeColumn = int(columns.size()) + int(sizes.size())};
             sizes.append(u"pg_catalog.octet_length(%1)"_s.arg(quoted(declared.at(qsizetype(i)).name)));
+        } else if (kind.isBytes) {
+            expressions.last() = u"pg_catalog.convert_to(%1, 'SQL_ASCII')"_s.arg(expressions.last());
         }
         kinds.push_back(kind);
     }
-    return std::make_unique<PostgresRows>(
-        connection(), u"SELECT "_s + (expressions + sizes).join(u", "_s) + u" FROM "_s + table.quotedName,
-        std::move(kinds));
+    return std::make_unique<PostgresRows>(connection(),
+                                          u"SELECT "_s + (expressions + sizes).join(u", "_s) + u" FROM "_s +
+                                              table.quotedName + table.where(),
+                                          std::move(kinds));
 }
 
 /// Whoever changes rows gets a number, which snapshots tell of from then on.
@@ -356,6 +448,52 @@ QString PostgresDialect::changeMark() const
     return query.exec(u"SELECT pg_catalog.concat(pg_catalog.txid_current_snapshot())"_s) && query.next()
                ? query.value(0).toString()
                : QString();
+}
+
+/// Whether \a statement succeeds; if not, the transaction goes on without it.
+bool PostgresDialect::attempt(QSqlQuery &query, const QString &statement) const
+{
+    QSqlQuery around(connection());
+    if (!around.exec(u"SAVEPOINT sito_attempt"_s))
+        return false;
+    const bool isGood = query.exec(statement);
+    if (!isGood)
+        around.exec(u"ROLLBACK TO SAVEPOINT sito_attempt"_s);
+    around.exec(u"RELEASE SAVEPOINT sito_attempt"_s);
+    return isGood;
+}
+
+/// Without waiting, and before the first statement that fixes what the transaction sees: what was altered
+/// between the two would be read as it is, but described as it was.
+void PostgresDialect::hold(const QList<Table> &tables) const
+{
+    QSqlQuery query(connection());
+    for (const Table &table : tables) {
+        if (!table.isView)
+            attempt(query, u"LOCK TABLE %1 IN ACCESS SHARE MODE NOWAIT"_s.arg(table.quotedName));
+    }
+}
+
+RowMark PostgresDialect::rowMark(const Table &table, const QList<Column> &declared, int growing) const
+{
+    const bool isText = std::all_of(declared.begin(), declared.end(), [](const Column &column) {
+        return PostgresRowMark::keepsItsText(column.declaredType);
+    });
+    QSqlQuery query(connection());
+    if (!isText || table.isView || !attempt(query, PostgresRowMark::statement(table.number)) ||
+        !query.next() || !query.value(0).toBool())
+        return SqlDialect::rowMark(table, declared, growing);
+    return {.identity = query.value(1).toString(),
+            .value = query.value(2).toString(),
+            .condition = PostgresRowMark::partsCondition(query.value(3).toString())};
+}
+
+QString PostgresDialect::changedSince(const RowMark &before, const RowMark &now) const
+{
+    if (now.isPromised || before.identity != now.identity)
+        return SqlDialect::changedSince(before, now);
+    const QString changed = PostgresRowMark::changedCondition(before.value, now.value);
+    return changed.isEmpty() ? QString() : now.condition + u" AND "_s + changed;
 }
 
 /// Also makes the server write every digit, and dates in one form and zone.

@@ -43,7 +43,17 @@ QVariant PostgresRows::value(int column) const
     if (kind.sizeColumn >= 0)
         return QVariant::fromValue(
             BytesStart{SqlRows::value(kind.sizeColumn).toLongLong(), value.toByteArray()});
+    if (kind.isBytes)
+        return QString::fromUtf8(value.toByteArray()).sliced(1);
     return kind.isText ? QVariant(value.toString().sliced(1)) : value;
+}
+
+std::optional<QByteArray> PostgresRows::strayBytes(int column, const QString &text)
+{
+    if (!m_columns[size_t(column)].isBytes || !text.contains(QChar::ReplacementCharacter))
+        return std::nullopt;
+    const QByteArray bytes = SqlRows::value(column).toByteArray().sliced(1);
+    return bytes == text.toUtf8() ? std::nullopt : std::optional(bytes);
 }
 
 void PostgresRows::close()

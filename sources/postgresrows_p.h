@@ -19,6 +19,8 @@ public:
         /// Where it is not negative, values are the first of some bytes, and how many those are stands in
         /// that column.
         int sizeColumn = -1;
+        /// Texts come as bytes, which need not be UTF-8.
+        bool isBytes = false;
     };
 
     PostgresRows(const QSqlDatabase &connection, const QString &statement, std::vector<Column> columns);
@@ -26,6 +28,7 @@ public:
     bool open() override;
     bool next() override;
     QVariant value(int column) const override;
+    std::optional<QByteArray> strayBytes(int column, const QString &text) override;
     void close() override;
 
 private:

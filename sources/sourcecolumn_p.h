@@ -39,6 +39,8 @@ public:
     void setName(const QString &name) { m_spec.name = name; }
     /// Whether values are to be read as the texts that the database gives for them, and bytes as BytesStart.
     bool isShownAsText() const { return m_isShownAsText; }
+    /// Whether a value was shown by the number of its bytes and the first of them.
+    bool hasBytes() const { return m_hasBytes; }
     bool isText() const { return m_spec.type == FieldType::VarChar || m_spec.type == FieldType::String; }
     /// The type as messages show it: "Decimal(16,2)".
     QString typeText() const;
@@ -64,6 +66,8 @@ public:
     /// Keeps \a value, the text of the value in that row, as what the column was changed for.
     void setCause(qint64 row, const QString &value);
     void noteStrayBytes() { m_hasStrayBytes = true; }
+    /// Whether texts were shown that are no texts in the source; then different ones may look alike.
+    bool hasStrayBytes() const { return m_hasStrayBytes; }
     /// Lines for the user: what the column has become that it does not declare.
     QStringList notes() const;
 

@@ -11,9 +11,12 @@
 #include <data/exception.h>
 
 #include <QDateTime>
+#include <QHash>
 #include <QScopeGuard>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -21,6 +24,8 @@
 #include <vector>
 
 namespace sito {
+
+static constexpr std::chrono::milliseconds idleTime(300);
 
 /// Lives in the thread of its connection. Sessions put their reports into a queue under a mutex; wake() only
 /// tells that there is something in it.
@@ -32,6 +37,12 @@ public:
     explicit Private(SourceConnection *connection) : q(connection)
     {
         connect(this, &Private::wake, this, &Private::deliver, Qt::QueuedConnection);
+        idle.setSingleShot(true);
+        idle.setInterval(idleTime);
+        connect(&idle, &QTimer::timeout, this, [this] {
+            if (current)
+                current->setCounting(true);
+        });
     }
 
     /// A table that was loaded.
@@ -39,11 +50,17 @@ public:
     {
         QString name;
         quint64 source;
-        QStringList notes;
+        TableNotes notes;
         QDateTime asOf;
+        bool isComplete;
     };
 
     const Entry *entry(const QString &table) const;
+    bool isLoadedWhole(const QString &table);
+    void endOperation();
+    void beginOperation();
+    void tellRows(const QString &table);
+    void setRowCount(const QString &table, qint64 counted);
 
     std::unique_ptr<SourceSession> makeSession(const SourceLocation &location);
     void report(SourceReport &&report);
@@ -57,7 +74,13 @@ public:
     /// What is under way: a number of its own, or 0.
     quint64 operation = 0;
     quint64 lastOperation = 0;
+    /// Runs from the end of an operation until rows may be counted: what comes next often comes at once.
+    QTimer idle;
+    /// Counts that came while an operation was under way.
+    std::vector<SourceReport> heldCounts;
     QStringList wantedTables;
+    /// See setGrowingColumn().
+    QHash<QString, QString> growing;
     /// The last one that was a refresh.
     quint64 refreshOperation = 0;
     bool isStrict = false;
@@ -121,9 +144,26 @@ void SourceConnection::Private::deliver()
         if (isWoken)
             Q_EMIT wake();
     }
+    if (next->kind == SourceReport::Counted) {
+        if (operation == 0) {
+            handle(*next);
+            return;
+        }
+        // Operations that follow each other at once would hold more and more of them.
+        std::erase_if(heldCounts, [&next](const SourceReport &held) {
+            return held.text == next->text && held.operation == next->operation &&
+                   held.rowsTotal == next->rowsTotal;
+        });
+        heldCounts.push_back(std::move(*next));
+        return;
+    }
     // Of an operation that was cancelled, only that counts.
-    if (next->operation == operation || next->kind == SourceReport::Cancelled)
+    if (next->operation == operation || next->kind == SourceReport::Cancelled) {
         handle(*next);
+        return;
+    }
+    for (LoadedTable &unwanted : next->loaded)
+        parallel::deleteAside(std::move(unwanted.table));
 }
 
 /// Emits at most one signal, last.
@@ -133,15 +173,20 @@ void SourceConnection::Private::handle(SourceReport &report)
     case SourceReport::Progress:
         Q_EMIT q->progress(report.text, report.rowsRead, report.rowsTotal);
         return;
+    case SourceReport::Counted:
+        if (report.operation == currentId)
+            setRowCount(report.text, report.rowsTotal);
+        return;
     case SourceReport::Opened:
-        operation = 0;
         retire(std::exchange(current, std::exchange(pending, nullptr)));
         currentId = report.operation;
+        endOperation();
         tables = report.tables;
+        growing.clear();
         Q_EMIT q->opened(report.tables);
         return;
     case SourceReport::Loaded: {
-        operation = 0;
+        endOperation();
         const QStringList wanted = std::exchange(wantedTables, {});
         QString error;
         try {
@@ -149,6 +194,8 @@ void SourceConnection::Private::handle(SourceReport &report)
         } catch (const Exception &exception) {
             error = exception.message();
         }
+        for (const QString &table : wanted)
+            tellRows(table);
         if (error.isNull())
             Q_EMIT q->loaded(wanted);
         else
@@ -156,17 +203,23 @@ void SourceConnection::Private::handle(SourceReport &report)
         return;
     }
     case SourceReport::Refreshed:
-        operation = 0;
+        endOperation();
         for (Entry &entry : entries) {
-            for (const RefreshedTable &table : std::as_const(report.refreshed)) {
-                if (entry.name == table.name && !table.isReshaped)
-                    entry.asOf = table.asOf;
+            for (qsizetype i = 0; i < report.refreshed.size(); ++i) {
+                const RefreshedTable &table = report.refreshed.at(i);
+                if (entry.name != table.name || table.isReshaped)
+                    continue;
+                entry.asOf = table.asOf;
+                entry.notes = report.refreshedNotes.at(i);
+                entry.isComplete = true;
             }
         }
+        for (const RefreshedTable &table : std::as_const(report.refreshed))
+            tellRows(table.name);
         Q_EMIT q->refreshed(report.refreshed);
         return;
     case SourceReport::Failed:
-        operation = 0;
+        endOperation();
         retire(std::exchange(pending, nullptr));
         Q_EMIT q->failed(report.text);
         return;
@@ -174,6 +227,62 @@ void SourceConnection::Private::handle(SourceReport &report)
         Q_EMIT q->cancelled();
         return;
     }
+}
+
+void SourceConnection::Private::endOperation()
+{
+    operation = 0;
+    idle.start();
+    if (heldCounts.empty())
+        return;
+    const std::lock_guard lock(mutex);
+    // They are older than all that waits.
+    reports.insert(reports.begin(), std::make_move_iterator(heldCounts.begin()),
+                   std::make_move_iterator(heldCounts.end()));
+    heldCounts.clear();
+    if (!std::exchange(isWoken, true))
+        Q_EMIT wake();
+}
+
+/// Cancels the one before, and counts, which would delay it.
+void SourceConnection::Private::beginOperation()
+{
+    q->cancel();
+    operation = ++lastOperation;
+    idle.stop();
+    if (current)
+        current->setCounting(false);
+}
+
+/// Whether all rows of \a table of the source that is open are in the database.
+bool SourceConnection::Private::isLoadedWhole(const QString &table)
+{
+    forgetDropped();
+    const Entry *loaded = entry(table);
+    return loaded && loaded->source == currentId && loaded->isComplete;
+}
+
+/// Has it told, after the answer to the operation, how many rows \a table has if it was loaded as a whole.
+void SourceConnection::Private::tellRows(const QString &table)
+{
+    if (!isLoadedWhole(table))
+        return;
+    current->leaveUncounted(table);
+    report({.kind = SourceReport::Counted, .operation = currentId, .text = table, .rowsTotal = -1});
+}
+
+/// What is loaded is known better than \a counted, which may be older. Emits at most one signal, last.
+void SourceConnection::Private::setRowCount(const QString &table, qint64 counted)
+{
+    const auto info = std::find_if(tables.begin(), tables.end(),
+                                   [&table](const TableInfo &known) { return known.name == table; });
+    if (isLoadedWhole(table))
+        counted = MemoryDatabase::instance().table(table)->rowCount();
+    if (info == tables.end() || counted < 0 || (info->rowCount == counted && !info->isEstimate))
+        return;
+    info->rowCount = counted;
+    info->isEstimate = false;
+    Q_EMIT q->counted(table, counted);
 }
 
 /// Adds all or, throwing, none.
@@ -187,7 +296,7 @@ void SourceConnection::Private::add(std::vector<LoadedTable> &&loaded)
     for (LoadedTable &next : loaded) {
         const QString name = next.table->name();
         MemoryDatabase::instance().addTable(std::move(next.table));
-        added.append({name, currentId, next.notes, next.asOf});
+        added.append({name, currentId, next.notes, next.asOf, next.isComplete});
     }
     takeBack.dismiss();
     entries += added;
@@ -225,15 +334,13 @@ void SourceConnection::setStrict(bool strict)
 
 void SourceConnection::open(const SourceLocation &location)
 {
-    cancel();
-    d->operation = ++d->lastOperation;
+    d->beginOperation();
     d->pending = d->makeSession(location);
 }
 
-void SourceConnection::load(const QStringList &tables)
+void SourceConnection::load(const QStringList &tables, Extent extent)
 {
-    cancel();
-    d->operation = ++d->lastOperation;
+    d->beginOperation();
     d->forgetDropped();
     d->wantedTables = tables;
     const QStringList present = MemoryDatabase::instance().tableNames();
@@ -257,15 +364,14 @@ void SourceConnection::load(const QStringList &tables)
     else if (missing.isEmpty())
         d->report({.kind = SourceReport::Loaded, .operation = d->operation});
     else
-        d->current->load(d->operation, missing);
+        d->current->load(d->operation, missing, extent);
 }
 
 void SourceConnection::refresh(const QStringList &tables, bool ifChanged)
 {
-    cancel();
-    d->operation = ++d->lastOperation;
+    d->beginOperation();
     d->forgetDropped();
-    SourceRefresh::Order order{.ifChanged = ifChanged};
+    SourceRefresh::Order order{.ifChanged = ifChanged, .growing = d->growing};
     QString error;
     if (!d->current)
         error = tr("База данных не открыта");
@@ -283,17 +389,45 @@ void SourceConnection::refresh(const QStringList &tables, bool ifChanged)
         d->report({.kind = SourceReport::Failed, .operation = d->operation, .text = error});
 }
 
+void SourceConnection::setGrowingColumn(const QString &table, const QString &column)
+{
+    if (column.isEmpty())
+        d->growing.remove(table);
+    else
+        d->growing.insert(table, column);
+}
+
+QString SourceConnection::growingColumn(const QString &table) const
+{
+    return d->growing.value(table);
+}
+
+bool SourceConnection::canGrow(const ColumnSpec &column)
+{
+    switch (column.type) {
+    case FieldType::Int:
+    case FieldType::Int64:
+    case FieldType::Decimal:
+    case FieldType::XDecimal:
+    case FieldType::DateTime:
+        return true;
+    default:
+        return false;
+    }
+}
+
 void SourceConnection::cancel()
 {
     if (d->operation == 0)
         return;
-    const quint64 operation = std::exchange(d->operation, 0);
+    const quint64 operation = d->operation;
     if (d->pending)
         d->retire(std::move(d->pending));
     else if (d->current)
         d->current->cancelLoad();
     // Through the queue, so that the answers come in the order of the operations.
     d->report({.kind = SourceReport::Cancelled, .operation = operation});
+    d->endOperation();
 }
 
 void SourceConnection::closeTables()
@@ -302,10 +436,8 @@ void SourceConnection::closeTables()
         cancel();
     d->forgetDropped();
     const auto entries = std::exchange(d->entries, {});
-    for (const Private::Entry &entry : entries) {
-        parallel::waitForWaiters(*MemoryDatabase::instance().table(entry.name));
-        MemoryDatabase::instance().dropTable(entry.name);
-    }
+    for (const Private::Entry &entry : entries)
+        parallel::deleteAside(MemoryDatabase::instance().takeTable(entry.name));
 }
 
 bool SourceConnection::isBusy() const
@@ -347,7 +479,19 @@ const SourceConnection::Private::Entry *SourceConnection::Private::entry(const Q
 QStringList SourceConnection::columnNotes(const QString &table) const
 {
     const Private::Entry *entry = d->entry(table);
-    return entry ? entry->notes : QStringList();
+    return entry ? entry->notes.lines : QStringList();
+}
+
+QList<int> SourceConnection::bytesColumns(const QString &table) const
+{
+    const Private::Entry *entry = d->entry(table);
+    return entry ? entry->notes.bytesColumns : QList<int>();
+}
+
+bool SourceConnection::isComplete(const QString &table) const
+{
+    const Private::Entry *entry = d->entry(table);
+    return entry && entry->isComplete;
 }
 
 QDateTime SourceConnection::asOf(const QString &table) const

@@ -25,6 +25,18 @@ namespace sito {
 /// signal: its own (opened(), loaded() or refreshed()), failed(), or cancelled(). One operation runs at a
 /// time; to begin another one cancels it.
 ///
+/// **Counts.** When a source is opened its tables are not counted; tables() has what the source knows or
+/// estimates without that: PostgreSQL and SQLite since the last ANALYZE, MariaDB and MySQL as their engines
+/// do, CSV files exactly. While no operation is under way, the connection of the source counts the tables one
+/// by one. counted() is emitted for each, between opened() and the end of the source; never while an
+/// operation is under way, which stops the count at once and lets it begin again afterwards. A table that is
+/// loaded whole or refreshed is not counted: its rows are known then, and counted() follows loaded() or
+/// refreshed(). Views and foreign tables are not counted otherwise. A table keeps what was known of it when
+/// counting fails, when it lasts longer than half a minute, when somebody keeps the table locked, and when
+/// its rows cannot be counted in portions (SQLite tables WITHOUT ROWID, tables of MariaDB and MySQL without a
+/// whole number as their primary key) and are too many for a moment. An SQLite file without a write-ahead log
+/// is not written by others while one of its tables is counted.
+///
 /// **All or nothing.** A source takes the place of the one that was open only when opened() is emitted; until
 /// then, and after failed() and cancelled(), location() and tables() are as they were, and so are the loaded
 /// tables. A load() adds all its tables to MemoryDatabase::instance() just before loaded(), or none.
@@ -32,18 +44,36 @@ namespace sito {
 /// **Loaded tables** belong to MemoryDatabase and stay there when another source is opened and when this
 /// object is destroyed. The host drops them with closeTables(), once nothing refers to them any more.
 ///
+/// **Beginnings.** A load() of Extent::Beginning gives the first rows of a large table, soon. The refresh()
+/// after it reads the rest: new rows are appended as they come, so models that follow the table show them.
+/// isComplete() is false until that refresh() has succeeded; until then, asOf() is the moment of the
+/// beginning, though later rows may be newer.
+///
 /// **Refreshing.** A refresh() reads loaded tables again, all as they are at one moment, and brings what has
 /// changed into them, as TableRefresh does; so models that follow MemoryTable::changes() keep their state.
 /// Rows are matched by the primary key, where there is one. Columns that were made wider than declared stay
 /// so. While a table is refreshed, nobody else changes it and nobody takes it out of the catalogue.
 ///
+/// **New and changed rows only.** Of PostgreSQL tables, partitioned ones among them, a refresh() reads only
+/// rows that were written since the last refresh(), by `xmin`, and has the server count the rows. When the
+/// numbers then differ, rows were removed, and it reads the keys of all of them. It reads all rows when it is
+/// the first one since the load or since the connection was made again; when the table was altered or is
+/// being altered; of tables without a primary key, or with one that is shown as a text and is none, such as
+/// `uuid` and dates; and of tables with columns whose texts may change while the row does not: enumerations,
+/// composite types, names of objects, types of extensions. RefreshedTable::rowsRead tells it. A table that
+/// somebody else changed in memory may then stay so.
+///
+/// Of other tables the same is done by setGrowingColumn(), if the user promises that a column grows.
+///
 /// Whatever a table holds is shown, see TableLoader; columnNotes() tells what is not shown as it is declared.
-/// After a server went away, or a file was replaced, the next load() or refresh() connects anew.
+/// After a server went away, or a file was replaced, the next load() or refresh() connects again.
 ///
 /// **Threads.** All members are called in the thread in which the object lives, which needs an event loop.
 /// The source is read in another one.
 ///
-/// **Cost.** Opening counts the rows of every table. Loading holds whole tables in memory; see TableLoader.
+/// **Cost.** Opening asks for the columns of every table. Counting burdens the source with one statement at a
+/// time, none longer than about a second, so no operation waits longer for it. Loading holds whole tables in
+/// memory; see TableLoader.
 class SOURCES_EXPORT SourceConnection : public QObject
 {
     Q_OBJECT
@@ -53,8 +83,13 @@ public:
     struct TableInfo
     {
         QString name = {};
-        /// When the source was opened; -1 for a view, and when the rows could not be counted.
+        /// -1 when nothing is known of it. It is exact, of some moment since the source was opened, unless
+        /// isEstimate.
         qint64 rowCount = -1;
+        /// Whether rowCount is what the source estimates; it may be far from the truth.
+        bool isEstimate = false;
+        /// Whether the rows are computed, or fetched from elsewhere, and therefore not counted.
+        bool isView = false;
         /// As declared; none when the table cannot be loaded.
         QList<ColumnSpec> columns = {};
         /// Why the table cannot be loaded, or empty.
@@ -63,6 +98,13 @@ public:
         bool operator==(const TableInfo &) const = default;
     };
 
+    /// How much of a table to load.
+    enum class Extent {
+        Whole,
+        Beginning, ///< no more than rowsOfBeginning rows; of views all, see TableLoader::setRowLimit()
+    };
+    static constexpr qint64 rowsOfBeginning = 10'000;
+
     /// What a refresh() has found.
     struct RefreshedTable
     {
@@ -70,8 +112,12 @@ public:
         /// A moment at which the table was in the source as it is now, see asOf().
         QDateTime asOf = {};
         TableRefresh::Counts counts = {};
+        /// How many rows the source gave for it, those that had not changed among them, and of some only the
+        /// key.
+        qint64 rowsRead = 0;
         /// The source's table has other columns now, or values that do not fit the columns. The loaded table
-        /// is as it was; drop it, see MemoryDatabase::dropTable(), and load() it again.
+        /// is as it was, or has some rows more if it was not complete; drop it, see
+        /// MemoryDatabase::dropTable(), and load() it again.
         bool isReshaped = false;
     };
 
@@ -79,7 +125,7 @@ public:
     /// Cancels the operation under way and waits for the threads. They end with the current statement of the
     /// database, usually at once. It takes up to ten seconds when a server does not answer the attempt to
     /// connect or when somebody else has locked a table, and as long as SQLite needs to count a large table
-    /// WITHOUT ROWID.
+    /// WITHOUT ROWID, or PostgreSQL to find the changed rows of a large table.
     ~SourceConnection() override;
 
     /// Whether what open() opens from now on is read as TableLoader::setStrict() says, with
@@ -89,19 +135,37 @@ public:
     void open(const SourceLocation &location);
     /// Loads those of \a tables that are not loaded yet, as they are at one moment. A table of the same name
     /// that came from elsewhere makes it fail.
-    void load(const QStringList &tables);
+    void load(const QStringList &tables, Extent extent = Extent::Whole);
     /// Brings \a tables, which were loaded from the source that is open, up to date. With \a ifChanged, only
     /// those are read in which something may have changed: none of a file or a PostgreSQL server in which
     /// nobody has changed anything since; but views, foreign tables and the tables of other servers always.
     /// After cancel() and failed(), a part of the changes may be in the tables.
     void refresh(const QStringList &tables, bool ifChanged = false);
+    /// Promises that every row of \a table that is inserted or changed from now on gets a value in \a column
+    /// that is not below any that was there before, or none. Then a refresh() after the next one reads only
+    /// the rows with the largest value that it knows, larger ones and none, and has the source count the
+    /// rows: if some were removed, it reads all of them. A row that is changed without keeping the promise
+    /// stays as it was until all rows are read, and so does one that another transaction commits late, after
+    /// larger values. An empty \a column takes the promise back: the next refresh() reads all rows.
+    ///
+    /// The source compares the values in its own way: SQLite compares moments as texts, so write them in one
+    /// form. The promise has no effect on tables of CSV files and of drivers other than those of SQLite,
+    /// PostgreSQL, MariaDB and MySQL; on columns that canGrow() refuses; and on columns other than whole
+    /// numbers of a table without a primary key, or with one that is shown as a text and is none. Of a view
+    /// all rows are computed once for the largest value and once for the count. The promise ends with the
+    /// source; a file that replaces another one counts as the same source.
+    void setGrowingColumn(const QString &table, const QString &column);
+    /// Empty when nothing is promised about \a table.
+    QString growingColumn(const QString &table) const;
+    /// Whether \a column is of whole numbers, decimals or moments.
+    static bool canGrow(const ColumnSpec &column);
     /// Cancels the operation under way, if any: cancelled() is emitted in place of its own signal, even if it
     /// was about to end. A statement that the driver cannot stop goes on for a while, but nothing waits for
     /// it.
     void cancel();
     /// Drops the tables that this object loaded and that are still in MemoryDatabase::instance(). Models,
-    /// filters, predicates and records on them must be gone. Waits for threads that still wait for the lock
-    /// of a table, see parallel::waitForWaiters().
+    /// filters, predicates and records on them must be gone. Their memory is given back in the background,
+    /// see parallel::deleteAside().
     void closeTables();
 
     /// Whether an operation is under way, not yet answered.
@@ -110,21 +174,30 @@ public:
     bool isOpen() const;
     /// Of the source that is open; without a driver when there is none.
     SourceLocation location() const;
-    /// The tables of the source that is open, as opened() gave them; none when there is none.
+    /// The tables of the source that is open, as opened() gave them, with the counts since; none without a
+    /// source.
     QList<TableInfo> tables() const;
     /// The tables in MemoryDatabase that this object loaded, in order, of whatever source.
     QStringList loadedTables() const;
     /// A moment, in UTC, at which the loaded table \a table was in its source as it is here; invalid for a
     /// table that is not loaded.
     QDateTime asOf(const QString &table) const;
+    /// Whether all rows of the loaded table \a table were read; false for a table that is not loaded.
+    bool isComplete(const QString &table) const;
     /// Lines for the user about a loaded table, see TableLoader::columnNotes().
     QStringList columnNotes(const QString &table) const;
+    /// The indices of columns of a loaded table in which bytes are shown by their number and the first of
+    /// them, ascending; others may be among the values of these columns. None in a strict load.
+    QList<int> bytesColumns(const QString &table) const;
 
 Q_SIGNALS:
     /// Emitted when open() has ended well.
     void opened(const QList<SourceConnection::TableInfo> &tables);
-    /// \a rowsTotal is what the source said before the first row, -1 for a view and for a refresh(). A table
-    /// with values that do not fit is counted from 0 once more. Several steps may be reported as one.
+    /// The table \a table has \a rowCount rows, and tables() says so.
+    void counted(const QString &table, qint64 rowCount);
+    /// \a rowsTotal is what the source said before the first row. It is -1 for a view and a beginning, for
+    /// the refresh() of a table that is complete, and for the rest of one that is not counted in a moment.
+    /// A table with values that do not fit is counted from 0 once more. Several steps may be reported as one.
     void progress(const QString &table, qint64 rowsRead, qint64 rowsTotal);
     /// \a tables as they were given to load(): they are all in MemoryDatabase::instance() now.
     void loaded(const QStringList &tables);

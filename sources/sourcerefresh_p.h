@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sources/loadedtable_p.h>
 #include <sources/sourceconnection.h>
 #include <sources/sourcelocation.h>
 #include <sources/tableshape_p.h>
@@ -12,10 +13,12 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 class MemoryTable;
@@ -36,8 +39,11 @@ public:
         std::vector<MemoryTable *> tables = {};
         /// Whether to read only what may have changed.
         bool ifChanged = false;
+        /// The columns of SourceConnection::setGrowingColumn(), by the names of their tables.
+        QHash<QString, QString> growing = {};
     };
-    using Progress = std::function<void(const QString &table, qint64 rowsRead)>;
+    /// As SourceConnection::progress().
+    using Progress = std::function<void(const QString &table, qint64 rowsRead, qint64 rowsTotal)>;
 
     /// \a mutex is locked whenever a loaded table is touched: who requests the stop and has locked it then
     /// may delete the tables.
@@ -56,19 +62,29 @@ public:
     QList<SourceConnection::RefreshedTable> refresh(const TableLoader &loader, const Order &order,
                                                     const parallel::StopToken &stop,
                                                     const Progress &progress);
+    /// What is to be said of the loaded table \a table, as \a loader or this object read it last.
+    TableNotes notes(const TableLoader &loader, const QString &table) const;
 
 private:
     /// What is known of a loaded table.
     struct Known
     {
-        std::shared_ptr<const TableShape> shape;
+        std::shared_ptr<const TableShape> shape = {};
         /// TableSource::changeMark() before it was read.
-        QString mark;
+        QString mark = {};
+        /// Of the snapshot in which a refresh has read it.
+        RowMark rows = {};
     };
     struct Reading;
 
+    static qint64 countBriefly(const TableSource &origin, const TableSource::Table &table,
+                               const parallel::StopToken &stop);
     void read(const TableSource &origin, Reading &reading, const parallel::StopToken &stop,
               const Progress &progress) const;
+    bool readChanged(const TableSource &origin, const TableSource::Table &table, Reading &reading,
+                     const parallel::StopToken &stop, const Progress &progress) const;
+    bool readKeys(const TableSource &origin, const TableSource::Table &table, Reading &reading,
+                  const parallel::StopToken &stop, const Progress &progress) const;
     bool readRows(const TableSource &origin, const TableSource::Table &table, Reading &reading,
                   const parallel::StopToken &stop, const Progress &progress) const;
 

@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <vector>
 
@@ -14,17 +15,20 @@ namespace sito {
 /// What is to be told of an operation, by a session or, for Cancelled, by the connection itself.
 struct SourceReport
 {
-    enum Kind { Progress, Opened, Loaded, Refreshed, Failed, Cancelled };
+    enum Kind { Progress, Opened, Loaded, Refreshed, Counted, Failed, Cancelled };
 
     Kind kind = Failed;
+    /// Counted: the one that has opened the source.
     quint64 operation = 0;
-    /// Failed: the message. Progress: the table.
+    /// Failed: the message. Progress, Counted: the table.
     QString text = {};
     qint64 rowsRead = 0;
     qint64 rowsTotal = 0;
     QList<SourceConnection::TableInfo> tables = {};
     std::vector<LoadedTable> loaded = {};
     QList<SourceConnection::RefreshedTable> refreshed = {};
+    /// Refreshed: for each table.
+    QList<TableNotes> refreshedNotes = {};
 };
 
 } // namespace sito

@@ -28,7 +28,7 @@ public:
     virtual std::optional<QByteArray> strayBytes(int column, const QString &text);
     /// What went wrong, if anything did.
     virtual std::optional<QString> error() const { return std::nullopt; }
-    /// After the last row.
+    /// After the last row, or when no more are wanted.
     virtual void close() {}
 
 protected:

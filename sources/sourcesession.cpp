@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourcesession_p.h>
 
+#include <sources/messageof_p.h>
+#include <sources/tablecounts_p.h>
 #include <sources/tableloader.h>
-
-#include <hostkit/text/exceptiontext.h>
 
 #include <database/memorytable.h>
 
@@ -14,50 +14,6 @@
 #include <utility>
 
 namespace sito {
-
-namespace {
-
-/// Calls \a function; the message of what it threw, if anything. What was thrown is gone by then.
-template <typename Function>
-std::optional<QString> messageOf(Function &&function)
-{
-    try {
-        function();
-        return std::nullopt;
-    } catch (...) {
-        return currentExceptionText().simplified();
-    }
-}
-
-/// Nothing when \a stop was requested.
-std::optional<QList<SourceConnection::TableInfo>> tablesOf(const TableLoader &loader,
-                                                           const parallel::StopToken &stop)
-{
-    QList<SourceConnection::TableInfo> result;
-    const QStringList names = loader.tableNames();
-    for (const QString &name : names) {
-        if (stop.isStopRequested())
-            return std::nullopt;
-        SourceConnection::TableInfo info{.name = name};
-        bool isStopped = false;
-        const auto error = messageOf([&] {
-            info.columns = loader.columns(name);
-            const std::optional<qint64> count = loader.rowCount(name, stop);
-            isStopped = !count;
-            info.rowCount = count.value_or(-1);
-        });
-        if (isStopped)
-            return std::nullopt;
-        if (error) {
-            info.columns.clear();
-            info.error = *error;
-        }
-        result.append(info);
-    }
-    return result;
-}
-
-} // namespace
 
 SourceSession::SourceSession(const SourceLocation &location, bool isStrict, quint64 operation,
                              Reporter report, const std::function<void()> &ended)
@@ -72,9 +28,9 @@ SourceSession::~SourceSession()
     stop();
 }
 
-void SourceSession::load(quint64 operation, const QStringList &tables)
+void SourceSession::load(quint64 operation, const QStringList &tables, SourceConnection::Extent extent)
 {
-    give({.operation = operation, .tables = tables});
+    give({.operation = operation, .tables = tables, .extent = extent});
 }
 
 void SourceSession::refresh(quint64 operation, const SourceRefresh::Order &tables)
@@ -89,6 +45,7 @@ void SourceSession::give(Order order)
     {
         const std::lock_guard lock(m_mutex);
         m_order = std::move(order);
+        m_countStop.requestStop();
     }
     m_stop.token().wake();
 }
@@ -102,18 +59,29 @@ void SourceSession::cancelLoad()
 void SourceSession::stop()
 {
     m_stop.requestStop();
+    setCounting(false);
     cancelLoad();
 }
 
-std::optional<SourceSession::Order> SourceSession::takeOrder()
+void SourceSession::leaveUncounted(const QString &table)
 {
-    std::optional<Order> order;
-    m_stop.token().wait([this, &order] {
+    {
         const std::lock_guard lock(m_mutex);
-        order.swap(m_order);
-        return order.has_value();
-    });
-    return order;
+        m_uncounted.append(table);
+        m_countStop.requestStop();
+    }
+    m_stop.token().wake();
+}
+
+void SourceSession::setCounting(bool isCounting)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isCounting = isCounting;
+        if (!isCounting)
+            m_countStop.requestStop();
+    }
+    m_stop.token().wake();
 }
 
 /// The connection, and what works over it; used in the session's thread.
@@ -130,7 +98,52 @@ struct SourceSession::Connected
     SourceSession &session;
     SourceRefresh refresh{session.m_location, session.m_isStrict, session.m_tableMutex};
     std::optional<TableLoader> loader = {};
+    TableCounts counts = {};
+    /// The operation that opened the source.
+    quint64 opening = 0;
 };
+
+std::optional<SourceSession::Order> SourceSession::takeOrder(Connected &source)
+{
+    std::optional<Order> order;
+    bool counts = true;
+    while (counts) {
+        counts = false;
+        parallel::StopToken countStop;
+        m_stop.token().wait([&] {
+            const std::lock_guard lock(m_mutex);
+            order.swap(m_order);
+            for (const QString &table : std::exchange(m_uncounted, {}))
+                source.counts.remove(table);
+            counts = !order && m_isCounting && source.loader && !source.counts.isEmpty();
+            if (counts) {
+                m_countStop = parallel::StopSource();
+                countStop = m_countStop.token();
+            }
+            return order || counts;
+        });
+        if (counts)
+            count(source, countStop);
+    }
+    return order;
+}
+
+/// Counts the rows of one table, unless \a stop is requested.
+void SourceSession::count(Connected &source, const parallel::StopToken &stop)
+{
+    std::optional<TableCounts::Counted> counted;
+    const auto error = messageOf([&] { counted = source.counts.countNext(*source.loader, stop); });
+    // A connection that was lost is made again by the next order; then the counts go on.
+    if (error && !source.loader->isAlive())
+        source.loader.reset();
+    else if (error)
+        source.counts.skip();
+    if (counted)
+        m_report({.kind = SourceReport::Counted,
+                  .operation = source.opening,
+                  .text = counted->table,
+                  .rowsTotal = counted->rows});
+}
 
 /// Whether \a order was carried out and not cancelled.
 bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport &answer)
@@ -149,9 +162,9 @@ bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport
         source.connect();
     if (order.refreshed) {
         try {
-            answer.refreshed = source.refresh.refresh(
-                *source.loader, *order.refreshed, order.stop,
-                [&report](const QString &table, qint64 rowsRead) { report(table, rowsRead, -1); });
+            answer.refreshed = source.refresh.refresh(*source.loader, *order.refreshed, order.stop, report);
+            for (const SourceConnection::RefreshedTable &table : std::as_const(answer.refreshed))
+                answer.refreshedNotes.append(source.refresh.notes(*source.loader, table.name));
             return true;
         } catch (const parallel::Stopped &) {
             return false;
@@ -163,6 +176,9 @@ bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport
         report(state.table, state.rowsRead, state.rowsTotal);
         return true;
     });
+    source.loader->setRowLimit(order.extent == SourceConnection::Extent::Beginning
+                                   ? std::optional(SourceConnection::rowsOfBeginning)
+                                   : std::nullopt);
     source.refresh.beginLoad(*source.loader);
     const QDateTime now = QDateTime::currentDateTimeUtc();
     auto tables = source.loader->loadAll(order.tables, order.stop);
@@ -170,8 +186,9 @@ bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport
         return false;
     source.refresh.endLoad(*source.loader, order.tables);
     for (auto &table : *tables) {
-        const QStringList notes = source.loader->columnNotes(table->name());
-        answer.loaded.push_back({std::move(table), notes, now});
+        const QString name = table->name();
+        answer.loaded.push_back({std::move(table), source.refresh.notes(*source.loader, name), now,
+                                 source.loader->isComplete(name)});
     }
     return true;
 }
@@ -179,12 +196,12 @@ bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport
 void SourceSession::serve(quint64 operation)
 {
     const parallel::StopToken &stop = m_stop.token();
-    Connected source{*this};
+    Connected source{.session = *this, .opening = operation};
 
     SourceReport report{.kind = SourceReport::Opened, .operation = operation};
     const auto error = messageOf([&] {
         source.connect();
-        if (auto tables = tablesOf(*source.loader, stop))
+        if (auto tables = source.counts.look(*source.loader, stop))
             report.tables = std::move(*tables);
         if (report.tables.isEmpty() && !stop.isStopRequested())
             throw Exception(
@@ -199,7 +216,7 @@ void SourceSession::serve(quint64 operation)
     if (error)
         return;
 
-    while (const std::optional<Order> order = takeOrder()) {
+    while (const std::optional<Order> order = takeOrder(source)) {
         SourceReport answer{.kind = order->refreshed ? SourceReport::Refreshed : SourceReport::Loaded,
                             .operation = order->operation};
         bool isComplete = false;
@@ -208,7 +225,7 @@ void SourceSession::serve(quint64 operation)
             answer.kind = SourceReport::Failed;
             answer.text = *failure;
             answer.loaded.clear();
-            // A connection that was lost is made anew by the next order.
+            // A connection that was lost is made again by the next order.
             if (source.loader && !source.loader->isAlive())
                 source.loader.reset();
         }

@@ -35,13 +35,17 @@ public:
     const SourceLocation &location() const { return m_location; }
 
     /// Begins to load; what is under way must have been cancelled.
-    void load(quint64 operation, const QStringList &tables);
+    void load(quint64 operation, const QStringList &tables, SourceConnection::Extent extent);
     /// As load(), for tables that are loaded.
     void refresh(quint64 operation, const SourceRefresh::Order &tables);
     /// Also ends a refresh; when this returns, it touches no table any more.
     void cancelLoad();
     /// Makes the thread end as soon as it can; when hasEnded(), the destructor need not wait any more.
     void stop();
+    /// Whether the rows of tables may be counted while there is no order; not until it is set.
+    void setCounting(bool isCounting);
+    /// The rows of \a table are known and need not be counted.
+    void leaveUncounted(const QString &table);
     bool hasEnded() const { return !m_task.isRunning(); }
 
 private:
@@ -49,6 +53,7 @@ private:
     {
         quint64 operation = 0;
         QStringList tables = {};
+        SourceConnection::Extent extent = SourceConnection::Extent::Whole;
         /// What to refresh, in place of loading tables.
         std::optional<SourceRefresh::Order> refreshed = {};
         parallel::StopToken stop = {};
@@ -58,8 +63,9 @@ private:
     void give(Order order);
     void serve(quint64 operation);
     bool carryOut(const Order &order, Connected &source, SourceReport &answer);
-    /// The next order; nothing when the session is stopped.
-    std::optional<Order> takeOrder();
+    /// The next order; nothing when the session is stopped. Rows of tables are counted until it comes.
+    std::optional<Order> takeOrder(Connected &source);
+    void count(Connected &source, const parallel::StopToken &stop);
 
     const SourceLocation m_location;
     const bool m_isStrict;
@@ -71,6 +77,10 @@ private:
     std::mutex m_mutex;
     /// Guarded by the mutex.
     std::optional<Order> m_order;
+    bool m_isCounting = false;
+    QStringList m_uncounted;
+    /// Of the count under way.
+    parallel::StopSource m_countStop;
     /// Last, so that everything else is there while it runs.
     parallel::Task m_task;
 };

@@ -2,7 +2,6 @@
 #include <sources/sqlitedialect_p.h>
 
 #include <sources/bytestext_p.h>
-#include <sources/portion_p.h>
 #include <sources/sqliterows_p.h>
 
 #include <QByteArray>
@@ -23,6 +22,22 @@ namespace {
 QString quotedTable(const QString &name)
 {
     return u"main.\""_s + QString(name).replace(u'"', u"\"\""_s) + u'"';
+}
+
+/// Columns are told by their positions: a quoted name that is not found would be a text, and a name that is
+/// no UTF-8 cannot be written.
+QString columnName(qsizetype position)
+{
+    return u'c' + QString::number(position);
+}
+
+/// What gives the columns of \a table these names, in a table "r".
+QString named(qsizetype columns, const SourceTable &table)
+{
+    QStringList names;
+    for (qsizetype i = 0; i < columns; ++i)
+        names.append(columnName(i));
+    return u"WITH r(%1) AS (SELECT * FROM %2) "_s.arg(names.join(u", "_s), table.quotedName);
 }
 
 } // namespace
@@ -98,36 +113,42 @@ QString SqliteDialect::rowNumberName(const Table &table) const
     return {};
 }
 
-/// No driver lets one interrupt a statement, so a large table is counted by many.
-std::optional<qint64> SqliteDialect::rowCount(const Table &table, const parallel::StopToken &stop) const
+/// Of what ANALYZE has found: the first number of a line is that of the rows of the table, or of the part of
+/// them that is in the index.
+QHash<QString, TableSource::KnownCount> SqliteDialect::knownCounts(const QList<Table> &) const
 {
-    if (stop.isStopRequested())
-        return std::nullopt;
-    const auto snapshot = qScopeGuard(beginSnapshot());
-    const QString name = rowNumberName(table);
-    qint64 counted = 0;
-    QString where;
-    Portion portion;
-    // Where there are so many rows, and the first one after them. Without row numbers this fails, and all
-    // rows remain.
-    while (!name.isEmpty()) {
-        portion.begin();
-        QSqlQuery query(connection());
-        query.setForwardOnly(true);
-        if (!query.exec(u"SELECT "_s + name + u" FROM "_s + table.quotedName + where + u" ORDER BY "_s +
-                        name + u" LIMIT 1 OFFSET "_s + QString::number(portion.size())) ||
-            !query.next())
-            break;
-        if (stop.isStopRequested())
-            return std::nullopt;
-        counted += portion.size();
-        where = u" WHERE "_s + name + u" >= "_s + QString::number(query.value(0).toLongLong());
-        portion.end();
+    QHash<QString, KnownCount> result;
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    // Without the table this fails.
+    query.exec(u"SELECT tbl, max(CAST(stat AS INTEGER)) FROM main.sqlite_stat1 GROUP BY tbl"_s);
+    while (query.next()) {
+        if (const qint64 rows = query.value(1).toLongLong(); rows > 0)
+            result.insert(query.value(0).toString(), {.rows = rows});
     }
-    counted += number(u"SELECT count(*) FROM "_s + table.quotedName + where, table.name);
-    if (stop.isStopRequested())
-        return std::nullopt;
-    return counted;
+    return result;
+}
+
+std::optional<qint64> SqliteDialect::rowCount(const Table &table, const CountLimits &limits) const
+{
+    const auto setWait = [this](int milliseconds) {
+        QSqlQuery(connection()).exec(u"PRAGMA busy_timeout = "_s + QString::number(milliseconds));
+    };
+    const auto restored = qScopeGuard([&setWait, &limits] {
+        if (limits.isBrief)
+            setWait(5000); // as the driver sets it
+    });
+    if (limits.isBrief)
+        setWait(500);
+    const auto snapshot = qScopeGuard(beginSnapshot());
+    QString name = rowNumberName(table);
+    // A table may have no row numbers.
+    QSqlQuery query(connection());
+    query.setForwardOnly(true);
+    if (!name.isEmpty() && !query.exec(u"SELECT %1 FROM %2 LIMIT 1"_s.arg(name, table.quotedName)))
+        name.clear();
+    query.finish();
+    return countInPortions(table, name, limits);
 }
 
 QString SqliteDialect::changeMark() const
@@ -136,19 +157,26 @@ QString SqliteDialect::changeMark() const
     return query.exec(u"PRAGMA data_version"_s) && query.next() ? query.value(0).toString() : QString();
 }
 
+QString SqliteDialect::growth(const Table &table, const QList<Column> &declared, int column) const
+{
+    const QString name = columnName(column);
+    const QString largest =
+        text(named(declared.size(), table) + u"SELECT quote(max(%1)) FROM r"_s.arg(name), table.name);
+    if (largest == "NULL"_L1)
+        return {};
+    const QString grown = name + u" >= "_s + largest;
+    return declared.at(column).nullable ? u"(%1 OR %2 IS NULL)"_s.arg(grown, name) : grown;
+}
+
 std::unique_ptr<SourceRows> SqliteDialect::rows(const Table &table, const QList<Column> &,
                                                 const std::vector<SourceColumn> &columns) const
 {
-    // Columns are told by their positions: a quoted name that is not found would be a text, and a name that
-    // is no UTF-8 cannot be written.
-    QStringList names;
     QStringList values;
     QStringList sizes;
     QStringList bytes;
     std::vector<int> sizeColumns(columns.size(), -1);
     for (size_t i = 0; i < columns.size(); ++i) {
-        const QString name = u'c' + QString::number(i);
-        names.append(name);
+        const QString name = columnName(qsizetype(i));
         if (columns[i].isShownAsText()) {
             sizeColumns[i] = int(columns.size()) + int(sizes.size());
             values.append(
@@ -164,9 +192,8 @@ std::unique_ptr<SourceRows> SqliteDialect::rows(const Table &table, const QList<
     }
     if (sizes.isEmpty())
         sizeColumns.clear();
-    const QString with =
-        u"WITH r(%1) AS (SELECT * FROM %2) SELECT "_s.arg(names.join(u", "_s), table.quotedName);
-    const QString from = u" FROM r"_s;
+    const QString with = named(qsizetype(columns.size()), table) + u"SELECT "_s;
+    const QString from = u" FROM r"_s + table.where();
     return std::make_unique<SqliteRows>(connection(), with + (values + sizes).join(u", "_s) + from,
                                         isUtf8() ? with + bytes.join(u", "_s) + from : QString(),
                                         std::move(sizeColumns));

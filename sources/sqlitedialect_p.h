@@ -12,10 +12,14 @@ public:
 
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
-    std::optional<qint64> rowCount(const Table &table, const parallel::StopToken &stop) const override;
+    QHash<QString, KnownCount> knownCounts(const QList<Table> &tables) const override;
+    std::optional<qint64> rowCount(const Table &table, const CountLimits &limits) const override;
     std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                      const std::vector<SourceColumn> &columns) const override;
     QString changeMark() const override;
+
+protected:
+    QString growth(const Table &table, const QList<Column> &declared, int column) const override;
 
 private:
     /// Whether the database keeps its texts as UTF-8.

@@ -25,32 +25,17 @@ using namespace Qt::StringLiterals;
 
 struct TableLoader::Private
 {
-    /// A table and how it is read.
-    struct Source
-    {
-        TableSource::Table table;
-        QList<TableSource::Column> declared;
-        std::vector<SourceColumn> columns;
-
-        QList<ColumnSpec> specs() const
-        {
-            QList<ColumnSpec> result;
-            for (const SourceColumn &column : columns)
-                result.append(column.spec());
-            return result;
-        }
-    };
-
     static std::unique_ptr<Private> open(const SourceLocation &location, const parallel::StopToken &stop);
     TableSource::Table require(const QString &table) const;
-    Source source(const QString &table) const;
+    TableShape declaredShape(const TableSource::Table &table) const;
+    std::optional<qint64> rowLimitOf(const TableSource::Table &table) const;
     std::unique_ptr<MemoryTable> load(const QString &table, const parallel::StopToken &stop);
-    std::optional<qint64> rowCount(const TableSource::Table &table, const parallel::StopToken &stop) const
+    std::optional<qint64> rowCount(const TableSource::Table &table, const CountLimits &limits) const
     {
-        return table.isView ? -1 : origin->rowCount(table, stop);
+        return table.isView ? -1 : origin->rowCount(table, limits);
     }
     RowReader::Misfits misfits() const;
-    bool read(Source &source, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
+    bool read(TableShape &shape, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
     /// Of a loader that made it; the origin reads from it.
     std::unique_ptr<SourceDatabase> database = nullptr;
@@ -59,10 +44,10 @@ struct TableLoader::Private
     qint64 interval = 4096;
     bool isStrict = false;
     Digits digits = Digits::AsDeclared;
+    std::optional<qint64> rowLimit = {};
     /// The columns of each table of the last load, as declared.
     QHash<QString, QList<ColumnSpec>> declaredColumns = {};
     /// What became of them.
-    QHash<QString, QStringList> notes = {};
     QHash<QString, std::shared_ptr<const TableShape>> shapes = {};
 };
 
@@ -79,6 +64,17 @@ std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLoc
     return opened;
 }
 
+/// Throws when no statement can name \a table.
+static void checkName(const SourceTable &table)
+{
+    if (table.name.isEmpty())
+        throw Exception(TableLoader::tr("Таблицу без имени не прочитать"));
+    if (table.quotedName.isEmpty()) {
+        throw Exception(TableLoader::tr("Таблица «%1»: её имя не записано в UTF-8, по нему её не прочитать")
+                            .arg(table.name));
+    }
+}
+
 TableSource::Table TableLoader::Private::require(const QString &table) const
 {
     const auto all = origin->tables();
@@ -86,10 +82,7 @@ TableSource::Table TableLoader::Private::require(const QString &table) const
         all.begin(), all.end(), [&table](const TableSource::Table &known) { return known.name == table; });
     if (found == all.end())
         throw Exception(TableLoader::tr("В базе данных нет таблицы «%1»").arg(table));
-    if (found->quotedName.isEmpty()) {
-        throw Exception(
-            TableLoader::tr("Таблица «%1»: её имя не записано в UTF-8, по нему её не прочитать").arg(table));
-    }
+    checkName(*found);
     return *found;
 }
 
@@ -110,9 +103,9 @@ static QStringList namesOf(const QList<TableSource::Column> &columns)
     return names;
 }
 
-TableLoader::Private::Source TableLoader::Private::source(const QString &table) const
+TableShape TableLoader::Private::declaredShape(const TableSource::Table &table) const
 {
-    Source result{.table = require(table), .declared = {}, .columns = {}};
+    TableShape result{.table = table};
     result.declared = origin->columns(result.table);
     const QStringList names = namesOf(result.declared);
     for (TableSource::Column declared : std::as_const(result.declared)) {
@@ -120,30 +113,32 @@ TableLoader::Private::Source TableLoader::Private::source(const QString &table) 
         auto column = origin->sourceColumn(declared, isStrict);
         if (!column) {
             throw Exception(TableLoader::tr("Таблица «%1», столбец «%2»: тип «%3» не поддерживается")
-                                .arg(table, declared.name, declared.declaredType.simplified()));
+                                .arg(table.name, declared.name, declared.declaredType.simplified()));
         }
         result.columns.push_back(std::move(*column));
     }
     if (result.columns.empty())
-        throw Exception(TableLoader::tr("Таблица «%1» не имеет столбцов").arg(table));
+        throw Exception(TableLoader::tr("Таблица «%1» не имеет столбцов").arg(table.name));
     return result;
 }
 
 std::unique_ptr<MemoryTable> TableLoader::Private::load(const QString &table, const parallel::StopToken &stop)
 {
-    Source wanted = source(table);
+    TableShape wanted = declaredShape(require(table));
     declaredColumns.insert(table, wanted.specs());
     std::unique_ptr<MemoryTable> result;
     // A reading that finds that columns must be others goes on to the end without keeping the rows. The next
     // one nearly always finds every column as it needs it.
     while (!read(wanted, stop, result)) {
     }
-    for (const SourceColumn &column : wanted.columns)
-        notes[table] += column.notes();
-    notes[table] += origin->notes(wanted.table);
-    shapes.insert(table, std::make_shared<TableShape>(
-                             TableShape{wanted.declared, wanted.columns, wanted.table.isView}));
+    shapes.insert(table, std::make_shared<const TableShape>(std::move(wanted)));
     return result;
+}
+
+/// How many rows are to be read of \a table; nothing for all.
+std::optional<qint64> TableLoader::Private::rowLimitOf(const TableSource::Table &table) const
+{
+    return rowLimit && !table.isView && origin->hasRowsAtOnce(table) ? rowLimit : std::nullopt;
 }
 
 RowReader::Misfits TableLoader::Private::misfits() const
@@ -153,28 +148,32 @@ RowReader::Misfits TableLoader::Private::misfits() const
     return digits == Digits::AsNeeded ? RowReader::Misfits::GetRoom : RowReader::Misfits::Refused;
 }
 
-/// Reads the table of \a source into \a result, which becomes null when the load is cancelled. False when
-/// columns of \a source were changed.
-bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
+/// Reads the table of \a shape into \a result, which becomes null when the load is cancelled. False when
+/// columns of \a shape were changed.
+bool TableLoader::Private::read(TableShape &shape, const parallel::StopToken &stop,
                                 std::unique_ptr<MemoryTable> &result) const
 {
     result = nullptr;
-    auto loaded = std::make_unique<MemoryTable>(source.table.name, source.specs());
-    const std::optional<qint64> total = rowCount(source.table, stop);
+    auto loaded = std::make_unique<MemoryTable>(shape.table.name, shape.specs());
+    const std::optional<qint64> limit = rowLimitOf(shape.table);
+    // To count all rows may take longer than to read the first ones.
+    const std::optional<qint64> total = limit ? -1 : rowCount(shape.table, {.stop = stop});
     if (!total)
         return true;
-    Progress state{.table = source.table.name, .rowsTotal = *total};
+    Progress state{.table = shape.table.name, .rowsTotal = *total};
     if (progress && !progress(state))
         return true;
 
-    const auto rows = origin->rows(source.table, source.declared, source.columns);
+    const auto rows = origin->rows(shape.table, shape.declared, shape.columns);
     if (!rows->open())
-        throw Exception(origin->errorText(rows->error().value_or(QString()), source.table.name));
-    RowReader reader(source.table.name, *rows, source.columns, misfits());
+        throw Exception(origin->errorText(rows->error().value_or(QString()), shape.table.name));
+    RowReader reader(shape.table.name, *rows, shape.columns, misfits());
     qint64 reported = 0;
     while (reader.next()) {
         if (stop.isStopRequested())
             return true;
+        if (reader.rowsRead() - 1 == limit)
+            break;
         if (!reader.isChanged())
             loaded->append(reader.cells());
         state.rowsRead = reader.rowsRead();
@@ -185,8 +184,9 @@ bool TableLoader::Private::read(Source &source, const parallel::StopToken &stop,
         }
     }
     if (const auto error = rows->error())
-        throw Exception(origin->errorText(*error, source.table.name));
+        throw Exception(origin->errorText(*error, shape.table.name));
     rows->close();
+    shape.isComplete = reader.rowsRead() == state.rowsRead;
     if (reader.isChanged())
         return false;
     if (progress && (reported != state.rowsRead || state.rowsRead == 0) && !progress(state))
@@ -224,7 +224,13 @@ QStringList TableLoader::tableNames() const
 
 QList<ColumnSpec> TableLoader::columns(const QString &table) const
 {
-    return d->source(table).specs();
+    return specs(d->require(table));
+}
+
+QList<ColumnSpec> TableLoader::specs(const SourceTable &table) const
+{
+    checkName(table);
+    return d->declaredShape(table).specs();
 }
 
 QList<ColumnSpec> TableLoader::loadedColumns(const QString &table) const
@@ -234,7 +240,8 @@ QList<ColumnSpec> TableLoader::loadedColumns(const QString &table) const
 
 QStringList TableLoader::columnNotes(const QString &table) const
 {
-    return d->notes.value(table);
+    const auto known = shape(table);
+    return known ? known->notes(origin()) : QStringList();
 }
 
 const TableSource &TableLoader::origin() const
@@ -254,7 +261,7 @@ qint64 TableLoader::rowCount(const QString &table) const
 
 std::optional<qint64> TableLoader::rowCount(const QString &table, const parallel::StopToken &stop) const
 {
-    return d->rowCount(d->require(table), stop);
+    return d->rowCount(d->require(table), {.stop = stop});
 }
 
 void TableLoader::setStrict(bool strict)
@@ -267,6 +274,17 @@ void TableLoader::setDigits(Digits digits)
     d->digits = digits;
 }
 
+void TableLoader::setRowLimit(std::optional<qint64> rows)
+{
+    d->rowLimit = rows;
+}
+
+bool TableLoader::isComplete(const QString &table) const
+{
+    const auto known = shape(table);
+    return known && known->isComplete;
+}
+
 void TableLoader::setProgress(ProgressFunction progress, qint64 interval)
 {
     d->progress = std::move(progress);
@@ -277,7 +295,6 @@ std::unique_ptr<MemoryTable> TableLoader::load(const QString &table, const paral
 {
     const auto snapshot = qScopeGuard(d->origin->beginSnapshot());
     d->declaredColumns.clear();
-    d->notes.clear();
     d->shapes.clear();
     return d->load(table, stop);
 }
@@ -287,7 +304,6 @@ TableLoader::loadAll(const QStringList &tables, const parallel::StopToken &stop)
 {
     const auto snapshot = qScopeGuard(d->origin->beginSnapshot());
     d->declaredColumns.clear();
-    d->notes.clear();
     d->shapes.clear();
     std::vector<std::unique_ptr<MemoryTable>> loaded;
     for (const QString &table : tables) {

@@ -23,6 +23,7 @@ class MemoryTable;
 namespace sito {
 
 struct SourceLocation;
+struct SourceTable;
 class TableSource;
 struct TableShape;
 
@@ -93,9 +94,10 @@ struct TableShape;
 /// plain name, any other one "schema.table"; a part that contains a point or a quotation mark is written in
 /// quotation marks.
 ///
-/// **Names** of SQLite that are not valid UTF-8 show each such byte as "\\xE9". The columns are read like
-/// others; a table with such a name is listed, but refused. A column without a name, as sheets leave them,
-/// gets one, and one that is named like another a number.
+/// **Names** of SQLite, and of PostgreSQL databases in SQL_ASCII, that are not valid UTF-8 show each such
+/// byte as "\\xE9". The columns of SQLite are read like others; a table with such a name is listed, but
+/// refused. A column without a name, as sheets leave them, gets one, and one that is named like another a
+/// number. A table without a name is refused.
 ///
 /// **Code of others** is not run: all names in statements are qualified, values become texts without casts,
 /// and a table of PostgreSQL is refused when reading it would run what belongs neither to the user nor to a
@@ -122,7 +124,8 @@ public:
     {
         QString table;
         qint64 rowsRead = 0;
-        /// What the database said before the first row was read; -1 for a view.
+        /// What the database said before the first row was read; -1 for a view, and when only the
+        /// first rows are read.
         qint64 rowsTotal = 0;
     };
     /// Called with the state of the load, in the thread of the loader; false cancels the load.
@@ -164,8 +167,8 @@ public:
     /// whose rows would have to be computed or fetched for that.
     qint64 rowCount(const QString &table) const;
     /// The same; nothing when \a stop was requested. While the rows of a large table are counted, \a stop is
-    /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for databases other than
-    /// SQLite and PostgreSQL.)
+    /// checked several times a second. (Not for SQLite tables WITHOUT ROWID, nor for tables of MariaDB and
+    /// MySQL without a whole number as their primary key, nor for other databases.)
     std::optional<qint64> rowCount(const QString &table, const parallel::StopToken &stop) const;
 
     /// Whether a type without a counterpart and a value that does not fit its column make the load fail;
@@ -173,6 +176,13 @@ public:
     void setStrict(bool strict);
     /// Digits::AsDeclared until it is set.
     void setDigits(Digits digits);
+
+    /// From now on a load ends after the first \a rows rows of a table; without a value it reads all, as it
+    /// does until this is called. A view is read as a whole, and so is a table of which the source does not
+    /// give some rows before it has them all.
+    void setRowLimit(std::optional<qint64> rows);
+    /// Whether the last load read \a table to its end.
+    bool isComplete(const QString &table) const;
 
     /// \a progress is called for every table before its first row, after every \a interval rows and after the
     /// last row. A table with values that do not fit is read once more, counted from 0 again.
@@ -194,8 +204,11 @@ public:
 
 private:
     friend class SourceRefresh;
+    friend class TableCounts;
 
     const TableSource &origin() const;
+    /// The columns of \a table as declared.
+    QList<ColumnSpec> specs(const SourceTable &table) const;
     /// How the last load read \a table; null when it did not get as far.
     std::shared_ptr<const TableShape> shape(const QString &table) const;
 

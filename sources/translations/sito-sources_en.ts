@@ -336,6 +336,10 @@
         <source>Таблица «%1»: чтение выполнило бы с правами текущего пользователя представление другого</source>
         <translation>Table &apos;%1&apos;: reading would run the view of another user with the rights of the current one</translation>
     </message>
+    <message>
+        <source>Таблицу без имени не прочитать</source>
+        <translation>A table without a name cannot be read</translation>
+    </message>
 </context>
 <context>
     <name>sito::OpenServerDialog</name>

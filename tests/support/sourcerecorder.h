@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QStringList>
 
+#include <algorithm>
+
 using namespace sito;
 
 /// Writes down what a connection signals, but for the progress, which it counts and checks.
@@ -19,10 +21,21 @@ public:
             &connection, &SourceConnection::opened, &connection, [this, &connection](const auto &tables) {
                 QStringList names;
                 for (const SourceConnection::TableInfo &table : tables)
-                    names.append(QStringLiteral("%1(%2)").arg(table.name, QString::number(table.rowCount)));
+                    names.append(table.name);
                 events.append(QStringLiteral("opened ") + names.join(u','));
+                countsAtOpening = countsOf(tables);
                 isConsistent = isConsistent && tables == connection.tables() && !connection.isBusy();
             });
+        QObject::connect(&connection, &SourceConnection::counted, &connection,
+                         [this, &connection](const QString &table, qint64 rowCount) {
+                             const auto tables = connection.tables();
+                             const auto isTold = [&](const SourceConnection::TableInfo &info) {
+                                 return info.name == table && info.rowCount == rowCount && !info.isEstimate;
+                             };
+                             isConsistent = isConsistent && !connection.isBusy() &&
+                                            std::count_if(tables.begin(), tables.end(), isTold) == 1;
+                             counts.append(QStringLiteral("%1 %2").arg(table, QString::number(rowCount)));
+                         });
         QObject::connect(&connection, &SourceConnection::loaded, &connection,
                          [this, join](const QStringList &tables) {
                              events.append(QStringLiteral("loaded ") + join(tables));
@@ -67,7 +80,25 @@ public:
 
     QStringList take() { return std::exchange(events, {}); }
 
+    /// "a ≈2,b,c 3": estimates are marked, and of b nothing is known.
+    static QString countsOf(const QList<SourceConnection::TableInfo> &tables)
+    {
+        QStringList texts;
+        for (const SourceConnection::TableInfo &table : tables) {
+            QString text = table.name;
+            if (table.rowCount >= 0)
+                text += QLatin1Char(' ') + QString(table.isEstimate ? QStringLiteral("≈") : QString()) +
+                        QString::number(table.rowCount);
+            texts.append(text);
+        }
+        return texts.join(u',');
+    }
+
     QStringList events;
+    /// What counted() has told, apart from the rest: it depends on the machine how many of them come between
+    /// two operations.
+    QStringList counts;
+    QString countsAtOpening;
     int steps = 0;
     QString lastTable;
     qint64 lastRead = 0;
