@@ -13,6 +13,7 @@
 #include <support/mariadbserver.h>
 #include <support/sourcereader.h>
 
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -215,6 +216,59 @@ private Q_SLOTS:
         execute("DROP TABLE large");
     }
 
+    void countsTablesAfterItHasOpened()
+    {
+        execute("CREATE DATABASE counted; USE counted; "
+                "CREATE TABLE many (id bigint unsigned PRIMARY KEY); "
+                "INSERT INTO many SELECT seq + 18446744073709500000 FROM seq_1_to_40000; "
+                "CREATE TABLE keyless (c int) ENGINE = MyISAM; INSERT INTO keyless VALUES (1), (1), (2); "
+                "CREATE TABLE pairs (a int, b int, PRIMARY KEY (a, b)); INSERT INTO pairs VALUES (1, 2); "
+                "CREATE VIEW v AS SELECT * FROM pairs");
+        const auto removed = qScopeGuard([this] { execute("DROP DATABASE counted"); });
+        SourceReader reader;
+
+        QVERIFY(reader.read(m_server.location(u"counted"_s)));
+
+        QVERIFY2(QRegularExpression(u"^keyless ≈3,many ≈[0-9]+,pairs( ≈1)?,v$"_s)
+                     .match(reader.recorder.countsAtOpening)
+                     .hasMatch(),
+                 qPrintable(reader.recorder.countsAtOpening));
+        QTRY_COMPARE(reader.recorder.counts, (QStringList{u"keyless 3"_s, u"many 40000"_s, u"pairs 1"_s}));
+        QVERIFY(reader.recorder.isConsistent);
+    }
+    void aCountThatWaitsForALockKeepsNobodyWaiting()
+    {
+        execute("CREATE DATABASE counted; USE counted; CREATE TABLE a (c int PRIMARY KEY); "
+                "CREATE TABLE locked (c int PRIMARY KEY); CREATE TABLE y (c int); "
+                "CREATE TABLE z (c int) ENGINE = MyISAM; INSERT INTO z VALUES (1)");
+        const auto removed = qScopeGuard([this] { execute("DROP DATABASE counted"); });
+        const SourceLocation location = m_server.location(u"counted"_s);
+        {
+            auto locker = QSqlDatabase::addDatabase(location.driver, u"locker"_s);
+            locker.setHostName(location.host);
+            locker.setPort(location.port);
+            locker.setDatabaseName(location.database);
+            locker.setUserName(location.user);
+            locker.setPassword(location.password);
+            QVERIFY(locker.open());
+            QVERIFY(QSqlQuery(locker).exec(u"LOCK TABLES locked WRITE"_s));
+        }
+        const auto unlocked = qScopeGuard([] { QSqlDatabase::removeDatabase(u"locker"_s); });
+        SourceReader reader;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Exception: База данных «.*«locked»: "_s));
+
+        QVERIFY(reader.read(location));
+        QTRY_VERIFY(reader.recorder.counts.contains(u"a 0"_s));
+        // Now the count of the table that is locked is under way.
+        reader.connection.load({u"z"_s});
+
+        QTRY_COMPARE(reader.recorder.events, (QStringList{u"opened a,locked,y,z"_s, u"loaded z"_s}));
+        QTRY_COMPARE(SourceRecorder::countsOf(reader.connection.tables()), u"a 0,locked,y 0,z 1"_s);
+        QCOMPARE(reader.connection.tables().at(1).error, QString());
+        QVERIFY(reader.recorder.isConsistent);
+        reader.connection.closeTables();
+    }
+
     void viewsWithTheRightsOfTheReaderAreRefused()
     {
         execute("CREATE SQL SECURITY INVOKER VIEW others_view AS SELECT i FROM integers");
@@ -270,6 +324,70 @@ private Q_SLOTS:
                  (QStringList{u"NULL | 2 | b"_s, u"z | 1 | c"_s, u"new | 7 | d"_s}));
         reader.connection.closeTables();
         execute("DROP TABLE fresh;");
+    }
+
+    void readsOnlyRowsOfAColumnThatGrows_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        QTest::newRow("whole numbers") << u"bigint"_s << u"1"_s << u"9007199254740993"_s;
+        QTest::newRow("decimals") << u"decimal(20,4)"_s << u"-1.5"_s << u"1.5"_s;
+        QTest::newRow("moments") << u"timestamp(6) NULL"_s << u"'2026-01-01 00:00:00.001'"_s
+                                 << u"'2026-01-01 00:00:00.002'"_s;
+    }
+    void readsOnlyRowsOfAColumnThatGrows()
+    {
+        QFETCH(const QString, type);
+        QFETCH(const QString, first);
+        QFETCH(const QString, second);
+        // More than one portion; the key is not the column that grows.
+        execute(u"CREATE OR REPLACE TABLE grown (id int PRIMARY KEY, v %1, t text); "
+                "INSERT INTO grown SELECT seq, %2, 'old' FROM seq_1_to_40000; "
+                "INSERT INTO grown VALUES (50000, %3, 'largest');"_s.arg(type, first, second)
+                    .toUtf8());
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"grown"_s}));
+        reader.connection.setGrowingColumn(u"grown"_s, u"v"_s);
+        qint64 read = -1;
+        connect(&reader.connection, &SourceConnection::refreshed, &reader.connection,
+                [&read](const auto &tables) { read = tables.first().rowsRead; });
+        const auto refreshed = [&] {
+            reader.recorder.take();
+            reader.connection.refresh({u"grown"_s});
+            const QString events = reader.settle() ? reader.recorder.take().join(u'\n') : QString();
+            return events + u" of "_s + QString::number(read);
+        };
+        QCOMPARE(refreshed(), u"refreshed grown +0 -0 ~0 of 40001"_s);
+
+        execute(u"UPDATE grown SET t = 'new', v = %1 WHERE id < 4; "
+                "UPDATE grown SET t = 'none', v = NULL WHERE id = 4"_s.arg(second)
+                    .toUtf8());
+
+        QCOMPARE(refreshed(), u"refreshed grown +0 -0 ~4 of 5"_s);
+        reader.connection.closeTables();
+        execute("DROP TABLE grown;");
+    }
+
+    void loadsTheBeginningOnlyOfWhatComesInPortions()
+    {
+        execute("CREATE TABLE p (id int PRIMARY KEY); INSERT INTO p SELECT seq FROM seq_1_to_12000; "
+                "CREATE TABLE w (id int); INSERT INTO w SELECT seq FROM seq_1_to_12000;");
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location()));
+        reader.recorder.take();
+
+        reader.connection.load({u"p"_s, u"w"_s}, SourceConnection::Extent::Beginning);
+        QVERIFY(reader.settle());
+        QVERIFY(!reader.connection.isComplete(u"p"_s));
+        QVERIFY(reader.connection.isComplete(u"w"_s));
+        reader.connection.refresh({u"p"_s, u"w"_s});
+        QVERIFY(reader.settle());
+
+        QCOMPARE(reader.recorder.take(),
+                 QStringList({u"loaded p,w"_s, u"refreshed p +2000 -0 ~0,w +0 -0 ~0"_s}));
+        reader.connection.closeTables();
+        execute("DROP TABLE p, w;");
     }
 
     /// Last: it starts the server again.

@@ -679,6 +679,68 @@ private Q_SLOTS:
                  u"trader@127.0.0.1:%1/postgres"_s.arg(m_server.location().port));
     }
 
+    void countsTablesAfterItHasOpened()
+    {
+        const QString quiet = u" WITH (autovacuum_enabled = false)"_s;
+        execute(u"CREATE TABLE t (c integer)"_s + quiet);
+        execute(u"CREATE TABLE heir (d text) INHERITS (t)"_s + quiet);
+        execute(u"CREATE TABLE p (c integer) PARTITION BY LIST (c)"_s);
+        execute(u"CREATE TABLE p1 PARTITION OF p FOR VALUES IN (1)"_s + quiet);
+        execute(u"CREATE TABLE p2 PARTITION OF p FOR VALUES IN (2)"_s + quiet);
+        execute(u"CREATE TABLE half (c integer) PARTITION BY LIST (c)"_s);
+        execute(u"CREATE TABLE half1 PARTITION OF half FOR VALUES IN (1)"_s + quiet);
+        execute(u"CREATE TABLE large (c integer, t text)"_s + quiet);
+        execute(u"CREATE TABLE unknown (c integer)"_s + quiet);
+        execute(u"CREATE VIEW v AS SELECT * FROM t"_s);
+        execute(u"INSERT INTO t SELECT generate_series(1, 1000)"_s);
+        execute(u"INSERT INTO heir SELECT 1, 'x' FROM generate_series(1, 10)"_s);
+        execute(u"INSERT INTO p SELECT 1 + n % 2 FROM generate_series(1, 30) n"_s);
+        execute(u"INSERT INTO half VALUES (1), (1)"_s);
+        // More than is counted by one statement.
+        execute(u"INSERT INTO large SELECT n, repeat('x', 300) FROM generate_series(1, 110000) n"_s);
+        execute(u"ANALYZE t, heir, p, large"_s);
+        execute(u"CREATE TABLE half2 PARTITION OF half FOR VALUES IN (2)"_s + quiet);
+        execute(u"ANALYZE half1"_s);
+        execute(u"INSERT INTO t SELECT generate_series(1, 500)"_s);
+        execute(u"INSERT INTO p VALUES (1)"_s);
+        execute(u"DELETE FROM large WHERE c > 100000"_s);
+        SourceReader reader;
+
+        QVERIFY(reader.read(m_server.location()));
+
+        QCOMPARE(reader.recorder.countsAtOpening, u"half,heir ≈10,large ≈110000,p ≈30,t ≈1010,unknown,v"_s);
+        QTRY_COMPARE(reader.recorder.counts, (QStringList{u"half 2"_s, u"heir 10"_s, u"large 100000"_s,
+                                                          u"p 31"_s, u"t 1510"_s, u"unknown 0"_s}));
+        QVERIFY(reader.recorder.isConsistent);
+    }
+    void aCountThatWaitsForALockKeepsNobodyWaiting()
+    {
+        execute(u"CREATE TABLE a (c integer)"_s);
+        execute(u"CREATE TABLE locked (c integer)"_s);
+        execute(u"CREATE TABLE y (c integer)"_s);
+        execute(u"CREATE TABLE z (c integer)"_s);
+        execute(u"INSERT INTO z VALUES (1)"_s);
+        execute(u"BEGIN"_s);
+        execute(u"LOCK TABLE locked IN ACCESS EXCLUSIVE MODE"_s);
+        SourceReader reader;
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(u"^Exception: База данных «trader@.*: .*lock timeout"_s));
+
+        QVERIFY(reader.read(m_server.location()));
+        QTRY_COMPARE(reader.recorder.counts, QStringList(u"a 0"_s));
+        // Now the count of the table that is locked is under way.
+        reader.connection.load({u"z"_s});
+
+        QTRY_COMPARE(reader.recorder.events, (QStringList{u"opened a,locked,y,z"_s, u"loaded z"_s}));
+        // The others are counted nevertheless; this one stays listed, and can be loaded when it is free.
+        QTRY_COMPARE(SourceRecorder::countsOf(reader.connection.tables()), u"a 0,locked,y 0,z 1"_s);
+        QCOMPARE(reader.connection.tables().at(1).error, QString());
+        execute(u"ROLLBACK"_s);
+        reader.connection.load({u"locked"_s});
+        QTRY_COMPARE(reader.recorder.counts.constLast(), u"locked 0"_s);
+        QVERIFY(reader.recorder.isConsistent);
+    }
+
     void encryptsAsTheUserWants()
     {
         const auto openedWith = [this](const QString &host, const QString &mode, const QString &certificate) {

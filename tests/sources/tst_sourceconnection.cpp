@@ -136,6 +136,120 @@ private Q_SLOTS:
         QVERIFY(names().isEmpty());
     }
 
+    void countsTablesAfterItHasOpened()
+    {
+        SourceReader reader;
+
+        QVERIFY(reader.read(SourceLocation::fromFile(makeSource(u"s.sqlite"_s, 40'000))));
+
+        QCOMPARE(reader.recorder.countsAtOpening, u"a,b,big"_s);
+        QTRY_COMPARE(reader.recorder.counts, (QStringList{u"a 2"_s, u"b 3"_s, u"big 40000"_s}));
+        QCOMPARE(SourceRecorder::countsOf(reader.connection.tables()), u"a 2,b 3,big 40000"_s);
+        QVERIFY(reader.recorder.isConsistent);
+        QVERIFY(!reader.connection.isBusy());
+    }
+    void estimatesComeFirst()
+    {
+        const QString file = makeFile(
+            u"s.sqlite"_s,
+            {u"CREATE TABLE a (id INTEGER)"_s, u"CREATE INDEX part ON a (id) WHERE id > 1"_s,
+             u"INSERT INTO a VALUES (1), (2), (3)"_s, u"CREATE TABLE empty (id INTEGER)"_s,
+             u"CREATE TABLE wrong (id INTEGER PRIMARY KEY)"_s, u"INSERT INTO wrong VALUES (7), (8)"_s,
+             u"CREATE TABLE keyed (k TEXT PRIMARY KEY) WITHOUT ROWID"_s,
+             u"INSERT INTO keyed VALUES ('x'), ('y')"_s, u"CREATE VIEW v AS SELECT * FROM a"_s, u"ANALYZE"_s,
+             u"UPDATE sqlite_stat1 SET stat = '1200000 1' WHERE tbl = 'wrong'"_s});
+        SourceReader reader;
+
+        QVERIFY(reader.read(SourceLocation::fromFile(file)));
+
+        QCOMPARE(reader.recorder.countsAtOpening, u"a ≈3,empty,keyed ≈2,v,wrong ≈1200000"_s);
+        QTRY_COMPARE(reader.recorder.counts,
+                     (QStringList{u"a 3"_s, u"empty 0"_s, u"keyed 2"_s, u"wrong 2"_s}));
+        // Nobody counts a view, but the rows of a loaded one are there.
+        QVERIFY(reader.connection.tables().at(3).isView);
+        reader.connection.load({u"v"_s});
+        QTRY_COMPARE(SourceRecorder::countsOf(reader.connection.tables()),
+                     u"a 3,empty 0,keyed 2,v 3,wrong 2"_s);
+        QCOMPARE(reader.recorder.counts.constLast(), u"v 3"_s);
+        QVERIFY(reader.recorder.isConsistent);
+    }
+    void theRowsOfLoadedTablesAreKnown()
+    {
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+        connect(&connection, &SourceConnection::opened, this, [&] { connection.load({u"big"_s, u"b"_s}); });
+
+        connection.open(SourceLocation::fromFile(makeSource(u"s.sqlite"_s)));
+
+        QTRY_COMPARE(recorder.counts.size(), 3);
+        recorder.counts.sort();
+        QCOMPARE(recorder.counts, (QStringList{u"a 2"_s, u"b 3"_s, u"big 10"_s}));
+        QVERIFY(recorder.isConsistent);
+    }
+    void theRowsOfRefreshedTablesAreKnown()
+    {
+        const auto location = SourceLocation::fromFile(makeSource(u"s.sqlite"_s));
+        SourceReader reader;
+        QVERIFY(reader.read(location, {u"b"_s}));
+        QTRY_COMPARE(reader.recorder.counts.size(), 3);
+        makeFile(u"s.sqlite"_s, {u"INSERT INTO b VALUES (9)"_s, u"INSERT INTO a VALUES (9, 'y')"_s});
+
+        reader.connection.refresh({u"b"_s});
+
+        QTRY_COMPARE(reader.recorder.counts.size(), 4);
+        QCOMPARE(reader.recorder.counts.constLast(), u"b 4"_s);
+        QCOMPARE(SourceRecorder::countsOf(reader.connection.tables()), u"a 2,b 4,big 10"_s);
+    }
+
+    void countsEndWithTheirSource_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::newRow("another source") << u"two.sqlite"_s;
+        QTest::newRow("one that cannot be opened") << u"none"_s;
+        QTest::newRow("one whose opening is cancelled") << QString();
+    }
+    void countsEndWithTheirSource()
+    {
+        QFETCH(QString, file);
+        const auto made = [](const QString &prefix) {
+            QStringList statements;
+            for (int i = 10; i < 40; ++i)
+                statements.append(u"CREATE TABLE %1%2 (id INTEGER)"_s.arg(prefix).arg(i));
+            return statements;
+        };
+        const auto expected = [](const QString &prefix) {
+            QStringList result;
+            for (int i = 10; i < 40; ++i)
+                result.append(u"%1%2 0"_s.arg(prefix).arg(i));
+            return result;
+        };
+        const auto first = SourceLocation::fromFile(makeFile(u"one.sqlite"_s, made(u"o"_s)));
+        makeFile(u"two.sqlite"_s, made(u"t"_s));
+        if (file == "none"_L1)
+            announceText(u"Файла «%1» нет"_s.arg(path(file)));
+        SourceConnection connection;
+        SourceRecorder recorder(connection);
+        QStringList before;
+        connect(&connection, &SourceConnection::counted, this, [&] {
+            if (!before.isEmpty())
+                return;
+            before = std::exchange(recorder.counts, {});
+            connection.open(file.isEmpty() ? first : SourceLocation::fromFile(path(file)));
+            if (file.isEmpty())
+                connection.cancel();
+        });
+
+        connection.open(first);
+
+        QTRY_COMPARE(recorder.counts.size(), file == "two.sqlite"_L1 ? 30 : 29);
+        QCOMPARE(before, QStringList(u"o10 0"_s));
+        if (file == "two.sqlite"_L1)
+            QCOMPARE(recorder.counts, expected(u"t"_s));
+        else
+            QCOMPARE(before + recorder.counts, expected(u"o"_s));
+        QVERIFY(recorder.isConsistent);
+    }
+
     void tellsOfTablesThatCannotBeLoaded()
     {
         const QString file =
@@ -488,6 +602,7 @@ private Q_SLOTS:
         QCOMPARE(MemoryDatabase::instance().table(u"a"_s)->columnSpec(0).name, u"z"_s);
     }
 
+    /// Also beside other values.
     void readsFilesOnly()
     {
         const QString file = makeSource(u"s.sqlite"_s);

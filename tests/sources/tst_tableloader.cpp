@@ -725,6 +725,15 @@ private Q_SLOTS:
         }
     }
 
+    void refusesATableWithoutAName()
+    {
+        execute(u"CREATE TABLE \"\" (id INTEGER)"_s);
+        const StrictLoader loader(connection());
+
+        QCOMPARE(loader.tableNames(), QStringList(u""_s));
+        QCOMPARE(outcome(loader, u""_s), QStringList(u"Таблицу без имени не прочитать"_s));
+    }
+
     void namesTheTableThatIsMissing()
     {
         execute(u"CREATE TABLE t (c TEXT)"_s);
@@ -801,6 +810,28 @@ private Q_SLOTS:
         const qint64 shortest = shortestStoppedCount(loader, u"t"_s, whole);
         QVERIFY2(shortest < whole / 2, qPrintable(u"%1 of %2"_s.arg(shortest).arg(whole)));
         execute(u"DROP TABLE t"_s); // no statement is left open
+    }
+
+    void readsNoMoreRowsThanTheLimit()
+    {
+        execute(u"CREATE TABLE t (c INTEGER)"_s);
+        execute(u"INSERT INTO t VALUES (1), (2), (3), ('x')"_s);
+        execute(u"CREATE VIEW v AS SELECT c FROM t"_s);
+        TableLoader loader(connection());
+        const auto read = [&loader](const QString &table, std::optional<qint64> limit) {
+            loader.setRowLimit(limit);
+            const QStringList rows = texts(*loader.load(table));
+            return rows.join(u' ') + (loader.isComplete(table) ? QString() : u" …"_s);
+        };
+
+        QCOMPARE(read(u"t"_s, 0), u" …"_s);
+        QCOMPARE(read(u"t"_s, 2), u"1 2 …"_s);
+        QCOMPARE(typeTexts(loader.loadedColumns(u"t"_s)), QStringList(u"c Int(0)?"_s));
+        QCOMPARE(read(u"t"_s, 4), u"1 2 3 x"_s);
+        QCOMPARE(read(u"t"_s, 5), u"1 2 3 x"_s);
+        QCOMPARE(read(u"t"_s, std::nullopt), u"1 2 3 x"_s);
+        QCOMPARE(read(u"v"_s, 2), u"1 2 3 x"_s);
+        QVERIFY(!loader.isComplete(u"t"_s));
     }
 
     void tellsHowFarItHasCome()
