@@ -5,16 +5,19 @@
 
 #include <hostkit/parallel/stopsource.h>
 
-#include <data/tablechanges.h>
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
+
+#include <data/tablechanges.h>
 
 #include <support/exceptions.h>
 #include <support/foundtables.h>
 #include <support/loadedtables.h>
 #include <support/postgresconnection.h>
 #include <support/postgresserver.h>
+#include <support/seed.h>
 #include <support/sourcereader.h>
+#include <support/transactionscript.h>
 
 #include <QElapsedTimer>
 #include <QLoggingCategory>
@@ -87,6 +90,32 @@ private:
             }
         }
         return result;
+    }
+
+    /// Refreshes \a table and says what has come of it, and how many rows were read for it.
+    static QString refreshed(SourceReader &reader, const QString &table)
+    {
+        qint64 read = -1;
+        const auto told = connect(&reader.connection, &SourceConnection::refreshed, &reader.connection,
+                                  [&read](const auto &tables) { read = tables.first().rowsRead; });
+        reader.recorder.take();
+        reader.connection.refresh({table});
+        const bool isSettled = reader.settle();
+        disconnect(told);
+        return isSettled ? reader.recorder.take().join(u'\n') + u" of "_s + QString::number(read) : QString();
+    }
+    /// The rows of \a table as a new load gives them, in any order; and as they are in the database.
+    QStringList freshRows(const QString &table) const
+    {
+        QStringList rows = texts(*TableLoader(m_database->connection()).load(table));
+        rows.sort();
+        return rows;
+    }
+    static QStringList rowsOf(const QString &table)
+    {
+        QStringList rows = texts(*MemoryDatabase::instance().table(table));
+        rows.sort();
+        return rows;
     }
 
     PostgresServer m_server;
@@ -956,6 +985,279 @@ private Q_SLOTS:
         QLoggingCategory::setFilterRules({});
         QCOMPARE(m_server.restart(), QString());
         QCOMPARE(refreshed(u"k"_s, true), u"refreshed k +0 -0 ~0"_s);
+    }
+
+    void readsOnlyRowsThatMayHaveChanged_data()
+    {
+        QTest::addColumn<QString>("made");
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<QString>("answer");
+        const QString plain = u"CREATE TABLE k (id integer PRIMARY KEY, t text, n integer DEFAULT 1)"_s;
+        const QString parted =
+            u"CREATE TABLE k (id integer PRIMARY KEY, t text, n integer DEFAULT 1) PARTITION BY RANGE (id); "
+            "CREATE TABLE k1 PARTITION OF k FOR VALUES FROM (0) TO (500); "
+            "CREATE TABLE k2 PARTITION OF k FOR VALUES FROM (500) TO (10000)"_s;
+        const auto row = [](const char *name, const QString &made, const QStringList &changes,
+                            const QString &answer) { QTest::newRow(name) << made << changes << answer; };
+        row("nothing", plain, {}, u"+0 -0 ~0 of 0"_s);
+        row("rows written", plain,
+            {u"UPDATE k SET t = 'x' WHERE id < 4"_s, u"INSERT INTO k VALUES (2000, 'new')"_s},
+            u"+1 -0 ~3 of 4"_s);
+        row("a row written by a part of a transaction", plain,
+            {u"BEGIN; SAVEPOINT a; UPDATE k SET t = 'x' WHERE id = 1; SAVEPOINT b; "
+             "UPDATE k SET t = 'y' WHERE id = 2; ROLLBACK TO b; UPDATE k SET t = 'z' WHERE id = 3; COMMIT"_s},
+            u"+0 -0 ~2 of 2"_s);
+        row("rows frozen", plain, {u"UPDATE k SET t = 'x' WHERE id < 4"_s, u"VACUUM FREEZE k"_s},
+            u"+0 -0 ~3 of 3"_s);
+        row("rows removed", plain,
+            {u"UPDATE k SET t = 'x' WHERE id < 4"_s, u"DELETE FROM k WHERE id > 990"_s},
+            u"+0 -10 ~3 of 993"_s);
+        row("a key written", plain, {u"UPDATE k SET id = 2000 WHERE id = 1"_s}, u"+1 -1 ~0 of 1001"_s);
+        row("as many added as removed", plain,
+            {u"DELETE FROM k WHERE id = 1"_s, u"INSERT INTO k VALUES (2000, 'new')"_s},
+            u"+1 -1 ~0 of 1001"_s);
+        row("all removed", plain, {u"TRUNCATE k"_s}, u"+0 -1000 ~0 of 0"_s);
+        // No row is written by that.
+        row("another column of that name", plain,
+            {u"ALTER TABLE k DROP n"_s, u"ALTER TABLE k ADD n integer DEFAULT 2"_s},
+            u"+0 -0 ~1000 of 1000"_s);
+        row("another table of that name", plain,
+            {u"ALTER TABLE k RENAME TO old"_s,
+             u"CREATE TABLE k (id integer PRIMARY KEY, t text, n integer DEFAULT 1)"_s,
+             u"INSERT INTO k SELECT id, 'other' FROM old"_s},
+            u"+0 -0 ~1000 of 1000"_s);
+        row("partitions", parted,
+            {u"UPDATE k SET t = 'x' WHERE id < 4"_s, u"INSERT INTO k VALUES (2000, 'new')"_s},
+            u"+1 -0 ~3 of 4"_s);
+        row("a partition attached", parted,
+            {u"CREATE TABLE k3 AS SELECT 20000 AS id, 'new' AS t, 1 AS n"_s,
+             u"ALTER TABLE k3 ALTER id SET NOT NULL"_s, u"DELETE FROM k WHERE id = 1"_s,
+             u"ALTER TABLE k ATTACH PARTITION k3 FOR VALUES FROM (20000) TO (30000)"_s},
+            u"+1 -1 ~0 of 1000"_s);
+        row("no primary key", u"CREATE TABLE k (id integer, t text, n integer)"_s, {}, u"+0 -0 ~0 of 1000"_s);
+        row("children", plain + u"; CREATE TABLE child () INHERITS (k)"_s, {}, u"+0 -0 ~0 of 1000"_s);
+        row("labels renamed",
+            u"CREATE TYPE kind AS ENUM ('a', 'b'); "
+            "CREATE TABLE k (id integer PRIMARY KEY, t text, n integer, e kind DEFAULT 'a')"_s,
+            {u"ALTER TYPE kind RENAME VALUE 'a' TO 'c'"_s}, u"+0 -0 ~1000 of 1000"_s);
+        row("names of objects renamed",
+            u"CREATE TABLE named (c integer); CREATE TABLE k (id integer PRIMARY KEY, t text, n integer, "
+            "e regclass DEFAULT 'named'::regclass)"_s,
+            {u"ALTER TABLE named RENAME TO renamed"_s}, u"+0 -0 ~1000 of 1000"_s);
+        row("types whose text stays",
+            u"CREATE TABLE k (id numeric(9,2) PRIMARY KEY, t varchar(20), n integer, "
+            "a integer[] DEFAULT '{1,2}', u timestamptz DEFAULT now(), i interval DEFAULT '1 day', "
+            "b bytea DEFAULT 'x', j jsonb DEFAULT '{}')"_s,
+            {u"UPDATE k SET a[2] = 3 WHERE id = 1"_s}, u"+0 -0 ~1 of 1"_s);
+        row("a policy", plain, {u"ALTER TABLE k ENABLE ROW LEVEL SECURITY"_s}, u"+0 -0 ~0 of 0"_s);
+    }
+    void readsOnlyRowsThatMayHaveChanged()
+    {
+        QFETCH(const QString, made);
+        QFETCH(const QStringList, changes);
+        QFETCH(const QString, answer);
+        execute(made);
+        execute(u"INSERT INTO k SELECT i, 'row ' || i FROM generate_series(1, 1000) i"_s);
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 1000"_s);
+
+        for (const QString &change : changes)
+            execute(change);
+
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k "_s + answer);
+        QCOMPARE(rowsOf(u"k"_s), freshRows(u"k"_s));
+        QVERIFY(reader.recorder.isConsistent);
+    }
+
+    /// With SITO_TEST_ROWS=1000000 it tells what that saves, in milliseconds.
+    void readsFewRowsOfMany()
+    {
+        const int rows = std::max(10'000, qEnvironmentVariableIntValue("SITO_TEST_ROWS"));
+        execute(u"CREATE TABLE k (id integer PRIMARY KEY, t text, p numeric(12,4), d timestamp)"_s);
+        execute(u"INSERT INTO k SELECT i, 'instrument ' || i, i / 7.0, timestamp '2026-01-01' + i * interval "
+                "'1 second' FROM generate_series(1, %1) i"_s.arg(rows));
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of %1"_s.arg(rows));
+        const qint64 whole = timer.elapsed();
+        execute(u"UPDATE k SET p = p + 1 WHERE id % %1 = 0"_s.arg(rows / 100));
+
+        timer.start();
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~100 of 100"_s);
+
+        const qint64 changed = timer.elapsed();
+        execute(u"DELETE FROM k WHERE id = 1"_s);
+        timer.start();
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -1 ~0 of %1"_s.arg(rows - 1));
+        qInfo("%d rows read in %lld ms, 100 of them in %lld ms, all keys in %lld ms", rows, whole, changed,
+              timer.elapsed());
+        QCOMPARE(rowsOf(u"k"_s), freshRows(u"k"_s));
+    }
+
+    void readsOnlyTheKeysToFindRowsThatWereRemoved()
+    {
+        execute(u"CREATE TABLE k (t text, b varchar(20), a numeric(9,2), PRIMARY KEY (a, b))"_s);
+        execute(u"INSERT INTO k SELECT 'row ' || i, i, -i FROM generate_series(1, 1000) i"_s);
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 1000"_s);
+        // What nobody reads stays.
+        MemoryTable &table = *MemoryDatabase::instance().table(u"k"_s);
+        table.update(table.row(10), {{0, CellValue(u"here"_s)}});
+
+        execute(u"DELETE FROM k WHERE b = '1'; UPDATE k SET b = 'key' WHERE b = '2'; "
+                "UPDATE k SET t = 'there' WHERE b = '3'; INSERT INTO k VALUES ('new', 'new', 0)"_s);
+
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +2 -2 ~1 of 1003"_s);
+        QStringList rows = freshRows(u"k"_s);
+        rows.replaceInStrings(u"row 11 |"_s, u"here |"_s);
+        rows.sort();
+        QCOMPARE(rowsOf(u"k"_s), rows);
+    }
+
+    void refreshesAlsoWhereTheServerDoesNotTellOfLocks()
+    {
+        execute(u"CREATE TABLE k (id integer PRIMARY KEY)"_s);
+        execute(u"INSERT INTO k SELECT generate_series(1, 10)"_s);
+        execute(u"CREATE ROLE reader LOGIN PASSWORD 'reader'; GRANT USAGE ON SCHEMA public TO reader; "
+                "GRANT SELECT ON k TO reader; REVOKE SELECT ON pg_catalog.pg_locks FROM PUBLIC"_s);
+        const auto restored = qScopeGuard([this] {
+            execute(u"GRANT SELECT ON pg_catalog.pg_locks TO PUBLIC; DROP OWNED BY reader; "
+                    "DROP ROLE reader"_s);
+        });
+        SourceLocation location = m_server.location();
+        location.user = u"reader"_s;
+        location.password = u"reader"_s;
+        SourceReader reader;
+        QVERIFY(reader.read(location, {u"k"_s}));
+
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 10"_s);
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 10"_s);
+    }
+
+    void readsWhatTransactionsHadNotEndedBefore()
+    {
+        execute(u"CREATE TABLE k (id integer PRIMARY KEY, t text)"_s);
+        execute(u"INSERT INTO k SELECT i, 'old' FROM generate_series(1, 1000) i"_s);
+        const PostgresConnection other(m_server.location());
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 1000"_s);
+
+        // The transaction that began first ends last, after the second refresh.
+        QCOMPARE(other.execute(u"BEGIN; UPDATE k SET t = 'first' WHERE id = 1"_s), QString());
+        execute(u"UPDATE k SET t = 'second' WHERE id = 2"_s);
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~1 of 1"_s);
+        QCOMPARE(other.execute(u"SAVEPOINT a; UPDATE k SET t = 'third' WHERE id = 3; COMMIT"_s), QString());
+
+        // That of the second row came later than the one that was still open.
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~2 of 3"_s);
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 0"_s);
+        QCOMPARE(rowsOf(u"k"_s), freshRows(u"k"_s));
+    }
+
+    void readsAllRowsOfATableThatIsAltered()
+    {
+        execute(u"CREATE TABLE k (id integer PRIMARY KEY, t text)"_s);
+        execute(u"INSERT INTO k SELECT i, 'old' FROM generate_series(1, 10) i"_s);
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 10"_s);
+        const PostgresConnection other(m_server.location());
+        QCOMPARE(other.execute(u"BEGIN; LOCK TABLE k IN ACCESS EXCLUSIVE MODE"_s), QString());
+
+        // It waits for the lock as ever, with what was fixed before.
+        reader.recorder.take();
+        reader.connection.refresh({u"k"_s});
+        QSqlQuery waiting(m_writer->connection());
+        QTRY_VERIFY(waiting.exec(u"SELECT FROM pg_locks WHERE NOT granted"_s) && waiting.size() > 0);
+        QCOMPARE(other.execute(u"UPDATE k SET t = 'new' WHERE id = 1; COMMIT"_s), QString());
+        QVERIFY(reader.settle());
+        QCOMPARE(refreshed(reader, u"k"_s).section(u' ', 5), u"of 10"_s);
+        QCOMPARE(rowsOf(u"k"_s), freshRows(u"k"_s));
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 0"_s);
+    }
+
+    void agreesWithAFreshLoadWhateverTransactionsDo()
+    {
+        const quint64 seed = testSeed();
+        TransactionScript script(m_server.location(), seed);
+        const QStringList names = TransactionScript::tables();
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), names));
+        for (const QString &name : names)
+            refreshed(reader, name);
+        for (int step = 0; step < 40; ++step) {
+            // Every other step removes nothing, so that few rows suffice.
+            const bool isRemoving = step % 2 == 0;
+            script.step(isRemoving);
+            QVERIFY2(script.error().isEmpty(), seedMessage(seed, script.error()).constData());
+            for (const QString &name : names) {
+                const QString answer = refreshed(reader, name);
+                const QByteArray message = seedMessage(seed, u"step %1: %2"_s.arg(step).arg(answer));
+                QVERIFY2(answer.startsWith(u"refreshed"_s), message.constData());
+                QVERIFY2(rowsOf(name) == freshRows(name), message.constData());
+                QVERIFY2(isRemoving || answer.section(u' ', -1).toInt() < 200, message.constData());
+            }
+        }
+    }
+
+    void readsOnlyRowsOfAColumnThatGrows_data()
+    {
+        QTest::addColumn<QString>("made");
+        QTest::addColumn<QString>("column");
+        QTest::addColumn<QString>("answer");
+        const QString table = u"CREATE TABLE b (id integer, n numeric(9,2), d timestamptz, e json)"_s;
+        const QString unknown =
+            u"; CREATE TYPE kind AS ENUM ('a'); ALTER TABLE b ADD k kind, ADD PRIMARY KEY (id)"_s;
+        const QString view = u"; CREATE VIEW k AS SELECT * FROM b"_s;
+        const QString name = u"; ALTER TABLE b RENAME TO k; CREATE VIEW b AS SELECT id, n, d, e FROM k"_s;
+        QTest::newRow("a table without a key") << table + name << u"id"_s << u"+1 -0 ~0 of 2"_s;
+        QTest::newRow("a view") << table + view << u"id"_s << u"+1 -0 ~0 of 2"_s;
+        QTest::newRow("numbers") << table + unknown + name << u"n"_s << u"+1 -0 ~0 of 2"_s;
+        QTest::newRow("moments") << table + unknown + name << u"d"_s << u"+1 -0 ~0 of 2"_s;
+    }
+    void readsOnlyRowsOfAColumnThatGrows()
+    {
+        QFETCH(const QString, made);
+        QFETCH(const QString, column);
+        QFETCH(const QString, answer);
+        const QString rows =
+            u"INSERT INTO b SELECT i, i / 4.0, timestamptz '2026-01-01' + i * interval '1 hour', '{}' "
+            "FROM generate_series(%1) i"_s;
+        execute(made);
+        execute(rows.arg(u"1, 1000"_s));
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+        reader.connection.setGrowingColumn(u"k"_s, column);
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 1000"_s);
+
+        execute(rows.arg(u"1001, 1001"_s));
+        QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k "_s + answer);
+        QCOMPARE(rowsOf(u"k"_s), freshRows(u"k"_s));
+    }
+
+    void loadsBeginningsOfSeveralTables()
+    {
+        for (const QString &name : {u"a"_s, u"b"_s}) {
+            execute(u"CREATE TABLE %1 (id integer PRIMARY KEY)"_s.arg(name));
+            execute(u"INSERT INTO %1 SELECT generate_series(1, 12000)"_s.arg(name));
+        }
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location()));
+        const QStringList tables{u"a"_s, u"b"_s};
+        reader.recorder.take();
+
+        reader.connection.load(tables, SourceConnection::Extent::Beginning);
+        QVERIFY(reader.settle());
+        reader.connection.refresh(tables);
+        QVERIFY(reader.settle());
+
+        QCOMPARE(reader.recorder.take(),
+                 QStringList({u"loaded a,b"_s, u"refreshed a +2000 -0 ~0,b +2000 -0 ~0"_s}));
     }
 
     void cancelsWithoutWaitingForASilentServer()

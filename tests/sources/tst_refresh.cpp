@@ -583,6 +583,210 @@ private Q_SLOTS:
         QCOMPARE(refreshed({u"a"_s}), QStringList(u"failed В базе данных нет таблицы «a»"_s));
     }
 
+    void loadsTheBeginningAndThenTheRest_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<int>("rows");
+        for (const char *key : {"INTEGER PRIMARY KEY", "INTEGER"}) {
+            for (const int rows : {0, 1, 10'000, 10'001, 33'000})
+                QTest::addRow("%s, %d rows", key, rows) << QString::fromLatin1(key) << rows;
+        }
+    }
+    void loadsTheBeginningAndThenTheRest()
+    {
+        QFETCH(const QString, key);
+        QFETCH(const int, rows);
+        constexpr int beginning = SourceConnection::rowsOfBeginning;
+        m_file = makeFile(u"source.sqlite"_s,
+                          {u"CREATE TABLE a (id %1, t TEXT)"_s.arg(key), u"CREATE TABLE b (id INTEGER)"_s,
+                           u"INSERT INTO b VALUES (7)"_s,
+                           u"INSERT INTO a WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+                           "WHERE i < %1) SELECT i, i || 'th' FROM n WHERE i <= %1"_s.arg(rows)});
+        QVERIFY(m_reader->read(SourceLocation::fromFile(m_file)));
+        SourceConnection &connection = m_reader->connection;
+        QVERIFY(!connection.isComplete(u"a"_s));
+
+        connection.load({u"a"_s, u"b"_s}, SourceConnection::Extent::Beginning);
+        QVERIFY(m_reader->settle());
+
+        QCOMPARE(table(u"a"_s).rowCount(), std::min(rows, beginning));
+        QCOMPARE(connection.isComplete(u"a"_s), rows <= beginning);
+        QVERIFY(connection.isComplete(u"b"_s));
+        // It is read though nothing has changed.
+        const int rest = std::max(0, rows - beginning);
+        QCOMPARE(refreshed({u"a"_s}, true), QStringList(u"refreshed a +%1 -0 ~0"_s.arg(rest)));
+        QVERIFY(connection.isComplete(u"a"_s));
+        const SourceDatabase database(SourceLocation::fromFile(m_file));
+        QCOMPARE(texts(table(u"a"_s)), texts(*TableLoader(database.connection()).load(u"a"_s)));
+        QCOMPARE(refreshed({u"a"_s}, true), QStringList(u"refreshed a +0 -0 ~0"_s));
+        QVERIFY(!hasRead());
+    }
+
+    void readsTheRestOfWhatHasChangedMeanwhile_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("answer");
+        const auto row = [](const char *name, const QString &change, const QString &answer) {
+            QTest::newRow(name) << change << answer;
+        };
+        row("rows changed", u"UPDATE a SET t = 'x' WHERE id % 5000 = 0"_s, u"a +10000 -0 ~2"_s);
+        row("rows removed", u"DELETE FROM a WHERE id % 5000 = 0"_s, u"a +9998 -2 ~0"_s);
+        row("a row in front", u"INSERT INTO a VALUES (-1, 'x')"_s, u"a +10001 -0 ~0"_s);
+        row("a value that does not fit", u"UPDATE a SET n = 'x' WHERE id = 15000"_s, u"a reshaped"_s);
+        row("another column", u"ALTER TABLE a ADD COLUMN c INTEGER"_s, u"a reshaped"_s);
+    }
+    void readsTheRestOfWhatHasChangedMeanwhile()
+    {
+        QFETCH(const QString, change);
+        QFETCH(const QString, answer);
+        m_file =
+            makeFile(u"source.sqlite"_s,
+                     {u"CREATE TABLE a (id INTEGER PRIMARY KEY, t TEXT, n INTEGER)"_s,
+                      u"INSERT INTO a (id) WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+                      "WHERE i < 20000) SELECT i FROM n"_s});
+        QVERIFY(m_reader->read(SourceLocation::fromFile(m_file)));
+        m_reader->connection.load({u"a"_s}, SourceConnection::Extent::Beginning);
+        QVERIFY(m_reader->settle());
+
+        const QString columns = change.contains("VALUES"_L1) ? u" (id, t)"_s : QString();
+        this->change({QString(change).replace(u"INTO a"_s, u"INTO a"_s + columns)});
+
+        QCOMPARE(refreshed({u"a"_s}), QStringList(u"refreshed "_s + answer));
+        const bool isReshaped = answer.endsWith("reshaped"_L1);
+        QCOMPARE(m_reader->connection.isComplete(u"a"_s), !isReshaped);
+        if (!isReshaped)
+            QCOMPARE(sorted(texts(table(u"a"_s))), freshTexts(u"a"_s));
+    }
+
+    void notesWhatTheRestHolds()
+    {
+        m_file = makeFile(u"source.sqlite"_s,
+                          {u"CREATE TABLE a (id INTEGER PRIMARY KEY, t TEXT)"_s,
+                           u"INSERT INTO a WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+                           "WHERE i < 12000) SELECT i, CASE i WHEN 11000 THEN CAST(x'4ae9' AS TEXT) ELSE 'a' "
+                           "END FROM n"_s});
+        QVERIFY(m_reader->read(SourceLocation::fromFile(m_file)));
+        m_reader->connection.load({u"a"_s}, SourceConnection::Extent::Beginning);
+        QVERIFY(m_reader->settle());
+        QCOMPARE(m_reader->connection.columnNotes(u"a"_s), QStringList());
+
+        QCOMPARE(refreshed({u"a"_s}), QStringList(u"refreshed a +2000 -0 ~0"_s));
+
+        const SourceDatabase database(SourceLocation::fromFile(m_file));
+        const TableLoader loader(database.connection());
+        QVERIFY(loader.load(u"a"_s));
+        QCOMPARE(m_reader->connection.columnNotes(u"a"_s).size(), 1);
+        QCOMPARE(m_reader->connection.columnNotes(u"a"_s), loader.columnNotes(u"a"_s));
+        // Nothing is read now, and the notes stay.
+        QCOMPARE(refreshed({u"a"_s}, true), QStringList(u"refreshed a +0 -0 ~0"_s));
+        QCOMPARE(m_reader->connection.columnNotes(u"a"_s), loader.columnNotes(u"a"_s));
+    }
+
+    void goesOnAfterTheRestWasCancelled()
+    {
+        const QStringList statements{u"CREATE TABLE a (id INTEGER)"_s,
+                                     u"INSERT INTO a WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 "
+                                     "FROM n WHERE i < 200000) SELECT i / 3 FROM n"_s};
+        m_file = makeFile(u"source.sqlite"_s, statements);
+        QVERIFY(m_reader->read(SourceLocation::fromFile(m_file)));
+        SourceConnection &connection = m_reader->connection;
+        connection.load({u"a"_s}, SourceConnection::Extent::Beginning);
+        QVERIFY(m_reader->settle());
+        for (int i = 0; i < 3; ++i) {
+            connection.refresh({u"a"_s});
+            // The progress is told before the answer.
+            const auto cancelled = connect(&connection, &SourceConnection::progress, this,
+                                           [&](const QString &, qint64 rowsRead) {
+                                               if (rowsRead > 20'000 * (i + 1))
+                                                   connection.cancel();
+                                           });
+            QVERIFY(m_reader->settle());
+            disconnect(cancelled);
+            QVERIFY(!connection.isComplete(u"a"_s));
+        }
+
+        connection.refresh({u"a"_s}, true);
+        QVERIFY(m_reader->settle());
+
+        QVERIFY(connection.isComplete(u"a"_s));
+        QCOMPARE(sorted(texts(table(u"a"_s))), freshTexts(u"a"_s));
+    }
+
+    void readsOnlyRowsThatHaveGrown_data()
+    {
+        QTest::addColumn<QStringList>("made");
+        QTest::addColumn<QString>("column");
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<QString>("answer");
+        const auto row = [](const char *name, const QStringList &made, const QString &column,
+                            const QStringList &changes, const QString &answer) {
+            QTest::newRow(name) << made << column << changes << answer;
+        };
+        const QStringList keyed{u"CREATE TABLE k (id INTEGER PRIMARY KEY, t TEXT, v INTEGER, d TIMESTAMP)"_s};
+        const QStringList loose{u"CREATE TABLE k (id INTEGER, t TEXT, v INTEGER, d TIMESTAMP)"_s};
+        const QStringList view{
+            u"CREATE TABLE b (id INTEGER, v INTEGER)"_s,
+            u"CREATE VIEW k (id, t, v, d) AS SELECT id, 'row ' || id, v, NULL FROM b"_s,
+            u"CREATE TRIGGER i INSTEAD OF INSERT ON k BEGIN INSERT INTO b VALUES (new.id, new.v); END"_s};
+        const QString added = u"INSERT INTO k VALUES (101, 'new', 101, '2026-02-01 00:00:00')"_s;
+        const QString removed = u"DELETE FROM k WHERE id = 1"_s;
+        const QString written = u"UPDATE k SET t = 'x', v = 101 WHERE id < 4"_s;
+        const QString doubled = u"INSERT INTO k SELECT * FROM k WHERE v = 100"_s;
+        row("no promise", keyed, {}, {added}, u"+1 -0 ~0 of 101"_s);
+        // The row with the largest value is read again.
+        row("nothing", keyed, u"id"_s, {}, u"+0 -0 ~0 of 1"_s);
+        row("rows added", keyed, u"id"_s, {added}, u"+1 -0 ~0 of 2"_s);
+        row("rows written", keyed, u"v"_s, {written}, u"+0 -0 ~3 of 4"_s);
+        row("values taken away", keyed, u"v"_s, {u"UPDATE k SET t = 'x', v = NULL WHERE id = 9"_s},
+            u"+0 -0 ~1 of 2"_s);
+        row("the largest value", keyed, u"v"_s, {u"UPDATE k SET t = 'x', v = 100 WHERE id < 4"_s},
+            u"+0 -0 ~3 of 4"_s);
+        row("moments", keyed, u"d"_s, {added}, u"+1 -0 ~0 of 2"_s);
+        row("rows removed", keyed, u"v"_s, {removed, written}, u"+0 -1 ~2 of 102"_s);
+        row("as many added as removed", keyed, u"id"_s, {removed, added}, u"+1 -1 ~0 of 102"_s);
+        row("rows added without a key", loose, u"id"_s, {added}, u"+1 -0 ~0 of 2"_s);
+        row("rows written without a key", loose, u"v"_s, {written}, u"+3 -3 ~0 of 104"_s);
+        row("equal rows without a key", loose, u"v"_s, {doubled, doubled}, u"+3 -0 ~0 of 4"_s);
+        row("moments without a key", loose, u"d"_s, {added}, u"+1 -0 ~0 of 101"_s);
+        row("texts", keyed, u"t"_s, {added}, u"+1 -0 ~0 of 101"_s);
+        row("no such column", keyed, u"w"_s, {added}, u"+1 -0 ~0 of 101"_s);
+        row("a view", view, u"v"_s, {added}, u"+1 -0 ~0 of 2"_s);
+        row("a broken promise", keyed, u"v"_s, {u"UPDATE k SET t = 'x' WHERE id < 4"_s}, u"+0 -0 ~0 of 1"_s);
+    }
+    void readsOnlyRowsThatHaveGrown()
+    {
+        QFETCH(const QStringList, made);
+        QFETCH(const QString, column);
+        QFETCH(const QStringList, changes);
+        QFETCH(const QString, answer);
+        qint64 read = -1;
+        connect(&m_reader->connection, &SourceConnection::refreshed, this,
+                [&read](const auto &tables) { read = tables.first().rowsRead; });
+        const auto told = [&] {
+            const QString events = refreshed({u"k"_s}).join(u'\n');
+            return events + u" of "_s + QString::number(read);
+        };
+        const QString fill =
+            u"INSERT INTO k WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100) "
+            "SELECT i, 'row ' || i, i, datetime('2026-01-01', '+' || i || ' minutes') FROM n"_s;
+        QVERIFY(load({u"k"_s}, made + QStringList{fill}));
+        m_reader->connection.setGrowingColumn(u"k"_s, column);
+        QCOMPARE(m_reader->connection.growingColumn(u"k"_s), column);
+        // The first time, all rows are read.
+        QCOMPARE(told(), u"refreshed k +0 -0 ~0 of 100"_s);
+
+        change(changes);
+
+        QCOMPARE(told(), u"refreshed k "_s + answer);
+        const bool isBroken = QLatin1String(QTest::currentDataTag()) == "a broken promise"_L1;
+        QCOMPARE(sorted(texts(table(u"k"_s))) != freshTexts(u"k"_s), isBroken);
+        // Without the promise, all rows are read.
+        m_reader->connection.setGrowingColumn(u"k"_s, {});
+        QCOMPARE(told(),
+                 u"refreshed k +0 -0 ~%1 of %2"_s.arg(isBroken ? 3 : 0).arg(table(u"k"_s).rowCount()));
+        QCOMPARE(sorted(texts(table(u"k"_s))), freshTexts(u"k"_s));
+    }
+
     void letsGoOfTablesWhenItIsCancelled_data()
     {
         QTest::addColumn<bool>("isClosed");
@@ -618,6 +822,40 @@ private Q_SLOTS:
         }
         QCOMPARE(refreshed({u"a"_s}).size(), 1);
         QCOMPARE(sorted(texts(table(u"a"_s))), freshTexts(u"a"_s));
+    }
+
+    void agreesWithAFreshLoadWhileColumnsGrow()
+    {
+        const quint64 seed = testSeed();
+        QRandomGenerator random(quint32(seed ^ seed >> 32));
+        const QStringList names{u"keyed"_s, u"loose"_s};
+        QVERIFY(load(names, {u"CREATE TABLE keyed (a TEXT PRIMARY KEY NOT NULL, b REAL, v INTEGER)"_s,
+                             u"CREATE TABLE loose (a TEXT, b REAL, v INTEGER)"_s}));
+        for (const QString &name : names)
+            m_reader->connection.setGrowingColumn(name, u"v"_s);
+        int version = 0;
+        for (int step = 0; step < 40; ++step) {
+            QStringList statements{u"BEGIN"_s};
+            for (const QString &name : names) {
+                for (int i = random.bounded(8); i > 0; --i) {
+                    version += random.bounded(2);
+                    const QString value = random.bounded(9) == 0 ? u"NULL"_s : QString::number(version);
+                    const QString key = QString::number(random.bounded(60));
+                    const QStringList kinds{u"INSERT OR REPLACE INTO %1 VALUES (%2, 1, %3)"_s,
+                                            u"UPDATE %1 SET b = b + 1, v = %3 WHERE a = '%2'"_s,
+                                            u"UPDATE OR IGNORE %1 SET a = a + 1, v = %3 WHERE a = '%2'"_s,
+                                            u"DELETE FROM %1 WHERE a = '%2' AND 0 <> coalesce(%3, 1)"_s};
+                    statements.append(kinds.at(random.bounded(step % 3 == 0 ? 4 : 2)).arg(name, key, value));
+                }
+            }
+            change(statements + QStringList{u"COMMIT"_s});
+
+            const QByteArray message = seedMessage(seed, u"step %1"_s.arg(step));
+            const QStringList answer = refreshed(names, step % 2 == 0);
+            QVERIFY2(answer.size() == 1 && answer.first().startsWith(u"refreshed"_s), message.constData());
+            for (const QString &name : names)
+                QVERIFY2(sorted(texts(table(name))) == freshTexts(name), message.constData());
+        }
     }
 
     void agreesWithAFreshLoad()
