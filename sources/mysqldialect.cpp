@@ -4,6 +4,7 @@
 #include <sources/bytestext_p.h>
 #include <sources/mysqlrows_p.h>
 #include <sources/tableloader.h>
+#include <sources/tableshape_p.h>
 
 #include <data/exception.h>
 
@@ -240,6 +241,30 @@ std::unique_ptr<SourceRows> MysqlDialect::rows(const Table &table, const QList<C
     return std::make_unique<MysqlRows>(
         connection(), u"SELECT "_s + all.join(u", "_s) + u" FROM "_s + table.quotedName + where, key,
         std::move(reads));
+}
+
+SqlDialect::BytesTexts MysqlDialect::bytesTexts(const TableShape &shape, int column) const
+{
+    const QString name = backquoted(shape.declared.at(column).name);
+    return {.size = u"LENGTH(%1)"_s.arg(name),
+            .substring = u"SUBSTRING("_s + name,
+            .from = u" FROM "_s + shape.table.quotedName};
+}
+
+/// What is read as a number of binary fractions is no key: the server rounds where it compares.
+QString MysqlDialect::keyCondition(const TableShape &shape, int column, const CellValue &value,
+                                   QVariantList &) const
+{
+    const QString name = backquoted(shape.declared.at(column).name);
+    if (const auto *text = std::get_if<QString>(&value)) {
+        const bool isShownAsText = shape.columns[size_t(column)].isShownAsText();
+        return (isShownAsText ? u"CONCAT('', %1)"_s.arg(name) : name) + u" = _utf8mb4 x'"_s +
+               hexDigits(*text) + u'\'';
+    }
+    if (const QString date = plainDate(value); !date.isEmpty())
+        return name + u" = '"_s + date + u'\'';
+    const QString number = plainNumber(value);
+    return number.isEmpty() ? number : name + u" = "_s + number;
 }
 
 std::function<void()> MysqlDialect::beginSnapshot() const

@@ -7,6 +7,7 @@
 #include <sources/postgresrows_p.h>
 #include <sources/postgressession_p.h>
 #include <sources/tableloader.h>
+#include <sources/tableshape_p.h>
 
 #include <data/exception.h>
 
@@ -439,6 +440,49 @@ std::unique_ptr<SourceRows> PostgresDialect::rows(const Table &table, const QLis
                                           u"SELECT "_s + (expressions + sizes).join(u", "_s) + u" FROM "_s +
                                               table.quotedName + table.where(),
                                           std::move(kinds));
+}
+
+SqlDialect::BytesTexts PostgresDialect::bytesTexts(const TableShape &shape, int column) const
+{
+    admit(shape.table);
+    const QString name = quoted(shape.declared.at(column).name);
+    return {.size = u"pg_catalog.octet_length(%1)"_s.arg(name),
+            .substring = u"pg_catalog.substr("_s + name,
+            .from = u" FROM "_s + shape.table.quotedName};
+}
+
+QString PostgresDialect::keyCondition(const TableShape &shape, int column, const CellValue &value,
+                                      QVariantList &) const
+{
+    const QString name = quoted(shape.declared.at(column).name);
+    const QString &type = shape.declared.at(column).declaredType;
+    const auto equals = [&name](const QString &other) {
+        return name + u" OPERATOR(pg_catalog.=) "_s + other;
+    };
+    if (const auto *text = std::get_if<QString>(&value)) {
+        const QString literal =
+            u"pg_catalog.convert_from(pg_catalog.decode('%1', 'hex'), 'UTF8')"_s.arg(hexDigits(*text));
+        // Forms that an index finds; of all others, the text that was shown.
+        if (type == "uuid"_L1)
+            return equals(literal + u"::pg_catalog.uuid"_s);
+        if (!shape.columns[size_t(column)].isShownAsText())
+            return type.startsWith("character("_L1)
+                       ? equals(literal + u"::pg_catalog.bpchar"_s)
+                       : name + u"::pg_catalog.text OPERATOR(pg_catalog.=) "_s + literal;
+        return u"pg_catalog.concat(%1) OPERATOR(pg_catalog.=) %2"_s.arg(name, literal);
+    }
+    if (const QString date = plainDate(value); !date.isEmpty()) {
+        return (type.endsWith("with time zone"_L1) ? u"pg_catalog.timezone('UTC', %1)"_s.arg(name) : name) +
+               u" OPERATOR(pg_catalog.=) '"_s + date + u"'::pg_catalog.timestamp"_s;
+    }
+    const QString number = plainNumber(value);
+    if (number.isEmpty())
+        return {};
+    if (std::holds_alternative<qint32>(value) || std::holds_alternative<qint64>(value)) {
+        const bool isWhole = type == "smallint"_L1 || type == "integer"_L1 || type == "bigint"_L1;
+        return isWhole ? equals(number + u"::pg_catalog.int8"_s) : QString();
+    }
+    return equals(u'\'' + number + u"'::pg_catalog.numeric"_s);
 }
 
 /// Whoever changes rows gets a number, which snapshots tell of from then on.

@@ -28,6 +28,9 @@ public:
 protected:
     QString sourceName() const override;
     QString growth(const Table &table, const QList<Column> &declared, int column) const override;
+    BytesTexts bytesTexts(const TableShape &shape, int column) const override;
+    QString keyCondition(const TableShape &shape, int column, const CellValue &value,
+                         QVariantList &bound) const override;
 
 private:
     void checkObstacle(const Table &table) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourceconnection.h>
 
+#include <sources/rowbits_p.h>
 #include <sources/sourcesession_p.h>
 
 #include <hostkit/parallel/tablelock.h>
@@ -218,6 +219,10 @@ void SourceConnection::Private::handle(SourceReport &report)
             tellRows(table.name);
         Q_EMIT q->refreshed(report.refreshed);
         return;
+    case SourceReport::BytesFetched:
+        endOperation();
+        Q_EMIT q->bytesFetched(report.text, report.column, report.bytes);
+        return;
     case SourceReport::Failed:
         endOperation();
         retire(std::exchange(pending, nullptr));
@@ -414,6 +419,31 @@ bool SourceConnection::canGrow(const ColumnSpec &column)
     default:
         return false;
     }
+}
+
+void SourceConnection::fetchBytes(const Record &row, int column, qint64 limit)
+{
+    d->beginOperation();
+    d->forgetDropped();
+    const QString name = row.isNull() ? QString() : row.table()->name();
+    const Private::Entry *entry = d->entry(name);
+    QString error;
+    if (!d->current)
+        error = tr("База данных не открыта");
+    else if (!entry || entry->source != d->currentId || row.table() != MemoryDatabase::instance().table(name))
+        error = tr("Таблица «%1» не загружена из этого источника").arg(name);
+    if (!error.isEmpty()) {
+        d->report({.kind = SourceReport::Failed, .operation = d->operation, .text = error});
+        return;
+    }
+    SourceCell cell{.table = name, .column = column, .limit = limit};
+    const MemoryTable &table = *MemoryDatabase::instance().table(name);
+    {
+        const std::lock_guard lock(table);
+        for (int i = 0; i < table.columnCount(); ++i)
+            cell.row.push_back(RowBits::cell(row.field(i)));
+    }
+    d->current->fetchBytes(d->operation, cell);
 }
 
 void SourceConnection::cancel()

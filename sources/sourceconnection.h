@@ -7,6 +7,7 @@
 
 #include <database/columnspec.h>
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QList>
 #include <QObject>
@@ -15,15 +16,17 @@
 
 #include <memory>
 
+class Record;
+
 namespace sito {
 
 /// A source of tables, an SQLite file or a database server, that is read in threads of its own. Nothing here
 /// blocks the thread that uses it, except the destructor and, for a moment, what ends a refresh(): a tenth of
 /// a second at most, or as long as it takes to remove rows from a table.
 ///
-/// **Operations.** Each open(), load() and refresh() is answered later, from the event loop, by exactly one
-/// signal: its own (opened(), loaded() or refreshed()), failed(), or cancelled(). One operation runs at a
-/// time; to begin another one cancels it.
+/// **Operations.** Each open(), load(), refresh() and fetchBytes() is answered later, from the event loop, by
+/// exactly one signal: its own (opened(), loaded(), refreshed() or bytesFetched()), failed(), or cancelled().
+/// One operation runs at a time; to begin another one cancels it.
 ///
 /// **Counts.** When a source is opened its tables are not counted; tables() has what the source knows or
 /// estimates without that: PostgreSQL and SQLite since the last ANALYZE, MariaDB and MySQL as their engines
@@ -64,6 +67,9 @@ namespace sito {
 /// somebody else changed in memory may then stay so.
 ///
 /// Of other tables the same is done by setGrowingColumn(), if the user promises that a column grows.
+///
+/// **Bytes.** Tables hold the number of bytes of a BLOB and the first of them, see TableLoader. fetchBytes()
+/// reads all of one cell, in pieces, when they are wanted.
 ///
 /// Whatever a table holds is shown, see TableLoader; columnNotes() tells what is not shown as it is declared.
 /// After a server went away, or a file was replaced, the next load() or refresh() connects again.
@@ -159,6 +165,13 @@ public:
     QString growingColumn(const QString &table) const;
     /// Whether \a column is of whole numbers, decimals or moments.
     static bool canGrow(const ColumnSpec &column);
+    /// Reads the bytes that a cell has now: that of \a row, a row of a table that was loaded from the source
+    /// that is open, in the column with the index \a column, one of bytesColumns(). The row is found by its
+    /// primary key; \a row itself is not needed any more when this returns. Fails when the value is no bytes,
+    /// as others may be in a column of SQLite, when there are more than \a limit bytes, and when the row
+    /// cannot be found: it was removed, the table is a view or has no primary key, or a column of the key
+    /// does not show its values exactly (bytes; dates of SQLite; floating-point numbers of servers).
+    void fetchBytes(const Record &row, int column, qint64 limit);
     /// Cancels the operation under way, if any: cancelled() is emitted in place of its own signal, even if it
     /// was about to end. A statement that the driver cannot stop goes on for a while, but nothing waits for
     /// it.
@@ -203,6 +216,8 @@ Q_SIGNALS:
     void loaded(const QStringList &tables);
     /// \a tables in the order given to refresh(). Those in which nothing has changed were not touched.
     void refreshed(const QList<SourceConnection::RefreshedTable> &tables);
+    /// The answer to fetchBytes(): the \a bytes in a row of \a table; null when the cell is empty now.
+    void bytesFetched(const QString &table, int column, const QByteArray &bytes);
     /// Emitted by cancel() in place of the signal of the operation.
     void cancelled();
     /// \a message is one line, names the source or the table, and holds no password.

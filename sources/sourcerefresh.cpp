@@ -131,6 +131,13 @@ TableNotes SourceRefresh::notes(const TableLoader &loader, const QString &table)
     return shape ? TableNotes{shape->notes(loader.origin()), shape->bytesColumns()} : TableNotes();
 }
 
+std::optional<QByteArray> SourceRefresh::bytes(const TableLoader &loader, const SourceCell &cell,
+                                               const parallel::StopToken &stop) const
+{
+    const auto shape = m_known.value(cell.table).shape;
+    return cell.read(loader.origin(), shape ? *shape : TableShape(), stop);
+}
+
 QList<SourceConnection::RefreshedTable> SourceRefresh::refresh(const TableLoader &loader, const Order &order,
                                                                const parallel::StopToken &stop,
                                                                const Progress &progress)

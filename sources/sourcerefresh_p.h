@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sources/loadedtable_p.h>
+#include <sources/sourcecell_p.h>
 #include <sources/sourceconnection.h>
 #include <sources/sourcelocation.h>
 #include <sources/tableshape_p.h>
@@ -64,6 +65,9 @@ public:
                                                     const Progress &progress);
     /// What is to be said of the loaded table \a table, as \a loader or this object read it last.
     TableNotes notes(const TableLoader &loader, const QString &table) const;
+    /// The bytes of \a cell, see SourceCell::read().
+    std::optional<QByteArray> bytes(const TableLoader &loader, const SourceCell &cell,
+                                    const parallel::StopToken &stop) const;
 
 private:
     /// What is known of a loaded table.

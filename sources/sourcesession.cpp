@@ -38,6 +38,11 @@ void SourceSession::refresh(quint64 operation, const SourceRefresh::Order &table
     give({.operation = operation, .refreshed = tables});
 }
 
+void SourceSession::fetchBytes(quint64 operation, const SourceCell &cell)
+{
+    give({.operation = operation, .cell = cell});
+}
+
 void SourceSession::give(Order order)
 {
     m_loadStop = parallel::StopSource();
@@ -156,12 +161,20 @@ bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport
                   .rowsTotal = rowsTotal});
     };
     // What was not asked for long may be gone, or another one by now.
-    if (order.refreshed && source.loader && (source.refresh.isFileChanged() || !source.loader->isAlive()))
+    const bool isOfLoaded = order.refreshed || order.cell;
+    if (isOfLoaded && source.loader && (source.refresh.isFileChanged() || !source.loader->isAlive()))
         source.loader.reset();
     if (!source.loader)
         source.connect();
-    if (order.refreshed) {
+    if (isOfLoaded) {
         try {
+            if (order.cell) {
+                answer.text = order.cell->table;
+                answer.column = order.cell->column;
+                answer.bytes =
+                    source.refresh.bytes(*source.loader, *order.cell, order.stop).value_or(QByteArray());
+                return true;
+            }
             answer.refreshed = source.refresh.refresh(*source.loader, *order.refreshed, order.stop, report);
             for (const SourceConnection::RefreshedTable &table : std::as_const(answer.refreshed))
                 answer.refreshedNotes.append(source.refresh.notes(*source.loader, table.name));
@@ -217,7 +230,9 @@ void SourceSession::serve(quint64 operation)
         return;
 
     while (const std::optional<Order> order = takeOrder(source)) {
-        SourceReport answer{.kind = order->refreshed ? SourceReport::Refreshed : SourceReport::Loaded,
+        SourceReport answer{.kind = order->refreshed ? SourceReport::Refreshed
+                                    : order->cell    ? SourceReport::BytesFetched
+                                                     : SourceReport::Loaded,
                             .operation = order->operation};
         bool isComplete = false;
         const auto failure = messageOf([&] { isComplete = carryOut(*order, source, answer); });

@@ -38,6 +38,8 @@ public:
     void load(quint64 operation, const QStringList &tables, SourceConnection::Extent extent);
     /// As load(), for tables that are loaded.
     void refresh(quint64 operation, const SourceRefresh::Order &tables);
+    /// As load(), for a cell of a loaded table.
+    void fetchBytes(quint64 operation, const SourceCell &cell);
     /// Also ends a refresh; when this returns, it touches no table any more.
     void cancelLoad();
     /// Makes the thread end as soon as it can; when hasEnded(), the destructor need not wait any more.
@@ -56,6 +58,8 @@ private:
         SourceConnection::Extent extent = SourceConnection::Extent::Whole;
         /// What to refresh, in place of loading tables.
         std::optional<SourceRefresh::Order> refreshed = {};
+        /// The cell whose bytes are wanted, in place of loading tables.
+        std::optional<SourceCell> cell = {};
         parallel::StopToken stop = {};
     };
     struct Connected;

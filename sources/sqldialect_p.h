@@ -7,6 +7,7 @@
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QString>
+#include <QVariant>
 
 #include <functional>
 #include <memory>
@@ -38,10 +39,25 @@ public:
     /// That of a growing column.
     RowMark rowMark(const Table &table, const QList<Column> &declared, int growing) const override;
     QString changedSince(const RowMark &before, const RowMark &now) const override;
+    /// In pieces, between which it may be stopped. Throws Exception also when the key does not find one row.
+    std::optional<QByteArray> bytes(const TableShape &shape, const SourceCell &cell,
+                                    const parallel::StopToken &stop) const override;
     /// Leaves a connection alone that is inside a transaction already and so does it itself.
     std::function<void()> beginSnapshot() const override;
 
 protected:
+    /// What statements about the bytes of a column consist of.
+    struct BytesTexts
+    {
+        /// How many there are; negative for a value that is none.
+        QString size;
+        /// Calls the function that gives a part of them, up to the arguments that say which.
+        QString substring;
+        QString from;
+        /// What stands before SELECT.
+        QString with = {};
+    };
+
     explicit SqlDialect(const QSqlDatabase &connection);
 
     const QSqlDatabase &connection() const { return m_connection; }
@@ -58,6 +74,18 @@ protected:
     QString text(const QString &statement, const QString &table) const;
     /// The number that \a statement about \a table gives.
     qint64 number(const QString &statement, const QString &table) const;
+    /// For the column with the index \a column. Throws Exception when the table must not be read.
+    virtual BytesTexts bytesTexts(const TableShape &shape, int column) const;
+    /// The condition that a column, which was loaded as \a column says, holds \a value, which it adds to
+    /// \a bound if the text has a "?" for it. Empty when no condition finds exactly that value.
+    virtual QString keyCondition(const TableShape &shape, int column, const CellValue &value,
+                                 QVariantList &bound) const;
+    /// \a text in the hexadecimal digits of its UTF-8, which nothing can break out of.
+    static QString hexDigits(const QString &text);
+    /// Digits, a point and a sign of the decimal or whole number \a value; empty for others.
+    static QString plainNumber(const CellValue &value);
+    /// "2017-01-31 14:30:00.125" in UTC; empty for what is no date of the years 1 to 9999.
+    static QString plainDate(const CellValue &value);
     /// Counts \a table by many statements, since no driver lets one interrupt a statement. \a key is the
     /// quoted name of a column of whole numbers, no two alike, in whose order rows are found quickly; without
     /// one, all rows are counted by one statement, and in brief only those of a table that is small.
@@ -65,6 +93,7 @@ protected:
                                           const CountLimits &limits) const;
 
 private:
+    QString keyConditions(const TableShape &shape, const SourceCell &cell, QVariantList &bound) const;
     qint64 countBriefly(const Table &table, const CountLimits &limits) const;
 
     const QSqlDatabase m_connection;

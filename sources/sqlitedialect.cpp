@@ -3,6 +3,7 @@
 
 #include <sources/bytestext_p.h>
 #include <sources/sqliterows_p.h>
+#include <sources/tableshape_p.h>
 
 #include <QByteArray>
 #include <QScopeGuard>
@@ -197,6 +198,35 @@ std::unique_ptr<SourceRows> SqliteDialect::rows(const Table &table, const QList<
     return std::make_unique<SqliteRows>(connection(), with + (values + sizes).join(u", "_s) + from,
                                         isUtf8() ? with + bytes.join(u", "_s) + from : QString(),
                                         std::move(sizeColumns));
+}
+
+SqlDialect::BytesTexts SqliteDialect::bytesTexts(const TableShape &shape, int column) const
+{
+    const QString name = columnName(column);
+    return {.size =
+                u"CASE typeof(%1) WHEN 'blob' THEN length(%1) WHEN 'null' THEN NULL ELSE -1 END"_s.arg(name),
+            .substring = u"substr("_s + name,
+            .from = u" FROM r"_s,
+            .with = named(shape.declared.size(), shape.table)};
+}
+
+/// Dates are written in many forms, so they find nothing.
+QString SqliteDialect::keyCondition(const TableShape &shape, int column, const CellValue &value,
+                                    QVariantList &bound) const
+{
+    const QString name = columnName(column);
+    if (const auto *text = std::get_if<QString>(&value)) {
+        bound.append(*text);
+        if (shape.columns[size_t(column)].isShownAsText())
+            return u"CASE typeof(%1) WHEN 'blob' THEN NULL ELSE CAST(%1 AS TEXT) END = ?"_s.arg(name);
+        return name + u" = ?"_s;
+    }
+    if (const auto *number = std::get_if<double>(&value)) {
+        bound.append(*number);
+        return name + u" = ?"_s;
+    }
+    const QString number = plainNumber(value);
+    return number.isEmpty() ? number : name + u" = "_s + number;
 }
 
 } // namespace sito

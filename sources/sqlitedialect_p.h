@@ -20,6 +20,9 @@ public:
 
 protected:
     QString growth(const Table &table, const QList<Column> &declared, int column) const override;
+    BytesTexts bytesTexts(const TableShape &shape, int column) const override;
+    QString keyCondition(const TableShape &shape, int column, const CellValue &value,
+                         QVariantList &bound) const override;
 
 private:
     /// Whether the database keeps its texts as UTF-8.

@@ -19,6 +19,9 @@
 
 namespace sito {
 
+struct SourceCell;
+struct TableShape;
+
 /// A table as its source lists it.
 struct SourceTable
 {
@@ -108,6 +111,14 @@ public:
     /// The values of \a columns in all rows of \a table; \a declared is what columns() gave.
     virtual std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                              const std::vector<SourceColumn> &columns) const = 0;
+    /// The bytes of a cell, whose table was loaded as the shape says and has key columns; nothing when it is
+    /// empty. Throws parallel::Stopped when the stop is requested. To be called in a snapshot; only of
+    /// sources whose tables may have keys.
+    virtual std::optional<QByteArray> bytes(const TableShape &, const SourceCell &,
+                                            const parallel::StopToken &) const
+    {
+        return std::nullopt;
+    }
     /// Lines for the user about \a table that are about no column alone.
     virtual QStringList notes(const Table &) const { return {}; }
     /// A text that differs, as long as this object lives, once a row of a table has changed; empty when that

@@ -526,5 +526,45 @@
         <source>Таблица «%1» не загружена из этого источника</source>
         <translation>Table &apos;%1&apos; was not loaded from this source</translation>
     </message>
+    <message>
+        <source>В столбце %1 таблицы «%2» не показано байтов</source>
+        <translation>Column %1 of the table &apos;%2&apos; shows no bytes</translation>
+    </message>
+    <message>
+        <source>У таблицы «%1» нет первичного ключа, строку не найти, чтобы прочитать значение целиком</source>
+        <translation>The table &apos;%1&apos; has no primary key by which the row could be found to read the whole value</translation>
+    </message>
+    <message>
+        <source>Таблица «%1» теперь другая, обновите её</source>
+        <translation>The table &apos;%1&apos; has changed, refresh it</translation>
+    </message>
+    <message>
+        <source>Ключ строки пуст (таблица «%1», столбец «%2»), её не найти, чтобы прочитать значение целиком</source>
+        <translation>The key of the row is empty (table &apos;%1&apos;, column &apos;%2&apos;); it cannot be found to read the whole value</translation>
+    </message>
+    <message>
+        <source>По столбцу «%1» ключа таблицы «%2» строку не найти, чтобы прочитать значение целиком</source>
+        <translation>By the column &apos;%1&apos; of the key of the table &apos;%2&apos;, the row cannot be found to read the whole value</translation>
+    </message>
+    <message>
+        <source>Строки уже нет в таблице «%1»: она удалена, или её ключ изменён</source>
+        <translation>The row is no longer in the table &apos;%1&apos;: it was removed, or its key was changed</translation>
+    </message>
+    <message>
+        <source>В таблице «%1» несколько строк с этим ключом</source>
+        <translation>The table &apos;%1&apos; has several rows with this key</translation>
+    </message>
+    <message>
+        <source>Значение — не байты</source>
+        <translation>The value is not bytes</translation>
+    </message>
+    <message>
+        <source>Значение занимает %1 Б, а прочитать можно не больше %2 Б</source>
+        <translation>The value has %1 bytes, and no more than %2 bytes can be read</translation>
+    </message>
+    <message>
+        <source>Значение изменилось, пока его читали</source>
+        <translation>The value was changed while it was read</translation>
+    </message>
 </context>
 </TS>

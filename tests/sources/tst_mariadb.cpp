@@ -8,6 +8,7 @@
 #include <database/memorytable.h>
 
 #include <support/exceptions.h>
+#include <support/fetchedbytes.h>
 #include <support/foundtables.h>
 #include <support/loadedtables.h>
 #include <support/mariadbserver.h>
@@ -367,6 +368,40 @@ private Q_SLOTS:
         QCOMPARE(refreshed(), u"refreshed grown +0 -0 ~4 of 5"_s);
         reader.connection.closeTables();
         execute("DROP TABLE grown;");
+    }
+
+    void fetchesAllBytesOfACell_data()
+    {
+        QTest::addColumn<QByteArray>("columns");
+        QTest::addColumn<QString>("key");
+        QTest::newRow("numbers") << "`id` int PRIMARY KEY, b longblob"_ba << u"%1"_s;
+        QTest::newRow("texts") << "id varchar(9) CHARACTER SET latin1 PRIMARY KEY, b longblob"_ba
+                               << u"'it\\'s\\\\ %1'"_s;
+        QTest::newRow("more") << "b longblob, x datetime(3) DEFAULT '2017-01-31 14:30:00.125', "
+                                 "y date DEFAULT '2017-01-31', z bit(9) DEFAULT 300, "
+                                 "id decimal(9,2), PRIMARY KEY (id, x, y, z)"_ba
+                              << u"0.25 + %1"_s;
+    }
+    void fetchesAllBytesOfACell()
+    {
+        QFETCH(const QByteArray, columns);
+        QFETCH(const QString, key);
+        const QList<QByteArray> values = bytesOfManySizes();
+        execute("CREATE TABLE fetched (" + columns + "); " +
+                insertions(u"fetched"_s, values, u"x'%1'"_s, key).join(u"; "_s).toUtf8());
+        const auto drop = qScopeGuard([this] {
+            MemoryDatabase::instance().clear();
+            execute("DROP TABLE fetched;");
+        });
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"fetched"_s}));
+
+        QCOMPARE(reader.connection.bytesColumns(u"fetched"_s).size(), 1);
+        QCOMPARE(wrongBytes(reader, u"fetched"_s, values), QString());
+        execute("DELETE FROM fetched;");
+        const QString gone = u"Строки уже нет в таблице «fetched»: она удалена, или её ключ изменён"_s;
+        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Exception: "_s + gone));
+        QCOMPARE(fetchError(reader, u"fetched"_s, 0, u"b"_s), u"failed "_s + gone);
     }
 
     void loadsTheBeginningOnlyOfWhatComesInPortions()

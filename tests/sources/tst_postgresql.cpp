@@ -11,6 +11,7 @@
 #include <data/tablechanges.h>
 
 #include <support/exceptions.h>
+#include <support/fetchedbytes.h>
 #include <support/foundtables.h>
 #include <support/loadedtables.h>
 #include <support/postgresconnection.h>
@@ -1238,6 +1239,38 @@ private Q_SLOTS:
         execute(rows.arg(u"1001, 1001"_s));
         QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k "_s + answer);
         QCOMPARE(rowsOf(u"k"_s), freshRows(u"k"_s));
+    }
+
+    void fetchesAllBytesOfACell_data()
+    {
+        QTest::addColumn<QString>("columns");
+        QTest::addColumn<QString>("key");
+        QTest::newRow("numbers") << u"id integer PRIMARY KEY, b bytea"_s << u"%1"_s;
+        QTest::newRow("texts") << u"id text PRIMARY KEY, \"%1\" bytea, b bytea"_s << u"E'it''s № \\\\ %1'"_s;
+        QTest::newRow("uuid") << u"id uuid PRIMARY KEY, b bytea"_s
+                              << u"'0000000%1-0000-0000-0000-00000000000A'"_s;
+        QTest::newRow("more") << u"b bytea, d timestamp DEFAULT '2017-01-31 14:30:00.125', "
+                                 "z timestamptz DEFAULT '2017-01-31 14:30:00.5+03', "
+                                 "y date DEFAULT '2017-01-31', c char(5) DEFAULT 'ab', "
+                                 "id numeric(9,2), PRIMARY KEY (id, d, z, y, c)"_s
+                              << u"0.25 + %1"_s;
+    }
+    void fetchesAllBytesOfACell()
+    {
+        QFETCH(const QString, columns);
+        QFETCH(const QString, key);
+        const QList<QByteArray> values = bytesOfManySizes();
+        execute(u"CREATE TABLE k ("_s + columns + u')');
+        for (const QString &statement : insertions(u"k"_s, values, u"'\\x%1'"_s, key))
+            execute(statement);
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"k"_s}));
+
+        QCOMPARE(wrongBytes(reader, u"k"_s, values), QString());
+        execute(u"DELETE FROM k"_s);
+        const QString gone = u"Строки уже нет в таблице «k»: она удалена, или её ключ изменён"_s;
+        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Exception: "_s + gone));
+        QCOMPARE(fetchError(reader, u"k"_s, 0, u"b"_s), u"failed "_s + gone);
     }
 
     void loadsBeginningsOfSeveralTables()

@@ -7,6 +7,7 @@
 #include <data/fieldvalue.h>
 
 #include <support/exceptions.h>
+#include <support/fetchedbytes.h>
 #include <support/seed.h>
 #include <support/sourcereader.h>
 #include <support/waitedtables.h>
@@ -602,7 +603,128 @@ private Q_SLOTS:
         QCOMPARE(MemoryDatabase::instance().table(u"a"_s)->columnSpec(0).name, u"z"_s);
     }
 
+    void fetchesAllBytesOfACell_data()
+    {
+        QTest::addColumn<QString>("columns");
+        QTest::addColumn<QString>("key");
+        QTest::newRow("numbers") << u"id INTEGER PRIMARY KEY, b BLOB)"_s << u"%1"_s;
+        QTest::newRow("a text") << u"id TEXT PRIMARY KEY, b BLOB)"_s << u"'it''s %1'"_s;
+        QTest::newRow("a text as long as wanted") << u"id VARCHAR(9) PRIMARY KEY, b)"_s << u"'№ %1'"_s;
+        QTest::newRow("decimal numbers") << u"b BLOB, id DECIMAL(9,2) PRIMARY KEY)"_s << u"0.25 + %1"_s;
+        QTest::newRow("floating-point numbers") << u"b BLOB, id REAL PRIMARY KEY)"_s << u"0.1 * %1"_s;
+        QTest::newRow("several columns") << u"x INT DEFAULT 7, id BIGINT, b BLOB, PRIMARY KEY (id, x))"_s
+                                         << u"-9223372036854775808 + %1"_s;
+        QTest::newRow("without row numbers")
+            << u"id INT PRIMARY KEY, \"%1 c0\" TEXT, b BLOB) WITHOUT ROWID"_s << u"%1"_s;
+        QTest::newRow("numbers shown as texts") << u"id DATE PRIMARY KEY, b BLOB)"_s << u"%1 + 0.5"_s;
+    }
     /// Also beside other values.
+    void fetchesAllBytesOfACell()
+    {
+        QFETCH(const QString, columns);
+        QFETCH(const QString, key);
+        const QList<QByteArray> values = bytesOfManySizes();
+        const QString file = makeFile(
+            u"s.sqlite"_s,
+            QStringList{u"CREATE TABLE t ("_s + columns} + insertions(u"t"_s, values, u"x'%1'"_s, key) +
+                QStringList{u"INSERT INTO t (id, b) VALUES ("_s + key.arg(99) + u", '16 bytes: no')"_s});
+        SourceReader reader;
+        QVERIFY(reader.read(SourceLocation::fromFile(file), {u"t"_s}));
+        const MemoryTable &table = *MemoryDatabase::instance().table(u"t"_s);
+
+        QCOMPARE(reader.connection.bytesColumns(u"t"_s), QList<int>({table.columnIndex(u"b"_s)}));
+        QCOMPARE(wrongBytes(reader, u"t"_s, values), QString());
+        announceText(u"Значение — не байты"_s);
+        QCOMPARE(fetchError(reader, u"t"_s, values.size(), u"b"_s), u"failed Значение — не байты"_s);
+    }
+
+    void saysWhyItCannotFetchBytes()
+    {
+        const QString noKey = u"У таблицы «%1» нет первичного ключа, строку не найти, чтобы прочитать "
+                              "значение целиком"_s;
+        const QString badKey = u"По столбцу «id» ключа таблицы «%1» строку не найти, чтобы прочитать "
+                               "значение целиком"_s;
+        const QString file = makeFile(
+            u"s.sqlite"_s,
+            {u"CREATE TABLE plain (b BLOB)"_s, u"INSERT INTO plain VALUES (x'010203')"_s,
+             u"CREATE VIEW v AS SELECT * FROM plain"_s, u"CREATE TABLE t (id INTEGER PRIMARY KEY, b BLOB)"_s,
+             u"INSERT INTO t VALUES (1, x'010203'), (2, x'04'), (3, NULL)"_s,
+             u"CREATE TABLE bytes (id BLOB PRIMARY KEY, b BLOB)"_s,
+             u"INSERT INTO bytes VALUES (x'01', x'02'), (NULL, x'03')"_s,
+             u"CREATE TABLE dates (id TIMESTAMP PRIMARY KEY, b BLOB)"_s,
+             u"INSERT INTO dates VALUES ('2017-01-31 14:30:00', x'02')"_s,
+             u"CREATE TABLE empty (id INT PRIMARY KEY, b BLOB)"_s,
+             u"INSERT INTO empty VALUES (NULL, x'03')"_s,
+             u"CREATE TABLE stray (id TEXT PRIMARY KEY, b BLOB)"_s,
+             u"INSERT INTO stray VALUES (CAST(x'E9' AS TEXT), x'03')"_s});
+        SourceReader reader;
+        QVERIFY(reader.read(SourceLocation::fromFile(file),
+                            {u"plain"_s, u"v"_s, u"t"_s, u"bytes"_s, u"dates"_s, u"empty"_s, u"stray"_s}));
+        const auto error = [&reader](const QString &table, const QString &column = u"b"_s, qint64 row = 0,
+                                     qint64 limit = 100) {
+            QLoggingCategory::setFilterRules(u"database.exception=false"_s);
+            return fetchError(reader, table, row, column, limit).section(u' ', 1);
+        };
+
+        QCOMPARE(error(u"plain"_s), noKey.arg(u"plain"_s));
+        QCOMPARE(error(u"v"_s), noKey.arg(u"v"_s));
+        QCOMPARE(error(u"bytes"_s), badKey.arg(u"bytes"_s));
+        QCOMPARE(error(u"dates"_s), badKey.arg(u"dates"_s));
+        QCOMPARE(error(u"stray"_s), badKey.arg(u"stray"_s));
+        QCOMPARE(error(u"empty"_s), u"Ключ строки пуст (таблица «empty», столбец «id»), её не найти, чтобы "
+                                    "прочитать значение целиком"_s);
+        QCOMPARE(error(u"t"_s, u"id"_s), u"В столбце 0 таблицы «t» не показано байтов"_s);
+        QCOMPARE(error(u"t"_s, u"no"_s), u"В столбце -1 таблицы «t» не показано байтов"_s);
+        QCOMPARE(error(u"t"_s, u"b"_s, 0, 2), u"Значение занимает 3 Б, а прочитать можно не больше 2 Б"_s);
+        QCOMPARE(error(u"t"_s, u"b"_s, 0, 3), QString());
+
+        makeFile(u"s.sqlite"_s, {u"UPDATE t SET b = x'0909' WHERE id = 1"_s, u"DELETE FROM t WHERE id = 2"_s,
+                                 u"UPDATE t SET b = x'07' WHERE id = 3"_s});
+        QCOMPARE(error(u"t"_s), QString());
+        QCOMPARE(reader.recorder.bytes, "\x09\x09"_ba);
+        QCOMPARE(error(u"t"_s, u"b"_s, 1),
+                 u"Строки уже нет в таблице «t»: она удалена, или её ключ изменён"_s);
+        QCOMPARE(error(u"t"_s, u"b"_s, 2), QString());
+        makeFile(u"s.sqlite"_s, {u"ALTER TABLE t ADD COLUMN c"_s});
+        QCOMPARE(error(u"t"_s), u"Таблица «t» теперь другая, обновите её"_s);
+        makeFile(u"s.sqlite"_s, {u"DROP TABLE t"_s});
+        QCOMPARE(error(u"t"_s), u"Таблица «t» теперь другая, обновите её"_s);
+        QFile::remove(file);
+        QCOMPARE(error(u"t"_s), u"Файла «%1» нет"_s.arg(file));
+        reader.connection.fetchBytes(Record(), 0, 1);
+        QVERIFY(reader.settle());
+        QCOMPARE(reader.recorder.take(),
+                 QStringList({u"failed Таблица «» не загружена из этого источника"_s}));
+        SourceReader closed;
+        closed.connection.fetchBytes(MemoryDatabase::instance().table(u"t"_s)->row(0), 1, 1);
+        QVERIFY(closed.settle());
+        QCOMPARE(closed.recorder.take(), QStringList({u"failed База данных не открыта"_s}));
+        QLoggingCategory::setFilterRules({});
+    }
+
+    void aFetchIsCancelledLikeOtherOperations()
+    {
+        const QString file = makeFile(u"s.sqlite"_s, {u"CREATE TABLE t (id INTEGER PRIMARY KEY, b BLOB)"_s,
+                                                      u"INSERT INTO t VALUES (1, zeroblob(50000000))"_s});
+        SourceReader reader;
+        QVERIFY(reader.read(SourceLocation::fromFile(file), {u"t"_s}));
+        reader.recorder.take();
+        const Record row = MemoryDatabase::instance().table(u"t"_s)->row(0);
+
+        reader.connection.fetchBytes(row, 1, 100'000'000);
+        QVERIFY(reader.connection.isBusy());
+        reader.connection.cancel();
+        QVERIFY(!reader.connection.isBusy());
+        QTRY_COMPARE(reader.recorder.events, QStringList({u"cancelled"_s}));
+        reader.recorder.take();
+        reader.connection.fetchBytes(row, 1, 100'000'000);
+        reader.connection.refresh({u"t"_s});
+        QVERIFY(reader.settle());
+
+        QCOMPARE(reader.recorder.take(), QStringList({u"cancelled"_s, u"refreshed t +0 -0 ~0"_s}));
+        reader.connection.fetchBytes(row, 1, 100'000'000);
+    }
+
     void readsFilesOnly()
     {
         const QString file = makeSource(u"s.sqlite"_s);

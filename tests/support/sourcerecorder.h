@@ -49,6 +49,11 @@ public:
                              events.append(QStringLiteral("refreshed ") + texts.join(u','));
                              isLoadOver = true;
                          });
+        QObject::connect(&connection, &SourceConnection::bytesFetched, &connection,
+                         [this](const QString &table, int column, const QByteArray &fetched) {
+                             events.append(QStringLiteral("fetched %1 %2").arg(table).arg(column));
+                             bytes = fetched;
+                         });
         QObject::connect(&connection, &SourceConnection::cancelled, &connection, [this] {
             events.append(QStringLiteral("cancelled"));
             isLoadOver = true;
@@ -95,6 +100,8 @@ public:
     }
 
     QStringList events;
+    /// What was fetched last.
+    QByteArray bytes;
     /// What counted() has told, apart from the rest: it depends on the machine how many of them come between
     /// two operations.
     QStringList counts;
