@@ -218,6 +218,10 @@
         <source>Файлы CSV (*.csv *.tsv *.tab *.txt)</source>
         <translation>CSV files (*.csv *.tsv *.tab *.txt)</translation>
     </message>
+    <message>
+        <source>Замечания о таблице %1</source>
+        <translation>Notes of the Table %1</translation>
+    </message>
 </context>
 <context>
     <name>SampleDatabase</name>
@@ -309,6 +313,22 @@
         <source>Сначала должна открыться база данных</source>
         <translation>Wait until the database is open</translation>
     </message>
+    <message>
+        <source>Сначала таблица должна загрузиться целиком</source>
+        <translation>Wait until the whole table is loaded</translation>
+    </message>
+    <message>
+        <source>Скопировано байтов: %1</source>
+        <translation>Bytes copied: %1</translation>
+    </message>
+    <message>
+        <source>Скопировано то, что видно в ячейке: %1</source>
+        <translation>Copied what the cell shows: %1</translation>
+    </message>
+    <message>
+        <source>В ячейке уже нет значения, ничего не скопировано</source>
+        <translation>The cell has no value any more, nothing was copied</translation>
+    </message>
 </context>
 <context>
     <name>sito::FilterCommands</name>
@@ -386,7 +406,7 @@ Open an SQLite or CSV file, or drop one here.</translation>
     </message>
     <message>
         <source>Копировать с &amp;заголовками</source>
-        <translation>Copy with &amp;Headers</translation>
+        <translation>Copy &amp;with Headers</translation>
     </message>
     <message>
         <source>&amp;Выделить всё</source>
@@ -889,6 +909,14 @@ Open an SQLite or CSV file, or drop one here.</translation>
         <source>Повторить</source>
         <translation>Repeat</translation>
     </message>
+    <message>
+        <source>Загружены только первые строки таблицы</source>
+        <translation>Only the first rows of the table are loaded</translation>
+    </message>
+    <message>
+        <source>Загрузить остальные</source>
+        <translation>Load the others</translation>
+    </message>
 </context>
 <context>
     <name>sito::WindowActions</name>
@@ -1052,6 +1080,22 @@ Open an SQLite or CSV file, or drop one here.</translation>
         <source>Ещё одно окно с этой таблицей; фильтры в нём свои</source>
         <translation>One more window with this table; it has its own filters</translation>
     </message>
+    <message>
+        <source>&amp;Замечания о таблице…</source>
+        <translation>Notes of the Ta&amp;ble…</translation>
+    </message>
+    <message>
+        <source>Что показано не так, как объявлено, и почему</source>
+        <translation>What is not shown as it is declared, and why</translation>
+    </message>
+    <message>
+        <source>&amp;Нет, читать все</source>
+        <translation>&amp;Off, Read All</translation>
+    </message>
+    <message>
+        <source>&amp;Только новые и изменённые строки, по</source>
+        <translation>On&amp;ly New and Changed Rows, by</translation>
+    </message>
 </context>
 <context>
     <name>sito::WindowStatus</name>
@@ -1117,6 +1161,18 @@ Open an SQLite or CSV file, or drop one here.</translation>
     <message>
         <source>Обновляется таблица %1</source>
         <translation>Refreshing table %1</translation>
+    </message>
+    <message>
+        <source>Читается значение</source>
+        <translation>Reading the value</translation>
+    </message>
+    <message>
+        <source>Прервано</source>
+        <translation>Cancelled</translation>
+    </message>
+    <message>
+        <source>Таблица уже закрыта</source>
+        <translation>The table has been closed</translation>
     </message>
 </context>
 </TS>

@@ -42,7 +42,8 @@ void ExportCommands::setPage(TablePage *page)
 void ExportCommands::updateActions()
 {
     const bool isThere = m_page && !m_workspace.isOpeningSource();
-    m_actions.exportCsv->setEnabled(isThere && !m_export->isWriting());
+    m_actions.exportCsv->setEnabled(isThere && !m_export->isWriting() &&
+                                    m_workspace.isComplete(m_page->table()->name()));
     for (QAction *action : {m_actions.copy, m_actions.copyWithHeaders})
         action->setEnabled(isThere && m_page->view()->hasSelection());
 }
@@ -100,6 +101,10 @@ void ExportCommands::writePage(TablePage *page, const QString &file, bool withHe
     }
     if (refuses())
         return;
+    if (!m_workspace.isComplete(page->table()->name())) {
+        Q_EMIT refused(tr("Сначала таблица должна загрузиться целиком"));
+        return;
+    }
     if (m_export->isWriting()) {
         Q_EMIT refused(tr("Сначала должна закончиться запись другого файла"));
         return;

@@ -4,6 +4,8 @@
 #include <hostkit/filters/filterlist.h>
 #include <hostkit/text/exceptiontext.h>
 
+#include <database/memorytable.h>
+
 #include <QScopedValueRollback>
 #include <QSettings>
 #include <QUrl>
@@ -82,6 +84,16 @@ void KeptViews::setLayout(const QString &table, const QString &layout)
     m_store.setValue(entry(table, u"layout"_s), layout);
 }
 
+QString KeptViews::growingColumn(const QString &table) const
+{
+    return m_store.value(entry(table, u"growing"_s)).toString();
+}
+
+void KeptViews::setGrowingColumn(const QString &table, const QString &column)
+{
+    m_store.setValue(entry(table, u"growing"_s), column);
+}
+
 bool KeptViews::needsSessions(const QString &table) const
 {
     return m_store.value(entry(table, u"sessions"_s)).toBool();
@@ -90,6 +102,12 @@ bool KeptViews::needsSessions(const QString &table) const
 void KeptViews::noteNeedOfSessions(const QString &table)
 {
     m_store.setValue(entry(table, u"sessions"_s), m_storage.containsKind(viewKey(table), sessionKind));
+}
+
+bool KeptViews::fitFilters(MemoryTable &table)
+{
+    FilterList filters(table);
+    return m_storage.restore(viewKey(table.name()), filters).isEmpty();
 }
 
 QStringList KeptViews::restoreFilters(const QString &table, FilterList &filters)

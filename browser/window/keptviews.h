@@ -11,6 +11,7 @@
 
 #include <functional>
 
+class MemoryTable;
 class QSettings;
 
 namespace sito {
@@ -39,8 +40,14 @@ public:
     QString layout(const QString &table) const;
     void setLayout(const QString &table, const QString &layout);
 
+    /// The column by which new rows of \a table are found; empty at first.
+    QString growingColumn(const QString &table) const;
+    void setGrowingColumn(const QString &table, const QString &column);
+
     /// Whether filters that are kept for \a table, also in sets, read the table "sessions".
     bool needsSessions(const QString &table) const;
+    /// Whether all filters that are kept for \a table fit its columns.
+    bool fitFilters(MemoryTable &table);
     /// Replaces \a filters by those kept for \a table. Returns a message for each that does not fit.
     QStringList restoreFilters(const QString &table, FilterList &filters);
     /// From now on keeps \a filters for \a table, soon after each change, but for changes within

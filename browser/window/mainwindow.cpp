@@ -64,7 +64,8 @@ MainWindow::MainWindow(QSettings &store, Languages &languages, QWidget *parent)
       m_messages(new MessageBar),
       m_pages(new TablePages(*m_views, *m_pageActions)),
       m_tableList(new TableList),
-      m_refresh(new RefreshCommands({*m_workspace, *m_pages, *m_exports, *m_messages}, store, *this)),
+      m_refresh(
+          new RefreshCommands({*m_workspace, *m_pages, *m_views, *m_exports, *m_messages}, store, *this)),
       m_panel(new FilterPanel),
       m_filterCommands(new FilterCommands(*m_workspace, *m_views, *m_panel, *m_pageActions, *this)),
       m_docks(new SideDocks(*this, *m_tableList, *m_panel)),
@@ -109,6 +110,7 @@ void MainWindow::makeCentre()
     setCentralWidget(central);
     connect(m_pages, &TablePages::shown, this, &MainWindow::onShown);
     connect(m_pages, &TablePages::failed, this, &MainWindow::report);
+    connect(m_pages, &TablePages::restWanted, m_workspace, &Workspace::readRest);
     connect(m_pages, &TablePages::selectionDropped, this,
             [this] { tell(tr("Выделение снято: выделенные строки стоят теперь вразброс"), longMessage); });
     connect(m_pages, &TablePages::changed, this, &MainWindow::updateActions);
@@ -130,6 +132,8 @@ void MainWindow::connectActions()
     on(m_actions->openSample, [this] { m_sources->openSample(); });
     on(m_actions->newWindow, [this] { m_sources->openWindow(tableName()); });
     on(m_actions->refresh, [this] { refresh(); });
+    on(m_actions->notes,
+       [this] { Questions::showNotes(*this, tableName(), m_workspace->columnNotes(tableName())); });
     on(m_actions->quit, [this] { close(); });
     on(m_actions->settings, [this] { m_settings->show(); });
     on(m_actions->settingsFile, [this] { m_settings->askFile(); });
@@ -168,16 +172,12 @@ void MainWindow::connectWorkspace()
     connect(m_workspace, &Workspace::opened, this, &MainWindow::onOpened);
     connect(m_workspace, &Workspace::tableLoaded, this, &MainWindow::onTableLoaded);
     connect(m_workspace, &Workspace::tableFailed, m_tableList, &TableList::setProblem);
-    connect(m_workspace, &Workspace::refreshed, this,
-            [this](const QList<SourceConnection::RefreshedTable> &tables) {
-                for (const SourceConnection::RefreshedTable &table : tables) {
-                    if (!table.isReshaped)
-                        m_tableList->setRowCount(table.name,
-                                                 MemoryDatabase::instance().table(table.name)->rowCount());
-                }
-                updateAsOf();
-                checkSettled();
-            });
+    connect(m_workspace, &Workspace::restLoaded, this, &MainWindow::tellNotes);
+    connect(m_workspace, &Workspace::refreshed, this, [this] {
+        updateAsOf();
+        checkSettled();
+    });
+    connect(m_workspace, &Workspace::counted, m_tableList, &TableList::setRowCount);
     connect(m_workspace, &Workspace::refreshFailed, this, &MainWindow::checkSettled);
     connect(m_workspace, &Workspace::failed, this, &MainWindow::report);
     connect(m_workspace, &Workspace::refused, this,
@@ -245,6 +245,7 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
         // The table that was chosen before must not take the place of this one.
         m_workspace->cancelLoad();
         m_pages->showPage(*page, request);
+        m_workspace->readRest(name);
     } else {
         m_workspace->load(name, request, !request.sessionColumns.isEmpty() || m_views->needsSessions(name));
     }
@@ -253,12 +254,27 @@ void MainWindow::showTable(const QString &name, const ShowRequest &request)
 void MainWindow::onTableLoaded(const QString &name, const ShowRequest &request)
 {
     m_tableList->setProblem(name, {});
-    const QStringList notes = m_workspace->columnNotes(name);
-    if (!notes.isEmpty()) {
-        const QString more = tr("и ещё: %1").arg(notes.size() - 1);
-        tell(notes.size() > 1 ? u"%1; %2"_s.arg(notes.first(), more) : notes.first(), longMessage);
-    }
-    guarded([&] { m_pages->add(*MemoryDatabase::instance().table(name), request); });
+    guarded([&] {
+        MemoryTable &table = *MemoryDatabase::instance().table(name);
+        if (m_workspace->isComplete(name)) {
+            tellNotes(name);
+        } else if (!m_views->fitFilters(table)) {
+            m_workspace->dropTable(name);
+            m_workspace->load(name, request, false, SourceConnection::Extent::Whole);
+            return;
+        }
+        m_pages->add(table, request);
+    });
+}
+
+/// Says what is not shown as it is declared in a table that is complete.
+void MainWindow::tellNotes(const QString &table)
+{
+    const QStringList notes = m_workspace->columnNotes(table);
+    if (notes.isEmpty())
+        return;
+    const QString more = tr("и ещё: %1").arg(notes.size() - 1);
+    tell(notes.size() > 1 ? u"%1; %2"_s.arg(notes.first(), more) : notes.first(), longMessage);
 }
 
 void MainWindow::onShown(TablePage *page)
@@ -374,7 +390,14 @@ void MainWindow::interrupt()
 
 bool MainWindow::isSettled() const
 {
-    return m_workspace->isSettled() && !m_exports->isBusy() && (!page() || !page()->model()->isPassRunning());
+    const TableModel *model = page() ? page()->model() : nullptr;
+    return m_workspace->isSettled() && !m_exports->isBusy() &&
+           (!model || (!model->isPassRunning() && !(model->isUpToDate() && model->hasChangesToShow())));
+}
+
+bool MainWindow::areRowsCounted() const
+{
+    return m_workspace->areRowsCounted();
 }
 
 void MainWindow::checkSettled()
@@ -391,12 +414,23 @@ void MainWindow::updateState()
     const QString coming = m_workspace->comingTable();
     m_tableList->setCurrent(coming.isEmpty() ? tableName() : coming);
     m_status->showRows(page() ? page()->model() : nullptr);
+    updateRest();
     updateAsOf();
     updateActivity();
     updateEmptyText();
     updateTitle();
     updateActions();
     checkSettled();
+}
+
+void MainWindow::updateRest()
+{
+    if (!page())
+        return;
+    if (m_workspace->isComplete(tableName()))
+        page()->setRest(TablePage::Rest::None);
+    else
+        page()->setRest(m_workspace->isSettled() ? TablePage::Rest::Missing : TablePage::Rest::Coming);
 }
 
 void MainWindow::updateAsOf()
@@ -429,6 +463,7 @@ void MainWindow::updateEmptyText()
 void MainWindow::updateActions()
 {
     m_actions->refresh->setEnabled(page());
+    m_actions->notes->setEnabled(page() && !m_workspace->columnNotes(tableName()).isEmpty());
     m_pageActions->update();
     m_exports->updateActions();
     m_filterCommands->updateActions();

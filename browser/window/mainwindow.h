@@ -62,6 +62,8 @@ public:
     MessageBar *messageBar() const { return m_messages; }
     /// Whether nothing is being opened, loaded, filtered, written or copied.
     bool isSettled() const;
+    /// See Workspace::areRowsCounted().
+    bool areRowsCounted() const;
 
     /// Begins to write the rows that are shown now, in the shown order, to \a fileName; whatever becomes of
     /// the page meanwhile, they are written. Refused with a message while a source is being opened and while
@@ -94,6 +96,7 @@ private:
 
     void onOpened(const ShowRequest &request);
     void onTableLoaded(const QString &name, const ShowRequest &request);
+    void tellNotes(const QString &table);
     void onShown(TablePage *page);
     void interrupt();
 
@@ -104,6 +107,7 @@ private:
     QString tableName() const;
     /// Brings everything that shows a state up to date.
     void updateState();
+    void updateRest();
     void updateAsOf();
     void updateActivity();
     void updateActions();

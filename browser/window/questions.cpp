@@ -5,10 +5,13 @@
 
 #include <sito_version.h>
 
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace sito {
 
@@ -90,6 +93,22 @@ void Questions::askSettingsFile(QWidget &parent, const std::function<void(const 
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setNameFilters({tr("Файлы INI (*.ini *.conf)"), tr("Все файлы (*)")});
     QObject::connect(dialog, &QFileDialog::fileSelected, &parent, then);
+    dialog->open();
+}
+
+void Questions::showNotes(QWidget &parent, const QString &table, const QStringList &notes)
+{
+    auto *dialog = prepared(new QDialog(&parent), u"notesDialog"_s);
+    dialog->setWindowTitle(tr("Замечания о таблице %1").arg(table));
+    auto *text = new QPlainTextEdit(notes.join(u'\n'));
+    text->setReadOnly(true);
+    text->setAccessibleName(dialog->windowTitle());
+    auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    auto *layout = new QVBoxLayout(dialog);
+    layout->addWidget(text);
+    layout->addWidget(buttons);
+    dialog->resize(dialog->fontMetrics().averageCharWidth() * 100, dialog->fontMetrics().height() * 16);
     dialog->open();
 }
 

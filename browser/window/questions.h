@@ -29,6 +29,8 @@ public:
     static void askSetName(QWidget &parent, const QStringList &names,
                            const std::function<void(const QString &name)> &then);
     static void askSettingsFile(QWidget &parent, const std::function<void(const QString &file)> &then);
+    /// Shows \a notes, a line each, about \a table.
+    static void showNotes(QWidget &parent, const QString &table, const QStringList &notes);
     static void showAbout(QWidget &parent);
 };
 

@@ -3,12 +3,14 @@
 
 #include <browser/parts/messagebar.h>
 #include <browser/window/exportcommands.h>
+#include <browser/window/keptviews.h>
 #include <browser/window/tablepage.h>
 #include <browser/window/tablepages.h>
 #include <browser/window/workspace.h>
 
 #include <hostkit/table/tablemodel.h>
 
+#include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
 #include <QApplication>
@@ -35,6 +37,7 @@ RefreshCommands::RefreshCommands(const Parts &parts, QSettings &store, QWidget &
     : Commands(window),
       m_workspace(parts.workspace),
       m_pages(parts.pages),
+      m_views(parts.views),
       m_exports(parts.exports),
       m_messages(parts.messages),
       m_store(store)
@@ -43,7 +46,11 @@ RefreshCommands::RefreshCommands(const Parts &parts, QSettings &store, QWidget &
     connect(&m_timer, &QTimer::timeout, this, &RefreshCommands::beginByItself);
     connect(&m_workspace, &Workspace::refreshed, this, &RefreshCommands::onRefreshed);
     connect(&m_workspace, &Workspace::refreshFailed, this, &RefreshCommands::onFailed);
+    connect(&m_workspace, &Workspace::reshaped, this, &RefreshCommands::loadAgain);
     connect(&m_workspace, &Workspace::opened, this, [this] { m_failure.clear(); });
+    connect(&m_workspace, &Workspace::tableLoaded, this, [this](const QString &table) {
+        m_workspace.setGrowingColumn(table, m_views.growingColumn(table));
+    });
     arm();
 }
 
@@ -62,6 +69,38 @@ void RefreshCommands::setInterval(const QString &name)
 {
     m_store.setValue(intervalKey, name);
     arm();
+}
+
+QStringList RefreshCommands::growingColumns() const
+{
+    QStringList numbers;
+    QStringList others;
+    // A CSV file is always read whole.
+    const bool canRead = m_pages.page() && !m_workspace.location().isCsv();
+    const MemoryTable *table = canRead ? m_pages.page()->table() : nullptr;
+    for (int column = 0; table && column < table->columnCount(); ++column) {
+        const ColumnSpec &spec = table->columnSpec(column);
+        const bool isNumber = spec.type == FieldType::Int || spec.type == FieldType::Int64;
+        if (SourceConnection::canGrow(spec))
+            (isNumber && !spec.nullable ? numbers : others).append(spec.name);
+    }
+    return numbers + others;
+}
+
+QString RefreshCommands::growingColumn() const
+{
+    const QString column =
+        m_pages.page() ? m_views.growingColumn(m_pages.page()->table()->name()) : QString();
+    return growingColumns().contains(column) ? column : QString();
+}
+
+void RefreshCommands::setGrowingColumn(const QString &column)
+{
+    if (!m_pages.page())
+        return;
+    const QString table = m_pages.page()->table()->name();
+    m_views.setGrowingColumn(table, column);
+    m_workspace.setGrowingColumn(table, column);
 }
 
 void RefreshCommands::arm()
@@ -95,7 +134,9 @@ void RefreshCommands::refresh()
 void RefreshCommands::beginByItself()
 {
     const bool isInTheWay = QApplication::activeModalWidget() || QApplication::activePopupWidget();
-    if (!canBegin() || isInTheWay || m_pages.page()->model()->isPassRunning()) {
+    // The rest of a table is read for whoever asks for it.
+    if (!canBegin() || isInTheWay || m_pages.page()->model()->isPassRunning() ||
+        !m_workspace.isComplete(m_pages.page()->table()->name())) {
         m_timer.start(soon);
         return;
     }
@@ -121,28 +162,39 @@ void RefreshCommands::onRefreshed(const QList<SourceConnection::RefreshedTable> 
                         .arg(locale.toString(counts.added), locale.toString(counts.removed),
                              locale.toString(counts.changed)));
     }
+    for (const SourceConnection::RefreshedTable &table : tables) {
+        if (table.isReshaped)
+            Q_EMIT done(tr("Столбцы таблицы %1 изменились, она загружена заново").arg(table.name));
+    }
     const bool hasSessions = tables.size() > 1;
     if (hasSessions && (tables.last().isReshaped || tables.last().counts != TableRefresh::Counts())) {
         if (tables.last().isReshaped)
-            reload(tables.last().name);
+            loadAgain(tables.last().name);
         m_workspace.withSessions(*this, Workspace::WithoutSessions::GoOn,
                                  [this] { guarded([this] { m_pages.renewSessionFilters(); }); });
     }
     if (shown.isReshaped)
-        reload(shown.name);
+        loadAgain(shown.name);
 }
 
 /// Loads \a table, which no longer fits its columns, as a whole.
-void RefreshCommands::reload(const QString &table)
+void RefreshCommands::loadAgain(const QString &table)
 {
+    // Not under an open list of values or menu.
+    if (QApplication::activePopupWidget() || QApplication::activeModalWidget()) {
+        QTimer::singleShot(soon, this, [this, table] {
+            if (MemoryDatabase::instance().tableNames().contains(table))
+                loadAgain(table);
+        });
+        return;
+    }
     TablePage *page = m_pages.find(table);
     const bool isShown = page && page == m_pages.page();
     if (page)
         m_pages.close(*page);
     m_workspace.dropTable(table);
-    Q_EMIT done(tr("Столбцы таблицы %1 изменились, она загружена заново").arg(table));
     if (isShown)
-        m_workspace.load(table);
+        m_workspace.load(table, {}, false, SourceConnection::Extent::Whole);
 }
 
 void RefreshCommands::onFailed(const QString &message, bool byItself)

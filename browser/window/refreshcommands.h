@@ -15,15 +15,16 @@ class QSettings;
 namespace sito {
 
 class ExportCommands;
+class KeptViews;
 class MessageBar;
 class TablePages;
 class Workspace;
 
 /// Brings the table that is shown up to date, when the user asks for it, and by itself from time to time if
-/// the user wants that.
+/// the user wants that. The user may name a column by which new and changed rows of a table are found.
 ///
-/// It does not begin by itself while anything else is under way, or a dialog, a menu or a list is open. A
-/// source that cannot be read is told of once, in the message bar, until it can be read again.
+/// It does not begin by itself while anything else is under way, or a dialog, a menu or a list is open. The
+/// message bar says once when a source cannot be read, and the status bar when it can be read again.
 class RefreshCommands : public Commands
 {
     Q_OBJECT
@@ -33,6 +34,7 @@ public:
     {
         Workspace &workspace;
         TablePages &pages;
+        KeptViews &views;
         const ExportCommands &exports;
         MessageBar &messages;
     };
@@ -49,16 +51,25 @@ public:
     QString interval() const;
     void setInterval(const QString &name);
 
+    /// The columns of the table that is shown that may grow, see SourceConnection::setGrowingColumn(): first
+    /// whole numbers without absent values, as keys are.
+    QStringList growingColumns() const;
+    /// The one by which a refresh finds new and changed rows; empty when it reads all rows.
+    QString growingColumn() const;
+    /// Takes and keeps \a column for the table that is shown.
+    void setGrowingColumn(const QString &column);
+
 private:
     bool canBegin() const;
     void beginByItself();
     void onRefreshed(const QList<SourceConnection::RefreshedTable> &tables);
     void onFailed(const QString &message, bool byItself);
     void arm();
-    void reload(const QString &table);
+    void loadAgain(const QString &table);
 
     Workspace &m_workspace;
     TablePages &m_pages;
+    KeptViews &m_views;
     const ExportCommands &m_exports;
     MessageBar &m_messages;
     QSettings &m_store;

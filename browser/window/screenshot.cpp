@@ -33,18 +33,28 @@ namespace {
 
 /// Longer than the largest database takes to load.
 constexpr int maxWaitMilliseconds = 600000;
+/// For how long the rows of other tables may be counted.
+constexpr int countMilliseconds = 5000;
 /// The quality of a PNG is how little it is compressed.
 constexpr int smallest = 0;
 
-void waitUntil(const std::function<bool()> &done)
+/// Whether \a done has come true within \a milliseconds.
+bool waitFor(int milliseconds, const std::function<bool()> &done)
 {
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
-        if (timer.elapsed() > maxWaitMilliseconds)
-            throw Exception(QCoreApplication::translate("Screenshot", "Окно не готово и через десять минут"));
+        if (timer.elapsed() > milliseconds)
+            return false;
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 100);
     }
+    return true;
+}
+
+void waitUntil(const std::function<bool()> &done)
+{
+    if (!waitFor(maxWaitMilliseconds, done))
+        throw Exception(QCoreApplication::translate("Screenshot", "Окно не готово и через десять минут"));
 }
 
 /// Lets everything that was posted be carried out and laid out.
@@ -73,6 +83,7 @@ void Screenshot::take(MainWindow &window, const CommandLine &commandLine)
         window.resize(commandLine.screenshotSize);
     window.show();
     waitUntil([&window] { return window.isSettled(); });
+    waitFor(countMilliseconds, [&window] { return window.areRowsCounted(); });
     settle();
     throwMessages(window);
 

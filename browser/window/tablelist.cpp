@@ -57,7 +57,8 @@ void TableList::fillItem(QTreeWidgetItem &item, const SourceConnection::TableInf
     item.setText(0, table.name);
     item.setData(0, Qt::UserRole, table.name);
     item.setIcon(0, Icons::icon(table.error.isEmpty() ? Icons::Shape::Table : Icons::Shape::Warning));
-    item.setText(1, table.rowCount < 0 ? u"?"_s : QLocale().toString(table.rowCount));
+    const QString count = QLocale().toString(table.rowCount);
+    item.setText(1, table.rowCount < 0 ? u"?"_s : table.isEstimate ? u"≈\u00A0"_s + count : count);
     item.setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
     const QString note = table.error.isEmpty()
                              ? tr("%1, строк: %2, столбцов: %3")
@@ -110,9 +111,11 @@ void TableList::setProblem(const QString &name, const QString &problem)
 void TableList::setRowCount(const QString &name, qint64 count)
 {
     for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
-        if (m_tables.at(i).name != name || m_tables.at(i).rowCount == count)
+        SourceConnection::TableInfo &table = m_tables[i];
+        if (table.name != name)
             continue;
-        m_tables[i].rowCount = count;
+        table.rowCount = count;
+        table.isEstimate = false;
         fillItem(*m_tree->topLevelItem(i), m_tables.at(i));
     }
 }

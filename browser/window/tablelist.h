@@ -25,7 +25,7 @@ public:
     void setCurrent(const QString &name);
     /// Marks the table \a name as one that could not be loaded, or, for no \a problem, no longer.
     void setProblem(const QString &name, const QString &problem);
-    /// Shows that the table \a name has \a count rows now.
+    /// Shows that the table \a name has \a count rows, as the source has counted them.
     void setRowCount(const QString &name, qint64 count);
     QTreeWidget *tree() const { return m_tree; }
 

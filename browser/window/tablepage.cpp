@@ -50,6 +50,7 @@ TablePage::TablePage(MemoryTable &table, PageActions &actions, QWidget *parent)
       m_table(&table),
       m_actions(actions),
       m_notice(new NoticeBar(this)),
+      m_restNotice(new NoticeBar(this)),
       m_view(new FilteredTableView(table, allColumns(table), this))
 {
     m_view->setObjectName(u"tableView"_s);
@@ -57,15 +58,17 @@ TablePage::TablePage(MemoryTable &table, PageActions &actions, QWidget *parent)
     m_view->installEventFilter(this);
     m_notice->setObjectName(u"passNotice"_s);
     m_notice->setClosable(false);
+    m_restNotice->setObjectName(u"restNotice"_s);
+    m_restNotice->setClosable(false);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    layout->addWidget(m_restNotice);
     layout->addWidget(m_notice);
     layout->addWidget(m_view);
     setFocusProxy(m_view);
     m_view->follow(&table.changes());
-    m_view->setItemDelegate(new ChangeMarks(*model(), table.changes(), *m_view));
 
     connect(m_view, &FilteredTableView::selectionDropped, this, &TablePage::selectionDropped);
     connect(m_view, &FilteredTableView::headerMenuRequested, this, &TablePage::showHeaderMenu);
@@ -86,6 +89,10 @@ TablePage::TablePage(MemoryTable &table, PageActions &actions, QWidget *parent)
         m_view->setFocus(Qt::OtherFocusReason); // the button goes away
         model()->setSortKeys(model()->sortKeys());
         updateNotice();
+    });
+    connect(m_restNotice, &NoticeBar::triggered, this, [this] {
+        m_view->setFocus(Qt::OtherFocusReason); // the button goes away
+        Q_EMIT restWanted();
     });
     updateAccessibleName();
 }
@@ -154,6 +161,17 @@ void TablePage::clearColumnFilters(int section)
         if (values && values->columns().contains(model()->columns().at(section)))
             filters()->remove(filter);
     }
+}
+
+void TablePage::setRest(Rest rest)
+{
+    m_rest = rest;
+    // Rows that come for the first time are no change.
+    if (rest == Rest::None && !m_marks) {
+        m_marks = new ChangeMarks(*model(), m_table->changes(), *m_view);
+        m_view->setItemDelegate(m_marks);
+    }
+    updateRestNotice();
 }
 
 bool TablePage::canHideColumn() const
@@ -258,6 +276,15 @@ void TablePage::updateNotice()
                    tr("Повторить"));
 }
 
+void TablePage::updateRestNotice()
+{
+    if (m_rest == Rest::Missing)
+        m_restNotice->tell(Icons::Shape::Warning, tr("Загружены только первые строки таблицы"),
+                           tr("Загрузить остальные"));
+    else
+        m_restNotice->clear();
+}
+
 void TablePage::updateAccessibleName()
 {
     m_view->setAccessibleName(tr("Строки таблицы %1").arg(m_table->name()));
@@ -277,6 +304,7 @@ void TablePage::changeEvent(QEvent *event)
     if (event->type() == QEvent::LanguageChange) {
         updateAccessibleName();
         updateNotice();
+        updateRestNotice();
     }
 }
 

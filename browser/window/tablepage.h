@@ -15,14 +15,16 @@ class SecuritiesSessionFilter;
 
 namespace sito {
 
+class ChangeMarks;
 class NoticeBar;
 class PageActions;
 
 /// One table of the source: its rows in a view, its filters, and the menus of cells and columns. It follows
 /// what changes in the table, and marks it for a moment.
 ///
-/// When a pass was interrupted or failed, a notice above the rows says that they are not what the filters and
-/// the sorting say, until a pass is shown; its button starts one.
+/// When the table is not loaded to its end and nobody reads it further, a notice above the rows says so; its
+/// button has the rest read. When a pass was interrupted or failed, a notice says that the rows are not what
+/// the filters and the sorting say, until a pass is shown; its button starts one.
 class TablePage : public QWidget
 {
     Q_OBJECT
@@ -52,6 +54,15 @@ public:
     /// Removes the filters by values that look at the column of \a section.
     void clearColumnFilters(int section);
 
+    /// What is not loaded yet of the table.
+    enum class Rest {
+        None,
+        Coming,
+        Missing, ///< and nobody reads it
+    };
+    /// Rest::Coming until it is set. What changes is marked from the first Rest::None on.
+    void setRest(Rest rest);
+
     /// Whether a column would be left to see.
     bool canHideColumn() const;
     /// Adds one checkable action for each column to \a menu.
@@ -60,6 +71,8 @@ public:
 Q_SIGNALS:
     /// Something could not be done, as \a message says.
     void failed(const QString &message);
+    /// The user wants the rest of the table, which is missing.
+    void restWanted();
     /// The rows that are shown, or their order, have changed.
     void rowsChanged();
     /// A selection that fell apart was given up.
@@ -77,12 +90,16 @@ private:
     void showCellMenu(const QModelIndex &index, const QPoint &place);
     void showHeaderMenu(int section, const QPoint &place);
     void updateNotice();
+    void updateRestNotice();
     void updateAccessibleName();
 
     MemoryTable *m_table;
     PageActions &m_actions;
     NoticeBar *m_notice;
+    NoticeBar *m_restNotice;
+    ChangeMarks *m_marks = nullptr;
     FilteredTableView *m_view;
+    Rest m_rest = Rest::Coming;
     /// Whether the last pass that ended failed.
     bool m_hasFailed = false;
 };

@@ -65,9 +65,11 @@ void TablePages::add(MemoryTable &table, const ShowRequest &request)
 void TablePages::follow(TablePage &page)
 {
     connect(&page, &TablePage::failed, this, &TablePages::failed);
+    connect(&page, &TablePage::restWanted, this, [this, &page] { Q_EMIT restWanted(page.table()->name()); });
     connect(&page, &TablePage::selectionDropped, this, &TablePages::selectionDropped);
     connect(page.view()->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &TablePages::changed);
+    connect(page.view()->selectionModel(), &QItemSelectionModel::currentChanged, this, &TablePages::changed);
     connect(page.filters(), &FilterList::changed, this, &TablePages::changed);
     m_views.follow(page.table()->name(), *page.filters());
 

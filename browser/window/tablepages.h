@@ -51,6 +51,7 @@ Q_SIGNALS:
     /// \a page is shown now; null for none.
     void shown(sito::TablePage *page);
     void failed(const QString &message);
+    void restWanted(const QString &table);
     void selectionDropped();
     /// The selection or the filters of a page have changed.
     void changed();

@@ -8,6 +8,8 @@
 #include <browser/window/pageactions.h>
 #include <browser/window/refreshcommands.h>
 
+#include <hostkit/text/labeltext.h>
+
 #include <QCoreApplication>
 #include <QMainWindow>
 #include <QMenu>
@@ -16,6 +18,8 @@
 #include <QStyle>
 #include <QToolBar>
 #include <QToolButton>
+
+#include <algorithm>
 
 namespace sito {
 
@@ -50,6 +54,13 @@ ActionTable<WindowActions> windowActionTable()
          {"refresh", std::nullopt, u"F5"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "О&бновить"), nullptr,
           QT_TRANSLATE_NOOP("sito::WindowActions", "Прочитать таблицу заново; выделение и место остаются")}},
         {&W::quit, {"quit", std::nullopt, u"Ctrl+Q"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "В&ыйти")}},
+        {&W::notes,
+         {"notes",
+          std::nullopt,
+          {},
+          QT_TRANSLATE_NOOP("sito::WindowActions", "&Замечания о таблице…"),
+          nullptr,
+          QT_TRANSLATE_NOOP("sito::WindowActions", "Что показано не так, как объявлено, и почему")}},
         {&W::goTables,
          {"goTables", std::nullopt, u"Ctrl+1"_s, QT_TRANSLATE_NOOP("sito::WindowActions", "К &таблицам")}},
         {&W::goFilters,
@@ -95,6 +106,18 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
         m_fileMenu);
     connect(m_intervalMenu, &ChoiceMenu::chosen, parts.refresh, &RefreshCommands::setInterval);
     m_fileMenu->addMenu(m_intervalMenu);
+    m_growthMenu = new ChoiceMenu(
+        u"growth"_s, {}, [all = parts.refresh] { return all->growingColumn(); }, m_fileMenu);
+    m_growthMenu->setObjectName(u"growthMenu"_s);
+    connect(m_growthMenu, &QMenu::aboutToShow, this, [this, all = parts.refresh] {
+        QStringList columns = all->growingColumns();
+        m_growthMenu->setNames(QStringList{QString()} + columns);
+        std::transform(columns.begin(), columns.end(), columns.begin(), labelText);
+        m_growthMenu->setTexts(QStringList{tr("&Нет, читать все")} + columns);
+        m_growthMenu->check();
+    });
+    connect(m_growthMenu, &ChoiceMenu::chosen, parts.refresh, &RefreshCommands::setGrowingColumn);
+    m_fileMenu->addMenu(m_growthMenu);
     m_fileMenu->addSeparator();
     m_fileMenu->addAction(parts.page->exportCsv);
     m_fileMenu->addSeparator();
@@ -136,7 +159,7 @@ void WindowActions::makeViewMenu(const Parts &parts)
     m_viewMenu->addSeparator();
     m_goMenu = m_viewMenu->addMenu(QString());
     m_goMenu->addActions({goTables, page.goRows, goFilters});
-    m_viewMenu->addActions({parts.showTables, parts.showFilters});
+    m_viewMenu->addActions({notes, parts.showTables, parts.showFilters});
     m_viewMenu->addSeparator();
     makeLookMenus();
 }
@@ -188,6 +211,7 @@ void WindowActions::retranslate()
     m_intervalMenu->setTitle(tr("Обнов&лять само"));
     m_intervalMenu->setTexts({tr("&Нет"), tr("Каждые &5 секунд"), tr("Каждые &30 секунд"),
                               tr("Каждую &минуту"), tr("Каждые 5 м&инут")});
+    m_growthMenu->setTitle(tr("&Только новые и изменённые строки, по"));
     m_editMenu->setTitle(tr("&Правка"));
     m_viewMenu->setTitle(tr("&Вид"));
     m_sortMenu->setTitle(tr("С&ортировка"));

@@ -46,6 +46,7 @@ public:
     QAction *newWindow = nullptr;
     QAction *refresh = nullptr;
     QAction *quit = nullptr;
+    QAction *notes = nullptr;
     QAction *goTables = nullptr;
     QAction *goFilters = nullptr;
     QAction *settings = nullptr;
@@ -64,6 +65,7 @@ private:
     QMenu *m_fileMenu = nullptr;
     QMenu *m_recentMenu = nullptr;
     ChoiceMenu *m_intervalMenu = nullptr;
+    ChoiceMenu *m_growthMenu = nullptr;
     QMenu *m_editMenu = nullptr;
     QMenu *m_viewMenu = nullptr;
     QMenu *m_sortMenu = nullptr;

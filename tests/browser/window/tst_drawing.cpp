@@ -96,7 +96,8 @@ private:
     }
     bool openSample()
     {
-        return m_fixture->openSample(u"quotes"_s, {{}, {{false, {u"stock_id"_s}, u"1"_s}}, {}});
+        return m_fixture->openSample(u"quotes"_s, {{}, {{false, {u"stock_id"_s}, u"1"_s}}, {}}) &&
+               QTest::qWaitFor([this] { return m_fixture->window().areRowsCounted(); });
     }
     QMap<QString, QImage> parts()
     {

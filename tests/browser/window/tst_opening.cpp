@@ -1,14 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include <support/panelitems.h>
+#include <support/spoiltfile.h>
 #include <support/windowtest.h>
+
+#include <browser/parts/noticebar.h>
+#include <browser/window/tablepages.h>
 
 #include <hostkit/views/filterpanel.h>
 
+#include <database/memorytable.h>
+
 #include <QApplication>
 #include <QCheckBox>
+#include <QDialog>
 #include <QDropEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScopeGuard>
 #include <QStatusBar>
 #include <QTime>
@@ -44,6 +53,17 @@ private:
     }
     /// Carries out \a statements in that source, over another connection.
     void change(const QStringList &statements) { m_fixture->makeDatabase(u"n.sqlite"_s, statements); }
+    /// Makes a table t of 100,000 rows: id from 1, and \a value, which may use the number i, in the column n.
+    bool makeLarge(const QString &value)
+    {
+        return !m_fixture
+                    ->makeDatabase(u"large.sqlite"_s,
+                                   {u"CREATE TABLE t (id INTEGER PRIMARY KEY, n INTEGER)"_s,
+                                    u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 "
+                                    "FROM n WHERE i < 100000) SELECT i, %1 FROM n"_s.arg(value)})
+                    .isEmpty();
+    }
+    NoticeBar *restNotice() { return m_fixture->window().page()->findChild<NoticeBar *>(u"restNotice"_s); }
     void pressRefresh() { QTest::keyClick(&m_fixture->window(), Qt::Key_F5); }
     QString message() { return m_fixture->window().statusBar()->currentMessage(); }
     /// What the panel shows of the filters.
@@ -165,7 +185,7 @@ private Q_SLOTS:
         QCOMPARE(view->selectionModel()->selectedIndexes(), QModelIndexList{view->currentIndex()});
         QCOMPARE(top(), u"n199"_s);
         QCOMPARE(label(u"rows"_s)->text(), u"Показано строк: 402 из 402"_s);
-        QCOMPARE(tree()->topLevelItem(0)->text(1), u"402"_s);
+        QTRY_COMPARE(tree()->topLevelItem(0)->text(1), u"402"_s);
         QCOMPARE(message(), u"Строк добавлено: 2, удалено: 100, изменено: 1"_s);
         QVERIFY(label(u"asOf"_s)->text() != asOf);
         QVERIFY(label(u"activity"_s)->isHidden());
@@ -216,6 +236,159 @@ private Q_SLOTS:
         QCOMPARE(m_fixture->rows(), 499); // the filter is kept
         QCOMPARE(message(), u"Столбцы таблицы t изменились, она загружена заново"_s);
         QVERIFY(m_fixture->window().page()->view()->hasFocus());
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+    }
+
+    void showsTheBeginningOfALargeTableAtOnce()
+    {
+        QVERIFY(makeLarge(u"i"_s));
+        int rowsAtFirst = 0;
+        bool mayExport = true;
+        const auto *pages = m_fixture->window().findChild<TablePages *>();
+        connect(pages, &TablePages::shown, this, [&](const TablePage *page) {
+            if (!page)
+                return;
+            rowsAtFirst = int(page->table()->rowCount());
+            m_fixture->window().exportTo(m_fixture->path(u"refused.csv"_s), true);
+            mayExport = action(u"exportCsv"_s)->isEnabled();
+        });
+
+        m_fixture->window().openText(m_fixture->path(u"large.sqlite"_s));
+        QTRY_VERIFY(rowsAtFirst > 0);
+        // The last rows first, where the rest comes in.
+        QTableView *view = m_fixture->window().page()->view();
+        m_fixture->window().page()->model()->setSortKeys({{0, Qt::DescendingOrder}});
+        m_fixture->window().page()->model()->waitForPass();
+        m_fixture->clickCell(7, 1);
+        const QString selected = m_fixture->text(7, 0);
+        const QColor background = view->viewport()->grab().toImage().pixelColor(2, 2);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(rowsAtFirst, 10'000);
+        QVERIFY(!mayExport && !QFile::exists(m_fixture->path(u"refused.csv"_s)));
+        QVERIFY(action(u"exportCsv"_s)->isEnabled());
+        QCOMPARE(m_fixture->rows(), 100'000);
+        QCOMPARE(m_fixture->text(0, 0), u"100000"_s);
+        QCOMPARE(m_fixture->text(view->currentIndex().row(), 0), selected);
+        view->scrollToTop();
+        QTRY_COMPARE(tree()->topLevelItem(0)->text(1), QLocale().toString(100'000));
+        QCOMPARE(view->viewport()->grab().toImage().pixelColor(2, 2), background);
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+        QVERIFY(restNotice()->isHidden());
+    }
+
+    void readsTheRestWhenTheUserWantsIt_data()
+    {
+        QTest::addColumn<bool>("byTable");
+        QTest::newRow("by the button") << false;
+        QTest::newRow("by the list of the tables") << true;
+    }
+    void readsTheRestWhenTheUserWantsIt()
+    {
+        QFETCH(const bool, byTable);
+        QVERIFY(makeLarge(u"i"_s));
+        const auto *pages = m_fixture->window().findChild<TablePages *>();
+        const auto interrupt = [this] { QTest::mouseClick(cancelButton(), Qt::LeftButton); };
+        connect(pages, &TablePages::shown, this, [&](const TablePage *page) {
+            if (page)
+                QTimer::singleShot(0, this, interrupt);
+        });
+
+        m_fixture->window().openText(m_fixture->path(u"large.sqlite"_s));
+        QTRY_VERIFY(m_fixture->window().page());
+        QVERIFY(m_fixture->settle());
+
+        QVERIFY(m_fixture->rows() < 100'000);
+        QVERIFY(!action(u"exportCsv"_s)->isEnabled());
+        QVERIFY(restNotice()->isVisible());
+        QCOMPARE(restNotice()->text(), u"Загружены только первые строки таблицы"_s);
+        disconnect(pages, nullptr, this, nullptr);
+        if (byTable) {
+            m_fixture->window().showTable(u"t"_s);
+        } else {
+            auto *button = restNotice()->findChild<QPushButton *>();
+            QCOMPARE(button->text(), u"Загрузить остальные"_s);
+            QTest::mouseClick(button, Qt::LeftButton);
+            QVERIFY(m_fixture->window().page()->view()->hasFocus());
+        }
+        QVERIFY(restNotice()->isHidden());
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 100'000);
+        QVERIFY(restNotice()->isHidden());
+        QVERIFY(action(u"exportCsv"_s)->isEnabled());
+    }
+
+    void keepsTheRowsThatWereReadWhenTheRestFails()
+    {
+        QVERIFY(makeLarge(u"i"_s));
+        SpoiltFile file(m_fixture->path(u"large.sqlite"_s));
+        const auto *pages = m_fixture->window().findChild<TablePages *>();
+        connect(pages, &TablePages::shown, this, [&file](const TablePage *page) {
+            if (page)
+                QVERIFY(file.spoil(SpoiltFile::Zeros));
+        });
+
+        m_fixture->window().openText(m_fixture->path(u"large.sqlite"_s));
+        QTRY_VERIFY(m_fixture->window().page());
+        QVERIFY(m_fixture->settle());
+
+        QVERIFY(m_fixture->rows() > 10'000);
+        QVERIFY(m_fixture->rows() < 100'000);
+        QCOMPARE(m_fixture->text(10'000, 0), u"10001"_s);
+        QCOMPARE(m_fixture->window().messageBar()->messages().size(), 1);
+        QVERIFY(!action(u"exportCsv"_s)->isEnabled());
+        QVERIFY(restNotice()->isVisible());
+        disconnect(pages, nullptr, this, nullptr);
+        QVERIFY(file.restore());
+        QTest::mouseClick(restNotice()->findChild<QPushButton *>(), Qt::LeftButton);
+        QVERIFY(restNotice()->isHidden());
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 100'000);
+        QVERIFY(restNotice()->isHidden());
+        QVERIFY(action(u"exportCsv"_s)->isEnabled());
+    }
+
+    void loadsTheWholeTableWhenTheRestDoesNotFit()
+    {
+        QVERIFY(makeLarge(u"CASE i WHEN 99999 THEN 'last' ELSE i END"_s));
+
+        m_fixture->window().openText(m_fixture->path(u"large.sqlite"_s));
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->rows(), 100'000);
+        QCOMPARE(m_fixture->text(99'998, 1), u"last"_s);
+        QVERIFY2(message().contains(u"«n»"_s), qPrintable(message()));
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
+        // To be read at any time.
+        const QString note = message();
+        action(u"notes"_s)->trigger();
+        auto *dialog = m_fixture->window().findChild<QDialog *>(u"notesDialog"_s);
+        QVERIFY(dialog && dialog->isVisible());
+        QCOMPARE(dialog->windowTitle(), u"Замечания о таблице t"_s);
+        QCOMPARE(dialog->findChild<QPlainTextEdit *>()->toPlainText(), note);
+        dialog->close();
+        QVERIFY(openNumbers());
+        QVERIFY(!action(u"notes"_s)->isEnabled());
+    }
+
+    void keepsFiltersThatFitOnlyTheWholeTable()
+    {
+        QVERIFY(makeLarge(u"CASE i WHEN 99999 THEN 'last' ELSE i END"_s));
+        const QString file = m_fixture->path(u"large.sqlite"_s);
+        m_fixture->window().openText(file, {.keyOptions = {{true, {u"n"_s}, u"last"_s}}});
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 1);
+        m_fixture->clickCell(0, 0);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_H, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(m_fixture->rows(), 0);
+
+        m_fixture->window().openText(file);
+        QVERIFY(m_fixture->settle());
+
+        QCOMPARE(m_fixture->rows(), 0);
+        QCOMPARE(panelNames().size(), 2);
+        QVERIFY(panelNames().contains(u"id"_s));
         QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList());
     }
 
@@ -272,6 +445,45 @@ private Q_SLOTS:
             menu->close();
         }
         QVERIFY(!action(u"refresh"_s)->isEnabled());
+    }
+
+    void readsOnlyNewRowsByAColumnThatTheUserChooses()
+    {
+        QVERIFY(openNumbers());
+        const auto entries = [this] {
+            auto *menu = m_fixture->window().findChild<QMenu *>(u"growthMenu"_s);
+            menu->popup(QPoint());
+            menu->close();
+            QStringList texts;
+            for (const QAction *entry : menu->actions()) {
+                if (!entry->isSeparator())
+                    texts.append((entry->isChecked() ? u"*"_s : QString()) + entry->text());
+            }
+            return texts;
+        };
+        const auto refresh = [this] {
+            action(u"refresh"_s)->trigger();
+            return m_fixture->settle();
+        };
+        QCOMPARE(entries(), (QStringList{u"*&Нет, читать все"_s, u"id"_s}));
+        action(u"growth-id"_s)->trigger();
+        QCOMPARE(entries(), (QStringList{u"&Нет, читать все"_s, u"*id"_s}));
+        QVERIFY(refresh());
+
+        change({u"INSERT INTO t VALUES (1000, 'new')"_s, u"UPDATE t SET name = 'changed' WHERE id = 0"_s});
+        QVERIFY(refresh());
+
+        QTRY_COMPARE(m_fixture->rows(), 501);
+        QCOMPARE(m_fixture->text(0, 1), u"n0"_s);
+        // It is kept, and F5 reads all rows without it.
+        m_fixture->window().openText(m_fixture->path(u"n.sqlite"_s));
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(entries(), (QStringList{u"&Нет, читать все"_s, u"*id"_s}));
+        change({u"UPDATE t SET name = 'again' WHERE id = 0"_s});
+        action(u"growth-"_s)->trigger();
+        QVERIFY(refresh());
+        QTRY_COMPARE(m_fixture->text(0, 1), u"again"_s);
+        QCOMPARE(entries(), (QStringList{u"*&Нет, читать все"_s, u"id"_s}));
     }
 
     void opensAnotherWindowOfTheSameTable()

@@ -3,6 +3,7 @@
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 #include <support/exceptions.h>
+#include <support/spoiltfile.h>
 #include <support/sqlitefile.h>
 #include <support/waitedtables.h>
 
@@ -40,6 +41,16 @@ private:
             statements.append(spoiling(u"sessions"_s));
         return makeSqliteFile(m_directory->filePath(name), statements);
     }
+    /// A file with a table "t" of 50,000 numbers; the last one is \a last.
+    QString makeLarge(const QString &last = u"50000"_s)
+    {
+        return makeSqliteFile(m_directory->filePath(u"large.sqlite"_s),
+                              {u"CREATE TABLE t (a INTEGER PRIMARY KEY, b INTEGER)"_s,
+                               u"INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 "
+                               "FROM n WHERE i < 50000) SELECT i, CASE i WHEN 50000 THEN %1 ELSE i END "
+                               "FROM n"_s.arg(last)});
+    }
+    static qint64 rows() { return MemoryDatabase::instance().table(u"t"_s)->rowCount(); }
     void openFile(const QString &file)
     {
         m_workspace->open(SourceLocation::fromFile(file));
@@ -74,6 +85,8 @@ private Q_SLOTS:
         connect(m_workspace.get(), &Workspace::aboutToClose, this, noting(u"closes"_s));
         connect(m_workspace.get(), &Workspace::opened, this, noting(u"opened"_s));
         connect(m_workspace.get(), &Workspace::tableLoaded, this, note(u"loaded "_s));
+        connect(m_workspace.get(), &Workspace::restLoaded, this, note(u"rest "_s));
+        connect(m_workspace.get(), &Workspace::reshaped, this, note(u"reshaped "_s));
         connect(m_workspace.get(), &Workspace::failed, this, note(u"failed "_s));
         connect(m_workspace.get(), &Workspace::openFailed, this,
                 [this](const SourceLocation &location, const QString &message) {
@@ -341,17 +354,20 @@ private Q_SLOTS:
 
     void deletesTablesOnceNoThreadWaitsForThem()
     {
-        openFile(makeFile(u"a.sqlite"_s, 1));
-        m_workspace->load(u"t"_s);
+        // No other test has such a table, which a thread may delete even now.
+        openFile(
+            makeSqliteFile(m_directory->filePath(u"a.sqlite"_s), {u"CREATE TABLE waited (a INTEGER)"_s}));
+        m_workspace->load(u"waited"_s);
         QVERIFY(settle());
         std::shared_ptr<const void> handle = m_workspace->holdTables();
-        waitedTables.clear();
-
         openFile(makeFile(u"b.sqlite"_s, 2));
-        QCOMPARE(waitedTables, QStringList());
-        handle.reset();
+        QVERIFY(!WaitedTables::names().contains(u"waited"_s));
+        {
+            const WaitedTables held;
+            handle.reset();
+        }
 
-        QCOMPARE(waitedTables, QStringList{u"t"_s});
+        QTRY_VERIFY(WaitedTables::names().contains(u"waited"_s));
     }
 
     void keepsTheTablesForWhoeverHoldsThem()
@@ -375,6 +391,152 @@ private Q_SLOTS:
         QCOMPARE(table->name(), u"t"_s);
         row = Record();
         handle.reset();
+    }
+
+    void readsTheRestAfterTheBeginning()
+    {
+        openFile(makeLarge());
+        qint64 rowsAtFirst = 0;
+        connect(m_workspace.get(), &Workspace::tableLoaded, this, [this, &rowsAtFirst] {
+            rowsAtFirst = rows();
+            m_events.append(m_workspace->isComplete(u"t"_s) ? u"complete"_s : u"beginning"_s);
+        });
+
+        m_workspace->load(u"t"_s);
+        QVERIFY(settle());
+
+        QCOMPARE(takeEvents(), (QStringList{u"loaded t"_s, u"beginning"_s, u"rest t"_s}));
+        QCOMPARE(rowsAtFirst, SourceConnection::rowsOfBeginning);
+        QVERIFY(m_workspace->isComplete(u"t"_s));
+        QCOMPARE(rows(), 50'000);
+        // There is none any more; and none of what is not there.
+        m_workspace->readRest(u"t"_s);
+        m_workspace->readRest(u"no such table"_s);
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), QStringList());
+    }
+
+    void readsTheRestThatWasInterrupted()
+    {
+        openFile(makeLarge());
+        // As soon as the rest has begun.
+        connect(m_workspace.get(), &Workspace::changed, this, [this] {
+            if (m_events == QStringList(u"loaded t"_s) && m_workspace->isBusy())
+                m_workspace->interrupt();
+        });
+
+        m_workspace->load(u"t"_s);
+        QVERIFY(settle());
+
+        QCOMPARE(takeEvents(), (QStringList{u"loaded t"_s, u"interrupted"_s}));
+        QVERIFY(!m_workspace->isComplete(u"t"_s));
+        m_workspace->readRest(u"t"_s);
+        QVERIFY(!m_workspace->isSettled());
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), QStringList(u"rest t"_s));
+        QCOMPARE(rows(), 50'000);
+    }
+
+    void readsTheRestThatCouldNotBeRead_data()
+    {
+        QTest::addColumn<SpoiltFile::Way>("way");
+        QTest::addColumn<bool>("isHalfRead");
+        QTest::newRow("cut off, which is found out at once") << SpoiltFile::CutOff << false;
+        QTest::newRow("spoilt in the middle") << SpoiltFile::Zeros << true;
+    }
+    void readsTheRestThatCouldNotBeRead()
+    {
+        QFETCH(const SpoiltFile::Way, way);
+        QFETCH(const bool, isHalfRead);
+        SpoiltFile file(makeLarge());
+        openFile(m_directory->filePath(u"large.sqlite"_s));
+        connect(m_workspace.get(), &Workspace::tableLoaded, this, [&] { QVERIFY(file.spoil(way)); });
+
+        m_workspace->load(u"t"_s);
+        QVERIFY(settle());
+
+        const QStringList events = takeEvents();
+        QCOMPARE(events.size(), 2);
+        QVERIFY2(events.at(1).startsWith(u"failed База данных «"_s), qPrintable(events.at(1)));
+        QVERIFY(!m_workspace->isComplete(u"t"_s));
+        QCOMPARE(rows() > SourceConnection::rowsOfBeginning, isHalfRead);
+        QVERIFY(rows() < 50'000);
+        QVERIFY(file.restore());
+        m_workspace->readRest(u"t"_s);
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), QStringList(u"rest t"_s));
+        QVERIFY(m_workspace->isComplete(u"t"_s));
+        QCOMPARE(rows(), 50'000);
+    }
+
+    void loadsTheWholeTableWhenTheRestDoesNotFit()
+    {
+        openFile(makeLarge(u"'last'"_s));
+
+        m_workspace->load(u"t"_s);
+        QVERIFY(settle());
+
+        QCOMPARE(takeEvents(), (QStringList{u"loaded t"_s, u"reshaped t"_s}));
+        QVERIFY(!m_workspace->isComplete(u"t"_s));
+        m_workspace->dropTable(u"t"_s);
+        m_workspace->load(u"t"_s, {}, false, SourceConnection::Extent::Whole);
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), QStringList(u"loaded t"_s));
+        QVERIFY(m_workspace->isComplete(u"t"_s));
+        QCOMPARE(rows(), 50'000);
+        QCOMPARE(MemoryDatabase::instance().table(u"t"_s)->columnSpec(1).type, FieldType::String);
+    }
+
+    void fetchesBytesOnceNothingElseIsUnderWay()
+    {
+        openFile(makeSqliteFile(m_directory->filePath(u"b.sqlite"_s),
+                                {u"CREATE TABLE t (id INTEGER PRIMARY KEY, b BLOB)"_s,
+                                 u"INSERT INTO t VALUES (1, x'0102'), (2, x'03'), (3, zeroblob(9))"_s,
+                                 u"CREATE TABLE u (a INTEGER)"_s}));
+        m_workspace->load(u"t"_s);
+        QVERIFY(settle());
+        QCOMPARE(m_workspace->bytesColumns(u"t"_s), QList<int>({1}));
+        takeEvents();
+        QObject owner;
+        const auto fetch = [this](QObject &wanting, int row) {
+            m_workspace->fetchBytes(wanting, MemoryDatabase::instance().table(u"t"_s)->row(row), 1, 5,
+                                    [this](const QByteArray &bytes, const QString &error) {
+                                        m_events.append(
+                                            u"bytes %1%2"_s.arg(QLatin1StringView(bytes.toHex()), error));
+                                    });
+        };
+
+        fetch(owner, 0);
+        QVERIFY(!m_workspace->isSettled());
+        QVERIFY(!m_workspace->activity().isEmpty());
+        {
+            QObject brief;
+            fetch(brief, 0);
+        }
+        fetch(owner, 2);
+        fetch(owner, 1);
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), (QStringList{u"bytes 0102"_s,
+                                            u"bytes Значение занимает 9 Б, а прочитать можно не больше 5 Б"_s,
+                                            u"bytes 03"_s}));
+
+        // What the user wants next does not wait; what waits comes after it.
+        fetch(owner, 0);
+        fetch(owner, 1);
+        m_workspace->load(u"u"_s);
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), (QStringList{u"bytes Прервано"_s, u"loaded u"_s, u"bytes 03"_s}));
+        fetch(owner, 0);
+        fetch(owner, 1);
+        m_workspace->interrupt();
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), (QStringList{u"bytes Прервано"_s, u"bytes Прервано"_s, u"interrupted"_s}));
+        fetch(owner, 0);
+        fetch(owner, 1);
+        m_workspace->openSample();
+        QVERIFY(settle());
+        QCOMPARE(takeEvents(), (QStringList{u"bytes Прервано"_s, u"bytes Таблица уже закрыта"_s, u"closes"_s,
+                                            u"opened"_s}));
     }
 
     void choosesATableToShow()
