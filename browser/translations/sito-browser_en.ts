@@ -288,6 +288,61 @@
     </message>
 </context>
 <context>
+    <name>sito::BytesDialog</name>
+    <message>
+        <source>Значение читается…</source>
+        <translation>Reading the value…</translation>
+    </message>
+    <message>
+        <source>Значение столбца «%1»</source>
+        <translation>Value of the Column &apos;%1&apos;</translation>
+    </message>
+    <message>
+        <source>&amp;Сохранить как…</source>
+        <translation>&amp;Save As…</translation>
+    </message>
+    <message>
+        <source>Ячейка теперь пуста</source>
+        <translation>The cell is empty now</translation>
+    </message>
+    <message>
+        <source>%1 Б</source>
+        <translation>%1 B</translation>
+    </message>
+    <message>
+        <source>(показаны первые %1)</source>
+        <translation>(the first %1 are shown)</translation>
+    </message>
+    <message>
+        <source>&amp;Байты</source>
+        <translation>&amp;Bytes</translation>
+    </message>
+    <message>
+        <source>&amp;Текст</source>
+        <translation>&amp;Text</translation>
+    </message>
+    <message>
+        <source>&amp;Изображение</source>
+        <translation>&amp;Picture</translation>
+    </message>
+    <message>
+        <source>Сохранить значение</source>
+        <translation>Save the Value</translation>
+    </message>
+    <message>
+        <source>В %1 лежит база данных, значение не записано</source>
+        <translation>%1 holds the database; the value was not written</translation>
+    </message>
+    <message>
+        <source>Записано в %1: %2 Б</source>
+        <translation>Written to %1: %2 B</translation>
+    </message>
+    <message>
+        <source>Не удалось записать %1: %2</source>
+        <translation>Cannot write %1: %2</translation>
+    </message>
+</context>
+<context>
     <name>sito::ExportCommands</name>
     <message>
         <source>Записано строк: %1</source>
@@ -515,6 +570,14 @@ Open an SQLite or CSV file, or drop one here.</translation>
     <message>
         <source>&amp;Столбцы</source>
         <translation>Colum&amp;ns</translation>
+    </message>
+    <message>
+        <source>Значение &amp;целиком…</source>
+        <translation>Whole &amp;Value…</translation>
+    </message>
+    <message>
+        <source>Показать все байты ячейки</source>
+        <translation>Show all bytes of the cell</translation>
     </message>
 </context>
 <context>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/exportcommands.h>
 
+#include <browser/window/bytesdialog.h>
 #include <browser/window/pageactions.h>
 #include <browser/window/questions.h>
 #include <browser/window/rowexport.h>
@@ -13,18 +14,29 @@
 #include <database/memorytable.h>
 
 #include <QAction>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QItemSelection>
 #include <QLocale>
 
 namespace sito {
 
 using namespace Qt::StringLiterals;
 
-ExportCommands::ExportCommands(const Workspace &workspace, const PageActions &actions, QWidget &window)
+namespace {
+
+/// A clipboard is no place for more: it has two digits for a byte, of two bytes each.
+constexpr qint64 mostCopiedBytes = 16 << 20;
+
+} // namespace
+
+ExportCommands::ExportCommands(Workspace &workspace, const PageActions &actions, QWidget &window)
     : Commands(window), m_workspace(workspace), m_actions(actions), m_export(new RowExport(this))
 {
     connect(actions.exportCsv, &QAction::triggered, this, &ExportCommands::ask);
     connect(actions.copy, &QAction::triggered, this, [this] { copySelection(false); });
     connect(actions.copyWithHeaders, &QAction::triggered, this, [this] { copySelection(true); });
+    connect(actions.showValue, &QAction::triggered, this, &ExportCommands::showValue);
     connect(m_export, &RowExport::written, this,
             [this](qint64 rows) { Q_EMIT done(tr("Записано строк: %1").arg(QLocale().toString(rows))); });
     connect(m_export, &RowExport::copied, this,
@@ -32,6 +44,7 @@ ExportCommands::ExportCommands(const Workspace &workspace, const PageActions &ac
     connect(m_export, &RowExport::cancelled, this, [this] { Q_EMIT done(tr("Прервано")); });
     connect(m_export, &RowExport::failed, this, &ExportCommands::failed);
     connect(m_export, &RowExport::changed, this, &ExportCommands::changed);
+    connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [this] { ++m_copies; });
 }
 
 void ExportCommands::setPage(TablePage *page)
@@ -44,6 +57,7 @@ void ExportCommands::updateActions()
     const bool isThere = m_page && !m_workspace.isOpeningSource();
     m_actions.exportCsv->setEnabled(isThere && !m_export->isWriting() &&
                                     m_workspace.isComplete(m_page->table()->name()));
+    m_actions.showValue->setEnabled(isThere && hasBytes(m_page->view()->currentIndex()));
     for (QAction *action : {m_actions.copy, m_actions.copyWithHeaders})
         action->setEnabled(isThere && m_page->view()->hasSelection());
 }
@@ -122,6 +136,11 @@ void ExportCommands::copySelection(bool withHeaders)
 {
     if (!m_page || !m_page->view()->hasSelection() || refuses())
         return;
+    ++m_copies;
+    if (const QModelIndex cell = selectedCell(); !withHeaders && hasBytes(cell)) {
+        copyBytes(cell);
+        return;
+    }
     guarded([&] {
         TableExport rows =
             TableExport::selected(*m_page->model(), TableExport::shownSections(*m_page->header()),
@@ -129,6 +148,70 @@ void ExportCommands::copySelection(bool withHeaders)
         rows.setHeaders(withHeaders);
         m_export->copy(std::move(rows), m_workspace.holdTables());
     });
+}
+
+void ExportCommands::copyBytes(const QModelIndex &index)
+{
+    const TableModel &model = *m_page->model();
+    m_workspace.fetchBytes(
+        *this, model.record(index.row()), model.columns().at(index.column()), mostCopiedBytes,
+        [this, shown = index.data().toString(), copy = m_copies](const QByteArray &bytes,
+                                                                 const QString &error) {
+            // It may have waited for long.
+            if (copy != m_copies)
+                return;
+            if (!error.isEmpty()) {
+                QGuiApplication::clipboard()->setText(shown);
+                Q_EMIT refused(tr("Скопировано то, что видно в ячейке: %1").arg(error));
+            } else if (bytes.isNull()) {
+                Q_EMIT refused(tr("В ячейке уже нет значения, ничего не скопировано"));
+            } else {
+                QGuiApplication::clipboard()->setText(QString::fromLatin1(bytes.toHex()));
+                Q_EMIT done(tr("Скопировано байтов: %1").arg(QLocale().toString(bytes.size())));
+            }
+        });
+}
+
+void ExportCommands::showValue()
+{
+    if (!m_page || refuses())
+        return;
+    const QModelIndex index = m_page->view()->currentIndex();
+    if (!hasBytes(index))
+        return;
+    const TableModel &model = *m_page->model();
+    const int column = model.columns().at(index.column());
+    const SourceLocation source = m_workspace.location();
+    auto *dialog = new BytesDialog(m_page->table()->columnName(column),
+                                   source.isFile() ? source.file : QString(), &window());
+    dialog->open();
+    m_workspace.fetchBytes(*dialog, model.record(index.row()), column, BytesDialog::longest,
+                           [dialog](const QByteArray &bytes, const QString &error) {
+                               if (error.isEmpty())
+                                   dialog->showBytes(bytes);
+                               else
+                                   dialog->showError(error);
+                           });
+}
+
+/// Whether the cell \a index of the page may show bytes in short.
+bool ExportCommands::hasBytes(const QModelIndex &index) const
+{
+    if (!index.isValid())
+        return false;
+    const TableModel &model = *m_page->model();
+    const int column = model.columns().at(index.column());
+    return m_workspace.bytesColumns(m_page->table()->name()).contains(column) &&
+           !index.data(TableModel::AbsentRole).toBool();
+}
+
+/// The cell that is selected, if it is one alone.
+QModelIndex ExportCommands::selectedCell() const
+{
+    const QItemSelection selection = m_page->view()->selectionModel()->selection();
+    if (selection.size() != 1 || selection.first().width() != 1 || selection.first().height() != 1)
+        return {};
+    return selection.first().topLeft();
 }
 
 /// While a source is being opened the page is about to go.

@@ -21,7 +21,8 @@ namespace {
 
 constexpr const char *pageContext = "sito::PageActions";
 
-ActionTable<PageActions> pageActionTable()
+/// What is done with the rows, and their order.
+ActionTable<PageActions> rowActionTable()
 {
     using P = PageActions;
     return {{
@@ -35,6 +36,9 @@ ActionTable<PageActions> pageActionTable()
         {&P::copyWithHeaders,
          {"copyWithHeaders", std::nullopt, u"Ctrl+Shift+C"_s,
           QT_TRANSLATE_NOOP("sito::PageActions", "Копировать с &заголовками")}},
+        {&P::showValue,
+         {"showValue", std::nullopt, u"F4"_s, QT_TRANSLATE_NOOP("sito::PageActions", "Значение &целиком…"),
+          nullptr, QT_TRANSLATE_NOOP("sito::PageActions", "Показать все байты ячейки")}},
         {&P::selectAll,
          {"selectAll", std::nullopt, QKeySequence::SelectAll,
           QT_TRANSLATE_NOOP("sito::PageActions", "&Выделить всё")}},
@@ -52,6 +56,14 @@ ActionTable<PageActions> pageActionTable()
         {&P::thenDescending,
          {"thenDescending", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::PageActions", "Затем п&о убыванию")}},
         {&P::unsort, {"unsort", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::PageActions", "&Не сортировать")}},
+    }};
+}
+
+/// What is done with columns and filters.
+ActionTable<PageActions> columnActionTable()
+{
+    using P = PageActions;
+    return {{
         {&P::hideColumn,
          {"hideColumn", std::nullopt, {}, QT_TRANSLATE_NOOP("sito::PageActions", "Скр&ыть столбец")}},
         {&P::showAllColumns,
@@ -106,7 +118,8 @@ ActionTable<PageActions> pageActionTable()
 
 PageActions::PageActions(QWidget &owner) : QObject(&owner), columnsMenu(new QMenu(&owner))
 {
-    pageActionTable().make(*this, owner);
+    rowActionTable().make(*this, owner);
+    columnActionTable().make(*this, owner);
     sessions->setCheckable(true);
     columnsMenu->setObjectName(u"columnsMenu"_s);
     columnsMenu->setIcon(Icons::icon(Shape::Columns));
@@ -224,7 +237,8 @@ void PageActions::updateColumn()
 
 void PageActions::retranslate()
 {
-    pageActionTable().translate(*this, pageContext);
+    rowActionTable().translate(*this, pageContext);
+    columnActionTable().translate(*this, pageContext);
     columnsMenu->setTitle(tr("&Столбцы"));
 }
 

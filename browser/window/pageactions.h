@@ -16,8 +16,8 @@ class TablePage;
 
 /// What can be done with the page that is shown: one action for all menus, the tool bar and the keyboard.
 ///
-/// Exporting, copying and the filter of the sessions need more than the page: the commands for these connect
-/// them and say when they are enabled.
+/// Exporting, copying, showing a whole value and the filter of the sessions need more than the page: the
+/// commands for these connect them and say when they are enabled.
 class PageActions : public QObject
 {
     Q_OBJECT
@@ -37,6 +37,7 @@ public:
     QAction *exportCsv = nullptr;
     QAction *copy = nullptr;
     QAction *copyWithHeaders = nullptr;
+    QAction *showValue = nullptr;
     QAction *selectAll = nullptr;
     QAction *sortAscending = nullptr;
     QAction *sortDescending = nullptr;

@@ -241,7 +241,7 @@ void TablePage::fillCellMenu(QMenu &menu, const QModelIndex &index)
         }
         menu.addSeparator();
     }
-    menu.addActions({m_actions.copy, m_actions.copyWithHeaders});
+    menu.addActions({m_actions.copy, m_actions.copyWithHeaders, m_actions.showValue});
 }
 
 void TablePage::showHeaderMenu(int section, const QPoint &place)

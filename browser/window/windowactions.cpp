@@ -127,6 +127,8 @@ void WindowActions::makeMenus(QMainWindow &window, const Parts &parts)
     m_editMenu->addActions({parts.page->copy, parts.page->copyWithHeaders});
     m_editMenu->addSeparator();
     m_editMenu->addAction(parts.page->selectAll);
+    m_editMenu->addSeparator();
+    m_editMenu->addAction(parts.page->showValue);
 
     m_viewMenu = bar->addMenu(QString());
     makeViewMenu(parts);

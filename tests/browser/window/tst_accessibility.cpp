@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <support/windowtest.h>
 
+#include <browser/window/bytesdialog.h>
 #include <hostkit/views/filterpanel.h>
 
 #include <QAbstractButton>
@@ -76,6 +77,16 @@ private Q_SLOTS:
         QCOMPARE(namelessWidgets(&m_fixture->window()), QStringList());
     }
 
+    void everyControlOfTheBytesHasAName()
+    {
+        BytesDialog dialog(u"b"_s, QString(), nullptr);
+        dialog.setAttribute(Qt::WA_DeleteOnClose, false);
+        dialog.showBytes("bytes"_ba);
+        dialog.show();
+
+        QCOMPARE(namelessWidgets(&dialog), QStringList());
+    }
+
     void everyActionHasAText()
     {
         for (QMenu *menu : m_fixture->window().findChildren<QMenu *>())
@@ -119,6 +130,10 @@ private Q_SLOTS:
         QVERIFY(WindowFixture::openMenu());
         menus.append(WindowFixture::openMenu()->actions());
         WindowFixture::openMenu()->close();
+        QMenu *cells = m_fixture->openCellMenu(0, 0);
+        QVERIFY(cells);
+        menus.append(cells->actions());
+        cells->close();
 
         for (const QList<QAction *> &menu : std::as_const(menus)) {
             QSet<QString> seen;

@@ -1,9 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <support/windowtest.h>
 
+#include <browser/window/bytesdialog.h>
+
+#include <QBuffer>
 #include <QClipboard>
+#include <QFileDialog>
+#include <QImage>
+#include <QLabel>
 #include <QMimeData>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QStatusBar>
+#include <QTabWidget>
 
 using namespace Qt::StringLiterals;
 
@@ -32,6 +41,56 @@ private:
         QVERIFY(WindowFixture::chooseInMenu(WindowFixture::openMenu(), u"hideColumn"_s));
         QCOMPARE(header->logicalIndex(0), 2);
         QVERIFY(header->isSectionHidden(1));
+    }
+
+    /// A table of 17 bytes, a picture, a text among them, nothing, more than is shown, and one without a key.
+    bool openBytes(const QString &table = u"t"_s)
+    {
+        QFile::remove(m_fixture->path(u"b.sqlite"_s));
+        m_fixture->window().openText(m_fixture->makeDatabase(
+            u"b.sqlite"_s,
+            {u"CREATE TABLE t (id INTEGER PRIMARY KEY, b BLOB)"_s,
+             u"INSERT INTO t VALUES (1, x'%1'), (2, x'%2'), (3, 'word'), (4, NULL), (5, zeroblob(300000))"_s
+                 .arg(QString::fromLatin1(seventeen().toHex()), QString::fromLatin1(picture().toHex())),
+             u"CREATE TABLE plain (b BLOB)"_s, u"INSERT INTO plain VALUES (x'0102')"_s}));
+        return m_fixture->settle() && showTable(table) && m_fixture->rows() > 0;
+    }
+    bool showTable(const QString &name)
+    {
+        m_fixture->window().showTable(name);
+        return m_fixture->settle();
+    }
+    static QByteArray seventeen() { return "\x89\x00PNG <b>\n12345\xc3\xa9"_ba; }
+    static QByteArray picture(const char *format = "png")
+    {
+        QImage image(3, 2, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, format);
+        return bytes;
+    }
+    BytesDialog *bytesDialog() { return m_fixture->window().findChild<BytesDialog *>(); }
+    /// Whether the keys go to the main window again.
+    bool closeDialog()
+    {
+        QTest::keyClick(bytesDialog(), Qt::Key_Escape);
+        const bool isGone = QTest::qWaitFor([this] { return !bytesDialog(); });
+        m_fixture->window().activateWindow();
+        return isGone && QTest::qWaitForWindowActive(&m_fixture->window());
+    }
+    QString state() { return bytesDialog()->findChild<QLabel *>(u"state"_s)->text(); }
+    QString shown(const QString &view)
+    {
+        return bytesDialog()->findChild<QPlainTextEdit *>(view)->toPlainText();
+    }
+    /// Opens the dialog of a cell by the key; whether it has its bytes or the reason why not.
+    bool lookAt(int row)
+    {
+        m_fixture->clickCell(row, m_fixture->window().page()->model()->columnCount() - 1);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_F4);
+        return bytesDialog() && m_fixture->settle();
     }
 
 private Q_SLOTS:
@@ -103,6 +162,129 @@ private Q_SLOTS:
         QVERIFY(!m_fixture->window().isSettled());
         QCOMPARE(QApplication::clipboard()->text(), u"before"_s);
         QVERIFY(m_fixture->settle());
+    }
+
+    void copiesAllBytesOfOneCell()
+    {
+        QVERIFY(openBytes());
+        const auto copied = [this](int row, int lastRow) {
+            m_fixture->clickCell(row, 1);
+            if (lastRow != row)
+                m_fixture->clickCell(lastRow, 1, Qt::ShiftModifier);
+            QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
+            return m_fixture->settle() ? QApplication::clipboard()->text() : QString();
+        };
+        const QString shortForm = u"17 Б: 89 00 50 4e 47 20 3c 62 3e 0a 31 32 33 34 35 c3…"_s;
+
+        QCOMPARE(copied(0, 0), QString::fromLatin1(seventeen().toHex()));
+        QCOMPARE(m_fixture->window().statusBar()->currentMessage(), u"Скопировано байтов: 17"_s);
+        QCOMPARE(copied(2, 2), u"word"_s);
+        QCOMPARE(m_fixture->window().statusBar()->currentMessage(),
+                 u"Скопировано то, что видно в ячейке: Значение — не байты"_s);
+        QVERIFY(copied(0, 2).startsWith(shortForm + u'\n'));
+        QVERIFY(openBytes(u"plain"_s));
+        m_fixture->clickCell(0, 0);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(QApplication::clipboard()->text(), u"2 Б: 01 02"_s);
+    }
+
+    void keepsWhatIsCopiedBeforeTheBytesCome()
+    {
+        QVERIFY(openBytes());
+        m_fixture->clickCell(0, 1);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
+        QApplication::clipboard()->setText(u"mine"_s);
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(QApplication::clipboard()->text(), u"mine"_s);
+    }
+
+    void looksAtAllBytesOfACell()
+    {
+        QVERIFY(openBytes());
+        QVERIFY(lookAt(0));
+
+        QCOMPARE(state(), u"17 Б"_s);
+        QCOMPARE(shown(u"hex"_s),
+                 u"00000000  89 00 50 4e 47 20 3c 62 3e 0a 31 32 33 34 35 c3  ..PNG <b>.12345.\n"
+                 "00000010  a9                                               ."_s);
+        QCOMPARE(shown(u"text"_s), u"\ufffd\u2400PNG <b>\n12345é"_s);
+        QVERIFY(!bytesDialog()->findChild<QLabel *>(u"picture"_s));
+        QVERIFY(closeDialog());
+        // The cell of nothing has nothing to be looked at.
+        QVERIFY(!lookAt(3));
+        m_fixture->clickCell(0, 0);
+        QVERIFY(!action(u"showValue"_s)->isEnabled());
+
+        QVERIFY(WindowFixture::chooseInMenu(m_fixture->openCellMenu(4, 1), u"showValue"_s));
+        QVERIFY(bytesDialog() && m_fixture->settle());
+        QCOMPARE(state().remove(QLocale().groupSeparator()), u"300000 Б (показаны первые 262144)"_s);
+        QCOMPARE(shown(u"hex"_s).count(u'\n') + 1, 16384);
+        QVERIFY(shown(u"hex"_s).endsWith(
+            u"0003fff0  00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  ................"_s));
+    }
+
+    void showsPicturesAndWritesBytes()
+    {
+        QVERIFY(openBytes());
+        QVERIFY(lookAt(1));
+
+        const auto *label = bytesDialog()->findChild<QLabel *>(u"picture"_s);
+        QVERIFY(label && label->isVisible());
+        QCOMPARE(label->pixmap().size(), QSize(3, 2));
+        const auto save = [this](const QString &file) {
+            QTest::mouseClick(bytesDialog()->findChild<QPushButton *>(u"save"_s), Qt::LeftButton);
+            auto *dialog = bytesDialog()->findChild<QFileDialog *>(u"saveBytesDialog"_s);
+            QVERIFY(dialog);
+            Q_EMIT dialog->fileSelected(file);
+            dialog->close();
+        };
+        save(m_fixture->path(u"out.png"_s));
+        QCOMPARE(contentOf(m_fixture->path(u"out.png"_s)), picture());
+        QVERIFY(state().startsWith(u"Записано в "_s));
+        save(m_fixture->path(u"b.sqlite"_s));
+        QVERIFY(state().endsWith(u"лежит база данных, значение не записано"_s));
+        save(u"/no/such/place"_s);
+        QVERIFY(state().startsWith(u"Не удалось записать /no/such/place: "_s));
+        QVERIFY(contentOf(m_fixture->path(u"b.sqlite"_s)).startsWith("SQLite"));
+    }
+
+    void saysWhyThereAreNoBytesToLookAt()
+    {
+        QVERIFY(openBytes());
+        QVERIFY(lookAt(2));
+        QCOMPARE(state(), u"Значение — не байты"_s);
+        QVERIFY(!bytesDialog()->findChild<QPushButton *>(u"save"_s)->isEnabled());
+        QVERIFY(closeDialog());
+
+        // What is opened meanwhile takes the table away; and the dialog may go before the answer.
+        m_fixture->clickCell(4, 1);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_F4);
+        m_fixture->window().openSample();
+        QVERIFY(m_fixture->settle());
+        QCOMPARE(state(), u"Прервано"_s);
+        QVERIFY(closeDialog());
+        QVERIFY(openBytes());
+        m_fixture->clickCell(4, 1);
+        QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_F4);
+        delete bytesDialog();
+        QVERIFY(m_fixture->settle());
+    }
+
+    void decodesNoPictureThatIsTooLarge()
+    {
+        const auto pictures = [](const QByteArray &bytes) {
+            BytesDialog dialog(u"b"_s, QString(), nullptr);
+            dialog.setAttribute(Qt::WA_DeleteOnClose, false);
+            dialog.showBytes(bytes);
+            return dialog.findChildren<QLabel *>(u"picture"_s).size();
+        };
+        QByteArray bitmap = picture("bmp");
+        QCOMPARE(pictures(bitmap), 1);
+        // Width and height: it would take 40 gigabytes.
+        bitmap.replace(18, 8, QByteArray::fromHex("a0860100a0860100"));
+
+        QCOMPARE(pictures(bitmap), 0);
     }
 
     void copiesByTheKeyboardAndByTheMenu()
