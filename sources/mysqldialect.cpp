@@ -128,6 +128,12 @@ std::optional<SourceColumn> MysqlDialect::sourceColumn(const Column &column, boo
     return result;
 }
 
+bool MysqlDialect::areTextsDistinct(const Column &column) const
+{
+    static const QStringList types{u"date"_s, u"time"_s, u"uuid"_s, u"inet4"_s, u"inet6"_s};
+    return types.contains(column.declaredType.section(u'(', 0, 0));
+}
+
 bool MysqlDialect::hasRowsAtOnce(const Table &table) const
 {
     return !keyOf(table).isEmpty();

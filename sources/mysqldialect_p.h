@@ -14,6 +14,7 @@ public:
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
     std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const override;
+    bool areTextsDistinct(const Column &column) const override;
     QHash<QString, KnownCount> knownCounts(const QList<Table> &tables) const override;
     std::optional<qint64> rowCount(const Table &table, const CountLimits &limits) const override;
     bool hasRowsAtOnce(const Table &table) const override;

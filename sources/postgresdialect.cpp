@@ -250,6 +250,11 @@ std::optional<SourceColumn> PostgresDialect::sourceColumn(const Column &column, 
     return result;
 }
 
+bool PostgresDialect::areTextsDistinct(const Column &column) const
+{
+    return PostgresRowMark::keepsItsText(column.declaredType) && !column.declaredType.startsWith("bytea"_L1);
+}
+
 /// Throws when \a table is not to be read, before anything reads it.
 void PostgresDialect::checkObstacle(const Table &table) const
 {

@@ -15,6 +15,7 @@ public:
     QList<Table> tables() const override;
     QList<Column> columns(const Table &table) const override;
     std::optional<SourceColumn> sourceColumn(const Column &column, bool isStrict) const override;
+    bool areTextsDistinct(const Column &column) const override;
     QHash<QString, KnownCount> knownCounts(const QList<Table> &tables) const override;
     std::optional<qint64> rowCount(const Table &table, const CountLimits &limits) const override;
     std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,

@@ -54,17 +54,18 @@ namespace sito {
 ///
 /// **Refreshing.** A refresh() reads loaded tables again, all as they are at one moment, and brings what has
 /// changed into them, as TableRefresh does; so models that follow MemoryTable::changes() keep their state.
-/// Rows are matched by the primary key, where there is one. Columns that were made wider than declared stay
-/// so. While a table is refreshed, nobody else changes it and nobody takes it out of the catalogue.
+/// Rows are matched by the primary key, where there is one whose values differ as they are shown: not where
+/// it is of bytes, nor shown as a text that the source may give for several values, as SQLite does for
+/// numbers among texts. Columns that were made wider than declared stay so. While a table is refreshed,
+/// nobody else changes it and nobody takes it out of the catalogue.
 ///
 /// **New and changed rows only.** Of PostgreSQL tables, partitioned ones among them, a refresh() reads only
 /// rows that were written since the last refresh(), by `xmin`, and has the server count the rows. When the
 /// numbers then differ, rows were removed, and it reads the keys of all of them. It reads all rows when it is
 /// the first one since the load or since the connection was made again; when the table was altered or is
-/// being altered; of tables without a primary key, or with one that is shown as a text and is none, such as
-/// `uuid` and dates; and of tables with columns whose texts may change while the row does not: enumerations,
-/// composite types, names of objects, types of extensions. RefreshedTable::rowsRead tells it. A table that
-/// somebody else changed in memory may then stay so.
+/// being altered; of tables without such a primary key; and of tables with columns whose texts may change
+/// while the row does not: enumerations, composite types, names of objects, types of extensions.
+/// RefreshedTable::rowsRead tells it. A table that somebody else changed in memory may then stay so.
 ///
 /// Of other tables the same is done by setGrowingColumn(), if the user promises that a column grows.
 ///
@@ -157,9 +158,9 @@ public:
     /// The source compares the values in its own way: SQLite compares moments as texts, so write them in one
     /// form. The promise has no effect on tables of CSV files and of drivers other than those of SQLite,
     /// PostgreSQL, MariaDB and MySQL; on columns that canGrow() refuses; and on columns other than whole
-    /// numbers of a table without a primary key, or with one that is shown as a text and is none. Of a view
-    /// all rows are computed once for the largest value and once for the count. The promise ends with the
-    /// source; a file that replaces another one counts as the same source.
+    /// numbers of a table whose rows no primary key tells apart, see above. Of a view all rows are computed
+    /// once for the largest value and once for the count. The promise ends with the source; a file that
+    /// replaces another one counts as the same source.
     void setGrowingColumn(const QString &table, const QString &column);
     /// Empty when nothing is promised about \a table.
     QString growingColumn(const QString &table) const;

@@ -28,15 +28,16 @@ constexpr qint64 reportedRows = 4096;
 constexpr std::chrono::milliseconds countTime(200);
 
 /// The columns by which rows are told apart; none where those of the primary key need not differ, because
-/// values are absent or shown in short.
-QList<int> keysOf(const TableShape &shape)
+/// values are absent or different ones have one text.
+QList<int> keysOf(const TableSource &origin, const TableShape &shape)
 {
     QList<int> keys;
     for (qsizetype i = 0; i < shape.declared.size(); ++i) {
         const SourceColumn &column = shape.columns[size_t(i)];
-        if (!shape.declared.at(i).isKey)
+        const TableSource::Column &declared = shape.declared.at(i);
+        if (!declared.isKey)
             continue;
-        if (column.spec().nullable || column.isShownAsText())
+        if (column.spec().nullable || (column.isShownAsText() && !origin.areTextsDistinct(declared)))
             return {};
         keys.append(int(i));
     }
@@ -45,22 +46,22 @@ QList<int> keysOf(const TableShape &shape)
 
 /// The place of the column \a name, if it can grow; -1 otherwise. Without a key, rows are told apart by all
 /// columns: then old and new ones must differ in that one, so that it must be shown as it is compared.
-int growingColumn(const TableShape &shape, const QString &name)
+int growingColumn(const TableSource &origin, const TableShape &shape, const QString &name)
 {
     const auto column = std::find_if(shape.columns.begin(), shape.columns.end(),
                                      [&name](const SourceColumn &one) { return one.spec().name == name; });
     if (column == shape.columns.end() || !SourceConnection::canGrow(column->spec()))
         return -1;
     const FieldType::Type type = column->spec().type;
-    if (keysOf(shape).isEmpty() && type != FieldType::Int && type != FieldType::Int64)
+    if (keysOf(origin, shape).isEmpty() && type != FieldType::Int && type != FieldType::Int64)
         return -1;
     return int(column - shape.columns.begin());
 }
 
 /// Whether no two rows of the source, which tells them apart by its primary key, have equal keys here.
-bool areKeysUnique(const TableShape &shape)
+bool areKeysUnique(const TableSource &origin, const TableShape &shape)
 {
-    const QList<int> keys = keysOf(shape);
+    const QList<int> keys = keysOf(origin, shape);
     return !keys.isEmpty() && std::none_of(keys.begin(), keys.end(), [&shape](int key) {
         return shape.columns[size_t(key)].hasStrayBytes();
     });
@@ -159,7 +160,8 @@ QList<SourceConnection::RefreshedTable> SourceRefresh::refresh(const TableLoader
     };
     for (Reading &reading : readings) {
         if (reading.known.shape)
-            reading.growing = growingColumn(*reading.known.shape, order.growing.value(reading.result.name));
+            reading.growing =
+                growingColumn(origin, *reading.known.shape, order.growing.value(reading.result.name));
         if (reading.isRest())
             reading.total = countBriefly(origin, reading.known.shape->table, stop);
     }
@@ -226,9 +228,9 @@ bool SourceRefresh::readChanged(const TableSource &origin, const TableSource::Ta
                                 const parallel::StopToken &stop, const Progress &progress) const
 {
     const RowMark now = origin.rowMark(table, reading.known.shape->declared, reading.growing);
-    const auto areUnique = [&reading, &now] {
+    const auto areUnique = [&origin, &reading, &now] {
         const TableShape &shape = *reading.known.shape;
-        return areKeysUnique(shape) || (now.isPromised && keysOf(shape).isEmpty());
+        return areKeysUnique(origin, shape) || (now.isPromised && keysOf(origin, shape).isEmpty());
     };
     const RowMark before = std::exchange(reading.known.rows, now);
     TableSource::Table part = table;
@@ -262,7 +264,7 @@ bool SourceRefresh::readKeys(const TableSource &origin, const TableSource::Table
     const TableShape &shape = *reading.known.shape;
     QList<TableSource::Column> declared;
     std::vector<SourceColumn> columns;
-    const QList<int> keys = keysOf(shape);
+    const QList<int> keys = keysOf(origin, shape);
     for (const int key : keys) {
         declared.append(shape.declared.at(key));
         columns.push_back(shape.columns[size_t(key)]);
@@ -298,7 +300,7 @@ bool SourceRefresh::readRows(const TableSource &origin, const TableSource::Table
         const std::lock_guard guard(m_mutex);
         stop.throwIfStopped();
         reading.refresh = std::make_unique<TableRefresh>(
-            *reading.table, keysOf(*reading.known.shape), stop,
+            *reading.table, keysOf(origin, *reading.known.shape), stop,
             reading.isRest() ? TableRefresh::Additions::AsTheyCome : TableRefresh::Additions::AtTheEnd);
     }
     std::vector<SourceColumn> columns = reading.known.shape->columns;

@@ -326,6 +326,23 @@ private Q_SLOTS:
         reader.connection.closeTables();
         execute("DROP TABLE fresh;");
     }
+    void refreshesByDates()
+    {
+        execute("CREATE TABLE days (d date, at time(3), t text, PRIMARY KEY (d, at)); "
+                "INSERT INTO days VALUES ('2026-01-05', '10:00:00.5', 'x'), ('2026-01-05', '10:00:00.501', "
+                "'y');");
+        SourceReader reader;
+        QVERIFY(reader.read(m_server.location(), {u"days"_s}));
+        reader.recorder.take();
+        execute("UPDATE days SET t = 'z' WHERE t = 'y';");
+
+        reader.connection.refresh({u"days"_s});
+
+        QVERIFY(reader.settle());
+        QCOMPARE(reader.recorder.take(), QStringList(u"refreshed days +0 -0 ~1"_s));
+        reader.connection.closeTables();
+        execute("DROP TABLE days;");
+    }
 
     void readsOnlyRowsOfAColumnThatGrows_data()
     {

@@ -1050,6 +1050,19 @@ private Q_SLOTS:
             "a integer[] DEFAULT '{1,2}', u timestamptz DEFAULT now(), i interval DEFAULT '1 day', "
             "b bytea DEFAULT 'x', j jsonb DEFAULT '{}')"_s,
             {u"UPDATE k SET a[2] = 3 WHERE id = 1"_s}, u"+0 -0 ~1 of 1"_s);
+        const QString rows = u" FROM generate_series(1, 1000) i; ALTER TABLE k ADD PRIMARY KEY (id)"_s;
+        row("keys of the type uuid",
+            u"CREATE TABLE k AS SELECT lpad(i::text, 32, '0')::uuid AS id, 'row' AS t"_s + rows,
+            {u"UPDATE k SET t = 'x' WHERE id::text LIKE '%0007'"_s,
+             u"DELETE FROM k WHERE id::text LIKE '%0009'"_s},
+            u"+0 -1 ~1 of 1000"_s);
+        row("dates as keys", u"CREATE TABLE k AS SELECT date '2026-01-01' + i AS id, 'row' AS t"_s + rows,
+            {u"UPDATE k SET t = 'x' WHERE id = '2026-01-07'; INSERT INTO k VALUES ('infinity', 'new')"_s},
+            u"+1 -0 ~1 of 2"_s);
+        row("labels as keys",
+            u"CREATE TYPE kind AS ENUM ('a', 'b'); "
+            "CREATE TABLE k (id integer, t text, n integer, e kind DEFAULT 'a', PRIMARY KEY (id, e))"_s,
+            {u"UPDATE k SET t = 'x' WHERE id = 7"_s}, u"+1 -1 ~0 of 1000"_s);
         row("a policy", plain, {u"ALTER TABLE k ENABLE ROW LEVEL SECURITY"_s}, u"+0 -0 ~0 of 0"_s);
     }
     void readsOnlyRowsThatMayHaveChanged()
@@ -1058,7 +1071,8 @@ private Q_SLOTS:
         QFETCH(const QStringList, changes);
         QFETCH(const QString, answer);
         execute(made);
-        execute(u"INSERT INTO k SELECT i, 'row ' || i FROM generate_series(1, 1000) i"_s);
+        if (!made.contains(u"generate_series"_s))
+            execute(u"INSERT INTO k SELECT i, 'row ' || i FROM generate_series(1, 1000) i"_s);
         SourceReader reader;
         QVERIFY(reader.read(m_server.location(), {u"k"_s}));
         QCOMPARE(refreshed(reader, u"k"_s), u"refreshed k +0 -0 ~0 of 1000"_s);
