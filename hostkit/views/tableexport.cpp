@@ -147,6 +147,22 @@ TableExport::TableExport(const Table &table, const QList<int> &columns, std::vec
 {
 }
 
+/// A cell whose text is asked for once the lock is let go of.
+struct TableExport::Asked
+{
+    const Record *row;
+    int column;
+    QString shown;
+    /// Where the cell belongs among the others.
+    qsizetype place;
+};
+
+void TableExport::setCellText(const QList<int> &columns, CellText text)
+{
+    m_askedColumns = columns;
+    m_cellText = std::move(text);
+}
+
 TableExport TableExport::shown(const TableModel &model, const QList<int> &sections)
 {
     QList<int> columns;
@@ -260,6 +276,7 @@ bool TableExport::addCsv(QIODevice &device, const parallel::Context &context) co
     QString text;
     // Halves of surrogate pairs become U+FFFD, where QString::toUtf8() would write a question mark.
     QStringEncoder encode(QStringEncoder::Utf8, QStringEncoder::Flag::Stateless);
+    std::vector<Asked> asked;
     const auto addLine = [this, &text](const auto &field) {
         bool isFirst = true;
         for (const int column : m_columns) {
@@ -270,19 +287,38 @@ bool TableExport::addCsv(QIODevice &device, const parallel::Context &context) co
         }
         text += "\r\n"_L1;
     };
+    const auto isWritten = [&encode, &device](QStringView part) {
+        const QByteArray bytes = encode(part);
+        return device.write(bytes) == bytes.size();
+    };
     if (m_byteOrderMark)
         text += QChar(QChar::ByteOrderMark);
     if (m_headers)
         addLine([this](int column) -> std::optional<QString> { return m_table->columnName(column); });
     return walk(
         context,
-        [&addLine](const Record &row) {
-            addLine([&row](int column) { return cellText(row.field(column)); });
+        [this, &addLine, &text, &asked](const Record &row) {
+            addLine([&](int column) {
+                std::optional<QString> shown = cellText(row.field(column));
+                if (!shown || !m_askedColumns.contains(column))
+                    return shown;
+                asked.push_back({&row, column, *std::move(shown), text.size()});
+                return std::optional<QString>();
+            });
         },
-        [&text, &encode, &device] {
-            const QByteArray bytes = encode(text);
+        [&] {
+            qsizetype written = 0;
+            for (const Asked &cell : asked) {
+                const QString field = csvField(m_cellText(*cell.row, cell.column, cell.shown, context.stop));
+                context.stop.throwIfStopped();
+                if (!isWritten(QStringView(text).sliced(written, cell.place - written)) || !isWritten(field))
+                    return false;
+                written = cell.place;
+            }
+            asked.clear();
+            const bool isGood = isWritten(QStringView(text).sliced(written));
             text.resize(0);
-            return device.write(bytes) == bytes.size();
+            return isGood;
         });
 }
 

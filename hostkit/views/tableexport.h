@@ -10,7 +10,9 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QHeaderView;
@@ -71,6 +73,13 @@ public:
     bool hasByteOrderMark() const { return m_byteOrderMark; }
     /// See hasByteOrderMark().
     void setByteOrderMark(bool mark) { m_byteOrderMark = mark; }
+    /// Makes what CSV has in a cell of \a row in \a column in place of \a shown, its text; nothing for an
+    /// absent value. What it throws, the function that writes throws.
+    using CellText = std::function<std::optional<QString>(const Record &row, int column, const QString &shown,
+                                                          const parallel::StopToken &stop)>;
+    /// Has CSV ask \a text for the cells of \a columns that have a value; row by row, in the thread that
+    /// writes. None at first.
+    void setCellText(const QList<int> &columns, CellText text);
 
     /// Writes CSV by RFC 4180: UTF-8, lines ended by CR LF, fields as csvField() gives them. So an absent
     /// value is an empty field, and an empty text a pair of quotes. (With a single column, the line of an
@@ -95,6 +104,7 @@ private:
                                              const parallel::Context &);
 
     void expect(const parallel::Context &context, int times) const;
+    struct Asked;
     template <typename Read, typename Flush>
     bool walk(const parallel::Context &context, Read read, Flush flush) const;
     /// Returns false when \a device does not take everything.
@@ -107,6 +117,8 @@ private:
     std::vector<Record> m_rows;
     bool m_headers = true;
     bool m_byteOrderMark = false;
+    QList<int> m_askedColumns;
+    CellText m_cellText;
 };
 
 /// Writes \a rows into the file \a fileName as CSV. An existing file is replaced after everything has been

@@ -9,6 +9,7 @@
 #include <hostkit/filters/columnsfilter.h>
 
 #include <support/exceptions.h>
+#include <support/otherlocker.h>
 #include <support/seed.h>
 
 #include <support/randomkeys.h>
@@ -24,6 +25,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -35,6 +37,7 @@ using namespace sito;
 Q_DECLARE_METATYPE(CellValue)
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -652,6 +655,66 @@ private Q_SLOTS:
 
         QVERIFY(isFree.size() > 1);
         QCOMPARE(isFree, QList<bool>(isFree.size(), true));
+    }
+
+    void asksForTheTextsOfCells()
+    {
+        MemoryTable table(u"t"_s, columns());
+        QStringList names;
+        for (int i = 0; i < 1200; ++i)
+            names.append(i % 3 == 0 ? u"NULL"_s : QString::number(i));
+        fill(table, names);
+        TableExport rows = all(table, {1, 0, 1});
+        const QString shown = csvOf(rows);
+        QStringList asked;
+        bool isFree = true;
+        rows.setCellText({1, 2}, [&](const Record &row, int column, const QString &text, const auto &) {
+            isFree = isFree && OtherLocker(table).gets(10s);
+            asked.append(u"%1 %2 %3"_s.arg(row.row() == table.row(text.toInt()).row()).arg(column).arg(text));
+            return text == "1"_L1 ? std::nullopt : std::optional(u"\"%1\""_s.arg(text));
+        });
+
+        QStringList expectedCalls;
+        QString expected = u"\"a,\"\"b\"\"\tc\",id,\"a,\"\"b\"\"\tc\"\r\n"_s;
+        for (int i = 0; i < names.size(); ++i) {
+            const QString cell = i % 3 == 0 || i == 1 ? QString() : u"\"\"\"%1\"\"\""_s.arg(i);
+            expected += u"%1,%2,%1\r\n"_s.arg(cell, QString::number(i + 1));
+            if (i % 3 != 0)
+                expectedCalls += QStringList(2, u"1 1 %1"_s.arg(i));
+        }
+        QCOMPARE(csvOf(rows), expected);
+        QVERIFY(isFree);
+        QCOMPARE(asked, expectedCalls);
+        QCOMPARE(rows.clipboardText(), all(table, {1, 0, 1}).clipboardText());
+
+        rows.setCellText({1}, [](const Record &, int, const QString &, const auto &) -> QString {
+            throw Exception(u"no text"_s);
+        });
+        QCOMPARE(exceptionMessage([&] { csvOf(rows); }), u"no text"_s);
+        rows.setCellText({}, {});
+        QCOMPARE(csvOf(rows), shown);
+    }
+
+    void asksForNoTextAfterAStop()
+    {
+        MemoryTable table(u"t"_s, columns());
+        fill(table, {u"a"_s, u"b"_s, u"c"_s});
+        TableExport rows = all(table, {1});
+        parallel::StopSource stop;
+        int asked = 0;
+        rows.setCellText({1}, [&](const Record &, int, const QString &text, const auto &token) {
+            ++asked;
+            stop.requestStop();
+            return token.isStopRequested() ? text : QString();
+        });
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        parallel::Context context;
+        context.stop = stop.token();
+
+        QVERIFY_THROWS_EXCEPTION(parallel::Stopped, rows.writeCsv(buffer, context));
+
+        QCOMPARE(asked, 1);
     }
 
     void reportsADeviceThatTakesNoMore()
