@@ -4,20 +4,21 @@
 #include <database/memorytable.h>
 
 #include <QDateTime>
-#include <QList>
 #include <QStringList>
 
 #include <memory>
 
 namespace sito {
 
+struct TableShape;
+
 /// What is to be said of how a loaded table is shown.
 struct TableNotes
 {
     /// See SourceConnection::columnNotes().
     QStringList lines = {};
-    /// See SourceConnection::bytesColumns().
-    QList<int> bytesColumns = {};
+    /// How it was read; null when that is not known.
+    std::shared_ptr<const TableShape> shape = {};
 };
 
 /// A table that was read and waits to be added to the database.

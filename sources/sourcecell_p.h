@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <hostkit/parallel/stoptoken.h>
-
 #include <database/cellvalue.h>
 
-#include <QByteArray>
 #include <QString>
 
-#include <optional>
 #include <vector>
+
+class MemoryTable;
+class Record;
 
 namespace sito {
 
@@ -19,11 +18,15 @@ class TableSource;
 /// A cell of a loaded table whose bytes are wanted.
 struct SourceCell
 {
-    /// The bytes of the cell as they are in \a origin now, not more than the limit; nothing when it is empty.
-    /// \a shape is how its table was loaded. Throws Exception when they cannot be had, and parallel::Stopped
-    /// when \a stop is requested.
-    std::optional<QByteArray> read(const TableSource &origin, const TableShape &shape,
-                                   const parallel::StopToken &stop) const;
+    /// That of \a row, a row of \a loaded, whose lock it takes.
+    static SourceCell of(const MemoryTable &loaded, const Record &row, int column, qint64 limit);
+
+    /// \a shape, by which the table was loaded, with the table as it is in \a origin now. Throws Exception
+    /// when the bytes of the cell cannot be had: the column shows none, no key tells rows apart, or the table
+    /// is another one.
+    TableShape presentShape(const TableSource &origin, const TableShape &shape) const;
+    /// Throws Exception unless the column of the cell shows bytes.
+    void requireBytes(const TableShape &shape) const;
 
     QString table;
     int column = -1;

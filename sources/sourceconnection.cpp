@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <sources/sourceconnection.h>
 
-#include <sources/rowbits_p.h>
+#include <sources/bytesreader.h>
 #include <sources/sourcesession_p.h>
+#include <sources/tableshape_p.h>
 
 #include <hostkit/parallel/tablelock.h>
 
@@ -436,14 +437,18 @@ void SourceConnection::fetchBytes(const Record &row, int column, qint64 limit)
         d->report({.kind = SourceReport::Failed, .operation = d->operation, .text = error});
         return;
     }
-    SourceCell cell{.table = name, .column = column, .limit = limit};
-    const MemoryTable &table = *MemoryDatabase::instance().table(name);
-    {
-        const std::lock_guard lock(table);
-        for (int i = 0; i < table.columnCount(); ++i)
-            cell.row.push_back(RowBits::cell(row.field(i)));
-    }
-    d->current->fetchBytes(d->operation, cell);
+    d->current->fetchBytes(d->operation,
+                           SourceCell::of(*MemoryDatabase::instance().table(name), row, column, limit));
+}
+
+std::unique_ptr<BytesReader> SourceConnection::bytesReader(const QString &table) const
+{
+    d->forgetDropped();
+    const Private::Entry *entry = d->entry(table);
+    if (!d->current || !entry || entry->source != d->currentId || !entry->notes.shape)
+        return nullptr;
+    return std::unique_ptr<BytesReader>(new BytesReader(
+        d->current->location(), *MemoryDatabase::instance().table(table), entry->notes.shape));
 }
 
 void SourceConnection::cancel()
@@ -515,7 +520,7 @@ QStringList SourceConnection::columnNotes(const QString &table) const
 QList<int> SourceConnection::bytesColumns(const QString &table) const
 {
     const Private::Entry *entry = d->entry(table);
-    return entry ? entry->notes.bytesColumns : QList<int>();
+    return entry && entry->notes.shape ? entry->notes.shape->bytesColumns() : QList<int>();
 }
 
 bool SourceConnection::isComplete(const QString &table) const

@@ -20,6 +20,8 @@ class Record;
 
 namespace sito {
 
+class BytesReader;
+
 /// A source of tables, an SQLite file or a database server, that is read in threads of its own. Nothing here
 /// blocks the thread that uses it, except the destructor and, for a moment, what ends a refresh(): a tenth of
 /// a second at most, or as long as it takes to remove rows from a table.
@@ -173,6 +175,9 @@ public:
     /// cannot be found: it was removed, the table is a view or has no primary key, or a column of the key
     /// does not show its values exactly (bytes; dates of SQLite; floating-point numbers of servers).
     void fetchBytes(const Record &row, int column, qint64 limit);
+    /// Reads such bytes for whoever needs many of them and may wait, in another thread; null unless \a table
+    /// was loaded from the source that is open.
+    std::unique_ptr<BytesReader> bytesReader(const QString &table) const;
     /// Cancels the operation under way, if any: cancelled() is emitted in place of its own signal, even if it
     /// was about to end. A statement that the driver cannot stop goes on for a while, but nothing waits for
     /// it.

@@ -129,14 +129,21 @@ void SourceRefresh::endLoad(const TableLoader &loader, const QStringList &tables
 TableNotes SourceRefresh::notes(const TableLoader &loader, const QString &table) const
 {
     const auto shape = m_known.value(table).shape;
-    return shape ? TableNotes{shape->notes(loader.origin()), shape->bytesColumns()} : TableNotes();
+    return shape ? TableNotes{shape->notes(loader.origin()), shape} : TableNotes();
 }
 
-std::optional<QByteArray> SourceRefresh::bytes(const TableLoader &loader, const SourceCell &cell,
-                                               const parallel::StopToken &stop) const
+QByteArray SourceRefresh::bytes(const TableLoader &loader, const SourceCell &cell,
+                                const parallel::StopToken &stop) const
 {
+    const TableSource &origin = loader.origin();
     const auto shape = m_known.value(cell.table).shape;
-    return cell.read(loader.origin(), shape ? *shape : TableShape(), stop);
+    const auto snapshot = qScopeGuard(origin.beginSnapshot());
+    const TableShape present = cell.presentShape(origin, shape ? *shape : TableShape());
+    stop.throwIfStopped();
+    std::optional<QByteArray> bytes = origin.bytes(present, cell, stop);
+    if (!bytes)
+        throw Exception(SourceConnection::tr("Значение — не байты"));
+    return *std::move(bytes);
 }
 
 QList<SourceConnection::RefreshedTable> SourceRefresh::refresh(const TableLoader &loader, const Order &order,

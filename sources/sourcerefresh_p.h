@@ -65,9 +65,9 @@ public:
                                                     const Progress &progress);
     /// What is to be said of the loaded table \a table, as \a loader or this object read it last.
     TableNotes notes(const TableLoader &loader, const QString &table) const;
-    /// The bytes of \a cell, see SourceCell::read().
-    std::optional<QByteArray> bytes(const TableLoader &loader, const SourceCell &cell,
-                                    const parallel::StopToken &stop) const;
+    /// The bytes of \a cell, null when it is empty. Throws Exception when they cannot be had.
+    QByteArray bytes(const TableLoader &loader, const SourceCell &cell,
+                     const parallel::StopToken &stop) const;
 
 private:
     /// What is known of a loaded table.

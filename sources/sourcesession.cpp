@@ -171,8 +171,7 @@ bool SourceSession::carryOut(const Order &order, Connected &source, SourceReport
             if (order.cell) {
                 answer.text = order.cell->table;
                 answer.column = order.cell->column;
-                answer.bytes =
-                    source.refresh.bytes(*source.loader, *order.cell, order.stop).value_or(QByteArray());
+                answer.bytes = source.refresh.bytes(*source.loader, *order.cell, order.stop);
                 return true;
             }
             answer.refreshed = source.refresh.refresh(*source.loader, *order.refreshed, order.stop, report);

@@ -127,9 +127,9 @@ std::optional<QByteArray> SqlDialect::bytes(const TableShape &shape, const Sourc
     if (query.next())
         throw Exception(SourceConnection::tr("В таблице «%1» несколько строк с этим ключом").arg(cell.table));
     if (isAbsent)
-        return std::nullopt;
+        return QByteArray();
     if (size < 0)
-        throw Exception(SourceConnection::tr("Значение — не байты"));
+        return std::nullopt;
     if (size > cell.limit) {
         throw Exception(SourceConnection::tr("Значение занимает %1 Б, а прочитать можно не больше %2 Б")
                             .arg(QString::number(size), QString::number(cell.limit)));

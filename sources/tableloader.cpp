@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <sources/tableloader.h>
 
+#include <sources/bytesreader.h>
 #include <sources/csvsource_p.h>
 #include <sources/rowreader_p.h>
 #include <sources/sourcecolumn_p.h>
@@ -37,6 +38,8 @@ struct TableLoader::Private
     RowReader::Misfits misfits() const;
     bool read(TableShape &shape, const parallel::StopToken &stop, std::unique_ptr<MemoryTable> &result) const;
 
+    /// Of a loader that opened it.
+    std::optional<SourceLocation> location = {};
     /// Of a loader that made it; the origin reads from it.
     std::unique_ptr<SourceDatabase> database = nullptr;
     std::unique_ptr<TableSource> origin = nullptr;
@@ -55,6 +58,7 @@ std::unique_ptr<TableLoader::Private> TableLoader::Private::open(const SourceLoc
                                                                  const parallel::StopToken &stop)
 {
     auto opened = std::make_unique<Private>();
+    opened->location = location;
     if (location.isCsv()) {
         opened->origin = std::make_unique<CsvSource>(location, stop);
     } else {
@@ -277,6 +281,14 @@ void TableLoader::setDigits(Digits digits)
 void TableLoader::setRowLimit(std::optional<qint64> rows)
 {
     d->rowLimit = rows;
+}
+
+std::unique_ptr<BytesReader> TableLoader::bytesReader(const MemoryTable &table) const
+{
+    const auto known = shape(table.name());
+    if (!d->location || !known)
+        return nullptr;
+    return std::unique_ptr<BytesReader>(new BytesReader(*d->location, table, known));
 }
 
 bool TableLoader::isComplete(const QString &table) const

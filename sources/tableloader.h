@@ -24,6 +24,7 @@ namespace sito {
 
 struct SourceLocation;
 struct SourceTable;
+class BytesReader;
 class TableSource;
 struct TableShape;
 
@@ -183,6 +184,9 @@ public:
     void setRowLimit(std::optional<qint64> rows);
     /// Whether the last load read \a table to its end.
     bool isComplete(const QString &table) const;
+    /// Reads the bytes that \a table, which was loaded last, shows in short; null for a table of another
+    /// load, and when the loader has been made with a SourceDatabase. Needs the loader no more.
+    std::unique_ptr<BytesReader> bytesReader(const MemoryTable &table) const;
 
     /// \a progress is called for every table before its first row, after every \a interval rows and after the
     /// last row. A table with values that do not fit is read once more, counted from 0 again.
@@ -203,6 +207,7 @@ public:
               const parallel::StopToken &stop = {}) const;
 
 private:
+    friend class BytesReader;
     friend class SourceRefresh;
     friend class TableCounts;
 

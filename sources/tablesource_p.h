@@ -113,9 +113,9 @@ public:
     /// The values of \a columns in all rows of \a table; \a declared is what columns() gave.
     virtual std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,
                                              const std::vector<SourceColumn> &columns) const = 0;
-    /// The bytes of a cell, whose table was loaded as the shape says and has key columns; nothing when it is
-    /// empty. Throws parallel::Stopped when the stop is requested. To be called in a snapshot; only of
-    /// sources whose tables may have keys.
+    /// The bytes of a cell, whose table was loaded as the shape says and has key columns; null when it is
+    /// empty, nothing when its value is no bytes. Throws parallel::Stopped when the stop is requested. To be
+    /// called in a snapshot; only of sources whose tables may have keys.
     virtual std::optional<QByteArray> bytes(const TableShape &, const SourceCell &,
                                             const parallel::StopToken &) const
     {

@@ -634,6 +634,7 @@ private Q_SLOTS:
 
         QCOMPARE(reader.connection.bytesColumns(u"t"_s), QList<int>({table.columnIndex(u"b"_s)}));
         QCOMPARE(wrongBytes(reader, u"t"_s, values), QString());
+        QCOMPARE(bytesReadAside(reader, u"t"_s, values.size() + 1, u"b"_s).constLast(), "other"_ba);
         announceText(u"Значение — не байты"_s);
         QCOMPARE(fetchError(reader, u"t"_s, values.size(), u"b"_s), u"failed Значение — не байты"_s);
     }
@@ -677,6 +678,17 @@ private Q_SLOTS:
         QCOMPARE(error(u"t"_s, u"no"_s), u"В столбце -1 таблицы «t» не показано байтов"_s);
         QCOMPARE(error(u"t"_s, u"b"_s, 0, 2), u"Значение занимает 3 Б, а прочитать можно не больше 2 Б"_s);
         QCOMPARE(error(u"t"_s, u"b"_s, 0, 3), QString());
+        const auto readAside = [&reader](const QString &table, qint64 rows, const QString &column = u"b"_s) {
+            return bytesReadAside(reader, table, rows, column, 2);
+        };
+        const QByteArray failed("failed ");
+        QCOMPARE(readAside(u"plain"_s, 1), QList({failed + noKey.arg(u"plain"_s).toUtf8()}));
+        QCOMPARE(readAside(u"dates"_s, 1), QList({failed + badKey.arg(u"dates"_s).toUtf8()}));
+        QCOMPARE(readAside(u"t"_s, 1, u"id"_s),
+                 QList({failed + "В столбце 0 таблицы «t» не показано байтов"}));
+        QCOMPARE(readAside(u"t"_s, 3),
+                 QList({failed + "Значение занимает 3 Б, а прочитать можно не больше 2 Б", "\x04"_ba,
+                        QByteArray()}));
 
         makeFile(u"s.sqlite"_s, {u"UPDATE t SET b = x'0909' WHERE id = 1"_s, u"DELETE FROM t WHERE id = 2"_s,
                                  u"UPDATE t SET b = x'07' WHERE id = 3"_s});
@@ -687,10 +699,13 @@ private Q_SLOTS:
         QCOMPARE(error(u"t"_s, u"b"_s, 2), QString());
         makeFile(u"s.sqlite"_s, {u"ALTER TABLE t ADD COLUMN c"_s});
         QCOMPARE(error(u"t"_s), u"Таблица «t» теперь другая, обновите её"_s);
+        QCOMPARE(readAside(u"t"_s, 1), QList({failed + "Таблица «t» теперь другая, обновите её"}));
         makeFile(u"s.sqlite"_s, {u"DROP TABLE t"_s});
         QCOMPARE(error(u"t"_s), u"Таблица «t» теперь другая, обновите её"_s);
         QFile::remove(file);
         QCOMPARE(error(u"t"_s), u"Файла «%1» нет"_s.arg(file));
+        QCOMPARE(readAside(u"t"_s, 1), QList({failed + u"Файла «%1» нет"_s.arg(file).toUtf8()}));
+        QVERIFY(!reader.connection.bytesReader(u"x"_s));
         reader.connection.fetchBytes(Record(), 0, 1);
         QVERIFY(reader.settle());
         QCOMPARE(reader.recorder.take(),
@@ -699,6 +714,7 @@ private Q_SLOTS:
         closed.connection.fetchBytes(MemoryDatabase::instance().table(u"t"_s)->row(0), 1, 1);
         QVERIFY(closed.settle());
         QCOMPARE(closed.recorder.take(), QStringList({u"failed База данных не открыта"_s}));
+        QVERIFY(!closed.connection.bytesReader(u"t"_s));
         QLoggingCategory::setFilterRules({});
     }
 

@@ -3,6 +3,9 @@
 
 #include <support/sourcereader.h>
 
+#include <sources/bytesreader.h>
+
+#include <data/exception.h>
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
@@ -10,6 +13,8 @@
 #include <QList>
 #include <QTest>
 
+#include <future>
+#include <memory>
 #include <utility>
 
 /// Values of every size that matters: none, of one piece, and with all bytes that there are; in the row
@@ -60,10 +65,35 @@ inline QString fetchError(SourceReader &reader, const QString &table, qint64 row
     return event == QStringLiteral("fetched %1 %2").arg(table).arg(index) ? QString() : event;
 }
 
+/// The bytes that another connection reads in another thread in the rows of \a table, or what went wrong.
+inline QList<QByteArray> bytesReadAside(const SourceReader &reader, const QString &table, qint64 rows,
+                                        const QString &column, qint64 limit = 100'000'000)
+{
+    const MemoryTable &loaded = *MemoryDatabase::instance().table(table);
+    std::unique_ptr<BytesReader> bytesReader = reader.connection.bytesReader(table);
+    const auto read = [&] {
+        // It ends where it was used.
+        const std::unique_ptr<BytesReader> own = std::move(bytesReader);
+        QList<QByteArray> result;
+        for (qint64 row = 0; row < rows; ++row) {
+            try {
+                result.append(
+                    own->read(loaded.row(row), loaded.columnIndex(column), limit).value_or("other"));
+            } catch (const Exception &exception) {
+                result.append("failed " + exception.message().toUtf8());
+            }
+        }
+        return result;
+    };
+    return std::async(std::launch::async, read).get();
+}
+
 /// The numbers of rows whose column b does not give the same of \a values, or what went wrong.
 inline QString wrongBytes(SourceReader &reader, const QString &table, const QList<QByteArray> &values)
 {
     QStringList wrong;
+    if (bytesReadAside(reader, table, values.size(), QStringLiteral("b")) != values)
+        wrong.append(QStringLiteral("aside"));
     for (qsizetype i = 0; i < values.size(); ++i) {
         const QString error = fetchError(reader, table, i, QStringLiteral("b"));
         const QByteArray &got = reader.recorder.bytes;
