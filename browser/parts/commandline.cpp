@@ -89,6 +89,8 @@ const QList<CommandLine::Reading::Option> &CommandLine::Reading::options()
              choose<Action::Export>(reading, name, value);
              reading.result.exportFile = fileName(name, value);
          }},
+        {"bytes", false,
+         [](Reading &reading, const QString &, const QString &) { reading.result.hasWholeBytes = true; }},
         {"screenshot", true,
          [](Reading &reading, const QString &name, const QString &value) {
              choose<Action::Screenshot>(reading, name, value);
@@ -244,6 +246,8 @@ void CommandLine::Reading::check() const
 {
     if (!pictureOption.isEmpty() && action != Action::Screenshot)
         throw UsageError{tr("параметр %1 требует параметра --screenshot").arg(pictureOption)};
+    if (result.hasWholeBytes && action != Action::Export)
+        throw UsageError{tr("параметр %1 требует параметра --export").arg("--bytes"_L1)};
     if (!windowOption.isEmpty() && !isWindow())
         throw UsageError{tr("параметр %1 требует окна").arg(windowOption)};
     if (action == Action::Settings) {

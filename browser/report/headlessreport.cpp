@@ -3,11 +3,13 @@
 
 #include <browser/parts/printable.h>
 #include <browser/parts/sampledatabase.h>
+#include <browser/parts/wholebytes.h>
 
 #include <hostkit/text/celltext.h>
 #include <hostkit/text/shortenedtext.h>
 #include <hostkit/values/keyoption.h>
 #include <hostkit/views/tableexport.h>
+#include <sources/bytesreader.h>
 #include <sources/columnnotes.h>
 #include <sources/sourcelocation.h>
 #include <sources/tableloader.h>
@@ -208,7 +210,9 @@ void HeadlessReport::exportRows(const MemoryTable &table, const std::vector<Reco
 {
     QList<int> columns(table.columnCount());
     std::iota(columns.begin(), columns.end(), 0);
-    const TableExport exported(table, columns, rows);
+    TableExport exported(table, columns, rows);
+    if (m_commandLine.hasWholeBytes)
+        writeWholeBytes(exported, m_loader->bytesReader(table));
     if (isExportedToOutput())
         exportToOutput(exported);
     else

@@ -113,6 +113,10 @@
         <extracomment>The file with the text in this language.</extracomment>
         <translation>:/help/en.txt</translation>
     </message>
+    <message>
+        <source>параметр %1 требует параметра --export</source>
+        <translation>option %1 needs --export</translation>
+    </message>
 </context>
 <context>
     <name>HeadlessReport</name>
@@ -221,6 +225,14 @@
     <message>
         <source>Замечания о таблице %1</source>
         <translation>Notes of the Table %1</translation>
+    </message>
+    <message>
+        <source>CSV с заголовками, байты целиком (*.csv)</source>
+        <translation>CSV with headers, all bytes (*.csv)</translation>
+    </message>
+    <message>
+        <source>CSV без заголовков, байты целиком (*.csv)</source>
+        <translation>CSV without headers, all bytes (*.csv)</translation>
     </message>
 </context>
 <context>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <browser/window/exportcommands.h>
 
+#include <browser/parts/wholebytes.h>
 #include <browser/window/bytesdialog.h>
 #include <browser/window/pageactions.h>
-#include <browser/window/questions.h>
 #include <browser/window/rowexport.h>
 #include <browser/window/tablepage.h>
 #include <browser/window/workspace.h>
@@ -18,6 +18,9 @@
 #include <QGuiApplication>
 #include <QItemSelection>
 #include <QLocale>
+
+#include <algorithm>
+#include <memory>
 
 namespace sito {
 
@@ -91,22 +94,31 @@ void ExportCommands::ask()
 {
     if (!m_page)
         return;
-    const auto write = [this, page = m_page](const QString &file, bool withHeaders) {
+    const auto write = [this, page = m_page](const QString &file, Questions::ExportForm form) {
         if (page && !page->model()->isUpToDate())
-            Questions::askOldRows(window(), [=, this] { writePage(page, file, withHeaders); });
+            Questions::askOldRows(window(), [=, this] { writePage(page, file, form); });
         else
-            writePage(page, file, withHeaders);
+            writePage(page, file, form);
     };
-    Questions::askExportFile(window(), m_page->table()->name() + ".csv"_L1, write);
+    Questions::askExportFile(window(), m_page->table()->name() + ".csv"_L1, showsBytes(*m_page), write);
 }
 
 void ExportCommands::write(const QString &file, bool withHeaders)
 {
     if (m_page)
-        writePage(m_page, file, withHeaders);
+        writePage(m_page, file, {.hasHeaders = withHeaders});
 }
 
-void ExportCommands::writePage(TablePage *page, const QString &file, bool withHeaders)
+/// Whether cells of a column that \a page shows may show bytes in short.
+bool ExportCommands::showsBytes(const TablePage &page) const
+{
+    const QList<int> bytes = m_workspace.bytesColumns(page.table()->name());
+    const QList<int> sections = TableExport::shownSections(*page.header());
+    return std::any_of(sections.begin(), sections.end(),
+                       [&](int section) { return bytes.contains(page.model()->columns().at(section)); });
+}
+
+void ExportCommands::writePage(TablePage *page, const QString &file, Questions::ExportForm form)
 {
     // A source that was opened meanwhile has closed it.
     if (!page) {
@@ -123,9 +135,20 @@ void ExportCommands::writePage(TablePage *page, const QString &file, bool withHe
         Q_EMIT refused(tr("Сначала должна закончиться запись другого файла"));
         return;
     }
+    const QString table = page->table()->name();
+    std::shared_ptr<BytesReader> reader;
+    if (form.hasWholeBytes) {
+        reader = m_workspace.bytesReader(table);
+        if (!reader) {
+            Q_EMIT failed(tr("Таблица уже закрыта, файл не записан"));
+            return;
+        }
+    }
     guarded([&] {
         TableExport rows = TableExport::shown(*page->model(), TableExport::shownSections(*page->header()));
-        rows.setHeaders(withHeaders);
+        rows.setHeaders(form.hasHeaders);
+        if (reader)
+            writeWholeBytes(rows, reader);
         const SourceLocation source = m_workspace.location();
         m_export->write(std::move(rows), file, source.isFile() ? source.file : QString(),
                         m_workspace.holdTables());

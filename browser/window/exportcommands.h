@@ -2,6 +2,7 @@
 #pragma once
 
 #include <browser/window/commands.h>
+#include <browser/window/questions.h>
 
 #include <QModelIndex>
 #include <QPointer>
@@ -42,7 +43,9 @@ public:
     /// Gives up everything, and waits until it has ended.
     void stop();
 
-    /// Writes the rows of the page into \a file; or says why not now.
+    /// Writes the rows of the page into \a file; or says why not now. A file that the user asks for may have
+    /// all bytes of cells that show them in short, as hexadecimal digits; when they cannot be had, it is not
+    /// written.
     void write(const QString &file, bool withHeaders);
     /// Copies the selected cells; or says why not now. If it is one that shows bytes in short, and without
     /// headers, the clipboard gets all its bytes as hexadecimal digits without blanks: a text that databases
@@ -59,7 +62,8 @@ Q_SIGNALS:
 private:
     /// Asks for a file, and writes the rows of the page into it.
     void ask();
-    void writePage(TablePage *page, const QString &file, bool withHeaders);
+    void writePage(TablePage *page, const QString &file, Questions::ExportForm form);
+    bool showsBytes(const TablePage &page) const;
     void copyBytes(const QModelIndex &index);
     bool hasBytes(const QModelIndex &index) const;
     QModelIndex selectedCell() const;

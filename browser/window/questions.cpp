@@ -44,19 +44,28 @@ void Questions::askFile(QWidget &parent, const QString &directory,
     dialog->open();
 }
 
-void Questions::askExportFile(QWidget &parent, const QString &suggestedName,
-                              const std::function<void(const QString &file, bool withHeaders)> &then)
+void Questions::askExportFile(QWidget &parent, const QString &suggestedName, bool hasBytes,
+                              const std::function<void(const QString &file, ExportForm form)> &then)
 {
     auto *dialog = prepared(new QFileDialog(&parent, tr("Записать показанные строки")), u"exportDialog"_s);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setDefaultSuffix(u"csv"_s);
-    const QString withHeaders = tr("CSV с заголовками (*.csv)");
-    dialog->setNameFilters({withHeaders, tr("CSV без заголовков (*.csv)")});
+    QList<QPair<QString, ExportForm>> forms{{tr("CSV с заголовками (*.csv)"), {}},
+                                            {tr("CSV без заголовков (*.csv)"), {.hasHeaders = false}}};
+    if (hasBytes) {
+        forms.append({tr("CSV с заголовками, байты целиком (*.csv)"), {.hasWholeBytes = true}});
+        forms.append(
+            {tr("CSV без заголовков, байты целиком (*.csv)"), {.hasHeaders = false, .hasWholeBytes = true}});
+    }
+    QStringList filters;
+    for (const auto &form : std::as_const(forms))
+        filters.append(form.first);
+    dialog->setNameFilters(filters);
     dialog->selectFile(suggestedName);
     QObject::connect(dialog, &QFileDialog::fileSelected, &parent,
-                     [dialog, withHeaders, then](const QString &file) {
-                         then(file, dialog->selectedNameFilter() == withHeaders);
+                     [dialog, forms, filters, then](const QString &file) {
+                         then(file, forms.value(filters.indexOf(dialog->selectedNameFilter())).second);
                      });
     dialog->open();
 }

@@ -21,8 +21,16 @@ public:
     /// Asks for a database, beginning in \a directory; empty for the current one.
     static void askFile(QWidget &parent, const QString &directory,
                         const std::function<void(const QString &file)> &then);
-    static void askExportFile(QWidget &parent, const QString &suggestedName,
-                              const std::function<void(const QString &file, bool withHeaders)> &then);
+    /// How rows are written into a file.
+    struct ExportForm
+    {
+        bool hasHeaders = true;
+        /// Whether all bytes of a cell are written that the table shows in short.
+        bool hasWholeBytes = false;
+    };
+    /// Offers whole bytes where \a hasBytes.
+    static void askExportFile(QWidget &parent, const QString &suggestedName, bool hasBytes,
+                              const std::function<void(const QString &file, ExportForm form)> &then);
     /// Asks whether to write the rows that are shown, though they are not what the filters say.
     static void askOldRows(QWidget &parent, const std::function<void()> &then);
     /// Asks for the name of a set of filters; \a names are those that there are.

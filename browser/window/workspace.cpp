@@ -3,6 +3,8 @@
 
 #include <hostkit/parallel/tablelock.h>
 
+#include <sources/bytesreader.h>
+
 #include <database/memorydatabase.h>
 #include <database/memorytable.h>
 
@@ -408,6 +410,11 @@ QStringList Workspace::columnNotes(const QString &table) const
 QList<int> Workspace::bytesColumns(const QString &table) const
 {
     return m_connection->bytesColumns(table);
+}
+
+std::shared_ptr<BytesReader> Workspace::bytesReader(const QString &table) const
+{
+    return m_connection->bytesReader(table);
 }
 
 std::shared_ptr<const void> Workspace::holdTables() const

@@ -119,6 +119,8 @@ public:
     QStringList columnNotes(const QString &table) const;
     /// See SourceConnection::bytesColumns().
     QList<int> bytesColumns(const QString &table) const;
+    /// See SourceConnection::bytesReader().
+    std::shared_ptr<BytesReader> bytesReader(const QString &table) const;
     /// Keeps the tables of the open source alive, also when another source is opened, until all handles are
     /// gone; the last one may go in any thread.
     std::shared_ptr<const void> holdTables() const;

@@ -356,6 +356,27 @@ private Q_SLOTS:
         QVERIFY2(run.errors.startsWith(u"Rows shown: 2\nRows hidden: 0\n"_s), qPrintable(run.errors));
     }
 
+    void exportsWholeBytes()
+    {
+        const QString file =
+            makeDatabase({u"CREATE TABLE t (a INTEGER PRIMARY KEY, b BLOB)"_s,
+                          u"INSERT INTO t VALUES (1, zeroblob(40)), (2, NULL), (3, x''), (4, 'word')"_s,
+                          u"CREATE TABLE plain (b BLOB)"_s, u"INSERT INTO plain VALUES (zeroblob(40))"_s});
+        const auto exported = [&](const QString &table, const QStringList &more) {
+            return runBrowser(QStringList{file, u"--table"_s, table, u"--export"_s, u"-"_s} + more);
+        };
+
+        const ProgramRun run = exported(u"t"_s, {u"--bytes"_s});
+
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.output, u"a,b\r\n1,"_s + QString(80, u'0') + u"\r\n2,\r\n3,\"\"\r\n4,word\r\n"_s);
+        QVERIFY2(exported(u"t"_s, {}).output.startsWith(u"a,b\r\n1,40 bytes: 00 00 "_s),
+                 qPrintable(exported(u"t"_s, {}).output));
+        const ProgramRun refused = exported(u"plain"_s, {u"--bytes"_s});
+        QCOMPARE(refused.exitCode, 2);
+        QVERIFY2(refused.errors.contains(u"has no primary key"_s), qPrintable(refused.errors));
+    }
+
     void exportsWhatIsShown()
     {
         const QString file = m_directory.filePath(u"quotes.csv"_s);
@@ -462,6 +483,7 @@ private Q_SLOTS:
             "option --head takes a number of rows, not '-1'");
         row("no number of rows", quotes + QStringList{u"--head"_s, u"x"_s},
             "option --head takes a number of rows, not 'x'");
+        row("bytes without export", quotes + QStringList{u"--bytes"_s}, "option --bytes needs --export");
         row("export without name", quotes + QStringList{u"--export="_s},
             "option --export takes the name of a file");
         row("filter without keys", quotes + QStringList{u"--exclude"_s, u"stock_id"_s},
@@ -681,7 +703,7 @@ private Q_SLOTS:
             help.output.startsWith(russian ? u"ИМЯ\n    sito-browser - "_s : u"NAME\n    sito-browser - "_s));
         for (const char *option :
              {"--list", "--table", "--exclude", "--keep", "--session-filter", "--count", "--head", "--export",
-              "--settings", "--set ", "--remove", "--strategy", "--version"})
+              "--bytes", "--settings", "--set ", "--remove", "--strategy", "--version"})
             QVERIFY2(help.output.contains(QString::fromLatin1(option)), option);
         QCOMPARE(shortHelp.exitCode, 0);
         QCOMPARE(shortHelp.output.contains(cyrillic), russian);

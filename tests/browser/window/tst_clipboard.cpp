@@ -52,7 +52,8 @@ private:
             {u"CREATE TABLE t (id INTEGER PRIMARY KEY, b BLOB)"_s,
              u"INSERT INTO t VALUES (1, x'%1'), (2, x'%2'), (3, 'word'), (4, NULL), (5, zeroblob(300000))"_s
                  .arg(QString::fromLatin1(seventeen().toHex()), QString::fromLatin1(picture().toHex())),
-             u"CREATE TABLE plain (b BLOB)"_s, u"INSERT INTO plain VALUES (x'0102')"_s}));
+             u"CREATE TABLE plain (b BLOB)"_s, u"INSERT INTO plain VALUES (x'0102')"_s,
+             u"CREATE TABLE n (id INTEGER)"_s, u"INSERT INTO n VALUES (1)"_s}));
         return m_fixture->settle() && showTable(table) && m_fixture->rows() > 0;
     }
     bool showTable(const QString &name)
@@ -187,6 +188,47 @@ private Q_SLOTS:
         QTest::keyClick(m_fixture->window().page()->view(), Qt::Key_C, Qt::ControlModifier);
         QVERIFY(m_fixture->settle());
         QCOMPARE(QApplication::clipboard()->text(), u"2 Б: 01 02"_s);
+    }
+
+    void writesAllBytesIntoAFile()
+    {
+        QVERIFY(openBytes());
+        const QString file = m_fixture->path(u"bytes.csv"_s);
+        QStringList filters;
+        const auto write = [&](int form) {
+            QFile::remove(file);
+            m_fixture->window().activateWindow();
+            if (!QTest::qWaitForWindowActive(&m_fixture->window()))
+                return QByteArray();
+            QTest::keyClick(&m_fixture->window(), Qt::Key_E, Qt::ControlModifier);
+            auto *dialog = m_fixture->window().findChild<QFileDialog *>(u"exportDialog"_s);
+            if (!dialog)
+                return QByteArray("no dialog");
+            filters = dialog->nameFilters();
+            dialog->selectNameFilter(filters.value(form));
+            dialog->selectFile(file);
+            QMetaObject::invokeMethod(dialog, "accept");
+            return m_fixture->settle() ? contentOf(file) : QByteArray();
+        };
+        const QByteArray zeros(600'000, '0');
+
+        QCOMPARE(write(2), "id,b\r\n1," + seventeen().toHex() + "\r\n2," + picture().toHex() +
+                               "\r\n3,word\r\n4,\r\n5," + zeros + "\r\n");
+        QCOMPARE(filters.size(), 4);
+        QVERIFY(write(3).startsWith("1," + seventeen().toHex() + "\r\n2,"));
+        QVERIFY(write(0).startsWith("id,b\r\n1,17 Б: 89 00 "));
+        QTRY_COMPARE(m_fixture->window().statusBar()->currentMessage(), u"Записано строк: 5"_s);
+
+        QVERIFY(openBytes(u"plain"_s));
+        const QString noKey = u"У таблицы «plain» нет первичного ключа, строку не найти, чтобы прочитать "
+                              "значение целиком"_s;
+        QCOMPARE(write(2), QByteArray());
+        QVERIFY(!QFile::exists(file));
+        QCOMPARE(m_fixture->window().messageBar()->messages(), QStringList(noKey));
+
+        QVERIFY(showTable(u"n"_s));
+        write(0);
+        QCOMPARE(filters.size(), 2);
     }
 
     void keepsWhatIsCopiedBeforeTheBytesCome()
