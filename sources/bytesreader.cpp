@@ -6,6 +6,8 @@
 #include <sources/tableloader.h>
 #include <sources/tableshape_p.h>
 
+#include <hostkit/parallel/tablelock.h>
+
 #include <database/memorytable.h>
 
 #include <data/record.h>
@@ -43,19 +45,25 @@ QList<int> BytesReader::columns() const
 std::optional<QByteArray> BytesReader::read(const Record &row, int column, qint64 limit,
                                             const parallel::StopToken &stop)
 {
-    const SourceCell cell = SourceCell::of(d->table, row, column, limit);
+    SourceCell cell;
+    parallel::underLock(d->table, stop, [&] { cell = SourceCell::of(d->table, row, column, limit); });
     cell.requireBytes(*d->shape);
-    if (d->loader && !d->loader->isAlive()) {
-        d->present.reset();
-        d->loader.reset();
-    }
     if (!d->loader)
         d->loader.emplace(d->location, stop);
+    auto disconnect = qScopeGuard([this] {
+        d->present.reset();
+        d->loader.reset();
+    });
     const TableSource &origin = d->loader->origin();
-    const auto snapshot = qScopeGuard(origin.beginSnapshot());
-    if (!d->present)
-        d->present = cell.presentShape(origin, *d->shape);
-    return origin.bytes(*d->present, cell, stop);
+    std::optional<QByteArray> bytes;
+    {
+        const auto snapshot = qScopeGuard(origin.beginSnapshot());
+        if (!d->present)
+            d->present = cell.presentShape(origin, *d->shape);
+        bytes = origin.bytes(*d->present, cell, stop);
+    }
+    disconnect.dismiss();
+    return bytes;
 }
 
 } // namespace sito

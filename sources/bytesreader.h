@@ -19,25 +19,28 @@ namespace sito {
 struct SourceLocation;
 struct TableShape;
 
-/// Reads whole bytes of many cells of a loaded table, for an export, by a connection of its own, which it makes
-/// when the first are wanted. SourceConnection and TableLoader make such objects.
+/// Reads whole bytes of many cells of a loaded table, for an export, by a connection of its own, which it
+/// makes when the first are wanted. SourceConnection and TableLoader make such objects. The table must live
+/// as long.
 ///
-/// **Threads.** May be made in any thread. The others of its functions, and the destructor once read() was
-/// called, in one thread, any; the table must live.
+/// **Threads.** read(), and the destructor after it, in one thread, any; the rest in any.
 ///
-/// **Cost.** A connection; for each value a statement or two, and one more for each 4 MB.
+/// **Cost.** A connection, which asks once how the table is declared, and again after a failure. For each
+/// value a transaction with two statements, and one more for each 4 MB: up to nine answers of a server. The
+/// row is found by an index, but a key that is shown as a text makes the source read the table for each
+/// value, unless it is a date, a time or a UUID.
 class SOURCES_EXPORT BytesReader
 {
     Q_DISABLE_COPY_MOVE(BytesReader)
 public:
     ~BytesReader();
 
-    /// The indices of the columns that show bytes, ascending; others may be among their values.
+    /// The indices of the columns that show bytes, ascending; other values may be among theirs.
     QList<int> columns() const;
     /// The bytes that a cell has now, as SourceConnection::fetchBytes(): null when it is empty, nothing when
-    /// its value is no bytes. \a row is a row of the table, whose lock is taken for a moment. Throws Exception
-    /// for the other reasons for which that fails and when the source does not answer, and parallel::Stopped
-    /// when \a stop is requested.
+    /// its value is no bytes. \a row is a row of the table, whose lock must not be held: it is taken for a
+    /// moment, see parallel::underLock(). Throws Exception for the other reasons for which that fails and
+    /// when the source does not answer, and parallel::Stopped when \a stop is requested.
     std::optional<QByteArray> read(const Record &row, int column, qint64 limit,
                                    const parallel::StopToken &stop = {});
 

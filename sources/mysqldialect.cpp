@@ -130,7 +130,8 @@ std::optional<SourceColumn> MysqlDialect::sourceColumn(const Column &column, boo
 
 bool MysqlDialect::areTextsDistinct(const Column &column) const
 {
-    static const QStringList types{u"date"_s, u"time"_s, u"uuid"_s, u"inet4"_s, u"inet6"_s};
+    static const QStringList types{u"date"_s,    u"time"_s, u"datetime"_s, u"timestamp"_s,
+                                   u"decimal"_s, u"uuid"_s, u"inet4"_s,    u"inet6"_s};
     return types.contains(column.declaredType.section(u'(', 0, 0));
 }
 
@@ -263,8 +264,10 @@ QString MysqlDialect::keyCondition(const TableShape &shape, int column, const Ce
 {
     const QString name = backquoted(shape.declared.at(column).name);
     if (const auto *text = std::get_if<QString>(&value)) {
-        const bool isShownAsText = shape.columns[size_t(column)].isShownAsText();
-        return (isShownAsText ? u"CONCAT('', %1)"_s.arg(name) : name) + u" = _utf8mb4 x'"_s +
+        // The server reads the text as a value where texts tell these apart; then an index finds it.
+        const bool isComparable =
+            !shape.columns[size_t(column)].isShownAsText() || areTextsDistinct(shape.declared.at(column));
+        return (isComparable ? name : u"CONCAT('', %1)"_s.arg(name)) + u" = _utf8mb4 x'"_s +
                hexDigits(*text) + u'\'';
     }
     if (const QString date = plainDate(value); !date.isEmpty())

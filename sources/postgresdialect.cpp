@@ -468,8 +468,8 @@ QString PostgresDialect::keyCondition(const TableShape &shape, int column, const
         const QString literal =
             u"pg_catalog.convert_from(pg_catalog.decode('%1', 'hex'), 'UTF8')"_s.arg(hexDigits(*text));
         // Forms that an index finds; of all others, the text that was shown.
-        if (type == "uuid"_L1)
-            return equals(literal + u"::pg_catalog.uuid"_s);
+        if (type == "uuid"_L1 || type == "date"_L1)
+            return equals(literal + u"::pg_catalog."_s + type);
         if (!shape.columns[size_t(column)].isShownAsText())
             return type.startsWith("character("_L1)
                        ? equals(literal + u"::pg_catalog.bpchar"_s)
@@ -477,8 +477,9 @@ QString PostgresDialect::keyCondition(const TableShape &shape, int column, const
         return u"pg_catalog.concat(%1) OPERATOR(pg_catalog.=) %2"_s.arg(name, literal);
     }
     if (const QString date = plainDate(value); !date.isEmpty()) {
-        return (type.endsWith("with time zone"_L1) ? u"pg_catalog.timezone('UTC', %1)"_s.arg(name) : name) +
-               u" OPERATOR(pg_catalog.=) '"_s + date + u"'::pg_catalog.timestamp"_s;
+        const QString moment = u'\'' + date + u"'::pg_catalog.timestamp"_s;
+        return equals(type.endsWith("with time zone"_L1) ? u"pg_catalog.timezone('UTC', %1)"_s.arg(moment)
+                                                         : moment);
     }
     const QString number = plainNumber(value);
     if (number.isEmpty())

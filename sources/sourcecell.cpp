@@ -11,14 +11,12 @@
 #include <data/exception.h>
 
 #include <algorithm>
-#include <mutex>
 
 namespace sito {
 
 SourceCell SourceCell::of(const MemoryTable &loaded, const Record &row, int column, qint64 limit)
 {
     SourceCell cell{.table = loaded.name(), .column = column, .limit = limit};
-    const std::lock_guard lock(loaded);
     for (int i = 0; i < loaded.columnCount(); ++i)
         cell.row.push_back(RowBits::cell(row.field(i)));
     return cell;

@@ -18,7 +18,7 @@ class TableSource;
 /// A cell of a loaded table whose bytes are wanted.
 struct SourceCell
 {
-    /// That of \a row, a row of \a loaded, whose lock it takes.
+    /// That of \a row, a row of \a loaded, whose lock the caller holds.
     static SourceCell of(const MemoryTable &loaded, const Record &row, int column, qint64 limit);
 
     /// \a shape, by which the table was loaded, with the table as it is in \a origin now. Throws Exception

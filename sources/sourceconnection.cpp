@@ -437,8 +437,13 @@ void SourceConnection::fetchBytes(const Record &row, int column, qint64 limit)
         d->report({.kind = SourceReport::Failed, .operation = d->operation, .text = error});
         return;
     }
-    d->current->fetchBytes(d->operation,
-                           SourceCell::of(*MemoryDatabase::instance().table(name), row, column, limit));
+    const MemoryTable &table = *MemoryDatabase::instance().table(name);
+    SourceCell cell;
+    {
+        const std::lock_guard lock(table);
+        cell = SourceCell::of(table, row, column, limit);
+    }
+    d->current->fetchBytes(d->operation, cell);
 }
 
 std::unique_ptr<BytesReader> SourceConnection::bytesReader(const QString &table) const

@@ -56,10 +56,11 @@ class BytesReader;
 ///
 /// **Refreshing.** A refresh() reads loaded tables again, all as they are at one moment, and brings what has
 /// changed into them, as TableRefresh does; so models that follow MemoryTable::changes() keep their state.
-/// Rows are matched by the primary key, where there is one whose values differ as they are shown: not where
-/// it is of bytes, nor shown as a text that the source may give for several values, as SQLite does for
-/// numbers among texts. Columns that were made wider than declared stay so. While a table is refreshed,
-/// nobody else changes it and nobody takes it out of the catalogue.
+/// Rows are matched by the primary key, where there is one whose values differ as they are shown. Of columns
+/// that are shown as texts though they are none, most standard types of PostgreSQL count, but not bytes,
+/// ranges and enumerations; and dates, times, decimals, UUIDs and addresses of MariaDB and MySQL. Columns
+/// that were made wider than declared stay so. While a table is refreshed, nobody else changes it and nobody
+/// takes it out of the catalogue.
 ///
 /// **New and changed rows only.** Of PostgreSQL tables, partitioned ones among them, a refresh() reads only
 /// rows that were written since the last refresh(), by `xmin`, and has the server count the rows. When the
@@ -175,8 +176,8 @@ public:
     /// cannot be found: it was removed, the table is a view or has no primary key, or a column of the key
     /// does not show its values exactly (bytes; dates of SQLite; floating-point numbers of servers).
     void fetchBytes(const Record &row, int column, qint64 limit);
-    /// Reads such bytes for whoever needs many of them and may wait, in another thread; null unless \a table
-    /// was loaded from the source that is open.
+    /// Makes an object that reads such bytes of many cells in another thread; null unless \a table was loaded
+    /// from the source that is open.
     std::unique_ptr<BytesReader> bytesReader(const QString &table) const;
     /// Cancels the operation under way, if any: cancelled() is emitted in place of its own signal, even if it
     /// was about to end. A statement that the driver cannot stop goes on for a while, but nothing waits for

@@ -184,8 +184,8 @@ public:
     void setRowLimit(std::optional<qint64> rows);
     /// Whether the last load read \a table to its end.
     bool isComplete(const QString &table) const;
-    /// Reads the bytes that \a table, which was loaded last, shows in short; null for a table of another
-    /// load, and when the loader has been made with a SourceDatabase. Needs the loader no more.
+    /// Makes an object that reads the bytes that \a table, one of the last load, shows in short. It does not
+    /// need the loader. Null when that has loaded no table of this name, or was made with a SourceDatabase.
     std::unique_ptr<BytesReader> bytesReader(const MemoryTable &table) const;
 
     /// \a progress is called for every table before its first row, after every \a interval rows and after the

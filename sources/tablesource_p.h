@@ -108,7 +108,7 @@ public:
     virtual std::optional<qint64> rowCount(const Table &table, const CountLimits &limits) const = 0;
     /// Whether the first rows of \a table are there long before the last ones. Not for views.
     virtual bool hasRowsAtOnce(const Table &) const { return true; }
-    /// Whether values of \a column that differ, read as texts, have texts that differ.
+    /// Whether values of \a column that differ, read as texts, have texts that differ and stay what they are.
     virtual bool areTextsDistinct(const Column &) const { return false; }
     /// The values of \a columns in all rows of \a table; \a declared is what columns() gave.
     virtual std::unique_ptr<SourceRows> rows(const Table &table, const QList<Column> &declared,

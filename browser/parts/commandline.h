@@ -68,7 +68,7 @@ public:
     QStringList sessionColumns;
     qint64 headRows = 0;
     QString exportFile;
-    /// Whether that gets all bytes of cells that show them in short.
+    /// Whether all bytes of cells are exported that show them in short.
     bool hasWholeBytes = false;
     QString screenshotFile;
     /// Invalid for the size of a new window.

@@ -9,22 +9,25 @@
 #include <QString>
 
 #include <optional>
+#include <utility>
 
 namespace sito {
 
-/// A line of a file is held in memory as a text.
-static constexpr qint64 mostWrittenBytes = 256 << 20;
+/// Their digits are held in memory several times, two bytes for each.
+static constexpr qint64 mostWrittenBytes = 64 << 20;
 
-void writeWholeBytes(TableExport &rows, const std::shared_ptr<BytesReader> &reader)
+void writeWholeBytes(TableExport &rows, std::shared_ptr<BytesReader> reader)
 {
-    const auto text = [reader](const Record &row, int column, const QString &shown,
-                               const parallel::StopToken &stop) {
+    const QList<int> columns = reader->columns();
+    // The reader ends in the thread that has written the rows: nobody else keeps it.
+    auto text = [reader = std::move(reader)](const Record &row, int column, const QString &shown,
+                                             const parallel::StopToken &stop) {
         const std::optional<QByteArray> bytes = reader->read(row, column, mostWrittenBytes, stop);
         if (!bytes)
             return std::optional(shown);
         return bytes->isNull() ? std::nullopt : std::optional(QString::fromLatin1(bytes->toHex()));
     };
-    rows.setCellText(reader->columns(), text);
+    rows.setCellText(columns, std::move(text));
 }
 
 } // namespace sito

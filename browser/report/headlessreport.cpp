@@ -226,6 +226,8 @@ void HeadlessReport::exportToOutput(const TableExport &rows) const
     try {
         rows.writeCsv(*device);
     } catch (const Exception &exception) {
+        if (device->error() == QFileDevice::NoError)
+            throw;
         error = exception.message();
     }
     if (error.isEmpty() && !device->flush())

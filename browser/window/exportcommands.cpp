@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace sito {
 
@@ -148,7 +149,7 @@ void ExportCommands::writePage(TablePage *page, const QString &file, Questions::
         TableExport rows = TableExport::shown(*page->model(), TableExport::shownSections(*page->header()));
         rows.setHeaders(form.hasHeaders);
         if (reader)
-            writeWholeBytes(rows, reader);
+            writeWholeBytes(rows, std::move(reader));
         const SourceLocation source = m_workspace.location();
         m_export->write(std::move(rows), file, source.isFile() ? source.file : QString(),
                         m_workspace.holdTables());

@@ -40,12 +40,10 @@ public:
     int progress() const;
     /// Gives up what activity() tells of.
     void cancel();
-    /// Gives up everything, and waits until it has ended.
+    /// Gives up everything, and waits until it has ended, see RowExport::stop().
     void stop();
 
-    /// Writes the rows of the page into \a file; or says why not now. A file that the user asks for may have
-    /// all bytes of cells that show them in short, as hexadecimal digits; when they cannot be had, it is not
-    /// written.
+    /// Writes the rows of the page into \a file; or says why not now.
     void write(const QString &file, bool withHeaders);
     /// Copies the selected cells; or says why not now. If it is one that shows bytes in short, and without
     /// headers, the clipboard gets all its bytes as hexadecimal digits without blanks: a text that databases
@@ -60,7 +58,8 @@ Q_SIGNALS:
     void changed();
 
 private:
-    /// Asks for a file, and writes the rows of the page into it.
+    /// Asks for a file, and writes the rows of the page into it; if the user wants that, with all bytes of
+    /// cells that show them in short.
     void ask();
     void writePage(TablePage *page, const QString &file, Questions::ExportForm form);
     bool showsBytes(const TablePage &page) const;

@@ -47,7 +47,8 @@ public:
     int progress() const;
     /// Gives up what activity() tells of; cancelled() follows, unless it has just ended.
     void cancel();
-    /// Gives up everything, and waits until it has ended: for some rows, but not for the lock of their table.
+    /// Gives up everything, and waits until it has ended: for some rows, but not for the lock of their table;
+    /// where texts of cells are read from a source, for its next answer.
     void stop();
 
 Q_SIGNALS:

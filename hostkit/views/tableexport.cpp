@@ -31,6 +31,8 @@ namespace {
 
 /// How many rows are read under one lock.
 constexpr size_t rowsAtOnce = 500;
+/// So many when texts of cells are asked for, which takes longer.
+constexpr size_t fewRowsAtOnce = 20;
 
 constexpr qint64 millisecondsPerDay = 86'400'000;
 /// The first instant that has the same number in all spreadsheets.
@@ -258,7 +260,7 @@ bool TableExport::walk(const parallel::Context &context, Read read, Flush flush)
 {
     size_t first = 0;
     do {
-        const size_t last = std::min(first + rowsAtOnce, m_rows.size());
+        const size_t last = std::min(first + (m_cellText ? fewRowsAtOnce : rowsAtOnce), m_rows.size());
         parallel::underLock(*m_table, context.stop, [&] {
             for (size_t row = first; row < last; ++row)
                 read(m_rows[row]);
@@ -300,7 +302,7 @@ bool TableExport::addCsv(QIODevice &device, const parallel::Context &context) co
         [this, &addLine, &text, &asked](const Record &row) {
             addLine([&](int column) {
                 std::optional<QString> shown = cellText(row.field(column));
-                if (!shown || !m_askedColumns.contains(column))
+                if (!shown || !m_cellText || !m_askedColumns.contains(column))
                     return shown;
                 asked.push_back({&row, column, *std::move(shown), text.size()});
                 return std::optional<QString>();

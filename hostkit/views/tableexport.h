@@ -73,12 +73,13 @@ public:
     bool hasByteOrderMark() const { return m_byteOrderMark; }
     /// See hasByteOrderMark().
     void setByteOrderMark(bool mark) { m_byteOrderMark = mark; }
-    /// Makes what CSV has in a cell of \a row in \a column in place of \a shown, its text; nothing for an
-    /// absent value. What it throws, the function that writes throws.
+    /// Returns what CSV contains for a cell of \a row in \a column in place of \a shown, its text; nothing
+    /// for an absent value. What it throws, the function that writes throws.
     using CellText = std::function<std::optional<QString>(const Record &row, int column, const QString &shown,
                                                           const parallel::StopToken &stop)>;
-    /// Has CSV ask \a text for the cells of \a columns that have a value; row by row, in the thread that
-    /// writes. None at first.
+    /// Makes CSV, that of mimeData() too, contain what \a text returns for the cells of \a columns, indexes
+    /// of columns of the table, that have a value. It is called row by row in the thread that writes. At
+    /// first, and with a null \a text, CSV contains what cells show.
     void setCellText(const QList<int> &columns, CellText text);
 
     /// Writes CSV by RFC 4180: UTF-8, lines ended by CR LF, fields as csvField() gives them. So an absent

@@ -328,9 +328,9 @@ private Q_SLOTS:
     }
     void refreshesByDates()
     {
-        execute("CREATE TABLE days (d date, at time(3), t text, PRIMARY KEY (d, at)); "
-                "INSERT INTO days VALUES ('2026-01-05', '10:00:00.5', 'x'), ('2026-01-05', '10:00:00.501', "
-                "'y');");
+        execute("CREATE TABLE days (d date, at time(3), m datetime(6), t text, PRIMARY KEY (d, at, m)); "
+                "INSERT INTO days VALUES ('2026-01-05', '10:00:00.5', '2026-01-05 10:00:00.000001', 'x'), "
+                "('2026-01-05', '10:00:00.501', '2026-01-05 10:00:00.000002', 'y');");
         SourceReader reader;
         QVERIFY(reader.read(m_server.location(), {u"days"_s}));
         reader.recorder.take();

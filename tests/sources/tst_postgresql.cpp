@@ -1059,6 +1059,11 @@ private Q_SLOTS:
         row("dates as keys", u"CREATE TABLE k AS SELECT date '2026-01-01' + i AS id, 'row' AS t"_s + rows,
             {u"UPDATE k SET t = 'x' WHERE id = '2026-01-07'; INSERT INTO k VALUES ('infinity', 'new')"_s},
             u"+1 -0 ~1 of 2"_s);
+        row("intervals as keys", u"CREATE TABLE k AS SELECT interval '1 day' * i AS id, 'row' AS t"_s + rows,
+            {u"UPDATE k SET t = 'x' WHERE id = '7 days'"_s}, u"+0 -0 ~1 of 1"_s);
+        row("bytes as keys",
+            u"CREATE TABLE k AS SELECT decode(lpad(i::text, 40, '0'), 'hex') AS id, 'row' AS t"_s + rows,
+            {u"UPDATE k SET t = 'x' WHERE id = decode(lpad('7', 40, '0'), 'hex')"_s}, u"+1 -1 ~0 of 1000"_s);
         row("labels as keys",
             u"CREATE TYPE kind AS ENUM ('a', 'b'); "
             "CREATE TABLE k (id integer, t text, n integer, e kind DEFAULT 'a', PRIMARY KEY (id, e))"_s,
@@ -1263,6 +1268,8 @@ private Q_SLOTS:
         QTest::newRow("texts") << u"id text PRIMARY KEY, \"%1\" bytea, b bytea"_s << u"E'it''s № \\\\ %1'"_s;
         QTest::newRow("uuid") << u"id uuid PRIMARY KEY, b bytea"_s
                               << u"'0000000%1-0000-0000-0000-00000000000A'"_s;
+        QTest::newRow("date") << u"id date PRIMARY KEY, b bytea"_s << u"date '2026-01-01' + %1"_s;
+        QTest::newRow("interval") << u"id interval PRIMARY KEY, b bytea"_s << u"interval '1 day' * %1"_s;
         QTest::newRow("more") << u"b bytea, d timestamp DEFAULT '2017-01-31 14:30:00.125', "
                                  "z timestamptz DEFAULT '2017-01-31 14:30:00.5+03', "
                                  "y date DEFAULT '2017-01-31', c char(5) DEFAULT 'ab', "
