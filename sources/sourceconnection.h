@@ -58,7 +58,7 @@ class BytesReader;
 /// changed into them, as TableRefresh does; so models that follow MemoryTable::changes() keep their state.
 /// Rows are matched by the primary key, where there is one whose values differ as they are shown. Of columns
 /// that are shown as texts though they are none, most standard types of PostgreSQL count, but not bytes,
-/// ranges and enumerations; and dates, times, decimals, UUIDs and addresses of MariaDB and MySQL. Columns
+/// ranges and enumerations; and dates, times, decimals, `uuid` and addresses of MariaDB and MySQL. Columns
 /// that were made wider than declared stay so. While a table is refreshed, nobody else changes it and nobody
 /// takes it out of the catalogue.
 ///
