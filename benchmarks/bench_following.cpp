@@ -40,6 +40,7 @@
 #include <atomic>
 #include <chrono>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -113,8 +114,10 @@ public:
             next += portionTime;
             std::this_thread::sleep_until(next);
         }
+        const std::lock_guard lock(m_mutex);
+        m_end = m_clock.nsecsElapsed();
     }
-    /// Notes how far \a model is behind.
+    /// Notes how far \a model is behind, or was when the last change was made.
     void look(const TableModel &model)
     {
         const std::lock_guard lock(m_mutex);
@@ -124,7 +127,8 @@ public:
             --known;
         for (size_t i = 0; i < known; ++i) {
             if (model.rowOf(m_appended[i].first) >= 0) {
-                longestBehind = std::max(longestBehind, m_clock.nsecsElapsed() - m_appended[i].second);
+                const qint64 now = std::min(m_clock.nsecsElapsed(), m_end);
+                longestBehind = std::max(longestBehind, now - m_appended[i].second);
                 break;
             }
         }
@@ -147,6 +151,7 @@ private:
     qint64 m_next = quotes::rowCount();
     qint64 m_portions = 0;
     QElapsedTimer m_clock;
+    qint64 m_end = std::numeric_limits<qint64>::max();
     std::mutex m_mutex;
     std::deque<std::pair<Record, qint64>> m_appended;
 };
