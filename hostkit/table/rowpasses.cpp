@@ -200,6 +200,10 @@ void RowPasses::end(RowPass &pass)
     former.shown = std::exchange(m_shown, pass.result().shown);
     letGo(pass, std::move(former));
     if (pass.changes) {
+        // The longer a batch waited for its turn, the more there is to do for others, as for many views.
+        const int elapsed = int(m_batchTime.elapsed());
+        const int waited = elapsed - int(m_lastNanoseconds / 1'000'000);
+        m_pause.start(std::max(batchInterval - elapsed, 2 * waited), this);
         Q_EMIT changesShown();
     } else {
         m_predicates = pass.predicates;
@@ -292,7 +296,7 @@ void RowPasses::startBatch()
 {
     QString error;
     try {
-        m_pause.start(batchInterval, this);
+        m_batchTime.start();
         RowPass::Changes changes;
         if (!collectChanges(changes)) {
             reload();

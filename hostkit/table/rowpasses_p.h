@@ -9,6 +9,7 @@
 #include <data/table.h>
 
 #include <QBasicTimer>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 
@@ -130,6 +131,8 @@ private:
     std::vector<std::shared_ptr<const FilterFunc>> m_predicates;
     /// Runs until the next batch may begin.
     QBasicTimer m_pause;
+    /// Since the last batch began.
+    QElapsedTimer m_batchTime;
 
     /// Whether startPending() will be called by the event loop.
     bool m_isPosted = false;
