@@ -536,7 +536,6 @@ private Q_SLOTS:
         connection.load({u"a"_s});
         QTRY_VERIFY(!connection.isBusy());
         recorder.take();
-        const auto tables = connection.tables();
         announceText(message);
 
         connection.open(SourceLocation::fromFile(file));
@@ -545,7 +544,11 @@ private Q_SLOTS:
         recorder.take();
         QVERIFY(!connection.isBusy());
         QCOMPARE(connection.location(), first);
-        QCOMPARE(connection.tables(), tables);
+        // Their rows are counted at any time.
+        QStringList names;
+        for (const SourceConnection::TableInfo &table : connection.tables())
+            names.append(table.name);
+        QCOMPARE(names, QStringList({u"a"_s, u"b"_s, u"big"_s}));
         QCOMPARE(connection.loadedTables(), QStringList({u"a"_s}));
         connection.load({u"b"_s});
         QTRY_COMPARE(recorder.events, QStringList({u"loaded b"_s}));
