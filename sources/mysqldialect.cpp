@@ -264,9 +264,12 @@ QString MysqlDialect::keyCondition(const TableShape &shape, int column, const Ce
 {
     const QString name = backquoted(shape.declared.at(column).name);
     if (const auto *text = std::get_if<QString>(&value)) {
-        // The server reads the text as a value where texts tell these apart; then an index finds it.
+        // The server reads the text as a value where texts tell these apart; then an index finds it. But it
+        // may compare a decimal with a text as binary fractions.
+        const TableSource::Column &declared = shape.declared.at(column);
         const bool isComparable =
-            !shape.columns[size_t(column)].isShownAsText() || areTextsDistinct(shape.declared.at(column));
+            !shape.columns[size_t(column)].isShownAsText() ||
+            (areTextsDistinct(declared) && !declared.declaredType.startsWith("decimal"_L1));
         return (isComparable ? name : u"CONCAT('', %1)"_s.arg(name)) + u" = _utf8mb4 x'"_s +
                hexDigits(*text) + u'\'';
     }

@@ -394,6 +394,8 @@ private Q_SLOTS:
         QTest::newRow("numbers") << "`id` int PRIMARY KEY, b longblob"_ba << u"%1"_s;
         QTest::newRow("texts") << "id varchar(9) CHARACTER SET latin1 PRIMARY KEY, b longblob"_ba
                                << u"'it\\'s\\\\ %1'"_s;
+        QTest::newRow("long decimals") << "id decimal(40,0) PRIMARY KEY, b longblob"_ba
+                                       << u"900719925474099300000000000000000000000%1"_s;
         QTest::newRow("more") << "b longblob, x datetime(3) DEFAULT '2017-01-31 14:30:00.125', "
                                  "y date DEFAULT '2017-01-31', z bit(9) DEFAULT 300, "
                                  "id decimal(9,2), PRIMARY KEY (id, x, y, z)"_ba
